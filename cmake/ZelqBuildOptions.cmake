@@ -1,0 +1,47 @@
+# What every target of this tree is compiled with.
+include(GNUInstallDirs)
+find_package(Threads REQUIRED)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+# Programs and libraries stand side by side, so that a test finds zelq.dll as an application does.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+
+find_program(ZELQ_CCACHE ccache)
+if(ZELQ_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_C_COMPILER_LAUNCHER "${ZELQ_CCACHE}")
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${ZELQ_CCACHE}")
+endif()
+
+if(ZELQ_SANITIZE)
+  add_compile_options(-fsanitize=${ZELQ_SANITIZE} -fno-omit-frame-pointer -O1)
+  add_link_options(-fsanitize=${ZELQ_SANITIZE})
+  if(ZELQ_SANITIZE MATCHES "undefined")
+    add_compile_options(-fno-sanitize-recover=all)
+  endif()
+endif()
+
+if(WIN32)
+  # One self-contained file: no compiler runtime DLL is needed on the customer's machine.
+  add_link_options(-static)
+  add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601)
+endif()
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  add_compile_definitions(_FILE_OFFSET_BITS=64)
+endif()
+
+# Warnings for our own code; every one is an error.
+add_library(zelq_warnings INTERFACE)
+target_compile_options(zelq_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wcast-align
+  -Wundef -Wformat=2 -Wdouble-promotion
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
+                            -Wextra-semi>
+  $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>)

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <ctime>
+
+namespace zelq::platform {
+
+/// The local wall-clock time.
+std::tm LocalTime();
+
+} // namespace zelq::platform

@@ -1,0 +1,59 @@
+#include "platform/trace_viewer.h"
+
+#include "platform/posix/debug_output.h"
+
+#include <cerrno>
+#include <cstring>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace zelq::platform {
+
+namespace {
+
+/// Name of the abstract datagram socket that a viewer binds.
+constexpr char kViewerName[] = "Quillet";
+
+/// The library's end: one unbound datagram socket for all threads, closed at unload.
+class ViewerSocket
+{
+  public:
+    ViewerSocket() : descriptor_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    {
+        const timeval limit{0, 100'000};
+        setsockopt(descriptor_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
+        viewer_.sun_family = AF_UNIX;
+        std::memcpy(viewer_.sun_path + 1, kViewerName, sizeof(kViewerName) - 1);
+    }
+    ~ViewerSocket()
+    {
+        if (descriptor_ >= 0) close(descriptor_);
+    }
+    ViewerSocket(const ViewerSocket&) = delete;
+    ViewerSocket& operator=(const ViewerSocket&) = delete;
+
+    /// False when no viewer is there. A hung one costs the send's time-out and loses the line.
+    bool Send(const char* line, std::size_t length) const
+    {
+        constexpr socklen_t kSize = offsetof(sockaddr_un, sun_path) + sizeof(kViewerName);
+        const auto* address = reinterpret_cast<const sockaddr*>(&viewer_);
+        const ssize_t sent = sendto(descriptor_, line, length, MSG_NOSIGNAL, address, kSize);
+        return sent >= 0 || errno == EAGAIN || errno == EINTR;
+    }
+
+  private:
+    int descriptor_;
+    sockaddr_un viewer_{};
+};
+
+} // namespace
+
+void DeliverTraceLine(const char* line, std::size_t length)
+{
+    static const ViewerSocket kViewer;
+    if (!kViewer.Send(line, length)) zelq_debug_output(line);
+}
+
+} // namespace zelq::platform

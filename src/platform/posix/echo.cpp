@@ -93,13 +93,20 @@ std::array<std::uint8_t, kRequestBytes> EchoRequest(std::uint16_t id)
 std::uint32_t EchoError(int error)
 {
     switch (error) {
-    case ENOMEM: return kEchoNotEnoughMemory;
-    case EOPNOTSUPP: return kEchoNotSupported;
-    case EINVAL: return kEchoInvalidParameter;
-    case ENOBUFS: return kEchoInsufficientBuffer;
-    case EMSGSIZE: return kEchoBufferTooSmall;
-    case ETIMEDOUT: return kEchoTimedOut;
-    default: return static_cast<std::uint32_t>(error);
+    case ENOMEM:
+        return kEchoNotEnoughMemory;
+    case EOPNOTSUPP:
+        return kEchoNotSupported;
+    case EINVAL:
+        return kEchoInvalidParameter;
+    case ENOBUFS:
+        return kEchoInsufficientBuffer;
+    case EMSGSIZE:
+        return kEchoBufferTooSmall;
+    case ETIMEDOUT:
+        return kEchoTimedOut;
+    default:
+        return static_cast<std::uint32_t>(error);
     }
 }
 

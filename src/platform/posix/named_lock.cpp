@@ -25,7 +25,8 @@ constexpr off_t kUserByte = 1;
 
 bool LockByte(int file, off_t byte, short type, bool wait)
 {
-    struct flock range{};
+    struct flock range
+    {};
     range.l_type = type;
     range.l_whence = SEEK_SET;
     range.l_start = byte;
@@ -81,7 +82,8 @@ LockStatus WaitFor(pthread_mutex_t& mutex, std::chrono::milliseconds timeout)
 int OpenForSetUp(const char* objectName)
 {
     while (true) {
-        struct stat state{};
+        struct stat state
+        {};
         const int file = shm_open(objectName, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
         if (file < 0) return -1;
         const bool mine = LockByte(file, kSetUpByte, F_WRLCK, true) && fstat(file, &state) == 0 &&

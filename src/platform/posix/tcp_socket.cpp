@@ -6,6 +6,7 @@
 #include <arpa/inet.h>
 #include <array>
 #include <cerrno>
+#include <mutex>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/ioctl.h>
@@ -147,8 +148,8 @@ IoStatus TcpSocket::DiscardPending()
 IoResult TcpSocket::Send(std::span<const std::uint8_t> bytes)
 {
     const std::shared_lock step(inUse_);
-    const ssize_t sent = send(static_cast<int>(handle_.load()), bytes.data(), bytes.size(),
-                              MSG_NOSIGNAL);
+    const ssize_t sent =
+        send(static_cast<int>(handle_.load()), bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (sent < 0) return {Failed(ErrorNumber()), 0};
     return {IoStatus::kDone, static_cast<std::size_t>(sent)};
 }
@@ -156,8 +157,7 @@ IoResult TcpSocket::Send(std::span<const std::uint8_t> bytes)
 IoResult TcpSocket::Receive(std::span<std::uint8_t> area)
 {
     const std::shared_lock step(inUse_);
-    const ssize_t got =
-        recv(static_cast<int>(handle_.load()), area.data(), area.size(), 0);
+    const ssize_t got = recv(static_cast<int>(handle_.load()), area.data(), area.size(), 0);
     if (got < 0) return {Failed(ErrorNumber()), 0};
     if (got == 0) return {IoStatus::kClosed, 0};
     return {IoStatus::kDone, static_cast<std::size_t>(got)};

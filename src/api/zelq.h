@@ -1,0 +1,664 @@
+/**
+ * @file zelq.h
+ * zelQ: client library for ZEL "Lumo" Ethernet multi-axis motion controllers.
+ *
+ * One header for C99 and C++. Link libzelq.so (Linux) or zelq.dll with its import library
+ * (Windows); the functions use the plain C calling convention under their plain names.
+ *
+ * @section numbers Controllers and axes
+ * A controller has a number from 1 to 254, which is also the last octet of its IPv4 address. It
+ * drives up to 32 slaves, numbered 0 to 31: servo axes, input slaves and output slaves.
+ *
+ * @section results Results
+ * Unless it says otherwise, a function returns #ZELQ_OK (0), a negative code of this library, or
+ * the result with which the controller itself refused the command. Every function that talks to
+ * a controller can return the codes of an exchange, called "exchange codes" below:
+ * #ZELQ_CONNECT_FAILED, #ZELQ_NOT_OPEN, #ZELQ_SOCKET_FAILED, #ZELQ_SEND_BLOCKED,
+ * #ZELQ_NO_REPLY, #ZELQ_LOCK_FAILED, #ZELQ_OVERFLOW, #ZELQ_REPLY_TOO_SHORT, #ZELQ_REPLY_MISMATCH
+ * and the controller's own results. A wrong argument sends nothing. Outputs are written only on
+ * success, unless a function says otherwise.
+ *
+ * @section lost Lost replies
+ * When no reply comes in time, the library connects anew and sends the request again, up to three
+ * times in all. It cannot know whether a lost reply belonged to a command that was executed: a
+ * command whose second execution does something else than its first, such as a relative move, can
+ * be executed twice. Such functions say so.
+ *
+ * @section threads Threads
+ * Every function may be called from any thread at any time. Calls for one controller take turns,
+ * among the threads and among the processes of one user; calls for different controllers run in
+ * parallel. A call blocks its own thread until it is done; the library has no thread of its own.
+ *
+ * @section tracing Trace
+ * Every finished call writes one line (the result, the function's name and its arguments) to the
+ * trace viewer, or to the debugger output when none runs. Wrong arguments write none.
+ */
+#ifndef ZELQ_H
+#define ZELQ_H
+
+#if defined(_WIN32)
+#if defined(ZELQ_BUILDING_LIBRARY)
+#define ZELQ_API __declspec(dllexport)
+#else
+#define ZELQ_API __declspec(dllimport)
+#endif
+#define ZELQ_CALL __cdecl
+#else
+#define ZELQ_API __attribute__((visibility("default")))
+#define ZELQ_CALL
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------------------------ */
+/* Result codes                                                                               */
+/* ------------------------------------------------------------------------------------------ */
+
+/** Success. */
+#define ZELQ_OK 0
+/** The connection could not be made, or not be made again during an exchange. */
+#define ZELQ_CONNECT_FAILED (-1)
+/** The controller number is outside 1..254. */
+#define ZELQ_BAD_CONTROLLER_NUMBER (-2)
+/** The controller was never connected; for zelQ_PingCheck(): no reply. */
+#define ZELQ_NO_SESSION (-3)
+/** The controller is not connected now. */
+#define ZELQ_NOT_OPEN (-4)
+/** The socket failed, or the controller closed the connection. */
+#define ZELQ_SOCKET_FAILED (-5)
+/** The request could not be sent within the send time-out. */
+#define ZELQ_SEND_BLOCKED (-6)
+/** No reply came within the receive waits, three times over. */
+#define ZELQ_NO_REPLY (-7)
+/** The lock by which the callers of one controller take turns could not be had. */
+#define ZELQ_LOCK_FAILED (-8)
+/** The request or the reply does not fit into one exchange. */
+#define ZELQ_OVERFLOW (-9)
+/** The reply is shorter than any valid one. */
+#define ZELQ_REPLY_TOO_SHORT (-10)
+/** The reply does not belong to the request, or is incomplete. */
+#define ZELQ_REPLY_MISMATCH (-12)
+/** The reply has fewer values than the call reads. */
+#define ZELQ_REPLY_DATA_MISSING (-1004)
+/** The device information carries an impossible date. */
+#define ZELQ_DEVICE_INFO_OUT_OF_RANGE (-1005)
+/** Argument k is out of its range, or null where it must not be; the controller number counts as
+ * argument 0, so that -1701 means the first argument behind it. */
+#define ZELQ_BAD_ARGUMENT(k) (-1700 - (k))
+/** The slaves of the controller changed twice while their status was read. */
+#define ZELQ_CONFIGURATION_CHANGED (-2001)
+/** An axis above 31, or one that is no servo axis of the controller. */
+#define ZELQ_BAD_AXIS (-2002)
+/** An axis stands twice in a list. */
+#define ZELQ_DUPLICATE_AXIS (-2003)
+/** A count of axes outside 1..32, or above the number of servo axes. */
+#define ZELQ_BAD_AXIS_COUNT (-2004)
+/** The axis is no servo axis. */
+#define ZELQ_NOT_A_SERVO (-2007)
+/** An output slave or a pin beyond the controller's output slaves. */
+#define ZELQ_BAD_OUTPUT_SLAVE (-3080)
+/** The interpolation map has too few axes. */
+#define ZELQ_TOO_FEW_MAP_AXES (-4001)
+
+/* ------------------------------------------------------------------------------------------ */
+/* Connection                                                                                 */
+/* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Connects to a controller, or connects anew, and reads which slaves it has.
+ *
+ * The address is ip1.ip2.ip3.zelNo; the port is that of zelQ_SetNetPortNum(), else 502. The first
+ * call for a number makes the controller's session, which keeps units and settings until the
+ * library is unloaded, whatever becomes of the connection.
+ *
+ * @param zelNo controller number, 1..254
+ * @param ip1   first octet of the address, 0..255
+ * @param ip2   second octet, 0..255
+ * @param ip3   third octet, 0..255
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_CONNECT_FAILED (also for an octet out of
+ *         its range: later calls then give #ZELQ_NOT_OPEN); exchange codes
+ * @note Threads: any; two threads that connect the same number share one session.
+ */
+ZELQ_API short ZELQ_CALL zelQ_Connect(short zelNo, short ip1, short ip2, unsigned short ip3);
+
+/**
+ * Closes the connection to a controller. Its session stays: units, time-outs and settings are
+ * there again after the next zelQ_Connect(). Unknown controllers are ignored.
+ *
+ * @param zelNo controller number, 1..254
+ * @note Threads: any; waits up to 4 s for a call in progress.
+ */
+ZELQ_API void ZELQ_CALL zelQ_Disconnect(short zelNo);
+
+/**
+ * Sets the time-outs of a controller.
+ *
+ * Waiting for a reply takes up to 6 times the receive time-out, then the library connects anew and
+ * sends again, three times in all.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param connectMs for connecting, milliseconds (100 at start)
+ * @param sendMs    for sending, milliseconds (30 at start); 0 means 30
+ * @param receiveMs for the first wait for a reply, milliseconds (30 at start); 0 means 30
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION
+ * @note Values are kept as unsigned 16-bit numbers. Threads: any; sends nothing.
+ */
+ZELQ_API short ZELQ_CALL zelQ_TMOSet(short zelNo, short connectMs, short sendMs, short receiveMs);
+
+/**
+ * Reads the time-outs of a controller.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param connectMs [out] milliseconds; may be null
+ * @param sendMs    [out] milliseconds; may be null
+ * @param receiveMs [out] milliseconds; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION
+ * @note Threads: any; sends nothing.
+ */
+ZELQ_API short ZELQ_CALL zelQ_TMOGet(short zelNo, unsigned short* connectMs, unsigned short* sendMs,
+                                     unsigned short* receiveMs);
+
+/**
+ * Sets the TCP port for the next zelQ_Connect() to a controller. Needs no session.
+ *
+ * @param zelNo controller number, 1..254
+ * @param port  port number; negative: back to 502
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER
+ * @note Threads: any; sends nothing.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SetNetPortNum(short zelNo, int port);
+
+/**
+ * Sends one ICMP echo ("ping") to ip1.ip2.ip3.zelNo. Needs no session and no connection.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param ip1       first octet of the address
+ * @param ip2       second octet
+ * @param ip3       third octet
+ * @param timeOutMs how long to wait for the reply, milliseconds
+ * @return #ZELQ_OK: a reply came; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION: no reply;
+ *         #ZELQ_SOCKET_FAILED: no such address, or this system lets the process send no echo
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_PingCheck(short zelNo, short ip1, short ip2, short ip3,
+                                        unsigned int timeOutMs);
+
+/* ------------------------------------------------------------------------------------------ */
+/* Status                                                                                     */
+/* ------------------------------------------------------------------------------------------ */
+
+#pragma pack(push, 4)
+
+/** State of one servo axis, 116 bytes. Flags are 0 or 1; positions and speeds are in user units.
+ * The codes of the slave are those that the controller reports in its slave type word. */
+typedef struct ServoStatus
+{
+    unsigned short axis;          /**< offset 0: axis number, 0xFFFF where there is no servo axis */
+    unsigned short seriesCode;    /**< offset 2: drive series, type word bits 4..6 */
+    unsigned short motorCode;     /**< offset 4: motor, type word bits 7..10 */
+    unsigned short encoderCode;   /**< offset 6: encoder, type word bits 11..14 */
+    unsigned short limitLogic;    /**< offset 8: limit sensor logic, type word bits 15..16 */
+    unsigned short homeLogic;     /**< offset 10: home sensor logic, type word bits 17..18 */
+    unsigned short inputUse;      /**< offset 12: use of the inputs, type word bits 19..21 */
+    unsigned short emergencyStop; /**< offset 14: the drive's configurable input, where it serves
+                                     as emergency stop (type word bit 22), else 0 */
+    unsigned short servoOn;       /**< offset 16: the motor is powered */
+    unsigned short servoReady;    /**< offset 18: the drive could be switched on */
+    unsigned short alarm;         /**< offset 20: the drive has an alarm */
+    unsigned short warning;       /**< offset 22: the drive has a warning */
+    unsigned short torqueLimited; /**< offset 24: the torque is at its limit */
+    unsigned short inMotion;      /**< offset 26: a motion is running */
+    unsigned short inPosition;    /**< offset 28: the motor stands at the commanded position */
+    unsigned short homing;        /**< offset 30: a homing run is running */
+    unsigned short homeDone;      /**< offset 32: the axis has been homed */
+    unsigned short homeSensor;    /**< offset 34: the home sensor is on */
+    unsigned short limitPositive; /**< offset 36: the positive limit sensor is on */
+    unsigned short limitNegative; /**< offset 38: the negative limit sensor is on */
+    unsigned short softLimit;     /**< offset 40: the axis stands at a software limit */
+    unsigned short auxInput;      /**< offset 42: the drive's configurable input, where it does not
+                                     serve as emergency stop, else 0 */
+    unsigned short output1;       /**< offset 44: the drive's digital output 1 */
+    unsigned short output2;       /**< offset 46: the drive's digital output 2 */
+    unsigned short motionKind;    /**< offset 48: what the axis is doing, 0: nothing */
+    unsigned short stopCause;     /**< offset 50: why the last motion ended, 0: at its target */
+    double commandPosition;       /**< offset 52: commanded position */
+    double encoderPosition;       /**< offset 60: position of the encoder */
+    double velocity;              /**< offset 68: speed, user units per second */
+    double followingError;        /**< offset 76: commanded less actual position */
+    double torque;                /**< offset 84: torque, percent of the rated one */
+    int rawVelocity;              /**< offset 92: speed, pulses per second */
+    int rawTorque;                /**< offset 96: torque, 0.1 percent */
+    int rawFollowingError;        /**< offset 100: commanded less actual position, pulses */
+    unsigned short reserved[6];   /**< offset 104: not written */
+} ServoStatus;
+
+/** The 32 inputs or outputs of one input or output slave, 66 bytes. */
+typedef struct SlaveIoStatus
+{
+    unsigned short slave;    /**< offset 0: slave number, 0xFFFF where there is none */
+    unsigned short bits[32]; /**< offset 2: pin i, 0 or 1 */
+} SlaveIoStatus;
+
+/** State of a whole controller, 8168 bytes. */
+typedef struct ControllerStatus
+{
+    unsigned short servoAxes[32];    /**< offset 0: servo axes; the first servoCount are written */
+    unsigned short servoCount;       /**< offset 64: number of servo axes */
+    unsigned short inputSlaves[32];  /**< offset 66: input slaves (type 2), likewise */
+    unsigned short inputCount;       /**< offset 130: number of input slaves */
+    unsigned short outputSlaves[32]; /**< offset 132: output slaves (type 3), likewise */
+    unsigned short outputCount;      /**< offset 196: number of output slaves */
+    unsigned short reserved;         /**< offset 198: not written */
+    ServoStatus servo[32];           /**< offset 200: by axis number */
+    SlaveIoStatus inputs[32];        /**< offset 3912: by slave number */
+    SlaveIoStatus outputs[32];       /**< offset 6024: by slave number */
+    unsigned short mainInputs[8];    /**< offset 8136: inputs of the main board, 0 or 1 */
+    unsigned short mainOutputs[8];   /**< offset 8152: outputs of the main board, 0 or 1 */
+} ControllerStatus;
+
+#pragma pack(pop)
+
+/**
+ * Reads the state of a whole controller in one exchange: every servo axis, every input and output
+ * slave and the main board.
+ *
+ * When the controller's slaves have changed since they were read, they are read again first.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param status [out] written on success; #ZELQ_CONFIGURATION_CHANGED leaves only mainInputs and
+ *               mainOutputs written. Records of absent axes and slaves carry 0xFFFF as number.
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
+ *         #ZELQ_CONFIGURATION_CHANGED: the slaves are just changing; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_GetAllStatus(short zelNo, ControllerStatus* status);
+
+/**
+ * Reads the state of one servo axis. Unlike zelQ_GetAllStatus() it writes neither emergencyStop
+ * nor the three raw values, and auxInput shows the configurable input whatever it serves for.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param axis   0..31; only its low 8 bits are used to read
+ * @param status [out] written on success
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
+ *         ZELQ_BAD_ARGUMENT(0): the axis is no servo axis (found after the exchange);
+ *         #ZELQ_CONFIGURATION_CHANGED; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_GetServoStatus(short zelNo, unsigned short axis, ServoStatus* status);
+
+/* ------------------------------------------------------------------------------------------ */
+/* Axis set-up: units, speed profiles, servo on                                               */
+/* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Sets how many user units one pulse of an axis is. Positions, distances, speeds and accelerations
+ * of the axis are then given and reported in these units: pulses = value / unitPerPulse, truncated
+ * toward zero. The factor is kept in the library only; 1.0 at start.
+ *
+ * @param zelNo        controller number, 1..254
+ * @param axis         a servo axis of the controller
+ * @param unitPerPulse user units per pulse; 0 is stored as 1.0
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_NOT_A_SERVO
+ * @note A value whose pulses do not fit into a signed 32-bit number is sent as -2147483648.
+ *       Threads: any; sends nothing.
+ */
+ZELQ_API short ZELQ_CALL zelQ_UnitPerPulseSet(short zelNo, short axis, double unitPerPulse);
+
+/**
+ * Reads how many user units one pulse of an axis is.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31; any other gives 1.0
+ * @return the factor; -2.0: controller number out of range; -3.0: no session
+ * @note Threads: any; sends nothing and writes no trace line.
+ */
+ZELQ_API double ZELQ_CALL zelQ_UnitPerPulseGet(short zelNo, short axis);
+
+/**
+ * Sets the library-wide flag by which interpolation calls make the end speed equal to the start
+ * speed.
+ *
+ * @param flag 0 or 1; 0 at start
+ * @return #ZELQ_OK; ZELQ_BAD_ARGUMENT(0): any other value
+ * @note Threads: any; sends nothing.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SpeedEqualStartAndStopSet(short flag);
+
+/**
+ * Reads the flag of zelQ_SpeedEqualStartAndStopSet().
+ *
+ * @return 0 or 1
+ * @note Threads: any; sends nothing.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SpeedEqualStartAndStopGet(void);
+
+#pragma pack(push, 4)
+
+/** A speed profile as zelQ_SpeedGet() reads it, 36 bytes. */
+typedef struct SpeedProfile
+{
+    unsigned short profile;  /**< offset 0: shape of the profile, 0: trapezoid */
+    unsigned short reserved; /**< offset 2: not written */
+    double start;            /**< offset 4: start speed, user units per second */
+    double acc;              /**< offset 12: acceleration, user units per second squared */
+    double drive;            /**< offset 20: drive speed, user units per second */
+    double dec;              /**< offset 28: deceleration, user units per second squared */
+} SpeedProfile;
+
+#pragma pack(pop)
+
+/**
+ * Sets the speed profile of one axis, with a stop speed equal to the start speed.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param axis    0..31
+ * @param profile shape of the profile, the controller's code (0: trapezoid)
+ * @param start   start speed, user units per second
+ * @param acc     acceleration, user units per second squared
+ * @param drive   drive speed, user units per second
+ * @param dec     deceleration, user units per second squared
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SpeedSet(short zelNo, short axis, short profile, double start,
+                                       double acc, double drive, double dec);
+
+/**
+ * Sets the speed profile of one axis with a stop speed of its own.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param axis    0..31
+ * @param profile shape of the profile, the controller's code (0: trapezoid)
+ * @param start   start speed, user units per second
+ * @param acc     acceleration, user units per second squared
+ * @param drive   drive speed, user units per second
+ * @param dec     deceleration, user units per second squared
+ * @param stop    stop speed, user units per second
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SpeedWithStopSet(short zelNo, short axis, short profile, double start,
+                                               double acc, double drive, double dec, double stop);
+
+/**
+ * Sets the speed profiles of several axes in one exchange, each with a stop speed equal to its
+ * start speed. Element i of each array belongs to axes[i].
+ *
+ * @param zelNo    controller number, 1..254
+ * @param count    number of axes, 1..32
+ * @param axes     axis numbers; the controller judges them
+ * @param profiles shapes of the profiles
+ * @param start    start speeds, user units per second
+ * @param acc      accelerations, user units per second squared
+ * @param drive    drive speeds, user units per second
+ * @param dec      decelerations, user units per second squared
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2), (3), (5): axes, profiles, acc null; (5) also: start null;
+ *         (6): dec or drive null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mSpeedSet(short zelNo, short count, const unsigned short* axes,
+                                        const short* profiles, const double* start,
+                                        const double* acc, const double* drive, const double* dec);
+
+/**
+ * Sets the speed profiles of several axes in one exchange, with stop speeds of their own.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param count    number of axes, 1..32
+ * @param axes     axis numbers; the controller judges them
+ * @param profiles shapes of the profiles
+ * @param start    start speeds, user units per second
+ * @param acc      accelerations, user units per second squared
+ * @param drive    drive speeds, user units per second
+ * @param dec      decelerations, user units per second squared
+ * @param stop     stop speeds, user units per second
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2), (3), (4), (5), (8): axes, profiles, start, acc, stop null;
+ *         (6): dec or drive null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mSpeedWithStopSet(short zelNo, short count,
+                                                const unsigned short* axes, const short* profiles,
+                                                const double* start, const double* acc,
+                                                const double* drive, const double* dec,
+                                                const double* stop);
+
+/**
+ * Sets the acceleration of one axis.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param value user units per second squared
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SpeedSetAcc(short zelNo, unsigned short axis, double value);
+
+/**
+ * Sets the deceleration of one axis.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param value user units per second squared
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SpeedSetDec(short zelNo, unsigned short axis, double value);
+
+/**
+ * Sets the accelerations of several axes in one exchange.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param count  number of axes, 1..32
+ * @param axes   axis numbers; the controller judges them
+ * @param values user units per second squared, values[i] for axes[i]
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2), (3): axes, values null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mSpeedSetAcc(short zelNo, short count, const unsigned short* axes,
+                                           const double* values);
+
+/**
+ * Sets the decelerations of several axes in one exchange.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param count  number of axes, 1..32
+ * @param axes   axis numbers; the controller judges them
+ * @param values user units per second squared, values[i] for axes[i]
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2), (3): axes, values null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mSpeedSetDec(short zelNo, short count, const unsigned short* axes,
+                                           const double* values);
+
+/**
+ * Reads the speed profile of one axis back from the controller.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param axis    0..31
+ * @param profile [out] written on success
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(1): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SpeedGet(short zelNo, short axis, SpeedProfile* profile);
+
+/**
+ * Resets the servo amplifier of one axis.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ServoReset(short zelNo, unsigned short axis);
+
+/**
+ * Resets the servo amplifiers of several axes.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mServoReset(short zelNo, short count, const unsigned short* axes);
+
+/**
+ * Resets the servo amplifiers of all servo axes of a controller.
+ *
+ * @param zelNo controller number, 1..254
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: the controller
+ *         has no servo axis, nothing was sent; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aServoReset(short zelNo);
+
+/**
+ * Switches the servo amplifier of one axis on or off and waits for the controller's confirmation,
+ * for as long as zelQ_ServoOnAfterActChkTMOSet() allows.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param on    1: on, 0: off
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2): on above 1; exchange codes
+ * @note A reply that does not come is waited for up to 6 times the confirmation time-out, three
+ *       times over. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ServoOn(short zelNo, unsigned short axis, unsigned short on);
+
+/**
+ * Switches the servo amplifiers of several axes on or off, as zelQ_ServoOn() does for one.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @param on    1: on, 0: off; sent as given
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2): axes null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mServoOn(short zelNo, short count, const short* axes,
+                                       unsigned short on);
+
+/**
+ * Sets how long zelQ_ServoOn() and zelQ_mServoOn() let the controller wait until the amplifiers
+ * are on. It is sent to the controller, and is the call's receive time-out too.
+ *
+ * @param zelNo        controller number, 1..254
+ * @param milliseconds kept as an unsigned 16-bit number; 5000 at start
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION
+ * @note Threads: any; sends nothing.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ServoOnAfterActChkTMOSet(short zelNo, short milliseconds);
+
+/**
+ * Reads the time-out of zelQ_ServoOnAfterActChkTMOSet().
+ *
+ * @param zelNo        controller number, 1..254
+ * @param milliseconds [out] may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION
+ * @note Threads: any; sends nothing.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ServoOnAfterActChkTMOGet(short zelNo, unsigned short* milliseconds);
+
+/* ------------------------------------------------------------------------------------------ */
+/* Motion: moves                                                                              */
+/* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Starts a continuous motion (jog) of one axis at its drive speed.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param dir   direction, 0 or 1; which of them is positive is the controller's setting
+ * @return #ZELQ_OK: the motion has started; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION;
+ *         #ZELQ_BAD_AXIS; ZELQ_BAD_ARGUMENT(2): dir above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MoveVel(short zelNo, unsigned short axis, unsigned short dir);
+
+/**
+ * Starts a continuous motion (jog) of several axes, all in the same direction.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @param dir   direction, 0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2): dir above 1, or axes null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mMoveVel(short zelNo, short count, const unsigned short* axes,
+                                       unsigned short dir);
+
+/**
+ * Starts a move of one axis to an absolute position. The call returns when the controller has
+ * accepted the move; zelQ_GetServoStatus() tells when it has ended.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param pos   target, user units
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MoveAbs(short zelNo, unsigned short axis, double pos);
+
+/**
+ * Starts a move of one axis by a distance.
+ *
+ * @warning A lost reply makes the library send the request again: the move can be executed twice.
+ *          Where that must not be, use zelQ_MoveAbs(), or check the position before relying on it.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param dist  signed distance, user units
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MoveRel(short zelNo, unsigned short axis, double dist);
+
+/**
+ * Starts moves of several axes to absolute positions, axes[i] to pos[i].
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @param pos   targets, user units of each axis
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2), (3): axes, pos null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mMoveAbs(short zelNo, short count, const short* axes,
+                                       const double* pos);
+
+/**
+ * Starts moves of several axes by distances, axes[i] by dist[i].
+ *
+ * @warning A lost reply makes the library send the request again: the moves can be executed
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @param dist  signed distances, user units of each axis
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2), (3): axes, dist null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mMoveRel(short zelNo, short count, const short* axes,
+                                       const double* dist);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ZELQ_H */

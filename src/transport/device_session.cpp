@@ -1,0 +1,73 @@
+#include "transport/device_session.h"
+
+#include <cstdio>
+
+namespace zelq {
+
+DeviceSession::DeviceSession(std::uint32_t controllerNumber, const TimeOuts& timeOuts)
+    : controllerNumber_(controllerNumber), timeOuts_(timeOuts)
+{
+    std::array<char, 32> name{};
+    std::snprintf(name.data(), name.size(), "Local\\Lumo=%u", controllerNumber);
+    lock_.Open(name.data()); // calls that find no lock report it
+}
+
+void DeviceSession::SetAddress(std::array<std::int32_t, 3> octets, std::uint32_t port)
+{
+    for (std::size_t i = 0; i < octets.size(); ++i) {
+        octets_[i] = octets[i];
+    }
+    port_ = port;
+}
+
+bool DeviceSession::Open()
+{
+    std::array<char, 64> address{};
+    std::snprintf(address.data(), address.size(), "%d.%d.%d.%u", octets_[0].load(),
+                  octets_[1].load(), octets_[2].load(), controllerNumber_);
+    return socket_.Open(address.data(), port_, std::chrono::milliseconds(timeOuts_.connect));
+}
+
+void DeviceSession::ShutDown()
+{
+    {
+        const SessionLock lock(*this);
+        socket_.Close();
+    }
+    lock_.Close();
+}
+
+double DeviceSession::UnitPerPulse(unsigned axis) const
+{
+    if (axis >= kAxisCount) return 1.0;
+    const double stored = unitsPerPulse_[axis].load(std::memory_order_relaxed);
+    return stored == 0.0 ? 1.0 : stored;
+}
+
+void DeviceSession::SetUnitPerPulse(unsigned axis, double unitPerPulse)
+{
+    unitsPerPulse_[axis].store(unitPerPulse, std::memory_order_relaxed);
+}
+
+SlaveConfig DeviceSession::Slaves() const
+{
+    const std::lock_guard guard(slavesMutex_);
+    return slaves_;
+}
+
+void DeviceSession::SetSlaves(const SlaveConfig& slaves)
+{
+    const std::lock_guard guard(slavesMutex_);
+    slaves_ = slaves;
+}
+
+SessionLock::SessionLock(DeviceSession& session)
+    : lock_(session.Lock()), status_(lock_.Wait(kLockTimeOut))
+{}
+
+SessionLock::~SessionLock()
+{
+    if (status_ == platform::LockStatus::kHeld) lock_.Release();
+}
+
+} // namespace zelq

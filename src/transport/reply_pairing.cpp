@@ -1,0 +1,141 @@
+#include "transport/reply_pairing.h"
+
+#include "common/byte_order.h"
+#include "common/result_codes.h"
+
+namespace zelq {
+
+namespace {
+
+/// Only the extended exception is decoded at all, and it carries the controller's error code; the
+/// short one of plain Modbus ends the pairing as a reply of no accepted form.
+int ExceptionResult(const ReplyFrame& frame)
+{
+    return frame.ErrorCode();
+}
+
+} // namespace
+
+ReplyPairing::ReplyPairing(const RequestBuffer& request, std::size_t frames, ReplyData* reply,
+                           PairingMode mode)
+    : request_(request), reply_(reply), frames_(frames), mode_(mode), result_(kReplyMismatch)
+{}
+
+bool ReplyPairing::Advance(std::span<const std::uint8_t> received)
+{
+    while (!ended_) {
+        if (mode_ == PairingMode::kOneReplyEach && matched_ == frames_) break;
+        ReplyFrame frame;
+        const ReplyForm form = DecodeReply(received.subspan(replyOffset_), frame);
+        if (form == ReplyForm::kIncomplete) return false;
+        if (form == ReplyForm::kRefused || !BelongsTogether(frame)) {
+            ended_ = true;
+        } else {
+            Pair(frame);
+        }
+    }
+    return true;
+}
+
+int ReplyPairing::Result() const
+{
+    if (decided_) return result_;
+    // Whatever number of replies was gathered, they are as many as there were to be had.
+    const bool complete = mode_ == PairingMode::kGather ? matched_ > 0 : matched_ == frames_;
+    return frames_ > 0 && complete ? kOk : result_;
+}
+
+bool ReplyPairing::BelongsTogether(const ReplyFrame& frame) const
+{
+    const std::uint8_t* request = &request_.Bytes()[requestOffset_];
+    return frame.TransactionId() == LoadHost16(request + field::kTransactionId) &&
+           frame.ProtocolId() == LoadHost16(request + field::kProtocolId) &&
+           (mode_ == PairingMode::kGather || frame.Unit() == request[field::kUnit]);
+}
+
+ReplyPairing::Request ReplyPairing::CurrentRequest() const
+{
+    const std::uint8_t* request = &request_.Bytes()[requestOffset_];
+    return {request[field::kFunction], LoadHost16(request + field::kStart),
+            LoadHost16(request + field::kQuantity)};
+}
+
+void ReplyPairing::Pair(const ReplyFrame& frame)
+{
+    const Request request = CurrentRequest();
+    if (frame.Function() == (request.function | kExceptionBit)) {
+        TakeException(request, frame);
+    } else if (frame.Function() != request.function) {
+        EndWith(kReplyMismatch);
+    } else if (request.function == kWriteRegisters) {
+        TakeWriteEcho(request, frame);
+    } else {
+        TakeRegisters(request, frame);
+    }
+}
+
+void ReplyPairing::TakeException(const Request& request, const ReplyFrame& frame)
+{
+    if (mode_ == PairingMode::kGather) {
+        Matched(frame.Size());
+        return;
+    }
+    // Only a command's exception carries the controller's word; a read's tells nothing.
+    if (request.function != kWriteRegisters && request.start != kResultRegister) {
+        EndWith(kReplyMismatch);
+        return;
+    }
+    if (reply_ != nullptr) reply_->SetFirstByte(frame.Byte8());
+    EndWith(ExceptionResult(frame));
+}
+
+void ReplyPairing::TakeWriteEcho(const Request& request, const ReplyFrame& frame)
+{
+    if (frame.Length() != 6 || frame.EchoedQuantity() != request.quantity) {
+        EndWith(kReplyMismatch);
+        return;
+    }
+    Matched(frame.Size());
+}
+
+void ReplyPairing::TakeRegisters(const Request& request, const ReplyFrame& frame)
+{
+    const std::size_t byteCount = frame.Byte8();
+    if (frame.Length() != byteCount + 3 || byteCount != 2U * request.quantity) {
+        EndWith(kReplyMismatch);
+        return;
+    }
+    const bool fits = reply_ == nullptr || reply_->AppendReplyData(frame.Registers());
+    if (!fits) {
+        EndWith(kOverflow);
+        return;
+    }
+    if (request.function == kReadWriteRegisters) {
+        const std::uint16_t commandResult = LoadWire16(frame.Registers().data());
+        if (commandResult != 0) {
+            EndWith(commandResult);
+            return;
+        }
+        // From here on a shortage of replies counts as success.
+        result_ = kOk;
+    }
+    Matched(frame.Size());
+}
+
+void ReplyPairing::Matched(std::size_t replyBytes)
+{
+    ++matched_;
+    replyOffset_ += replyBytes;
+    if (mode_ == PairingMode::kOneReplyEach) {
+        requestOffset_ += ValidateFrame(request_.Bytes().subspan(requestOffset_));
+    }
+}
+
+void ReplyPairing::EndWith(int result)
+{
+    result_ = result;
+    ended_ = true;
+    decided_ = true;
+}
+
+} // namespace zelq

@@ -36,7 +36,7 @@ class TcpSocket
 {
   public:
     TcpSocket() = default;
-    ~TcpSocket() { Close(); }
+    ~TcpSocket();
     TcpSocket(const TcpSocket&) = delete;
     TcpSocket& operator=(const TcpSocket&) = delete;
 
@@ -68,7 +68,7 @@ class TcpSocket
     WaitStatus Wait(bool forWriting, Deadline deadline);
 
     std::atomic<Handle> handle_ = kNone;
-    std::atomic<Handle> event_ = kNone; ///< readiness event where the system has one
+    std::atomic<Handle> event_ = kNone; ///< readiness event where the system has one, kept
     std::atomic<std::uint32_t> lastError_ = 0;
     std::shared_mutex inUse_; ///< shared by every step, exclusive to close
 };

@@ -68,6 +68,11 @@ bool MeansBroken(int error)
 
 } // namespace
 
+TcpSocket::~TcpSocket()
+{
+    Close();
+}
+
 IoStatus TcpSocket::Failed(std::uint32_t error)
 {
     const int number = static_cast<int>(error);

@@ -1,0 +1,15 @@
+#include "platform/process.h"
+
+#include "platform/windows/system.h"
+
+/// Exported by ntdll.dll, declared in no header.
+extern "C" BOOLEAN NTAPI RtlDllShutdownInProgress();
+
+namespace zelq::platform {
+
+bool ProcessIsEnding()
+{
+    return RtlDllShutdownInProgress() != FALSE;
+}
+
+} // namespace zelq::platform

@@ -1,0 +1,116 @@
+// The status registers of the stations, and their type words.
+
+#include "controller.h"
+#include "families.h"
+
+namespace lumosim {
+
+namespace {
+
+constexpr Word kStatusRegisters = 0x00;
+constexpr Word kStatusRegisterCount = 18;
+constexpr Word kTypeWordRegisters = 0x38;
+
+// Bits of status register 10.
+enum StatusBit : unsigned {
+    kServoOnBit = 0,
+    kServoReadyBit = 1,
+    kCommandActiveBit = 2,
+    kAlarmBit = 3,
+    kWarningBit = 4,
+    kInMotionBit = 6,
+    kInPositionBit = 7,
+    kLimitPositiveBit = 8,
+    kLimitNegativeBit = 9,
+    kHomeSensorBit = 11,
+    kHomingBit = 13,
+    kConfigurableInputBit = 15,
+};
+
+Word StatusBits(const Axis& axis)
+{
+    unsigned bits = 0;
+    const auto put = [&bits](StatusBit bit, bool on) { bits |= (on ? 1U : 0U) << bit; };
+    put(kServoOnBit, axis.ServoOn());
+    put(kServoReadyBit, !axis.ActiveAlarm().has_value());
+    put(kCommandActiveBit, axis.Moving());
+    put(kAlarmBit, axis.ActiveAlarm().has_value());
+    put(kWarningBit, axis.Warning());
+    put(kInMotionBit, axis.Moving());
+    put(kInPositionBit, axis.InPosition());
+    put(kLimitPositiveBit, axis.LimitActive(1));
+    put(kLimitNegativeBit, axis.LimitActive(-1));
+    put(kHomeSensorBit, axis.Inputs().homeSensor);
+    put(kHomingBit, axis.Kind() == MotionKind::kHoming);
+    put(kConfigurableInputBit, axis.Inputs().configurable);
+    return static_cast<Word>(bits);
+}
+
+void PutLong(std::span<Word> out, std::size_t index, std::int32_t value)
+{
+    out[index] = LowWord(value);
+    out[index + 1] = HighWord(value);
+}
+
+class AxisStatus : public Family
+{
+  public:
+    explicit AxisStatus(Controller& controller) : controller_(controller) {}
+
+    void AddRegisters(RegisterMap& map) override
+    {
+        map.AddAxisBlock(kStatusRegisters, kStatusRegisterCount,
+                         [this](int position, std::span<Word> out) {
+                             ShowStatus(controller_.SlaveAt(position), out);
+                         });
+        map.AddAxisBlock(kTypeWordRegisters, 2, [this](int position, std::span<Word> out) {
+            const Slave& slave = controller_.SlaveAt(position);
+            const std::uint32_t word = TypeWord(slave.type, slave.properties);
+            PutLong(out, 0, static_cast<std::int32_t>(word));
+        });
+    }
+
+  private:
+    static void ShowStatus(const Slave& slave, std::span<Word> out)
+    {
+        switch (slave.type) {
+        case SlaveType::kServo:
+            ShowServo(slave, out);
+            break;
+        case SlaveType::kInput:
+            PutLong(out, 0, static_cast<std::int32_t>(slave.inputs));
+            break;
+        case SlaveType::kOutput:
+            PutLong(out, 2, static_cast<std::int32_t>(slave.outputs));
+            break;
+        case SlaveType::kNone:
+            break;
+        }
+    }
+
+    static void ShowServo(const Slave& slave, std::span<Word> out)
+    {
+        const Axis& axis = *slave.axis;
+        PutLong(out, 0, axis.Velocity());
+        PutLong(out, 2, axis.Torque());
+        PutLong(out, 4, axis.FollowingError());
+        PutLong(out, 6, axis.CommandPosition());
+        PutLong(out, 8, axis.EncoderPosition());
+        out[10] = StatusBits(axis);
+        out[11] = static_cast<Word>(static_cast<unsigned>(axis.Kind()) |
+                                    (static_cast<unsigned>(axis.LastStop()) << 5U));
+        out[12] = static_cast<Word>((slave.outputs & 3U) << 8U);
+        PutLong(out, 16, axis.TargetPosition());
+    }
+
+    Controller& controller_;
+};
+
+} // namespace
+
+std::unique_ptr<Family> MakeAxisStatus(Controller& controller)
+{
+    return std::make_unique<AxisStatus>(controller);
+}
+
+} // namespace lumosim

@@ -1,0 +1,124 @@
+// A simulated controller: stations, command families, registers and its own clock. No sockets, no
+// threads; the time moves only by Advance.
+#pragma once
+
+#include "axis.h"
+#include "command.h"
+#include "family.h"
+#include "register_map.h"
+#include "slave.h"
+#include "types.h"
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace lumosim {
+
+struct ControllerConfig
+{
+    int number = 1;                  // 1..254
+    int axes = 4;                    // servos at the stations 0..axes-1 ...
+    std::vector<SlaveConfig> slaves; // ... and these, in place of a servo where both would stand
+    AxisMechanics mechanics;         // of every axis
+};
+
+// One command that was run, for logs.
+struct CommandRecord
+{
+    Nanoseconds time;
+    Word code;
+    const char* name; // "unknown" for a code that nobody knows
+    std::span<const Word> fields;
+    Result result;
+};
+
+class Controller
+{
+  public:
+    // std::invalid_argument for a number, axis count or station out of range.
+    explicit Controller(const ControllerConfig& config);
+    ~Controller();
+    Controller(const Controller&) = delete;
+    Controller& operator=(const Controller&) = delete;
+
+    [[nodiscard]] const ControllerConfig& Config() const { return config_; }
+
+    // --- Time since power-up of the simulation. A step may be as long as you like: everything that
+    // happens inside it happens at its own moment.
+    [[nodiscard]] Nanoseconds Now() const { return now_; }
+    void Advance(Nanoseconds step) { AdvanceTo(now_ + step); }
+    void AdvanceTo(Nanoseconds time); // an earlier time is no time at all
+
+    // --- The command interface. A block is a command's code and fields, its frames joined.
+    Result Run(std::span<const Word> block, Reply& reply);
+    [[nodiscard]] bool ReadRegisters(Word first, std::span<Word> out) const;
+    [[nodiscard]] bool Knows(Word code) const { return commands_.Find(code) != nullptr; }
+    void SetCommandLog(std::function<void(const CommandRecord&)> log) { log_ = std::move(log); }
+
+    // --- Stations. Every change makes the configuration counter count.
+    [[nodiscard]] const Slave& SlaveAt(int position) const;
+    void SetSlave(const SlaveConfig& slave); // what stood there is gone; kNone takes it away
+    void SetProperties(int position, const SlaveProperties& properties);
+    [[nodiscard]] Word ConfigurationCounter() const { return configurationCounter_; } // 15 bits
+    [[nodiscard]] bool ConfigurationStable() const { return configurationStable_; }
+    void SetConfigurationStable(bool stable) { configurationStable_ = stable; }
+
+    // A servo's axis; null where no servo stands or the number is none.
+    [[nodiscard]] Axis* FindAxis(int number);
+    [[nodiscard]] const Axis* FindAxis(int number) const;
+    // The same where a servo is known to stand; std::out_of_range otherwise.
+    [[nodiscard]] Axis& AxisAt(int number);
+
+    // --- Inputs and outputs: bit k is pin k.
+    [[nodiscard]] Word MainInputs() const { return mainInputs_; }
+    void SetMainInputs(Word inputs) { mainInputs_ = inputs & 0xFFU; }
+    [[nodiscard]] Word MainOutputs() const { return mainOutputs_; }
+    void SetMainOutputs(Word outputs) { mainOutputs_ = outputs & 0xFFU; }
+    void SetSlaveInputs(int position, std::uint32_t inputs);
+    void SetSlaveOutputs(int position, std::uint32_t outputs);
+
+    // --- Off and on again: servos off, profiles at their defaults, outputs off, positions lost
+    // where the encoder is not an absolute one.
+    void PowerCycle();
+    [[nodiscard]] std::uint32_t PowerResets() const { return powerResets_; }
+
+    // --- Convenience for tests and demonstrations.
+    Result Execute(std::initializer_list<Word> block); // Run, the reply dropped
+    [[nodiscard]] Word ReadRegister(Word address) const;
+    [[nodiscard]] std::int32_t ReadLong(Word address) const; // low word first
+
+    // The family of this type, for what a family offers beyond commands and registers.
+    template <typename FamilyType>
+    [[nodiscard]] FamilyType& Get()
+    {
+        for (const auto& family : families_) {
+            if (auto* found = dynamic_cast<FamilyType*>(family.get())) return *found;
+        }
+        throw std::logic_error("no such family");
+    }
+
+  private:
+    [[nodiscard]] Nanoseconds NextEvent() const;
+    [[nodiscard]] Slave& Station(int position);
+    void Install(const SlaveConfig& slave);
+    void CountConfiguration();
+
+    ControllerConfig config_;
+    Nanoseconds now_{0};
+    std::array<Slave, kMaxAxes> slaves_;
+    std::vector<std::unique_ptr<Family>> families_;
+    CommandTable commands_;
+    RegisterMap registers_;
+    std::function<void(const CommandRecord&)> log_;
+
+    Word configurationCounter_ = 1;
+    bool configurationStable_ = true;
+    Word mainInputs_ = 0;
+    Word mainOutputs_ = 0;
+    std::uint32_t powerResets_ = 0;
+};
+
+} // namespace lumosim

@@ -1,0 +1,21 @@
+// The families a controller is made of. A new one is a file with a class of its own, a maker
+// declared here, and a line in families.cpp.
+#pragma once
+
+#include "family.h"
+
+#include <memory>
+#include <vector>
+
+namespace lumosim {
+
+class Controller;
+
+std::unique_ptr<Family> MakeAxisSetup(Controller& controller);
+std::unique_ptr<Family> MakeAxisStatus(Controller& controller);
+std::unique_ptr<Family> MakeMoves(Controller& controller);
+std::unique_ptr<Family> MakeSystemStatus(Controller& controller);
+
+std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller);
+
+} // namespace lumosim

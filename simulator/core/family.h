@@ -1,0 +1,35 @@
+// A family of commands with the registers and the state that belong to them.
+#pragma once
+
+#include "command.h"
+#include "register_map.h"
+#include "types.h"
+
+namespace lumosim {
+
+// The controller is put together from families (families.cpp lists them). Each lives in a file of
+// its own, brings its command codes and register blocks, and may follow the time.
+class Family
+{
+  public:
+    Family() = default;
+    Family(const Family&) = delete;
+    Family& operator=(const Family&) = delete;
+    virtual ~Family() = default;
+
+    virtual void AddCommands(CommandTable& /*table*/) {}
+    virtual void AddRegisters(RegisterMap& /*map*/) {}
+
+    // The next moment at which the family has something to do by itself. Time never passes it
+    // without a call of AdvanceTo at exactly that moment.
+    [[nodiscard]] virtual Nanoseconds NextEvent() const { return kNever; }
+
+    // Called after all axes have reached `now`, at the latest at every event of an axis (end of a
+    // motion, a limit) and at the family's own.
+    virtual void AdvanceTo(Nanoseconds /*now*/) {}
+
+    // The power came back: what is not stored is at its default again.
+    virtual void PowerUp() {}
+};
+
+} // namespace lumosim

@@ -1,0 +1,52 @@
+// Words, limits and result codes that every piece of the simulated controller shares.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+namespace lumosim {
+
+using Word = std::uint16_t;
+using Nanoseconds = std::chrono::nanoseconds;
+
+// Stations on the servo network; a servo's axis number is its station number.
+inline constexpr int kMaxAxes = 32;
+
+// A time that never comes.
+inline constexpr Nanoseconds kNever = Nanoseconds::max();
+
+// What a command leaves in the result register. The numbers are part of the controller's interface
+// (docs/simulator.md lists them), so they are never renumbered, only extended.
+enum class Result : Word {
+    kDone = 0,
+    kUnknownCommand = 1,
+    kMalformed = 2,
+    kNoServo = 3,
+    kServoOff = 4,
+    kAlarm = 5,
+    kBusy = 6,
+    kOutOfRange = 7,
+    kStandingStill = 8,
+    kLimitBlocks = 9,
+    kFrameSequence = 10,
+    kEmptyMap = 11,
+    kAxisTwice = 12,
+    kEmergencyStop = 13,
+};
+
+constexpr Word LowWord(std::int32_t value)
+{
+    return static_cast<Word>(static_cast<std::uint32_t>(value) & 0xFFFFU);
+}
+
+constexpr Word HighWord(std::int32_t value)
+{
+    return static_cast<Word>(static_cast<std::uint32_t>(value) >> 16U);
+}
+
+constexpr std::uint32_t JoinWords(Word low, Word high)
+{
+    return static_cast<std::uint32_t>(low) | (static_cast<std::uint32_t>(high) << 16U);
+}
+
+} // namespace lumosim

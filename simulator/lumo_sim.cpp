@@ -1,0 +1,161 @@
+// lumo-sim: a simulated Lumo controller on the network.
+
+#include "core/controller.h"
+#include "server/server.h"
+
+#include <CLI/CLI.hpp>
+#include <asio.hpp>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr const char* kFooter =
+    R"(The controller's number is the last octet of its address. A host that connects to controller 3
+at 127.0.0 looks for it at 127.0.0.3, so on one computer any number of controllers can stand
+side by side, each at its own loopback address.
+
+Examples:
+  lumo-sim
+      controller 1 with four axes, at 127.0.0.1, port 502 (as root, or as an administrator)
+  lumo-sim --number 3 --port 15020
+      controller 3 at 127.0.0.3; the host sets port 15020 before it connects
+  lumo-sim --axes 32 --verbose
+      32 servo axes; every command is shown as it is run
+  lumo-sim --axes 2 --slaves 30:2,31:3
+      two servos, an input slave at station 30 and an output slave at 31
+  lumo-sim --address 0.0.0.0 --number 17
+      on every network of this computer
+
+Ctrl-C ends it.)";
+
+struct Arguments
+{
+    lumosim::ServerConfig server;
+    std::vector<std::string> slaves;
+    bool quiet = false;
+    bool verbose = false;
+};
+
+// "30:2" is an input slave at station 30.
+lumosim::SlaveConfig ParseSlave(const std::string& text)
+{
+    int position = 0;
+    int type = 0;
+    int end = 0;
+    const int fields = std::sscanf(text.c_str(), "%d:%d%n", &position, &type, &end);
+    if (fields != 2 || static_cast<std::size_t>(end) != text.size() || position < 0 ||
+        position >= lumosim::kMaxAxes || type < 0 || type > 3) {
+        throw CLI::ValidationError("--slaves", text + " is not STATION:TYPE, such as 30:2");
+    }
+    lumosim::SlaveConfig slave;
+    slave.position = position;
+    slave.type = static_cast<lumosim::SlaveType>(type);
+    return slave;
+}
+
+void Describe(CLI::App& app, Arguments& arguments)
+{
+    lumosim::ServerConfig& server = arguments.server;
+    server.port = 502;
+    server.address.clear();
+    app.footer(kFooter);
+    app.add_option("-n,--number", server.controller.number, "controller number")
+        ->check(CLI::Range(1, 254))
+        ->capture_default_str();
+    app.add_option("-a,--address", server.address,
+                   "address to listen on (default: 127.0.0.NUMBER)");
+    app.add_option("-p,--port", server.port, "TCP port; 0 takes a free one")->capture_default_str();
+    app.add_option("-x,--axes", server.controller.axes, "servo axes, at the stations from 0 up")
+        ->check(CLI::Range(0, lumosim::kMaxAxes))
+        ->capture_default_str();
+    app.add_option("-s,--slaves", arguments.slaves,
+                   "further stations as STATION:TYPE; 0 none, 1 servo, 2 inputs, 3 outputs")
+        ->delimiter(',');
+    app.add_option("--travel", server.controller.mechanics.positiveLimit,
+                   "pulses from the middle to either limit switch")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    app.add_option("--time-scale", server.timeScale, "simulated seconds in one second")
+        ->check(CLI::Range(0.01, 100.0))
+        ->capture_default_str();
+    auto* quiet = app.add_flag("-q,--quiet", arguments.quiet, "print nothing but errors");
+    app.add_flag("-v,--verbose", arguments.verbose, "show every command")->excludes(quiet);
+}
+
+void Complete(Arguments& arguments)
+{
+    lumosim::ControllerConfig& controller = arguments.server.controller;
+    controller.mechanics.negativeLimit = -controller.mechanics.positiveLimit;
+    for (const std::string& slave : arguments.slaves) {
+        controller.slaves.push_back(ParseSlave(slave));
+    }
+    if (arguments.server.address.empty()) {
+        arguments.server.address = "127.0.0." + std::to_string(controller.number);
+    }
+}
+
+void PrintCommand(const lumosim::CommandRecord& record)
+{
+    const double seconds = std::chrono::duration<double>(record.time).count();
+    std::printf("%11.6f  %04X %-16s", seconds, static_cast<unsigned>(record.code), record.name);
+    for (const lumosim::Word word : record.fields) {
+        std::printf(" %u", static_cast<unsigned>(word));
+    }
+    std::printf("  -> %u\n", static_cast<unsigned>(record.result));
+    std::fflush(stdout);
+}
+
+void WaitForInterrupt()
+{
+    asio::io_context io;
+    asio::signal_set signals(io, SIGINT, SIGTERM);
+    signals.async_wait([](const asio::error_code&, int) {});
+    io.run();
+}
+
+int Simulate(const Arguments& arguments)
+{
+    lumosim::Server server(arguments.server);
+    if (arguments.verbose) {
+        server.With(
+            [](lumosim::Controller& controller) { controller.SetCommandLog(PrintCommand); });
+    }
+    server.Start();
+    if (!arguments.quiet) {
+        std::printf("lumo-sim: controller %d listens on %s, port %u\n",
+                    arguments.server.controller.number, server.Address().c_str(),
+                    static_cast<unsigned>(server.Port()));
+        std::fflush(stdout);
+    }
+    WaitForInterrupt();
+    server.Stop();
+    if (!arguments.quiet) std::printf("lumo-sim: ended\n");
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App app("A simulated Lumo motion controller.", "lumo-sim");
+    Arguments arguments;
+    Describe(app, arguments);
+    try {
+        app.parse(argc, argv);
+        Complete(arguments);
+        return Simulate(arguments);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "lumo-sim: cannot listen on %s, port %u: %s\n",
+                     arguments.server.address.c_str(), static_cast<unsigned>(arguments.server.port),
+                     error.what());
+        return 1;
+    }
+}

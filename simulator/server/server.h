@@ -1,0 +1,68 @@
+// A simulated controller on the network: Modbus over TCP, any number of connections.
+#pragma once
+
+#include "core/controller.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+namespace lumosim {
+
+enum class Clock {
+    kRealTime, // the controller's time runs with the computer's
+    kByHand,   // it moves only by Server::AdvanceBy
+};
+
+struct ServerConfig
+{
+    ControllerConfig controller;
+    std::string address = "127.0.0.1";
+    std::uint16_t port = 0; // 0: a free one, see Server::Port
+    Clock clock = Clock::kRealTime;
+    double timeScale = 1; // simulated seconds in one second of real time
+};
+
+// Runs on a thread of its own between Start and Stop. All members may be called from any thread,
+// but Start and Stop from one at a time. The controller outlives Stop, so its state can be looked
+// at afterwards, and a Start behind it goes on with it.
+class Server
+{
+  public:
+    explicit Server(const ServerConfig& config); // std::invalid_argument as Controller
+    ~Server();                                   // stops
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+    void Start(); // std::system_error when the address cannot be listened on
+    void Stop();  // closes all connections; when it returns, the port is free again
+
+    [[nodiscard]] const std::string& Address() const;
+    [[nodiscard]] std::uint16_t Port() const; // bound port; 0 before Start
+    [[nodiscard]] std::size_t Connections() const;
+    void DropConnections(); // closes them all and goes on listening
+
+    // Runs `use(Controller&)` while nothing else touches the controller, its time brought up to
+    // now, and returns what it returns.
+    template <typename Use>
+    auto With(Use&& use)
+    {
+        const std::unique_lock lock = LockUpToNow();
+        return std::forward<Use>(use)(Locked());
+    }
+
+    // Moves a clock that is driven by hand; on a real-time clock it is extra time.
+    void AdvanceBy(Nanoseconds step);
+
+  private:
+    class Impl;
+
+    [[nodiscard]] std::unique_lock<std::mutex> LockUpToNow();
+    [[nodiscard]] Controller& Locked();
+
+    std::unique_ptr<Impl> impl_;
+};
+
+} // namespace lumosim

@@ -1,0 +1,62 @@
+// Records cross the boundary to programs that other compilers made: every size and offset is fixed
+// here, for 32 and 64 bits and both systems. A change that moves a field does not compile.
+
+#include "api/zelq.h"
+
+#include <cstddef>
+
+// Status
+
+static_assert(sizeof(ServoStatus) == 116);
+static_assert(offsetof(ServoStatus, axis) == 0);
+static_assert(offsetof(ServoStatus, inputUse) == 12);
+static_assert(offsetof(ServoStatus, emergencyStop) == 14);
+static_assert(offsetof(ServoStatus, servoOn) == 16);
+static_assert(offsetof(ServoStatus, servoReady) == 18);
+static_assert(offsetof(ServoStatus, alarm) == 20);
+static_assert(offsetof(ServoStatus, warning) == 22);
+static_assert(offsetof(ServoStatus, torqueLimited) == 24);
+static_assert(offsetof(ServoStatus, inMotion) == 26);
+static_assert(offsetof(ServoStatus, inPosition) == 28);
+static_assert(offsetof(ServoStatus, homing) == 30);
+static_assert(offsetof(ServoStatus, homeDone) == 32);
+static_assert(offsetof(ServoStatus, homeSensor) == 34);
+static_assert(offsetof(ServoStatus, limitPositive) == 36);
+static_assert(offsetof(ServoStatus, limitNegative) == 38);
+static_assert(offsetof(ServoStatus, softLimit) == 40);
+static_assert(offsetof(ServoStatus, auxInput) == 42);
+static_assert(offsetof(ServoStatus, output1) == 44);
+static_assert(offsetof(ServoStatus, output2) == 46);
+static_assert(offsetof(ServoStatus, motionKind) == 48);
+static_assert(offsetof(ServoStatus, stopCause) == 50);
+static_assert(offsetof(ServoStatus, commandPosition) == 52);
+static_assert(offsetof(ServoStatus, encoderPosition) == 60);
+static_assert(offsetof(ServoStatus, velocity) == 68);
+static_assert(offsetof(ServoStatus, followingError) == 76);
+static_assert(offsetof(ServoStatus, torque) == 84);
+static_assert(offsetof(ServoStatus, rawVelocity) == 92);
+static_assert(offsetof(ServoStatus, rawTorque) == 96);
+static_assert(offsetof(ServoStatus, rawFollowingError) == 100);
+
+static_assert(sizeof(SlaveIoStatus) == 66);
+static_assert(offsetof(SlaveIoStatus, bits) == 2);
+
+static_assert(sizeof(ControllerStatus) == 8168);
+static_assert(offsetof(ControllerStatus, servoCount) == 64);
+static_assert(offsetof(ControllerStatus, inputSlaves) == 66);
+static_assert(offsetof(ControllerStatus, inputCount) == 130);
+static_assert(offsetof(ControllerStatus, outputSlaves) == 132);
+static_assert(offsetof(ControllerStatus, outputCount) == 196);
+static_assert(offsetof(ControllerStatus, servo) == 200);
+static_assert(offsetof(ControllerStatus, inputs) == 3912);
+static_assert(offsetof(ControllerStatus, outputs) == 6024);
+static_assert(offsetof(ControllerStatus, mainInputs) == 8136);
+static_assert(offsetof(ControllerStatus, mainOutputs) == 8152);
+
+// Axis set-up
+
+static_assert(sizeof(SpeedProfile) == 36);
+static_assert(offsetof(SpeedProfile, start) == 4);
+static_assert(offsetof(SpeedProfile, acc) == 12);
+static_assert(offsetof(SpeedProfile, drive) == 20);
+static_assert(offsetof(SpeedProfile, dec) == 28);

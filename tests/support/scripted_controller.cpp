@@ -51,7 +51,8 @@ class ScriptedController::Server
 {
   public:
     Server(ScriptedController& owner, const std::string& address)
-        : owner_(owner), acceptor_(context_, tcp::endpoint(asio::ip::make_address(address), 0)),
+        : owner_(owner),
+          acceptor_(context_, tcp::endpoint(asio::ip::make_address(address), 0)),
           port_(acceptor_.local_endpoint().port())
     {
         Accept();

@@ -1,5 +1,4 @@
 #include "support/wire_test.h"
-
 #include "zelq.h"
 
 #include <array>
@@ -35,7 +34,7 @@ TEST_F(AxisSetupTest, UnitsAreKeptForServoAxesOnly)
     EXPECT_EQ(zelQ_UnitPerPulseGet(0, 0), -2.0);
     EXPECT_EQ(zelQ_UnitPerPulseGet(255, 0), -2.0);
     EXPECT_EQ(zelQ_UnitPerPulseGet(kUnknown, 0), -3.0);
-    EXPECT_TRUE(capture_.Pending().empty());
+    EXPECT_TRUE(capture_.Lines().empty());
 }
 
 TEST_F(AxisSetupTest, StartStopFlagIsLibraryWide)
@@ -62,21 +61,19 @@ TEST_F(AxisSetupTest, StartStopFlagIsLibraryWide)
 TEST_F(AxisSetupTest, OneAxisSpeeds)
 {
     zelQ_UnitPerPulseSet(kNumber, 2, 0.001);
-    capture_.Clear();
+    capture_.Lines();
     Run({
         {.name = "stop speed equals start speed",
          .call = [] { return zelQ_SpeedSet(kNumber, 2, 1, 1.0, 2.0, 10.0, 4.0); },
-         .frames = {Join({{0x0101, 2, 1, 2, 1}, Long(1000), Long(2000), Long(10000), Long(4000),
-                          Long(1000)})},
+         .frames = {Join(
+             {{0x0101, 2, 1, 2, 1}, Long(1000), Long(2000), Long(10000), Long(4000), Long(1000)})},
          .trace = "0=zelQ_SpeedSet(5,2,1,1,2,10,4)"},
         {.name = "stop speed of its own, fractions of a pulse cut",
          .call =
-             [] {
-                 return zelQ_SpeedWithStopSet(kNumber, 2, -1, 0.0029999, 2.0, 10.0, 4.0, 0.5);
-             },
+             [] { return zelQ_SpeedWithStopSet(kNumber, 2, -1, 0.0029999, 2.0, 10.0, 4.0, 0.5); },
          .result = 7,
-         .frames = {Join({{0x0101, 2, 1, 2, 0xFFFF}, Long(2), Long(2000), Long(10000), Long(4000),
-                          Long(500)})},
+         .frames = {Join(
+             {{0x0101, 2, 1, 2, 0xFFFF}, Long(2), Long(2000), Long(10000), Long(4000), Long(500)})},
          .controllerResult = 7,
          .trace = "7=zelQ_SpeedWithStopSet(5,2,-1,0.0029999,2,10,4,0.5)"},
         {.name = "acceleration",
@@ -182,14 +179,16 @@ TEST_F(AxisSetupTest, MissingArraysAreNamed)
     const auto set = [&](const unsigned short* a, const short* p, const double* start,
                          const double* acc, const double* drive, const double* dec,
                          const double* stop) {
-        return [=] { return zelQ_mSpeedWithStopSet(kNumber, 1, a, p, start, acc, drive, dec, stop); };
+        return
+            [=] { return zelQ_mSpeedWithStopSet(kNumber, 1, a, p, start, acc, drive, dec, stop); };
     };
     ExpectRefused(-1702, {set(nullptr, nullptr, none, none, none, none, none)});
     ExpectRefused(-1703, {set(axes, nullptr, none, none, none, none, none)});
     ExpectRefused(-1704, {set(axes, profiles, none, none, none, none, none)});
-    ExpectRefused(-1705, {set(axes, profiles, v, none, none, none, none),
-                          [&] { return zelQ_mSpeedSet(kNumber, 1, axes, profiles, none, v, v, v); },
-                          [&] { return zelQ_mSpeedSet(kNumber, 1, axes, profiles, v, none, v, v); }});
+    ExpectRefused(-1705,
+                  {set(axes, profiles, v, none, none, none, none),
+                   [&] { return zelQ_mSpeedSet(kNumber, 1, axes, profiles, none, v, v, v); },
+                   [&] { return zelQ_mSpeedSet(kNumber, 1, axes, profiles, v, none, v, v); }});
     ExpectRefused(-1706, {set(axes, profiles, v, v, none, none, none),
                           set(axes, profiles, v, v, none, v, v)});
     ExpectRefused(-1708, {set(axes, profiles, v, v, none, v, none)});
@@ -237,10 +236,10 @@ TEST_F(AxisSetupTest, SpeedsAreReadBack)
 {
     SpeedProfile profile;
     std::memset(&profile, 0xA5, sizeof(profile));
-    controller_.SetRegisters(0x0319, Join({{1}, Long(100), Long(-200), Long(70000), Long(400),
-                                           Long(500)}));
+    controller_.SetRegisters(0x0319,
+                             Join({{1}, Long(100), Long(-200), Long(70000), Long(400), Long(500)}));
     zelQ_UnitPerPulseSet(kNumber, 3, 0.5);
-    capture_.Clear();
+    capture_.Lines();
     Run({{.name = "get",
           .call = [&] { return zelQ_SpeedGet(kNumber, 3, &profile); },
           .reads = {{0x0319, 11}},
@@ -328,7 +327,7 @@ TEST_F(AxisSetupTest, ServoOnTimeOutIsSentAndRead)
                  EXPECT_EQ(read, 0xFFFF);
              }},
     });
-    capture_.Clear();
+    capture_.Lines();
     ExpectNumberChecks([](short n) { return zelQ_ServoOnAfterActChkTMOSet(n, 1); });
     ExpectNumberChecks([](short n) { return zelQ_ServoOnAfterActChkTMOGet(n, nullptr); });
     EXPECT_EQ(zelQ_ServoOnAfterActChkTMOSet(kNumber, 5000), 0);
@@ -339,7 +338,7 @@ TEST_F(AxisSetupTest, ResetOfAllNeedsServoAxes)
     controller_.SetSlaveTypes({0, 2, 3});
     ASSERT_EQ(zelQ_Connect(kNumber, 127, 0, 0), 0);
     controller_.TakeRequests();
-    capture_.Clear();
+    capture_.Lines();
     ExpectRefused(-2002, {[] { return zelQ_aServoReset(kNumber); }});
 }
 

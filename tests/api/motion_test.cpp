@@ -1,5 +1,4 @@
 #include "support/wire_test.h"
-
 #include "zelq.h"
 
 #include <array>
@@ -18,7 +17,7 @@ TEST_F(MotionTest, SingleAxisMovesSendWhatTheyAreTold)
     constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
     const Words overflow = {0x0000, 0x8000};
     zelQ_UnitPerPulseSet(kNumber, 1, 0.001);
-    capture_.Clear();
+    capture_.Lines();
     Run({
         {.name = "jog: direction before the axis",
          .call = [] { return zelQ_MoveVel(kNumber, 3, 1); },
@@ -75,7 +74,7 @@ TEST_F(MotionTest, MultiAxisMovesKeepTheCallersOrder)
 {
     zelQ_UnitPerPulseSet(kNumber, 2, 0.5);
     zelQ_UnitPerPulseSet(kNumber, 4, 0.1);
-    capture_.Clear();
+    capture_.Lines();
     static constexpr std::array<unsigned short, 3> kJogAxes = {7, 300, 7};
     static constexpr std::array<short, 3> kAxes = {4, 2, -1};
     static constexpr std::array<double, 3> kValues = {1.0, -3.0, 9.9};

@@ -51,7 +51,8 @@ class ScriptedController::Server
 {
   public:
     Server(ScriptedController& owner, const std::string& address)
-        : owner_(owner), acceptor_(context_, tcp::endpoint(asio::ip::make_address(address), 0)),
+        : owner_(owner),
+          acceptor_(context_, tcp::endpoint(asio::ip::make_address(address), 0)),
           port_(acceptor_.local_endpoint().port())
     {
         Accept();
@@ -299,6 +300,12 @@ Bytes ScriptedController::ProperReply(const RequestFrame& frame, std::uint16_t r
         }
     }
     return FrameBytes(frame.id, frame.function, body);
+}
+
+Answer StrayReply(const Request& request)
+{
+    const auto otherId = static_cast<std::uint16_t>(request.front().id + 0x4000);
+    return {FrameBytes(otherId, 3, {2, 0, 0})};
 }
 
 Bytes FrameBytes(std::uint16_t id, std::uint8_t function, const Bytes& body)

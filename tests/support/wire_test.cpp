@@ -32,7 +32,7 @@ void WireTest::SetUp()
     for (short axis = 0; axis < 8; ++axis) {
         zelQ_UnitPerPulseSet(kNumber, axis, 1.0);
     }
-    capture_.Clear();
+    capture_.Lines();
 }
 
 void WireTest::TearDown()
@@ -71,8 +71,10 @@ void WireTest::Run(const std::vector<WireCase>& rows)
         }
         EXPECT_EQ(frames, row.frames);
         EXPECT_TRUE(reads == row.reads) << reads.size() << " reads";
-        if (!row.trace.empty()) EXPECT_EQ(NextTrace(), row.trace);
-        EXPECT_EQ(capture_.Pending(), std::vector<std::string>{});
+        if (!row.trace.empty()) {
+            EXPECT_EQ(NextTrace(), row.trace);
+        }
+        EXPECT_EQ(capture_.Lines(), std::vector<std::string>{});
         row.check();
     }
 }
@@ -84,13 +86,14 @@ void WireTest::ExpectRefused(short code, const std::vector<std::function<short()
         SCOPED_TRACE("call " + std::to_string(index++));
         EXPECT_EQ(call(), code);
         EXPECT_TRUE(controller_.TakeRequests().empty());
-        EXPECT_EQ(capture_.Pending(), std::vector<std::string>{});
+        EXPECT_EQ(capture_.Lines(), std::vector<std::string>{});
     }
 }
 
 void WireTest::ExpectNumberChecks(const std::function<short(short)>& call)
 {
-    ExpectRefused(-2, {[&] { return call(0); }, [&] { return call(255); }, [&] { return call(-1); }});
+    ExpectRefused(-2,
+                  {[&] { return call(0); }, [&] { return call(255); }, [&] { return call(-1); }});
     ExpectRefused(-3, {[&] { return call(kUnknown); }});
 }
 

@@ -26,13 +26,13 @@ struct WireCase
     std::string name;
     std::function<short()> call;
     short result = 0;
-    std::vector<Words> frames = {};       ///< registers that each function-23 frame writes
-    std::uint16_t readQuantity = 1;       ///< of each function-23 frame
-    std::vector<Read> reads = {};         ///< function-3 frames, in order
-    Words data = {};                      ///< a command's data behind the result register
-    std::uint16_t controllerResult = 0;   ///< a command's result register
-    std::string trace = {};               ///< without stamp; starts with the result
-    std::function<void()> check = [] {};  ///< looks at the outputs afterwards
+    std::vector<Words> frames = {};      ///< registers that each function-23 frame writes
+    std::uint16_t readQuantity = 1;      ///< of each function-23 frame
+    std::vector<Read> reads = {};        ///< function-3 frames, in order
+    Words data = {};                     ///< a command's data behind the result register
+    std::uint16_t controllerResult = 0;  ///< a command's result register
+    std::string trace = {};              ///< without stamp; starts with the result
+    std::function<void()> check = [] {}; ///< looks at the outputs afterwards
 };
 
 /// Two registers of a 32-bit value, low word first.

@@ -331,13 +331,12 @@ TEST_F(TcpSocketTest, OpenReplacesTheConnection)
     EXPECT_FALSE(socket_.IsOpen());
 }
 
-TEST(TcpSocketResources, TwoThousandConnectionsLeaveNothing)
+TEST(TcpSocketResources, ThousandsOfConnectionsLeaveNothing)
 {
     constexpr int kWarmUp = 20;
     constexpr int kCycles = 2'000;
     constexpr std::size_t kMebibyte = 1024 * 1024;
     Listener listener;
-    TcpSocket kept;
     std::size_t descriptors = 0;
     std::size_t memory = 0;
     for (int cycle = -kWarmUp; cycle < kCycles; ++cycle) {
@@ -345,15 +344,16 @@ TEST(TcpSocketResources, TwoThousandConnectionsLeaveNothing)
             descriptors = test::OpenDescriptors();
             memory = test::ResidentBytes();
         }
-        TcpSocket fresh;
-        TcpSocket& socket = cycle % 2 == 0 ? kept : fresh;
-        ASSERT_TRUE(socket.Open("127.0.0.1", listener.Port(), kLong)) << socket.LastError();
-        Peer peer = listener.Accept();
-        peer.Send({1});
-        ASSERT_EQ(socket.WaitReadable(In(kLong)), WaitStatus::kReady);
-        ASSERT_EQ(ReceiveOne(socket), IoStatus::kDone);
-        peer.Reset(); // leaves no port behind that waits for late packets
-        socket.Close();
+        TcpSocket socket;
+        for (int again = 0; again < 2; ++again) {
+            ASSERT_TRUE(socket.Open("127.0.0.1", listener.Port(), kLong)) << socket.LastError();
+            Peer peer = listener.Accept();
+            peer.Send({1});
+            ASSERT_EQ(socket.WaitReadable(In(kLong)), WaitStatus::kReady);
+            ASSERT_EQ(ReceiveOne(socket), IoStatus::kDone);
+            peer.Reset(); // leaves no port behind that waits for late packets
+            if (again == 0) socket.Close();
+        }
     }
     EXPECT_LE(test::OpenDescriptors(), descriptors);
     EXPECT_LE(test::ResidentBytes(), memory + kMebibyte);

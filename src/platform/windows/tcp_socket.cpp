@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <mutex>
+#include <shared_mutex>
 
 namespace zelq::platform {
 

@@ -39,7 +39,7 @@ struct Answer
         kRefuse, ///< stays, but takes no further connection
     };
 
-    Bytes bytes;                        ///< sent as they are; none: silence
+    Bytes bytes = {};                   ///< sent as they are; none: silence
     std::size_t pieceSize = 0;          ///< sent in pieces of this size; 0: at once
     Then then = Then::kStay;            ///< afterwards, with the connection
     std::size_t firstPiece = 0;         ///< size of the first piece, where it is another

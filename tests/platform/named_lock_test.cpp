@@ -82,6 +82,7 @@ TEST_F(NamedLockTest, LetsOneThreadInAtATime)
     std::atomic<int> clashes = 0;
     std::atomic<int> turns = 0;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&, thread] {
             NamedLock& lock = thread % 2 == 0 ? first_ : second_;

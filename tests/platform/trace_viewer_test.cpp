@@ -84,6 +84,7 @@ TEST(TraceViewer, TakesLinesOfManyThreads)
     constexpr int kThreads = 4;
     constexpr int kLinesEach = 25;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([thread] {
             for (int i = 0; i < kLinesEach; ++i) {

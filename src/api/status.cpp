@@ -21,13 +21,7 @@ struct ServoRegisters
 {
     std::array<std::uint16_t, kServoRegisters> words{};
 
-    [[nodiscard]] bool ReadFrom(ReplyReader& reader)
-    {
-        for (std::uint16_t& word : words) {
-            if (!reader.Read(word)) return false;
-        }
-        return true;
-    }
+    [[nodiscard]] bool ReadFrom(ReplyReader& reader) { return reader.Read(words); }
 
     /// Registers `low` and `low` + 1 as one signed number.
     [[nodiscard]] std::int32_t Long(std::size_t low) const

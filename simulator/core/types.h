@@ -32,6 +32,8 @@ enum class Result : Word {
     kEmptyMap = 11,
     kAxisTwice = 12,
     kEmergencyStop = 13,
+    kNoOverride = 20,
+    kNoAbsoluteEncoder = 21,
 };
 
 constexpr Word LowWord(std::int32_t value)

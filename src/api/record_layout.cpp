@@ -60,3 +60,11 @@ static_assert(offsetof(SpeedProfile, start) == 4);
 static_assert(offsetof(SpeedProfile, acc) == 12);
 static_assert(offsetof(SpeedProfile, drive) == 20);
 static_assert(offsetof(SpeedProfile, dec) == 28);
+
+// Search
+
+static_assert(sizeof(SearchStatus) == 16);
+static_assert(offsetof(SearchStatus, code) == 0);
+static_assert(offsetof(SearchStatus, flag) == 2);
+static_assert(offsetof(SearchStatus, mode) == 4);
+static_assert(offsetof(SearchStatus, pos) == 8);

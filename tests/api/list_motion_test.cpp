@@ -74,7 +74,8 @@ class ListMotionTest : public WireTest
                               nodes_.codes[1].data(), reply1, reply2);
     }
 
-    /// The next request is answered frame by frame with these words behind the result register.
+    /// The next request is answered frame by frame with these words behind the result register;
+    /// where they end before the frames do, with a reply that belongs to none.
     void ThenWords(std::vector<Words> words)
     {
         controller_.Then([this, words = std::move(words)](const Request& request) {
@@ -82,6 +83,10 @@ class ListMotionTest : public WireTest
             for (std::size_t i = 0; i < words.size(); ++i) {
                 const Bytes frame = controller_.ProperReply(request.at(i), 0, words[i]);
                 answer.bytes.insert(answer.bytes.end(), frame.begin(), frame.end());
+            }
+            if (words.size() < request.size()) {
+                const Bytes stray = StrayReply(request).bytes;
+                answer.bytes.insert(answer.bytes.end(), stray.begin(), stray.end());
             }
             return answer;
         });

@@ -104,6 +104,11 @@ void Axis::MoveBy(std::int32_t distance)
     MoveToPhysical(std::round(Physical().position) + distance, MotionKind::kRelative);
 }
 
+void Axis::RunTo(std::int32_t target, const SpeedProfile& profile, MotionKind kind)
+{
+    Follow(PlanMove(profile, Physical(), PhysicalOf(target)), kind, target);
+}
+
 void Axis::MoveToPhysical(double target, MotionKind kind)
 {
     Follow(PlanMove(profile_, Physical(), target), kind, Counter(target));

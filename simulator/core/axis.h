@@ -95,6 +95,8 @@ class Axis
     void Jog(int direction);
     void MoveTo(std::int32_t target);
     void MoveBy(std::int32_t distance); // from the commanded position of this moment
+    // To the target as one part of a larger motion, with speeds of its own.
+    void RunTo(std::int32_t target, const SpeedProfile& profile, MotionKind kind);
     void Stop(StopMode mode, StopCause cause);
 
     // Lets the axis follow any trajectory, in the coordinates of Physical(). `target` is what the

@@ -9,6 +9,9 @@ std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller)
     families.push_back(MakeAxisStatus(controller));
     families.push_back(MakeAxisSetup(controller));
     families.push_back(MakeMoves(controller));
+    families.push_back(MakeListMotion(controller));
+    // Programs wait for what all others do, so they come behind them.
+    families.push_back(MakeSequences(controller));
     return families;
 }
 

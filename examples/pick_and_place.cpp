@@ -72,7 +72,7 @@ class PickAndPlace
   public:
     explicit PickAndPlace(example::Target& target) : target_(target), zelNo_(target.Number()) {}
 
-    void SetUp()
+    void SetUp() const
     {
         // A record whose reply is late would be sent, and appended, once more: wait longer.
         Check(zelQ_TMOSet(zelNo_, 1000, 1000, 1000), "time-outs");
@@ -131,7 +131,7 @@ class PickAndPlace
         }
     }
 
-    void SwitchOff()
+    void SwitchOff() const
     {
         const std::array<short, 2> axes = {kCarrier, kLift};
         Check(zelQ_mServoOn(zelNo_, 2, axes.data(), 0), "servos off");

@@ -166,7 +166,7 @@ TEST_F(ListMotionTest, NodesAreScaledByTheAxis)
 
 TEST_F(ListMotionTest, MissingReplyWordsAreReportedAndTraced)
 {
-    const auto row = [this](std::string name, short count, std::vector<Words> words,
+    const auto row = [this](std::string name, short count, const std::vector<Words>& words,
                             unsigned short* reply1, unsigned short* reply2,
                             std::function<void()> check) {
         return WireCase{.name = std::move(name),

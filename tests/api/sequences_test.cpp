@@ -169,8 +169,7 @@ TEST_F(SequencesTest, WrongArgumentsAreRefusedInOrder)
 /// Status registers in which every field has a value of its own, for program `seq`.
 Words StatusWords(std::uint16_t seq)
 {
-    const Words words = {0xD5A9, 0x1234, 0x8765, 0xCBA9, 0x0FED, seq};
-    return words;
+    return {0xD5A9, 0x1234, 0x8765, 0xCBA9, 0x0FED, seq};
 }
 
 /// The same decoded, with the bytes that are not written still 0xA5.

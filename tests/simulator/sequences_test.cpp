@@ -155,6 +155,7 @@ TEST_F(SequencesTest, WaitsForInputs)
     };
     controller_.SetMainInputs(0x00);
     std::vector<Words> records;
+    records.reserve(rows.size());
     for (const auto& [wait, fulfil] : rows) {
         records.push_back(wait);
     }

@@ -72,7 +72,7 @@ class TcpSocket
     WaitStatus Wait(bool forWriting, Deadline deadline);
 
     std::atomic<Handle> handle_ = kNone;
-    std::atomic<Handle> event_ = kNone; ///< readiness event where the system has one, kept
+    std::atomic<Handle> event_ = kNone; ///< readiness event where the system has one
     std::atomic<std::uint32_t> lastError_ = 0;
     std::atomic<std::int64_t> receiveLimit_ = 0; ///< ms that the system lets a receive wait
     UseLock inUse_;                              ///< shared by every step, exclusive to close

@@ -15,6 +15,9 @@ std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller)
     families.push_back(MakeDriveModes(controller));
     families.push_back(MakePositionSet(controller));
     families.push_back(MakeHoming(controller));
+    families.push_back(MakeListMotion(controller));
+    // Programs wait for what all others do, so they come behind them.
+    families.push_back(MakeSequences(controller));
     return families;
 }
 

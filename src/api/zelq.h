@@ -1266,9 +1266,430 @@ ZELQ_API short ZELQ_CALL zelQ_mHomeDoneCancel(short zelNo, short count, const un
 /* Sequence programs                                                                          */
 /* ------------------------------------------------------------------------------------------ */
 
+/** State of one sequence program, 28 bytes. What the values mean is the controller's. */
+typedef struct SeqStatus
+{
+    unsigned short state;     /**< offset 0: bits 0..3 of the status word */
+    unsigned short bit4;      /**< offset 2: bit 4 of the status word, 0 or 1 */
+    unsigned short bit5;      /**< offset 4: bit 5 of the status word, 0 or 1 */
+    unsigned short bits6_7;   /**< offset 6: bits 6..7 of the status word */
+    unsigned short reserved;  /**< offset 8: not written */
+    unsigned short bit8;      /**< offset 10: bit 8 of the status word, 0 or 1 */
+    unsigned short bits9_13;  /**< offset 12: bits 9..13 of the status word */
+    unsigned short reserved2; /**< offset 14: not written */
+    unsigned int long1;       /**< offset 16: status registers 1 (low half) and 2 */
+    unsigned int long3;       /**< offset 20: status registers 3 (low half) and 4 */
+    unsigned short word5;     /**< offset 24: status register 5 */
+    unsigned short reserved3; /**< offset 26: not written */
+} SeqStatus;
+
+/** State of the four sequence programs, 112 bytes. */
+typedef struct SeqAllStatus
+{
+    SeqStatus program[4]; /**< offset 0: by program index */
+} SeqAllStatus;
+
+/**
+ * Gives a sequence program the focus: from now on the controller appends function records, and
+ * the motion commands of any caller, to its buffer instead of executing them, until
+ * zelQ_SeqKillFocus().
+ *
+ * @warning While a program has the focus, every record is appended, once for each time it is
+ *          sent: a lost reply makes the library send it again.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; exchange codes
+ * @note Threads: any; the focus is the controller's, and so common to all of its callers.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqSetFocus(short zelNo, unsigned short seq);
+
+/**
+ * Takes the focus away: motion commands are executed again.
+ *
+ * @param zelNo controller number, 1..254
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqKillFocus(short zelNo);
+
+/**
+ * Empties the buffer of a sequence program and opens it for new records.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncBufClear(short zelNo, unsigned short seq);
+
+/**
+ * Closes the buffer of a sequence program with an end record.
+ *
+ * @warning A lost reply makes the library send the request again; the controller can then refuse
+ *          the second end, and so report an error for a buffer that is closed.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3; it need not have the focus
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncAddEnd(short zelNo, unsigned short seq);
+
+/**
+ * Configures a sequence program. What the three values mean is the controller's.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3
+ * @param cfg1  0..1
+ * @param cfg2  0..2
+ * @param cfg3  0..1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0), (1), (2),
+ *         (3): seq, cfg1, cfg2, cfg3 above its range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqSetCfg(short zelNo, unsigned short seq, unsigned short cfg1,
+                                        unsigned short cfg2, unsigned short cfg3);
+
+/**
+ * Starts a sequence program at its first record.
+ *
+ * @warning A lost reply makes the library send the request again: a program that has ended in
+ *          between is run twice; one that is running makes the controller report an error.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqStart(short zelNo, unsigned short seq);
+
+/**
+ * Stops a sequence program.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param seq      program index, 0..3
+ * @param stopMode how, 0..1, the controller's code
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; ZELQ_BAD_ARGUMENT(1): stopMode above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqStop(short zelNo, unsigned short seq, unsigned short stopMode);
+
+/**
+ * Pauses a sequence program; zelQ_SeqResume() lets it go on.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqPause(short zelNo, unsigned short seq);
+
+/**
+ * Lets a paused sequence program go on where it was.
+ *
+ * @warning A lost reply makes the library send the request again: where the controller pauses by
+ *          itself after each record, the program can go on by two of them.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqResume(short zelNo, unsigned short seq);
+
+/**
+ * Function record: wait until axes have ended their motions.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param waitMode the controller's code, such as for all of the axes or any of them; sent as given
+ * @param count    number of axes, 1..32
+ * @param axes     axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(3): axes null; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitMovDone(short zelNo, short waitMode, short count,
+                                                 const unsigned short* axes);
+
+/**
+ * Function record: wait until continuous-path pre-registers are empty.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param waitMode the controller's code, 1..3
+ * @param count    number of items, 1..32
+ * @param items    pre-registers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): waitMode
+ *         outside 1..3; #ZELQ_BAD_AXIS_COUNT; ZELQ_BAD_ARGUMENT(3): items null; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitPreRegEmpty(short zelNo, short waitMode, short count,
+                                                     const unsigned short* items);
+
+/**
+ * Function record: wait until inputs of the main board have given levels.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param mask  inputs that are waited for, bit k for pin k
+ * @param level their levels, bit k for pin k
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitMDIpins(short zelNo, unsigned int mask,
+                                                 unsigned int level);
+
+/**
+ * Function record: wait until one input of the main board has a given level.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param pin   pin number; sent as given
+ * @param level 0 or 1; sent as given
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitMDIpin(short zelNo, short pin, short level);
+
+/**
+ * Function record: wait until inputs of a remote input slave have given levels.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  slave number, 0..31
+ * @param mask  inputs that are waited for, bit k for pin k
+ * @param level their levels, bit k for pin k
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitRDIpins(short zelNo, unsigned short axis,
+                                                 unsigned int mask, unsigned int level);
+
+/**
+ * Function record: wait until one input of a remote input slave has a given level.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  slave number, 0..31
+ * @param pin   pin number; sent as given
+ * @param level 0 or 1; sent as given
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitRDIpin(short zelNo, unsigned short axis, short pin,
+                                                short level);
+
+/**
+ * Function record: wait until inputs of a servo drive have given levels.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  axis number; sent as given, and not in the trace line
+ * @param mask  inputs that are waited for, bit k for pin k
+ * @param level their levels, bit k for pin k
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitSDIpins(short zelNo, unsigned short axis,
+                                                 unsigned int mask, unsigned int level);
+
+/**
+ * Function record: wait until one input of a servo drive has a given level.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  axis number; sent as given, and not in the trace line
+ * @param pin   pin number; sent as given
+ * @param level 0 or 1; sent as given
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitSDIpin(short zelNo, unsigned short axis, short pin,
+                                                short level);
+
+/**
+ * Function record: wait for a time.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param delay how long, in the controller's unit
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncDelay(short zelNo, unsigned int delay);
+
+/**
+ * Reads the state of one sequence program.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param seq    program index, 0..3
+ * @param status [out] written on success
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): seq above
+ *         3; ZELQ_BAD_ARGUMENT(2): status null; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqGetStatus(short zelNo, unsigned short seq, SeqStatus* status);
+
+/**
+ * Reads the state of all four sequence programs in one exchange. A failed call writes no trace
+ * line.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param status [out] written on success
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
+ *         #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqGetAllStatus(short zelNo, SeqAllStatus* status);
+
 /* ------------------------------------------------------------------------------------------ */
 /* List motion                                                                                */
 /* ------------------------------------------------------------------------------------------ */
+
+/** State of one axis's list motion, 24 bytes. What the values mean is the controller's. */
+typedef struct LmStatus
+{
+    unsigned short axis;     /**< offset 0: axis number, 0xFFFF where there is no servo axis */
+    unsigned short bit11;    /**< offset 2: bit 11 of the status word, 0 or 1 */
+    unsigned short bit12;    /**< offset 4: bit 12 of the status word, 0 or 1 */
+    unsigned short bit13;    /**< offset 6: bit 13 of the status word, 0 or 1 */
+    unsigned short low11;    /**< offset 8: bits 0..10 of the status word */
+    unsigned short word1;    /**< offset 10: status register 1 */
+    unsigned short word2;    /**< offset 12: status register 2 */
+    unsigned short reserved; /**< offset 14: not written */
+    unsigned int long3;      /**< offset 16: status registers 3 (low half) and 4 */
+    unsigned int long5;      /**< offset 20: status registers 5 (low half) and 6 */
+} LmStatus;
+
+/**
+ * Configures the list motion of one axis. What the three values mean is the controller's.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param cfg1  0..1
+ * @param cfg2  0..255
+ * @param cfg3  0..255
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2), (3), (4): cfg1, cfg2, cfg3 above its range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_LmSetCfg(short zelNo, unsigned short axis, unsigned short cfg1,
+                                       unsigned short cfg2, unsigned short cfg3);
+
+/**
+ * Appends nodes to the list of one axis. Element k of each array belongs to node k; what the
+ * values mean is the controller's.
+ *
+ * @warning A lost reply makes the library send the request again: the nodes can be appended twice.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param axis      0..31
+ * @param nodeCount number of nodes, 1..50
+ * @param nodeA     first values, in user units
+ * @param nodeB     second values, in user units
+ * @param nodeC     third values, in user units
+ * @param nodeD     fourth values, in user units
+ * @param nodeE     fifth values, in user units
+ * @param nodeF     first codes, sent as given
+ * @param nodeG     second codes, sent as given
+ * @param reply1    [out] the controller's first reply word
+ * @param reply2    [out] the controller's second reply word
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2): nodeCount outside 1..50; ZELQ_BAD_ARGUMENT(3) to (9): an array
+ *         null; #ZELQ_REPLY_DATA_MISSING: reply1 or reply2 null, or missing in the reply, the
+ *         nodes were sent; exchange codes
+ * @note Nine nodes travel in one frame. Each frame's reply is stored as it is read, so the words of
+ *       the last one stay; where #ZELQ_REPLY_DATA_MISSING is returned, an output that is not null
+ *       can have been written, and where reply1 is null it holds no word of any meaning.
+ *       Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_LmAddNode(unsigned short zelNo, unsigned short axis, short nodeCount,
+                                        const double* nodeA, const double* nodeB,
+                                        const double* nodeC, const double* nodeD,
+                                        const double* nodeE, const short* nodeF, const short* nodeG,
+                                        unsigned short* reply1, unsigned short* reply2);
+
+/**
+ * Marks the end of the list of one axis.
+ *
+ * @warning A lost reply makes the library send the request again; the controller can then refuse
+ *          the second end, and so report an error for a list that has its end.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param value belongs to the end of the motion, user units; what it means is the controller's
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_LmAddNodeEnd(short zelNo, short axis, double value);
+
+/**
+ * Runs the list of one axis, or stops it.
+ *
+ * @warning A lost reply makes the library send the request again: a list that has ended in between
+ *          is run twice; one that is running makes the controller report an error.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param run   1: run, 0: stop; not in the trace line
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2): run above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_LmRunStop(short zelNo, unsigned short axis, unsigned short run);
+
+/**
+ * Reads the state of one axis's list motion.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param axis   axis number; only its low 8 bits are used to read
+ * @param status [out] written on success
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2): null;
+ *         #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_LmGetStatus(short zelNo, short axis, LmStatus* status);
+
+/**
+ * Reads the list-motion states of all servo axes of a controller in one exchange. A failed call
+ * writes no trace line.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param status [out] array of 32 records, by axis number, written on success: whole ones for the
+ *               servo axes; of all others only the axis, 0xFFFF
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
+ *         -2001 (the number of #ZELQ_CONFIGURATION_CHANGED): the controller has no servo axis,
+ *         nothing was sent; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_LmGetAllStatus(short zelNo, LmStatus* status);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Protection: torque limit                                                                   */

@@ -227,6 +227,14 @@ IoResult TcpSocket::Receive(std::span<std::uint8_t> area)
     return {IoStatus::kDone, static_cast<std::size_t>(got)};
 }
 
+IoResult TcpSocket::ReceiveWithin(std::span<std::uint8_t> area, std::chrono::milliseconds wait)
+{
+    const WaitStatus ready = Wait(false, Clock::now() + wait);
+    if (ready == WaitStatus::kTimedOut) return {IoStatus::kTimedOut, 0};
+    if (ready == WaitStatus::kFailed) return {IoStatus::kFailed, 0};
+    return Receive(area);
+}
+
 WaitStatus TcpSocket::Wait(bool forWriting, Deadline deadline)
 {
     const std::shared_lock step(inUse_);

@@ -733,13 +733,360 @@ ZELQ_API short ZELQ_CALL zelQ_mMoveRel(short zelNo, short count, const short* ax
 /* Outputs: drives                                                                            */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Switches both digital outputs of a drive.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31; the controller judges whether it is a servo axis
+ * @param out1  state of output 1, 0 or 1
+ * @param out2  state of output 2, 0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: axis above 31;
+ *         ZELQ_BAD_ARGUMENT(2), (3): out1, out2 above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SDOSet(short zelNo, unsigned short axis, unsigned short out1,
+                                     unsigned short out2);
+
+/**
+ * Switches both digital outputs of several drives. Element i of each array belongs to axes[i].
+ *
+ * @param zelNo      controller number, 1..254
+ * @param count      number of axes, 1..32
+ * @param axes       axis numbers; the controller judges them
+ * @param out1Values states of output 1, 0 or 1; sent unchecked
+ * @param out2Values states of output 2, 0 or 1; sent unchecked
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2), (3), (4): axes, out1Values, out2Values null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mSDOSet(short zelNo, short count, const unsigned short* axes,
+                                      const unsigned short* out1Values,
+                                      const unsigned short* out2Values);
+
+/**
+ * Switches one digital output of a drive.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31; the controller judges whether it is a servo axis
+ * @param pin   the output, 1 or 2
+ * @param state 0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: axis above 31;
+ *         ZELQ_BAD_ARGUMENT(2): pin outside 1..2; ZELQ_BAD_ARGUMENT(3): state above 1; exchange
+ *         codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SDOSetPin(short zelNo, unsigned short axis, short pin,
+                                        unsigned short state);
+
+/**
+ * Toggles digital outputs of a drive.
+ *
+ * @warning A lost reply makes the library send the request again: the outputs can be toggled
+ *          twice, and be as they were.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31; the controller judges whether it is a servo axis
+ * @param out1  1: output 1 toggles; 0: it stays
+ * @param out2  1: output 2 toggles; 0: it stays
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: axis above 31;
+ *         ZELQ_BAD_ARGUMENT(2), (3): out1, out2 above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SDOSetTog(short zelNo, unsigned short axis, unsigned short out1,
+                                        unsigned short out2);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Outputs: output slaves                                                                     */
 /* ------------------------------------------------------------------------------------------ */
 
+/* An output slave has 32 outputs. The functions below address it by its slave number; those with
+ * an "a" before the name address it by its index among the controller's output slaves, as they
+ * stood when the slaves were last read. There, a negative index (0xFFFF) makes the pin a number
+ * over the pins of all output slaves: pin 37 is pin 5 of index 1. */
+
+/**
+ * Switches all 32 outputs of an output slave.
+ *
+ * @param zelNo controller number, 1..254
+ * @param slave slave number, 0..31
+ * @param value bit n is pin n
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSet(short zelNo, unsigned short slave, unsigned int value);
+
+/**
+ * Switches all outputs of the first `count` output slaves.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param count  number of output slaves, 1..32
+ * @param values outputs by output-slave index; bit n is pin n
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
+ *         outside 1..32; #ZELQ_BAD_OUTPUT_SLAVE: more than the controller has;
+ *         ZELQ_BAD_ARGUMENT(2): values null; exchange codes
+ * @note Threads: any. Traced as zelQ_mRDOSet.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSet(short zelNo, short count, const unsigned int* values);
+
+/**
+ * Switches one output of an output slave.
+ *
+ * @param zelNo controller number, 1..254
+ * @param slave slave number, 0..31
+ * @param pin   0..31
+ * @param state 0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         ZELQ_BAD_ARGUMENT(2), (3): pin, state out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSetPin(short zelNo, unsigned short slave, short pin,
+                                        unsigned short state);
+
+/**
+ * Switches one output of an output slave, by its index.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param slaveIndex index among the output slaves; negative as a signed number: pin counts over
+ *                   all of them
+ * @param pin        0..31, or the number over all output slaves
+ * @param state      0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): state out
+ *         of range; #ZELQ_BAD_OUTPUT_SLAVE: no such pin or slave; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSetPin(short zelNo, unsigned short slaveIndex, short pin,
+                                         short state);
+
+/**
+ * Toggles one output of an output slave.
+ *
+ * @warning A lost reply makes the library send the request again: the output can be toggled
+ *          twice, and be as it was.
+ *
+ * @param zelNo controller number, 1..254
+ * @param slave slave number, 0..31
+ * @param pin   0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         ZELQ_BAD_ARGUMENT(2): pin out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSetTogPin(short zelNo, unsigned short slave, short pin);
+
+/**
+ * Toggles one output of an output slave, by its index.
+ *
+ * @warning A lost reply makes the library send the request again: the output can be toggled
+ *          twice, and be as it was.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param slaveIndex index among the output slaves; negative as a signed number: pin counts over
+ *                   all of them
+ * @param pin        0..31, or the number over all output slaves
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_OUTPUT_SLAVE: no such
+ *         pin or slave; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSetTogPin(short zelNo, unsigned short slaveIndex, short pin);
+
+/**
+ * Switches a group of outputs of an output slave at once; the others stay.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param slave  slave number, 0..31
+ * @param count  number of pins, 1..32
+ * @param pins   0..31; 32 is taken too, and means pin 0
+ * @param states state of pins[i]: 1 on, any other value off
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         ZELQ_BAD_ARGUMENT(2): count out of range; ZELQ_BAD_ARGUMENT(3): pins null;
+ *         #ZELQ_BAD_OUTPUT_SLAVE: a pin above 32; ZELQ_BAD_ARGUMENT(4): states null; exchange
+ *         codes
+ * @note What a pin listed with both states does is the controller's choice. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSetPins(short zelNo, unsigned short slave, short count,
+                                         const unsigned short* pins, const unsigned short* states);
+
+/**
+ * Switches a group of outputs of any output slaves at once, by their indexes; the others stay.
+ *
+ * @param zelNo        controller number, 1..254
+ * @param count        number of pins; 0 or less sends a command without pins, and no array is
+ *                     looked at
+ * @param slaveIndexes indexes among the output slaves; one that is negative as a signed number
+ *                     makes its pin count over all of them
+ * @param pins         0..31, or numbers over all output slaves
+ * @param states       state of pins[i]: 1 on, any other value off
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2), (3), (4):
+ *         slaveIndexes, pins, states null; #ZELQ_BAD_OUTPUT_SLAVE: no such pin or slave;
+ *         exchange codes, #ZELQ_REPLY_MISMATCH for 24 and more different slaves: they do not fit
+ *         into a command, and nothing is sent
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSetPins(short zelNo, short count,
+                                          const unsigned short* slaveIndexes,
+                                          const unsigned short* pins, const unsigned short* states);
+
+/**
+ * Toggles a group of outputs of an output slave at once. A pin listed twice toggles once.
+ *
+ * @warning A lost reply makes the library send the request again: the outputs can be toggled
+ *          twice, and be as they were.
+ *
+ * @param zelNo controller number, 1..254
+ * @param slave slave number, 0..31
+ * @param count number of pins, 1..32
+ * @param pins  0..31; 32 is taken too, and means pin 0
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         ZELQ_BAD_ARGUMENT(2): count out of range; ZELQ_BAD_ARGUMENT(3): pins null;
+ *         #ZELQ_BAD_OUTPUT_SLAVE: a pin above 32; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSetTogPins(short zelNo, unsigned short slave, short count,
+                                            const unsigned short* pins);
+
+/**
+ * Toggles a group of outputs of any output slaves at once, by their indexes. A pin listed twice
+ * toggles once.
+ *
+ * @warning A lost reply makes the library send the request again: the outputs can be toggled
+ *          twice, and be as they were.
+ *
+ * @param zelNo        controller number, 1..254
+ * @param count        number of pins; 0 or less sends a command without pins, and no array is
+ *                     looked at
+ * @param slaveIndexes indexes among the output slaves; one that is negative as a signed number
+ *                     makes its pin count over all of them
+ * @param pins         0..31, or numbers over all output slaves
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2), (3):
+ *         slaveIndexes, pins null; #ZELQ_BAD_OUTPUT_SLAVE: no such pin or slave; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSetTogPins(short zelNo, short count,
+                                             const unsigned short* slaveIndexes,
+                                             const unsigned short* pins);
+
+/**
+ * Sets which outputs keep their state when the servo network fails.
+ *
+ * @param zelNo controller number, 1..254
+ * @param value the controller's code, passed on as it is
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOLinkFailKeepOutSet(short zelNo, unsigned int value);
+
+/**
+ * Reads which outputs keep their state when the servo network fails.
+ *
+ * @param zelNo controller number, 1..254
+ * @param value [out] the controller's code; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_REPLY_DATA_MISSING;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOLinkFailKeepOutGet(short zelNo, unsigned int* value);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Outputs: main board                                                                        */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Switches all eight outputs of the main board.
+ *
+ * @param zelNo controller number, 1..254
+ * @param value bit k is pin k, 0..255
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): value
+ *         above 255; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSet(short zelNo, unsigned short value);
+
+/**
+ * Switches one output of the main board.
+ *
+ * @param zelNo controller number, 1..254
+ * @param pin   0..7
+ * @param state 0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
+ *         7; ZELQ_BAD_ARGUMENT(2): state above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetPin(short zelNo, unsigned short pin, unsigned short state);
+
+/**
+ * Toggles one output of the main board.
+ *
+ * @warning A lost reply makes the library send the request again: the output can be toggled
+ *          twice, and be as it was.
+ *
+ * @param zelNo controller number, 1..254
+ * @param pin   0..7
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
+ *         7; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetTogPin(short zelNo, unsigned short pin);
+
+/**
+ * Switches a group of outputs of the main board at once; the others stay.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param count  number of pins, 1..8
+ * @param pins   0..7; any other is ignored
+ * @param states state of pins[i]: 1 on, any other value off
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count out
+ *         of range; ZELQ_BAD_ARGUMENT(2), (3): pins, states null; exchange codes
+ * @note What a pin listed with both states does is the controller's choice. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetPins(short zelNo, short count, const unsigned short* pins,
+                                         const unsigned short* states);
+
+/**
+ * Toggles a group of outputs of the main board at once. A pin listed twice toggles once.
+ *
+ * @warning A lost reply makes the library send the request again: the outputs can be toggled
+ *          twice, and be as they were.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of pins, 1..8
+ * @param pins  0..7; any other is ignored
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count out
+ *         of range; ZELQ_BAD_ARGUMENT(2): pins null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetTogPins(short zelNo, short count, const short* pins);
+
+/**
+ * Sets how long an output of the main board may stay on.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param pin       0..7
+ * @param limitMode 0..2, the controller's code
+ * @param limitTime the controller's unit, passed on as it is
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
+ *         7; ZELQ_BAD_ARGUMENT(2): limitMode above 2; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetLimitTime(short zelNo, unsigned short pin,
+                                              unsigned short limitMode, unsigned int limitTime);
+
+/**
+ * Reads how long an output of the main board may stay on.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param pin       0..7
+ * @param limitA    [out] 0..3, the controller's code; may be null
+ * @param limitB    [out] 0..3, the controller's code; null: limitA and limitC are not written
+ *                  either
+ * @param limitC    [out] 0..15, the controller's code; may be null
+ * @param limitTime [out] the controller's unit; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
+ *         7; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOGetLimitTime(short zelNo, unsigned short pin,
+                                              unsigned short* limitA, unsigned short* limitB,
+                                              unsigned short* limitC, unsigned int* limitTime);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Serial port                                                                                */

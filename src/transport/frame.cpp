@@ -189,7 +189,7 @@ bool ReplyData::AppendReplyData(std::span<const std::uint8_t> wireRegisters)
 
 void ReplyReader::SkipResult()
 {
-    if (bytes_.size() >= 4) Skip(2);
+    Skip(2);
 }
 
 void ReplyReader::Skip(std::size_t bytes)

@@ -137,7 +137,7 @@ class ReplyReader
   public:
     explicit ReplyReader(const ReplyData& data) : bytes_(data.Bytes()) {}
 
-    /// Steps over a command's result register, when a register follows it.
+    /// Steps over a command's result register, which is never data.
     void SkipResult();
     [[nodiscard]] bool Read(std::uint16_t& value);
     [[nodiscard]] bool Read(std::int32_t& value);

@@ -2,10 +2,10 @@
 
 #include "platform/clock.h"
 #include "platform/io_status.h"
+#include "platform/use_lock.h"
 
 #include <atomic>
 #include <cstdint>
-#include <shared_mutex>
 #include <span>
 
 namespace zelq::platform {
@@ -54,7 +54,7 @@ class TcpSocket
     std::atomic<Handle> handle_ = kNone;
     std::atomic<Handle> event_ = kNone; ///< readiness event where the system has one, kept
     std::atomic<std::uint32_t> lastError_ = 0;
-    std::shared_mutex inUse_; ///< shared by every step, exclusive to close
+    UseLock inUse_; ///< shared by every step, exclusive to close
 };
 
 } // namespace zelq::platform

@@ -9,6 +9,12 @@ std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller)
     families.push_back(MakeAxisStatus(controller));
     families.push_back(MakeAxisSetup(controller));
     families.push_back(MakeMoves(controller));
+    families.push_back(MakeDriveOutputs(controller));
+    families.push_back(MakeRemoteOutputs(controller));
+    families.push_back(MakeMainOutputs(controller));
+    families.push_back(MakeSerialPort(controller));
+    families.push_back(MakeMaintenance(controller));
+    families.push_back(MakeMemory(controller));
     return families;
 }
 

@@ -32,6 +32,12 @@ enum class Result : Word {
     kEmptyMap = 11,
     kAxisTwice = 12,
     kEmergencyStop = 13,
+
+    kNoOutputSlave = 100,
+    kNetworkDown = 101,
+    kSerialPortTaken = 102,
+    kNoSuchFlash = 104,
+    kNoSuchMemory = 105,
 };
 
 constexpr Word LowWord(std::int32_t value)

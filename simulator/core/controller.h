@@ -12,8 +12,11 @@
 
 #include <array>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <span>
+#include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace lumosim {

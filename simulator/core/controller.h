@@ -5,6 +5,7 @@
 #include "axis.h"
 #include "command.h"
 #include "family.h"
+#include "network_settings.h"
 #include "register_map.h"
 #include "slave.h"
 #include "types.h"
@@ -26,6 +27,7 @@ struct ControllerConfig
     int axes = 4;                    // servos at the stations 0..axes-1 ...
     std::vector<SlaveConfig> slaves; // ... and these, in place of a servo where both would stand
     AxisMechanics mechanics;         // of every axis
+    NetworkSettings network;         // as it was delivered
 };
 
 // One command that was run, for logs.

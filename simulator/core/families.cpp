@@ -18,6 +18,12 @@ std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller)
     families.push_back(MakeListMotion(controller));
     // Programs wait for what all others do, so they come behind them.
     families.push_back(MakeSequences(controller));
+    families.push_back(MakeDriveOutputs(controller));
+    families.push_back(MakeRemoteOutputs(controller));
+    families.push_back(MakeMainOutputs(controller));
+    families.push_back(MakeSerialPort(controller));
+    families.push_back(MakeMaintenance(controller));
+    families.push_back(MakeMemory(controller));
     return families;
 }
 

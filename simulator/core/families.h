@@ -23,6 +23,13 @@ std::unique_ptr<Family> MakeStops(Controller& controller);
 std::unique_ptr<Family> MakeListMotion(Controller& controller);
 std::unique_ptr<Family> MakeMoves(Controller& controller);
 std::unique_ptr<Family> MakeSequences(Controller& controller);
+std::unique_ptr<Family> MakeDriveOutputs(Controller& controller);
+std::unique_ptr<Family> MakeMainOutputs(Controller& controller);
+std::unique_ptr<Family> MakeMaintenance(Controller& controller);
+std::unique_ptr<Family> MakeMemory(Controller& controller);
+std::unique_ptr<Family> MakeMoves(Controller& controller);
+std::unique_ptr<Family> MakeRemoteOutputs(Controller& controller);
+std::unique_ptr<Family> MakeSerialPort(Controller& controller);
 std::unique_ptr<Family> MakeSystemStatus(Controller& controller);
 
 std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller);

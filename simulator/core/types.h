@@ -51,6 +51,12 @@ enum class Result : Word {
     kProgramNotRunning = 75,
     kMotionFailed = 76, // a motion that a program waits for has not reached its end
     kNoInputSlave = 77,
+
+    kNoOutputSlave = 100,
+    kNetworkDown = 101,
+    kSerialPortTaken = 102,
+    kNoSuchFlash = 104,
+    kNoSuchMemory = 105,
 };
 
 constexpr Word LowWord(std::int32_t value)

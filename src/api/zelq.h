@@ -189,9 +189,83 @@ ZELQ_API short ZELQ_CALL zelQ_PingCheck(short zelNo, short ip1, short ip2, short
 /* Device discovery                                                                           */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Asks who is there: every controller that an address reaches answers with its identification.
+ * Needs no session and no connection; takes about 0.6 s, the time in which answers count.
+ *
+ * The request is a UDP datagram to port 7000, sent twice since datagrams can get lost; a
+ * controller that answers twice is entered once.
+ *
+ * @param address four octets: one controller's address, or a broadcast address
+ * @param unused  not looked at
+ * @param entries [out] 22 words for each controller found, in the order of their answers. Words 0
+ *                to 18 are those of zelQ_GetDevInfo(); words 19 to 21 are not written. No more than
+ *                44 entries are ever made: give room for as many.
+ * @return number of entries made, 0 also when the discovery failed on its way;
+ * ZELQ_BAD_ARGUMENT(0): address null; #ZELQ_NO_SESSION: the address is none, or there is no socket
+ * to be had; ZELQ_BAD_ARGUMENT(2): entries null; #ZELQ_DEVICE_INFO_OUT_OF_RANGE: a controller tells
+ * an impossible date (entries made before it stay; no trace line is written)
+ * @note Threads: any; discoveries take turns, among the threads and among the processes of one
+ *       user. The trace line starts with the number of answers in place of the result.
+ */
+ZELQ_API short ZELQ_CALL zelQ_GetEnumList(const unsigned short* address, short unused,
+                                          unsigned short* entries);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Device information                                                                         */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Reads what a controller is.
+ *
+ * Words 0 to 3 tell it from all others; words 4 to 11, 13 and 14 are version and serial fields of
+ * the controller's own. Word 12 is its type (0: main series, 255: FPGA variant), words 15, 16 and
+ * 17 are year, month and day, word 18 is its size code (model number / 4).
+ *
+ * @param zelNo controller number, 1..254
+ * @param info  [out] 19 words
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
+ *         #ZELQ_REPLY_DATA_MISSING; #ZELQ_DEVICE_INFO_OUT_OF_RANGE: the year is outside 2018..2048,
+ *         or there is no such day (no trace line is written); exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_GetDevInfo(short zelNo, unsigned short* info);
+
+/**
+ * Gives the name of a controller type: "Lumo", "Lumo-FPGA", or "" for a type that has none.
+ *
+ * @param type word 12 of zelQ_GetDevInfo()
+ * @param text [out] the name with its closing zero; "" when it does not fit
+ * @param size bytes that text has room for, the closing zero included
+ * @return #ZELQ_OK; ZELQ_BAD_ARGUMENT(1): text null; #ZELQ_OVERFLOW: it does not fit (a size of 0
+ *         or less writes nothing)
+ * @note Threads: any; sends nothing and writes no trace line.
+ */
+ZELQ_API short ZELQ_CALL zelQ_GetDevTypeStr(short type, char* text, short size);
+
+/**
+ * Gives the model name of a controller, such as "ZEL Lumo-32", or "" for a type that has none.
+ *
+ * @param info words as zelQ_GetDevInfo() fills them
+ * @param text [out] the name with its closing zero; "" when it does not fit
+ * @param size bytes that text has room for, the closing zero included
+ * @return #ZELQ_OK; ZELQ_BAD_ARGUMENT(0), (1): info, text null; #ZELQ_OVERFLOW: it does not fit (a
+ *         size of 0 or less writes nothing)
+ * @note Threads: any; sends nothing and writes no trace line.
+ */
+ZELQ_API short ZELQ_CALL zelQ_GetDevInfoToModelStr(const unsigned short* info, char* text,
+                                                   short size);
+
+/**
+ * Reads how often the power of a controller was reset.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count [out] number of resets
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
+ *         #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_GetPowerResetCount(short zelNo, unsigned int* count);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Status                                                                                     */
@@ -1715,29 +1789,616 @@ ZELQ_API short ZELQ_CALL zelQ_LmGetAllStatus(short zelNo, LmStatus* status);
 /* Outputs: drives                                                                            */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Switches both digital outputs of a drive.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31; the controller judges whether it is a servo axis
+ * @param out1  state of output 1, 0 or 1
+ * @param out2  state of output 2, 0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: axis above 31;
+ *         ZELQ_BAD_ARGUMENT(2), (3): out1, out2 above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SDOSet(short zelNo, unsigned short axis, unsigned short out1,
+                                     unsigned short out2);
+
+/**
+ * Switches both digital outputs of several drives. Element i of each array belongs to axes[i].
+ *
+ * @param zelNo      controller number, 1..254
+ * @param count      number of axes, 1..32
+ * @param axes       axis numbers; the controller judges them
+ * @param out1Values states of output 1, 0 or 1; sent unchecked
+ * @param out2Values states of output 2, 0 or 1; sent unchecked
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2), (3), (4): axes, out1Values, out2Values null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mSDOSet(short zelNo, short count, const unsigned short* axes,
+                                      const unsigned short* out1Values,
+                                      const unsigned short* out2Values);
+
+/**
+ * Switches one digital output of a drive.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31; the controller judges whether it is a servo axis
+ * @param pin   the output, 1 or 2
+ * @param state 0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: axis above 31;
+ *         ZELQ_BAD_ARGUMENT(2): pin outside 1..2; ZELQ_BAD_ARGUMENT(3): state above 1; exchange
+ *         codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SDOSetPin(short zelNo, unsigned short axis, short pin,
+                                        unsigned short state);
+
+/**
+ * Toggles digital outputs of a drive.
+ *
+ * @warning A lost reply makes the library send the request again: the outputs can be toggled
+ *          twice, and be as they were.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31; the controller judges whether it is a servo axis
+ * @param out1  1: output 1 toggles; 0: it stays
+ * @param out2  1: output 2 toggles; 0: it stays
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: axis above 31;
+ *         ZELQ_BAD_ARGUMENT(2), (3): out1, out2 above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SDOSetTog(short zelNo, unsigned short axis, unsigned short out1,
+                                        unsigned short out2);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Outputs: output slaves                                                                     */
 /* ------------------------------------------------------------------------------------------ */
+
+/* An output slave has 32 outputs. The functions below address it by its slave number; those with
+ * an "a" before the name address it by its index among the controller's output slaves, as they
+ * stood when the slaves were last read. There, a negative index (0xFFFF) makes the pin a number
+ * over the pins of all output slaves: pin 37 is pin 5 of index 1. */
+
+/**
+ * Switches all 32 outputs of an output slave.
+ *
+ * @param zelNo controller number, 1..254
+ * @param slave slave number, 0..31
+ * @param value bit n is pin n
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSet(short zelNo, unsigned short slave, unsigned int value);
+
+/**
+ * Switches all outputs of the first `count` output slaves.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param count  number of output slaves, 1..32
+ * @param values outputs by output-slave index; bit n is pin n
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
+ *         outside 1..32; #ZELQ_BAD_OUTPUT_SLAVE: more than the controller has;
+ *         ZELQ_BAD_ARGUMENT(2): values null; exchange codes
+ * @note Threads: any. Traced as zelQ_mRDOSet.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSet(short zelNo, short count, const unsigned int* values);
+
+/**
+ * Switches one output of an output slave.
+ *
+ * @param zelNo controller number, 1..254
+ * @param slave slave number, 0..31
+ * @param pin   0..31
+ * @param state 0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         ZELQ_BAD_ARGUMENT(2), (3): pin, state out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSetPin(short zelNo, unsigned short slave, short pin,
+                                        unsigned short state);
+
+/**
+ * Switches one output of an output slave, by its index.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param slaveIndex index among the output slaves; negative as a signed number: pin counts over
+ *                   all of them
+ * @param pin        0..31, or the number over all output slaves
+ * @param state      0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): state out
+ *         of range; #ZELQ_BAD_OUTPUT_SLAVE: no such pin or slave; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSetPin(short zelNo, unsigned short slaveIndex, short pin,
+                                         short state);
+
+/**
+ * Toggles one output of an output slave.
+ *
+ * @warning A lost reply makes the library send the request again: the output can be toggled
+ *          twice, and be as it was.
+ *
+ * @param zelNo controller number, 1..254
+ * @param slave slave number, 0..31
+ * @param pin   0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         ZELQ_BAD_ARGUMENT(2): pin out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSetTogPin(short zelNo, unsigned short slave, short pin);
+
+/**
+ * Toggles one output of an output slave, by its index.
+ *
+ * @warning A lost reply makes the library send the request again: the output can be toggled
+ *          twice, and be as it was.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param slaveIndex index among the output slaves; negative as a signed number: pin counts over
+ *                   all of them
+ * @param pin        0..31, or the number over all output slaves
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_OUTPUT_SLAVE: no such
+ *         pin or slave; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSetTogPin(short zelNo, unsigned short slaveIndex, short pin);
+
+/**
+ * Switches a group of outputs of an output slave at once; the others stay.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param slave  slave number, 0..31
+ * @param count  number of pins, 1..32
+ * @param pins   0..31; 32 is taken too, and means pin 0
+ * @param states state of pins[i]: 1 on, any other value off
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         ZELQ_BAD_ARGUMENT(2): count out of range; ZELQ_BAD_ARGUMENT(3): pins null;
+ *         #ZELQ_BAD_OUTPUT_SLAVE: a pin above 32; ZELQ_BAD_ARGUMENT(4): states null; exchange
+ *         codes
+ * @note What a pin listed with both states does is the controller's choice. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSetPins(short zelNo, unsigned short slave, short count,
+                                         const unsigned short* pins, const unsigned short* states);
+
+/**
+ * Switches a group of outputs of any output slaves at once, by their indexes; the others stay.
+ *
+ * @param zelNo        controller number, 1..254
+ * @param count        number of pins; 0 or less sends a command without pins, and no array is
+ *                     looked at
+ * @param slaveIndexes indexes among the output slaves; one that is negative as a signed number
+ *                     makes its pin count over all of them
+ * @param pins         0..31, or numbers over all output slaves
+ * @param states       state of pins[i]: 1 on, any other value off
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2), (3), (4):
+ *         slaveIndexes, pins, states null; #ZELQ_BAD_OUTPUT_SLAVE: no such pin or slave;
+ *         exchange codes, #ZELQ_REPLY_MISMATCH for 24 and more different slaves: they do not fit
+ *         into a command, and nothing is sent
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSetPins(short zelNo, short count,
+                                          const unsigned short* slaveIndexes,
+                                          const unsigned short* pins, const unsigned short* states);
+
+/**
+ * Toggles a group of outputs of an output slave at once. A pin listed twice toggles once.
+ *
+ * @warning A lost reply makes the library send the request again: the outputs can be toggled
+ *          twice, and be as they were.
+ *
+ * @param zelNo controller number, 1..254
+ * @param slave slave number, 0..31
+ * @param count number of pins, 1..32
+ * @param pins  0..31; 32 is taken too, and means pin 0
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         ZELQ_BAD_ARGUMENT(2): count out of range; ZELQ_BAD_ARGUMENT(3): pins null;
+ *         #ZELQ_BAD_OUTPUT_SLAVE: a pin above 32; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSetTogPins(short zelNo, unsigned short slave, short count,
+                                            const unsigned short* pins);
+
+/**
+ * Toggles a group of outputs of any output slaves at once, by their indexes. A pin listed twice
+ * toggles once.
+ *
+ * @warning A lost reply makes the library send the request again: the outputs can be toggled
+ *          twice, and be as they were.
+ *
+ * @param zelNo        controller number, 1..254
+ * @param count        number of pins; 0 or less sends a command without pins, and no array is
+ *                     looked at
+ * @param slaveIndexes indexes among the output slaves; one that is negative as a signed number
+ *                     makes its pin count over all of them
+ * @param pins         0..31, or numbers over all output slaves
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2), (3):
+ *         slaveIndexes, pins null; #ZELQ_BAD_OUTPUT_SLAVE: no such pin or slave; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSetTogPins(short zelNo, short count,
+                                             const unsigned short* slaveIndexes,
+                                             const unsigned short* pins);
+
+/**
+ * Sets which outputs keep their state when the servo network fails.
+ *
+ * @param zelNo controller number, 1..254
+ * @param value the controller's code, passed on as it is
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOLinkFailKeepOutSet(short zelNo, unsigned int value);
+
+/**
+ * Reads which outputs keep their state when the servo network fails.
+ *
+ * @param zelNo controller number, 1..254
+ * @param value [out] the controller's code; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_REPLY_DATA_MISSING;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOLinkFailKeepOutGet(short zelNo, unsigned int* value);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Outputs: main board                                                                        */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Switches all eight outputs of the main board.
+ *
+ * @param zelNo controller number, 1..254
+ * @param value bit k is pin k, 0..255
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): value
+ *         above 255; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSet(short zelNo, unsigned short value);
+
+/**
+ * Switches one output of the main board.
+ *
+ * @param zelNo controller number, 1..254
+ * @param pin   0..7
+ * @param state 0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
+ *         7; ZELQ_BAD_ARGUMENT(2): state above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetPin(short zelNo, unsigned short pin, unsigned short state);
+
+/**
+ * Toggles one output of the main board.
+ *
+ * @warning A lost reply makes the library send the request again: the output can be toggled
+ *          twice, and be as it was.
+ *
+ * @param zelNo controller number, 1..254
+ * @param pin   0..7
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
+ *         7; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetTogPin(short zelNo, unsigned short pin);
+
+/**
+ * Switches a group of outputs of the main board at once; the others stay.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param count  number of pins, 1..8
+ * @param pins   0..7; any other is ignored
+ * @param states state of pins[i]: 1 on, any other value off
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count out
+ *         of range; ZELQ_BAD_ARGUMENT(2), (3): pins, states null; exchange codes
+ * @note What a pin listed with both states does is the controller's choice. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetPins(short zelNo, short count, const unsigned short* pins,
+                                         const unsigned short* states);
+
+/**
+ * Toggles a group of outputs of the main board at once. A pin listed twice toggles once.
+ *
+ * @warning A lost reply makes the library send the request again: the outputs can be toggled
+ *          twice, and be as they were.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of pins, 1..8
+ * @param pins  0..7; any other is ignored
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count out
+ *         of range; ZELQ_BAD_ARGUMENT(2): pins null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetTogPins(short zelNo, short count, const short* pins);
+
+/**
+ * Sets how long an output of the main board may stay on.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param pin       0..7
+ * @param limitMode 0..2, the controller's code
+ * @param limitTime the controller's unit, passed on as it is
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
+ *         7; ZELQ_BAD_ARGUMENT(2): limitMode above 2; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetLimitTime(short zelNo, unsigned short pin,
+                                              unsigned short limitMode, unsigned int limitTime);
+
+/**
+ * Reads how long an output of the main board may stay on.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param pin       0..7
+ * @param limitA    [out] 0..3, the controller's code; may be null
+ * @param limitB    [out] 0..3, the controller's code; null: limitA and limitC are not written
+ *                  either
+ * @param limitC    [out] 0..15, the controller's code; may be null
+ * @param limitTime [out] the controller's unit; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
+ *         7; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOGetLimitTime(short zelNo, unsigned short pin,
+                                              unsigned short* limitA, unsigned short* limitB,
+                                              unsigned short* limitC, unsigned int* limitTime);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Serial port                                                                                */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Switches the bypass of the controller's serial port.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param bypass 0 or 1; the controller's meaning
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): bypass
+ *         above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_UARTSetBypass(short zelNo, unsigned short bypass);
+
+/**
+ * Sets the line format of the controller's serial port.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param baudRate bits per second, passed on as it is
+ * @param dataBits 7..9
+ * @param stopBits 1..2
+ * @param parity   0..2, the controller's code
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2), (3), (4):
+ *         dataBits, stopBits, parity out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_UARTSetCfg(short zelNo, unsigned int baudRate, short dataBits,
+                                         short stopBits, unsigned short parity);
+
+/**
+ * Sends bytes out of the controller's serial port.
+ *
+ * @warning A lost reply makes the library send the request again: the bytes can go out twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param data  the bytes
+ * @param len   how many, 1..1024
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2): len out of
+ *         range; ZELQ_BAD_ARGUMENT(1): data null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_UARTWrite(unsigned short zelNo, const void* data, short len);
+
+/**
+ * Fetches bytes that the controller's serial port has received.
+ *
+ * Up to 1382 bytes are fetched in one exchange, more in several. When a later exchange fails, the
+ * bytes of the earlier ones stand in buf all the same.
+ *
+ * @warning A lost reply makes the library send the request again: the bytes of the lost reply can
+ *          be gone.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param buf     [out] the bytes; nothing is written behind those that were there
+ * @param maxLen  how many to fetch at most; 0 or less fetches none and sends nothing
+ * @param readLen [out] how many bytes the controller had at the first exchange, which can be more
+ *                than were fetched; not written when nothing was sent
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): readLen
+ *         null; ZELQ_BAD_ARGUMENT(2): buf null; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_UARTRead(short zelNo, void* buf, short maxLen,
+                                       unsigned short* readLen);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Maintenance: network, hardware information, reset                                          */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Changes the network settings of a controller. The connection is expected to drop once they take
+ * effect; connect anew then. The last octet of the address is the controller number.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param address first three octets of the address, 0..255 each
+ * @param second  four octets, 0..255 each; the controller's meaning, such as the net mask
+ * @param third   four octets, 0..255 each; the controller's meaning, such as the gateway
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): address
+ *         null or an octet of it out of range; ZELQ_BAD_ARGUMENT(2), (3): likewise second, third,
+ *         octet by octet in turn; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CfgNetwork(unsigned short zelNo, const short* address,
+                                         const short* second, const short* third);
+
+/**
+ * Changes the hardware information of a controller.
+ *
+ * @param zelNo controller number, 1..254
+ * @param value the controller's code, passed on as it is
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CfgHwInfo(short zelNo, short value);
+
+/**
+ * Restarts a controller. The connection is expected to drop; connect anew when it is back.
+ *
+ * @warning A lost reply makes the library send the request again: a controller that is back in
+ *          time can be restarted twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param mode  0..3, the controller's code
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): mode above
+ *         3; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_Reset(short zelNo, unsigned short mode);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Maintenance: flash, processor memory, EEPROM                                               */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Erases flash memory of a controller.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param mode   the controller's code
+ * @param first  the controller's meaning, such as the first sector
+ * @param second the controller's meaning, such as the last sector
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Erasing can take longer than the library waits for a reply: see zelQ_TMOSet(). Threads:
+ *       any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_FlashErase(short zelNo, short mode, short first, short second);
+
+/**
+ * Writes flash memory of a controller.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param mode    the controller's code
+ * @param address where to write
+ * @param data    the bytes
+ * @param length  how many, even, at most 1024
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): length
+ * odd, or data null; #ZELQ_OVERFLOW: length above 1024; exchange codes, #ZELQ_REPLY_MISMATCH for a
+ * length of 0 or less: nothing is sent
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_FlashWrite(unsigned short zelNo, unsigned short mode,
+                                         unsigned int address, const unsigned char* data,
+                                         short length);
+
+/**
+ * Reads flash memory of a controller back.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param mode    the controller's code
+ * @param address where to read
+ * @param data    [out] the bytes
+ * @param length  how many, even, at most 1024
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): length
+ * odd, or data null; #ZELQ_OVERFLOW: length above 1024; #ZELQ_REPLY_DATA_MISSING (data may be
+ *         written in part then); exchange codes, #ZELQ_REPLY_MISMATCH for a length of 0 or less:
+ *         nothing is sent
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_FlashRead(unsigned short zelNo, unsigned short mode,
+                                        unsigned int address, unsigned char* data, short length);
+
+/**
+ * Reads a word of the controller's processor memory.
+ *
+ * @warning A lost reply makes the library send the request again: where reading has an effect, it
+ *          can have it twice.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param space   which memory, the controller's code
+ * @param address of the word
+ * @param value   [out] the word; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_REPLY_DATA_MISSING;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CPUPeek(short zelNo, short space, unsigned int address,
+                                      unsigned int* value);
+
+/**
+ * Writes a word of the controller's processor memory.
+ *
+ * @warning A lost reply makes the library send the request again: where writing has an effect, it
+ *          can have it twice.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param space   which memory, the controller's code
+ * @param address of the word
+ * @param value   the word
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CPUPoke(short zelNo, short space, unsigned int address,
+                                      unsigned int value);
+
+/**
+ * Clears the controller's EEPROM.
+ *
+ * @param zelNo controller number, 1..254
+ * @param area  which part of it, the controller's code
+ * @param flag  0 or 1, the controller's meaning
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2): flag above
+ *         1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_EepromClear(short zelNo, unsigned short area, unsigned char flag);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Maintenance: servo network cycle, default parameters                                       */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Sets whether the controller gives the drives its maker's default parameters.
+ *
+ * @param zelNo controller number, 1..254
+ * @param use   0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): use above
+ *         1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_UseMaroDefParamSet(short zelNo, unsigned short use);
+
+/**
+ * Reads whether the controller gives the drives its maker's default parameters.
+ *
+ * @param zelNo controller number, 1..254
+ * @param use   [out] 0 or 1; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_REPLY_DATA_MISSING;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_UseMaroDefParamGet(short zelNo, unsigned short* use);
+
+/**
+ * Sets the cycle of the servo network. Units and values are the controller's, passed on unchecked.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param first  first cycle setting
+ * @param second second cycle setting
+ * @param third  third cycle setting, which cannot be read back
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RtexCycleSet(short zelNo, short first, short second, int third);
+
+/**
+ * Reads the cycle of the servo network, in the controller's units.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param first  [out] first cycle setting; may be null
+ * @param second [out] second cycle setting; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_REPLY_DATA_MISSING;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RtexCycleGet(short zelNo, unsigned short* first,
+                                           unsigned short* second);
 
 #ifdef __cplusplus
 }

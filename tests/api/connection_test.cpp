@@ -31,7 +31,7 @@ TEST_F(ConnectionTest, ConnectReadsSlavesAndCounter)
 
 TEST_F(ConnectionTest, ConnectReportsTheCounterReadNotTheSlaveRead)
 {
-    controller_.Then([](const Request&) { return Answer{Bytes(20, 0xAA)}; });
+    controller_.Then(StrayReply);
     controller_.Then(
         [this](const Request& request) { return Answer{controller_.ProperReply(request)}; });
     EXPECT_EQ(zelQ_Connect(kNumber, 127, 0, 0), 0);
@@ -40,7 +40,7 @@ TEST_F(ConnectionTest, ConnectReportsTheCounterReadNotTheSlaveRead)
 
     controller_.Then(
         [this](const Request& request) { return Answer{controller_.ProperReply(request)}; });
-    controller_.Then([](const Request&) { return Answer{Bytes(20, 0xAA)}; });
+    controller_.Then(StrayReply);
     EXPECT_EQ(zelQ_Connect(kNumber, 127, 0, 0), -12);
 }
 

@@ -254,9 +254,8 @@ TEST_F(StatusTest, AFailedReReadKeepsTheSlavesAndTheCounter)
     const auto proper = [this](const Request& request) {
         return Answer{controller_.ProperReply(request)};
     };
-    const auto junk = [](const Request&) { return Answer{Bytes(16, 0x11)}; };
     controller_.Then(proper);
-    controller_.Then(junk);
+    controller_.Then(StrayReply);
     EXPECT_EQ(zelQ_GetAllStatus(kNumber, &status_), -12);
     EXPECT_TRUE(capture_.Lines().empty());
     EXPECT_EQ(zelQ_UnitPerPulseSet(kNumber, 4, 1.0), 0); // still a servo axis
@@ -267,7 +266,7 @@ TEST_F(StatusTest, AFailedReReadKeepsTheSlavesAndTheCounter)
 
 TEST_F(StatusTest, FailedExchangesLeaveTheRecordUntouched)
 {
-    controller_.Then([](const Request&) { return Answer{Bytes(16, 0x11)}; });
+    controller_.Then(StrayReply);
     ControllerStatus before = status_;
     Run({{.name = "junk",
           .call = [this] { return zelQ_GetAllStatus(kNumber, &status_); },

@@ -302,6 +302,12 @@ Bytes ScriptedController::ProperReply(const RequestFrame& frame, std::uint16_t r
     return FrameBytes(frame.id, frame.function, body);
 }
 
+Answer StrayReply(const Request& request)
+{
+    const auto otherId = static_cast<std::uint16_t>(request.front().id + 0x4000);
+    return {FrameBytes(otherId, 3, {2, 0, 0})};
+}
+
 Bytes FrameBytes(std::uint16_t id, std::uint8_t function, const Bytes& body)
 {
     Bytes bytes;

@@ -99,6 +99,9 @@ class ScriptedController
     std::unique_ptr<Server> server_;
 };
 
+/// A complete reply that belongs to no request: nothing more is waited for.
+Answer StrayReply(const Request& request);
+
 /// A frame behind its header: `function`, then `body`.
 Bytes FrameBytes(std::uint16_t id, std::uint8_t function, const Bytes& body);
 

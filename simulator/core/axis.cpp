@@ -11,9 +11,6 @@ namespace {
 // The motor runs behind its command by as much as it moves in this time.
 constexpr double kFollowingLag = 0.0005;
 
-// The drive's window for "in position".
-constexpr std::int32_t kInPositionWindow = 10;
-
 // Friction, and the acceleration that needs the rated torque; both make the torque display.
 constexpr double kFrictionTorque = 50;
 constexpr double kAccelerationAtRatedTorque = 5'000'000;
@@ -44,13 +41,13 @@ int Sign(double value)
 Nanoseconds Axis::NextEvent() const
 {
     const Nanoseconds excited = servoOn_ && servoOnAt_ > now_ ? servoOnAt_ : kNever;
-    return std::min({end_, limitStop_, excited});
+    return std::min({end_, limitStop_.time, excited});
 }
 
 void Axis::AdvanceTo(Nanoseconds now)
 {
     now_ = now;
-    if (limitStop_ <= now) StopAtLimit();
+    if (limitStop_.time <= now) StopAtLimit();
     if (end_ <= now && trajectory_) Rest(Physical().position, endsBy_);
 }
 
@@ -68,7 +65,10 @@ Result Axis::CheckMove(int direction) const
     if (!servoOn_) return Result::kServoOff;
     // Jogs and single moves replace each other; other motion has to be stopped first.
     if (trajectory_ && kind_ > MotionKind::kRelative) return Result::kBusy;
-    if (direction != 0 && LimitActive(direction)) return Result::kLimitBlocks;
+    if (direction == 0) return Result::kDone;
+    const bool watched = protection_.AtLimit(direction) != Reaction::kNone;
+    if (watched && LimitActive(direction)) return Result::kLimitBlocks;
+    if (AtSoftwareLimit(direction)) return Result::kSoftwareLimit;
     return Result::kDone;
 }
 
@@ -85,8 +85,15 @@ void Axis::SwitchServo(bool on)
 void Axis::Reset()
 {
     SwitchServo(false);
-    alarm_.reset();
+    ResetAlarm();
     warning_ = false;
+}
+
+bool Axis::ResetAlarm()
+{
+    if (alarm_ && alarm_->lasting) return false;
+    alarm_.reset();
+    return true;
 }
 
 void Axis::Jog(int direction)
@@ -145,29 +152,67 @@ void Axis::Rest(double physical, StopCause cause)
     kind_ = MotionKind::kIdle;
     lastStop_ = cause;
     end_ = kNever;
-    limitStop_ = kNever;
+    limitStop_ = LimitStop();
 }
 
 void Axis::PlanLimitStop()
 {
-    limitStop_ = kNever;
-    // An axis that brakes has nothing more to do at a limit.
-    if (!trajectory_ || endsBy_ != StopCause::kNone) return;
-    const double from = Elapsed(now_);
+    limitStop_ = LimitStop();
+    if (!trajectory_) return;
     for (const int direction : {1, -1}) {
         const bool forced = direction > 0 ? inputs_.limitPositive : inputs_.limitNegative;
         const std::int64_t limit =
             direction > 0 ? mechanics_.positiveLimit : mechanics_.negativeLimit;
         // An input that is on by hand counts everywhere: it is "reached" with the first movement.
-        const double place = forced ? trajectory_->At(from).position : static_cast<double>(limit);
-        const auto time = trajectory_->TimeOfReaching(place, direction, from);
-        if (time) limitStop_ = std::min(limitStop_, After(begin_, *time));
+        const double here = trajectory_->At(Elapsed(now_)).position;
+        PlanStopAt(forced ? here : static_cast<double>(limit), direction,
+                   protection_.AtLimit(direction), StopCause::kLimitSensor);
+        // Before the axis is homed, the counter says nothing about the machine.
+        if (kind_ == MotionKind::kHoming) continue;
+        const SoftwareLimit& soft = protection_.Soft(direction);
+        // A move may end on the limit; it is passing it that counts.
+        const double behind = PhysicalOf(soft.position) + 0.25 * direction;
+        PlanStopAt(behind, direction, soft.reaction, StopCause::kSoftwareLimit);
     }
+}
+
+void Axis::PlanStopAt(double place, int direction, Reaction reaction, StopCause cause)
+{
+    // An axis that brakes already can only be stopped at once.
+    const bool brakes = endsBy_ != StopCause::kNone;
+    if (reaction == Reaction::kNone || (brakes && reaction != Reaction::kSudden)) return;
+    const auto time = trajectory_->TimeOfReaching(place, direction, Elapsed(now_));
+    if (!time) return;
+    const Nanoseconds moment = After(begin_, *time);
+    if (moment < limitStop_.time) limitStop_ = {moment, reaction, cause};
 }
 
 void Axis::StopAtLimit()
 {
-    Stop(StopMode::kDecelerate, StopCause::kLimitSensor);
+    const LimitStop stop = limitStop_;
+    limitStop_ = LimitStop();
+    const bool sudden = stop.reaction == Reaction::kSudden;
+    Stop(sudden ? StopMode::kSudden : StopMode::kDecelerate, stop.cause);
+}
+
+void Axis::ReactToSensors(const AxisInputs& before)
+{
+    // Homing and searches look for these inputs themselves.
+    if (kind_ == MotionKind::kHoming || kind_ == MotionKind::kSearch) return;
+    const auto react = [this](bool was, bool is, Sensor sensor) {
+        const Reaction reaction = protection_.At(sensor);
+        if (was || !is || reaction == Reaction::kNone) return;
+        const bool sudden = reaction == Reaction::kSudden;
+        Stop(sudden ? StopMode::kSudden : StopMode::kDecelerate, StopCause::kLimitSensor);
+    };
+    react(before.homeSensor, inputs_.homeSensor, Sensor::kHome);
+    react(before.configurable, inputs_.configurable, Sensor::kConfigurable);
+}
+
+void Axis::SetProtection(const AxisProtection& protection)
+{
+    protection_ = protection;
+    PlanLimitStop();
 }
 
 double Axis::Elapsed(Nanoseconds now) const
@@ -215,12 +260,23 @@ std::int32_t Axis::Velocity() const
     return static_cast<std::int32_t>(std::lround(Physical().velocity));
 }
 
-std::int32_t Axis::Torque() const
+double Axis::TorqueDemand() const
 {
     const MotionState state = Physical();
-    const double torque = kFrictionTorque * Sign(state.velocity) +
-                          state.acceleration / kAccelerationAtRatedTorque * kFullTorque;
+    return kFrictionTorque * Sign(state.velocity) +
+           state.acceleration / kAccelerationAtRatedTorque * kFullTorque + (ServoOn() ? load_ : 0);
+}
+
+std::int32_t Axis::Torque() const
+{
+    const double torque = protection_.torque.Allowed(TorqueDemand());
     return static_cast<std::int32_t>(std::lround(std::clamp(torque, -kPeakTorque, kPeakTorque)));
+}
+
+bool Axis::TorqueLimited(int direction) const
+{
+    const double demand = TorqueDemand();
+    return (demand - protection_.torque.Allowed(demand)) * direction > 0;
 }
 
 bool Axis::LimitActive(int direction) const
@@ -232,6 +288,13 @@ bool Axis::LimitActive(int direction) const
     return inputs_.limitNegative || place <= static_cast<double>(mechanics_.negativeLimit);
 }
 
+bool Axis::AtSoftwareLimit(int direction) const
+{
+    const SoftwareLimit& limit = protection_.Soft(direction);
+    if (limit.reaction == Reaction::kNone) return false;
+    return (std::int64_t{CommandPosition()} - limit.position) * direction >= 0;
+}
+
 bool Axis::EmergencyStop() const
 {
     return mechanics_.configurableInputIsStop && inputs_.configurable;
@@ -239,7 +302,8 @@ bool Axis::EmergencyStop() const
 
 bool Axis::InPosition() const
 {
-    return ServoOn() && !Moving() && std::abs(FollowingError()) <= kInPositionWindow;
+    const std::int32_t window = parameters_.InForce(DriveSetting::kInPositionWindow);
+    return ServoOn() && !Moving() && std::abs(FollowingError()) <= window;
 }
 
 void Axis::AdoptEncoder()
@@ -253,6 +317,7 @@ void Axis::SetPosition(std::int32_t position)
     target_ = Wrap(std::int64_t{target_} + position - CommandPosition());
     standingError_ = 0;
     origin_ = std::llround(Physical().position) - position;
+    PlanLimitStop();
 }
 
 void Axis::PushByHand(std::int32_t pulses)
@@ -266,8 +331,9 @@ void Axis::PushByHand(std::int32_t pulses)
 
 void Axis::SetInputs(const AxisInputs& inputs)
 {
-    inputs_ = inputs;
+    const AxisInputs before = std::exchange(inputs_, inputs);
     if (EmergencyStop()) Stop(StopMode::kSudden, StopCause::kEmergencyStop);
+    ReactToSensors(before);
     PlanLimitStop();
 }
 
@@ -280,6 +346,7 @@ void Axis::SetMechanics(const AxisMechanics& mechanics)
 void Axis::RaiseAlarm(const Alarm& alarm)
 {
     alarm_ = alarm;
+    alarms_.Add(alarm, now_);
     Stop(StopMode::kSudden, StopCause::kAlarm);
     servoOn_ = false;
 }
@@ -294,6 +361,8 @@ void Axis::PowerUp()
     alarm_.reset();
     warning_ = false;
     profile_ = SpeedProfile();
+    protection_ = AxisProtection();
+    parameters_.PowerUp();
     SetPosition(mechanics_.absoluteEncoder ? encoder : 0);
     target_ = CommandPosition();
 }

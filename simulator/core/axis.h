@@ -1,6 +1,9 @@
 // One servo axis: amplifier, motor, encoder and sensors, and the motion it is following.
 #pragma once
 
+#include "alarm_list.h"
+#include "axis_protection.h"
+#include "drive_parameters.h"
 #include "planner.h"
 #include "trajectory.h"
 #include "types.h"
@@ -65,12 +68,6 @@ struct AxisInputs
     bool configurable = false;
 };
 
-struct Alarm
-{
-    std::uint8_t number = 0;
-    std::uint8_t subNumber = 0;
-};
-
 class Axis
 {
   public:
@@ -91,7 +88,8 @@ class Axis
     [[nodiscard]] Result CheckMove(int direction) const;
     [[nodiscard]] Result CheckServoOn() const;
     void SwitchServo(bool on);
-    void Reset(); // clears the alarm; the servo is off afterwards
+    void Reset();      // clears the alarm; the servo is off afterwards
+    bool ResetAlarm(); // false for an alarm that lasts
     void Jog(int direction);
     void MoveTo(std::int32_t target);
     void MoveBy(std::int32_t distance); // from the commanded position of this moment
@@ -103,6 +101,12 @@ class Axis
 
     [[nodiscard]] const SpeedProfile& Profile() const { return profile_; }
     void SetProfile(const SpeedProfile& profile) { profile_ = profile; }
+
+    [[nodiscard]] const AxisProtection& Protection() const { return protection_; }
+    void SetProtection(const AxisProtection& protection);
+    [[nodiscard]] DriveParameters& Parameters() { return parameters_; }
+    [[nodiscard]] const DriveParameters& Parameters() const { return parameters_; }
+    [[nodiscard]] AlarmList& Alarms() { return alarms_; }
 
     // --- State, at the time of the last AdvanceTo.
     [[nodiscard]] bool ServoOn() const { return servoOn_ && now_ >= servoOnAt_; }
@@ -117,7 +121,10 @@ class Axis
     [[nodiscard]] std::int32_t TargetPosition() const { return target_; }
     [[nodiscard]] std::int32_t Velocity() const;
     [[nodiscard]] std::int32_t Torque() const; // 0.1 % of the rated torque
+    [[nodiscard]] double TorqueDemand() const; // the same before any limit
+    [[nodiscard]] bool TorqueLimited(int direction) const;
     [[nodiscard]] bool LimitActive(int direction) const;
+    [[nodiscard]] bool AtSoftwareLimit(int direction) const; // at one that is watched, or beyond
     [[nodiscard]] bool EmergencyStop() const;
     [[nodiscard]] bool InPosition() const;
 
@@ -130,6 +137,7 @@ class Axis
     [[nodiscard]] const AxisMechanics& Mechanics() const { return mechanics_; }
     void RaiseAlarm(const Alarm& alarm); // stops the axis and switches its servo off
     [[nodiscard]] const std::optional<Alarm>& ActiveAlarm() const { return alarm_; }
+    void SetLoad(double torque) { load_ = torque; } // on a servo that is on, 0.1 % of the rated one
     void SetWarning(bool on) { warning_ = on; }
     [[nodiscard]] bool Warning() const { return warning_; }
     void PowerUp();
@@ -143,9 +151,22 @@ class Axis
     void Rest(double physical, StopCause cause);
     void AdoptEncoder();
     void PlanLimitStop();
+    void PlanStopAt(double place, int direction, Reaction reaction, StopCause cause);
     void StopAtLimit();
+    void ReactToSensors(const AxisInputs& before);
+
+    // Where the running motion will meet a limit.
+    struct LimitStop
+    {
+        Nanoseconds time = kNever;
+        Reaction reaction = Reaction::kNone;
+        StopCause cause = StopCause::kNone;
+    };
 
     AxisMechanics mechanics_;
+    AxisProtection protection_;
+    DriveParameters parameters_;
+    AlarmList alarms_;
     SpeedProfile profile_;
     AxisInputs inputs_;
     Nanoseconds now_;
@@ -154,6 +175,7 @@ class Axis
     Nanoseconds servoOnAt_{0};
     std::optional<Alarm> alarm_;
     bool warning_ = false;
+    double load_ = 0;
 
     // The motion. Without a trajectory the axis rests at resting_.
     std::shared_ptr<const Trajectory> trajectory_;
@@ -162,7 +184,7 @@ class Axis
     StopCause lastStop_ = StopCause::kNone;
     Nanoseconds begin_{0};
     Nanoseconds end_ = kNever;
-    Nanoseconds limitStop_ = kNever; // when the running motion meets a limit switch
+    LimitStop limitStop_;
     double resting_ = 0;
     std::int32_t target_ = 0;
 

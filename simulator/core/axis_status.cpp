@@ -18,12 +18,14 @@ enum StatusBit : unsigned {
     kCommandActiveBit = 2,
     kAlarmBit = 3,
     kWarningBit = 4,
+    kTorqueLimitedBit = 5,
     kInMotionBit = 6,
     kInPositionBit = 7,
     kLimitPositiveBit = 8,
     kLimitNegativeBit = 9,
     kHomeSensorBit = 11,
     kHomingBit = 13,
+    kSoftwareLimitBit = 14,
     kConfigurableInputBit = 15,
 };
 
@@ -36,12 +38,14 @@ Word StatusBits(const Axis& axis)
     put(kCommandActiveBit, axis.Moving());
     put(kAlarmBit, axis.ActiveAlarm().has_value());
     put(kWarningBit, axis.Warning());
+    put(kTorqueLimitedBit, axis.TorqueLimited(1) || axis.TorqueLimited(-1));
     put(kInMotionBit, axis.Moving());
     put(kInPositionBit, axis.InPosition());
     put(kLimitPositiveBit, axis.LimitActive(1));
     put(kLimitNegativeBit, axis.LimitActive(-1));
     put(kHomeSensorBit, axis.Inputs().homeSensor);
     put(kHomingBit, axis.Kind() == MotionKind::kHoming);
+    put(kSoftwareLimitBit, axis.AtSoftwareLimit(1) || axis.AtSoftwareLimit(-1));
     put(kConfigurableInputBit, axis.Inputs().configurable);
     return static_cast<Word>(bits);
 }

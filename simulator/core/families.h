@@ -11,10 +11,16 @@ namespace lumosim {
 
 class Controller;
 
+std::unique_ptr<Family> MakeAlarms(Controller& controller);
 std::unique_ptr<Family> MakeAxisSetup(Controller& controller);
 std::unique_ptr<Family> MakeAxisStatus(Controller& controller);
+std::unique_ptr<Family> MakeDrives(Controller& controller);
+std::unique_ptr<Family> MakeHandWheel(Controller& controller);
 std::unique_ptr<Family> MakeMoves(Controller& controller);
+std::unique_ptr<Family> MakeSlaveProperties(Controller& controller);
+std::unique_ptr<Family> MakeStopModes(Controller& controller);
 std::unique_ptr<Family> MakeSystemStatus(Controller& controller);
+std::unique_ptr<Family> MakeTorqueLimits(Controller& controller);
 
 std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller);
 

@@ -32,6 +32,12 @@ enum class Result : Word {
     kEmptyMap = 11,
     kAxisTwice = 12,
     kEmergencyStop = 13,
+    kAlarmLasts = 80,
+    kSoftwareLimit = 81,
+    kNoParameter = 82,
+    kReadOnlyParameter = 83,
+    kServoIsOn = 84,
+    kNoMonitor = 85,
 };
 
 constexpr Word LowWord(std::int32_t value)

@@ -42,7 +42,7 @@ class Server
     [[nodiscard]] const std::string& Address() const;
     [[nodiscard]] std::uint16_t Port() const; // bound port; 0 before Start
     [[nodiscard]] std::size_t Connections() const;
-    void DropConnections(); // closes them all and goes on listening
+    void DropConnections(); // closes them all and goes on listening; not inside With
 
     // Runs `use(Controller&)` while nothing else touches the controller, its time brought up to
     // now, and returns what it returns.

@@ -724,8 +724,7 @@ typedef struct TorqueLimitStatus
     unsigned short word2;  /**< offset 8: trqLimit2 in force */
     unsigned short word3;  /**< offset 10: trqParam3 in force, as two's complement */
     unsigned short word4;  /**< offset 12: trqCodeHi * 256 + trqCodeLo in force */
-    unsigned int value5;   /**< offset 16: how long the torque has been at a limit, milliseconds,
-                              0..65535 */
+    unsigned int value5;   /**< offset 16: torque, 0.1 percent without sign, 0..65535 */
     unsigned int value6;   /**< offset 20: trqValue in force */
 } TorqueLimitStatus;
 
@@ -737,11 +736,9 @@ typedef struct TorqueLimitStatus
  * @param trqLimit1 first limit, 0..500 (simulated drive: positive torque, percent of the rated one)
  * @param trqLimit2 second limit, 0..500 (negative torque, percent)
  * @param trqParam3 signed 16-bit value (torque around which the limits lie, 0.1 percent)
- * @param trqCodeHi 0..255 (what happens at a limit: 0 nothing, 1 warning, 2 decelerating stop,
- *                  3 sudden stop)
- * @param trqCodeLo 0..255 (limits in use: 0 both, 1 the positive one, 2 the negative one)
- * @param trqValue  unsigned 32-bit value (how long the torque is at a limit until that happens,
- *                  milliseconds)
+ * @param trqCodeHi 0..255 (kept and shown by the status)
+ * @param trqCodeLo 0..255 (kept and shown by the status)
+ * @param trqValue  unsigned 32-bit value (kept and shown by the status)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
  *         ZELQ_BAD_ARGUMENT(2), (3): trqLimit1, trqLimit2 above 500; (4), (5): trqCodeHi, trqCodeLo
  *         above 255; exchange codes
@@ -779,7 +776,7 @@ ZELQ_API short ZELQ_CALL zelQ_mTorqueLimitSet(
  *
  * @param zelNo    controller number, 1..254
  * @param axis     0..31
- * @param trqValue sent as it is (without a limit it has no effect on the simulated drive)
+ * @param trqValue unsigned 32-bit value (kept and shown by the status)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
  * @note Threads: any.
  */

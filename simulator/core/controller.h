@@ -11,9 +11,12 @@
 
 #include <array>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <span>
+#include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace lumosim {

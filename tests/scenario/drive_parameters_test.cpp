@@ -137,7 +137,7 @@ TEST_F(DriveParametersTest, MonitorsShowTheDrive)
     const ServoStatus status = StatusOf(1);
     EXPECT_EQ(static_cast<int>(values[0]), double{status.commandPosition});
     EXPECT_EQ(static_cast<int>(values[1]), double{status.encoderPosition});
-    EXPECT_EQ(static_cast<int>(values[2]), status.followingError);
+    EXPECT_EQ(static_cast<int>(values[2]), double{status.followingError});
     EXPECT_EQ(static_cast<int>(values[3]), -10'000);
     EXPECT_EQ(static_cast<int>(values[4]), -50) << "friction";
     EXPECT_EQ(values[5], 0U);

@@ -14,6 +14,7 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <utility>
@@ -82,6 +83,11 @@ class Controller
     // The same where a servo is known to stand; std::out_of_range otherwise.
     [[nodiscard]] Axis& AxisAt(int number);
 
+    // --- Hosts. A controller that has had one and lost the last knows since when.
+    void HostConnected();
+    void HostDisconnected();
+    [[nodiscard]] std::optional<Nanoseconds> HostLostAt() const { return hostLostAt_; }
+
     // --- Inputs and outputs: bit k is pin k.
     [[nodiscard]] Word MainInputs() const { return mainInputs_; }
     void SetMainInputs(Word inputs) { mainInputs_ = inputs & 0xFFU; }
@@ -125,6 +131,8 @@ class Controller
     RegisterMap registers_;
     std::function<void(const CommandRecord&)> log_;
 
+    int hosts_ = 0;
+    std::optional<Nanoseconds> hostLostAt_;
     Word configurationCounter_ = 1;
     bool configurationStable_ = true;
     Word mainInputs_ = 0;

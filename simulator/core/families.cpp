@@ -24,6 +24,12 @@ std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller)
     families.push_back(MakeSerialPort(controller));
     families.push_back(MakeMaintenance(controller));
     families.push_back(MakeMemory(controller));
+    families.push_back(MakeTorqueLimits(controller));
+    families.push_back(MakeStopModes(controller));
+    families.push_back(MakeHandWheel(controller));
+    families.push_back(MakeAlarms(controller));
+    families.push_back(MakeSlaveProperties(controller));
+    families.push_back(MakeDrives(controller));
     return families;
 }
 

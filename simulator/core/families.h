@@ -11,6 +11,7 @@ namespace lumosim {
 
 class Controller;
 
+std::unique_ptr<Family> MakeAlarms(Controller& controller);
 std::unique_ptr<Family> MakeAxisSetup(Controller& controller);
 std::unique_ptr<Family> MakeAxisStatus(Controller& controller);
 std::unique_ptr<Family> MakeDriveModes(Controller& controller);
@@ -30,7 +31,13 @@ std::unique_ptr<Family> MakeMemory(Controller& controller);
 std::unique_ptr<Family> MakeMoves(Controller& controller);
 std::unique_ptr<Family> MakeRemoteOutputs(Controller& controller);
 std::unique_ptr<Family> MakeSerialPort(Controller& controller);
+std::unique_ptr<Family> MakeDrives(Controller& controller);
+std::unique_ptr<Family> MakeHandWheel(Controller& controller);
+std::unique_ptr<Family> MakeMoves(Controller& controller);
+std::unique_ptr<Family> MakeSlaveProperties(Controller& controller);
+std::unique_ptr<Family> MakeStopModes(Controller& controller);
 std::unique_ptr<Family> MakeSystemStatus(Controller& controller);
+std::unique_ptr<Family> MakeTorqueLimits(Controller& controller);
 
 std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller);
 

@@ -57,6 +57,12 @@ enum class Result : Word {
     kSerialPortTaken = 102,
     kNoSuchFlash = 104,
     kNoSuchMemory = 105,
+    kAlarmLasts = 80,
+    kSoftwareLimit = 81,
+    kNoParameter = 82,
+    kReadOnlyParameter = 83,
+    kServoIsOn = 84,
+    kNoMonitor = 85,
 };
 
 constexpr Word LowWord(std::int32_t value)

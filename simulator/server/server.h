@@ -59,7 +59,7 @@ class Server
     [[nodiscard]] std::uint16_t DiscoveryPort() const; // 0 when it does not listen there
     [[nodiscard]] std::uint16_t SerialTcpPort() const; // 0 when the serial port is not wired to TCP
     [[nodiscard]] std::size_t Connections() const;
-    void DropConnections(); // closes them all and goes on listening
+    void DropConnections(); // closes them all and goes on listening; not inside With
 
     // Runs `use(Controller&)` while nothing else touches the controller, its time brought up to
     // now, and returns what it returns.

@@ -96,3 +96,28 @@ static_assert(offsetof(LmStatus, word1) == 10);
 static_assert(offsetof(LmStatus, word2) == 12);
 static_assert(offsetof(LmStatus, long3) == 16);
 static_assert(offsetof(LmStatus, long5) == 20);
+// Protection
+
+static_assert(sizeof(TorqueLimitStatus) == 24);
+static_assert(offsetof(TorqueLimitStatus, active) == 0);
+static_assert(offsetof(TorqueLimitStatus, flag1) == 2);
+static_assert(offsetof(TorqueLimitStatus, flag2) == 4);
+static_assert(offsetof(TorqueLimitStatus, word1) == 6);
+static_assert(offsetof(TorqueLimitStatus, word2) == 8);
+static_assert(offsetof(TorqueLimitStatus, word3) == 10);
+static_assert(offsetof(TorqueLimitStatus, word4) == 12);
+static_assert(offsetof(TorqueLimitStatus, value5) == 16);
+static_assert(offsetof(TorqueLimitStatus, value6) == 20);
+
+// Servo and slave properties
+
+static_assert(sizeof(SlaveProperty) == 20);
+static_assert(offsetof(SlaveProperty, axis) == 0);
+static_assert(offsetof(SlaveProperty, type) == 2);
+static_assert(offsetof(SlaveProperty, seriesCode) == 4);
+static_assert(offsetof(SlaveProperty, motorCode) == 6);
+static_assert(offsetof(SlaveProperty, encoderCode) == 8);
+static_assert(offsetof(SlaveProperty, limitLogic) == 10);
+static_assert(offsetof(SlaveProperty, homeLogic) == 12);
+static_assert(offsetof(SlaveProperty, inputUse) == 14);
+static_assert(offsetof(SlaveProperty, absoluteEncoder) == 18);

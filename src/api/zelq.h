@@ -1769,21 +1769,565 @@ ZELQ_API short ZELQ_CALL zelQ_LmGetAllStatus(short zelNo, LmStatus* status);
 /* Protection: torque limit                                                                   */
 /* ------------------------------------------------------------------------------------------ */
 
+/** What holds an axis's torque back, as zelQ_TorqueLimitGetStatus() reads it, 24 bytes. What the
+ * numbers mean is the drive's; the meaning given here is that of the simulated one. */
+typedef struct TorqueLimitStatus
+{
+    unsigned short active; /**< offset 0: 1 while a limit is set */
+    unsigned short flag1;  /**< offset 2: 1 while the torque is at its positive limit */
+    unsigned short flag2;  /**< offset 4: 1 while the torque is at its negative limit */
+    unsigned short word1;  /**< offset 6: trqLimit1 in force */
+    unsigned short word2;  /**< offset 8: trqLimit2 in force */
+    unsigned short word3;  /**< offset 10: trqParam3 in force, as two's complement */
+    unsigned short word4;  /**< offset 12: trqCodeHi * 256 + trqCodeLo in force */
+    unsigned int value5;   /**< offset 16: torque, 0.1 percent without sign, 0..65535 */
+    unsigned int value6;   /**< offset 20: trqValue in force */
+} TorqueLimitStatus;
+
+/**
+ * Limits the torque of one axis. The values are sent as they are; what they mean is the drive's.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param axis      0..31
+ * @param trqLimit1 first limit, 0..500 (simulated drive: positive torque, percent of the rated one)
+ * @param trqLimit2 second limit, 0..500 (negative torque, percent)
+ * @param trqParam3 signed 16-bit value (torque around which the limits lie, 0.1 percent)
+ * @param trqCodeHi 0..255 (kept and shown by the status)
+ * @param trqCodeLo 0..255 (kept and shown by the status)
+ * @param trqValue  unsigned 32-bit value (kept and shown by the status)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2), (3): trqLimit1, trqLimit2 above 500; (4), (5): trqCodeHi, trqCodeLo
+ *         above 255; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_TorqueLimitSet(unsigned short zelNo, unsigned short axis,
+                                             unsigned short trqLimit1, unsigned short trqLimit2,
+                                             short trqParam3, unsigned short trqCodeHi,
+                                             unsigned short trqCodeLo, unsigned int trqValue);
+
+/**
+ * Limits the torque of several axes in one exchange; element i of each array belongs to axes[i].
+ * No value in the arrays is checked here.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param count     number of axes, 1..32
+ * @param axes      axis numbers; the controller judges them
+ * @param trqLimit1 as in zelQ_TorqueLimitSet()
+ * @param trqLimit2 as in zelQ_TorqueLimitSet()
+ * @param trqParam3 as in zelQ_TorqueLimitSet()
+ * @param trqCodeHi as in zelQ_TorqueLimitSet(); only the low 8 bits are sent
+ * @param trqCodeLo as in zelQ_TorqueLimitSet(); only the low 8 bits are sent
+ * @param trqValue  as in zelQ_TorqueLimitSet()
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2)..(8): axes..trqValue null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mTorqueLimitSet(
+    unsigned short zelNo, short count, const unsigned short* axes, const unsigned short* trqLimit1,
+    const unsigned short* trqLimit2, const short* trqParam3, const unsigned short* trqCodeHi,
+    const unsigned short* trqCodeLo, const unsigned int* trqValue);
+
+/**
+ * Ends the torque limit of one axis.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param axis     0..31
+ * @param trqValue unsigned 32-bit value (kept and shown by the status)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_TorqueLimitFree(short zelNo, unsigned short axis,
+                                              unsigned int trqValue);
+
+/**
+ * Frees the torque of several axes in one exchange. Unlike zelQ_TorqueLimitFree() it leaves the
+ * limits on, both at 500: they hold nothing back, but zelQ_TorqueLimitGetStatus() shows them as
+ * active.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param count  number of axes, 1..32
+ * @param axes   axis numbers; the controller judges them
+ * @param values trqValue of each axis
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2), (3): axes, values null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mTorqueLimitFree(short zelNo, short count, const short* axes,
+                                               const unsigned int* values);
+
+/**
+ * Reads the state of one axis's torque limit.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param axis   a servo axis of the controller
+ * @param status [out] written on success
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: above 31 or no
+ *         servo axis; ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_TorqueLimitGetStatus(short zelNo, unsigned short axis,
+                                                   TorqueLimitStatus* status);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Protection: stop modes, software limits, hand wheel                                        */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Sets the two software limits of an axis. The values of the stop modes and which limit is the
+ * positive one are the controller's; the meaning given here is that of the simulated one.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param axis    0..31
+ * @param slMode1 stop mode of limit 1, 0..2 (0: not watched, 1: decelerating stop, 2: sudden stop)
+ * @param slPos1  position of limit 1, user units (the positive limit)
+ * @param slMode2 stop mode of limit 2, 0..2
+ * @param slPos2  position of limit 2, user units (the negative limit)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2), (4): slMode1, slMode2 above 2; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_StopModeSwLimit(short zelNo, unsigned short axis,
+                                              unsigned short slMode1, double slPos1,
+                                              unsigned short slMode2, double slPos2);
+
+/**
+ * Reads the two software limits of an axis back from the controller.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param axis    0..31
+ * @param slMode1 [out] stop mode of limit 1
+ * @param slPos1  [out] position of limit 1, user units
+ * @param slMode2 [out] stop mode of limit 2
+ * @param slPos2  [out] position of limit 2, user units
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2)..(5): slMode1..slPos2 null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SwLimitGet(short zelNo, unsigned short axis, unsigned short* slMode1,
+                                         double* slPos1, unsigned short* slMode2, double* slPos2);
+
+/**
+ * Reads the software limits of several axes in one exchange; element i of each array belongs to
+ * axes[i].
+ *
+ * @param zelNo   controller number, 1..254
+ * @param count   number of axes, 1..32
+ * @param axes    servo axes of the controller, each once
+ * @param slMode1 [out] as in zelQ_SwLimitGet(), count elements
+ * @param slPos1  [out] count elements
+ * @param slMode2 [out] count elements
+ * @param slPos2  [out] count elements
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT: also for
+ *         more axes than the controller has servo axes; ZELQ_BAD_ARGUMENT(2): axes null;
+ *         #ZELQ_BAD_AXIS; #ZELQ_DUPLICATE_AXIS; ZELQ_BAD_ARGUMENT(3)..(6): slMode1..slPos2 null;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mSwLimitGet(short zelNo, short count, const unsigned short* axes,
+                                          unsigned short* slMode1, double* slPos1,
+                                          unsigned short* slMode2, double* slPos2);
+
+/**
+ * Sets how an axis stops when one of its sensors comes on. The values are the controller's; the
+ * meaning given here is that of the simulated one.
+ *
+ * @param zelNo          controller number, 1..254
+ * @param axis           0..31
+ * @param sensorSel      sensor, 0..3 (0: positive limit, 1: negative limit, 2: home sensor,
+ *                       3: configurable input)
+ * @param sensorStopMode 0..2 (0: no stop, 1: decelerating stop, 2: sudden stop)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2), (3): sensorSel, sensorStopMode out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_StopModeSensorOn(short zelNo, unsigned short axis,
+                                               unsigned short sensorSel,
+                                               unsigned short sensorStopMode);
+
+/**
+ * Sets what a controller does with all its axes when it has lost the connection to its host. The
+ * values are the controller's; the meaning given here is that of the simulated one.
+ *
+ * @param zelNo        controller number, 1..254
+ * @param discValue    unsigned 32-bit value (how long no host is connected until the axes stop,
+ *                     milliseconds; 0: they never do)
+ * @param discStopMode 0..1 (0: decelerating stop, 1: sudden stop)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2):
+ *         discStopMode above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_StopModeDisconnected(short zelNo, unsigned int discValue,
+                                                   unsigned short discStopMode);
+
+/**
+ * Configures the hand wheel (manual pulse generator) of a controller for one axis. The values are
+ * the controller's; the meaning given here is that of the simulated one.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param axis    0..31
+ * @param mpgCfg1 0..2 (edges counted of each of the wheel's notches: 0: one, 1: two, 2: four)
+ * @param mpgCfg2 0..3 (directions in which the wheel moves the axis: 0: none, 1: positive,
+ *                2: negative, 3: both)
+ * @param mpgCfg3 0..1 (1: the wheel's direction is reversed)
+ * @param mpgCfg4 1..32 (factor by which the counts are multiplied)
+ * @param mpgCfg5 1..2048 (divisor of the counts)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2)..(6): mpgCfg1..mpgCfg5 out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MPGSetCfg(unsigned short zelNo, unsigned short axis,
+                                        unsigned short mpgCfg1, unsigned short mpgCfg2,
+                                        unsigned short mpgCfg3, unsigned short mpgCfg4,
+                                        short mpgCfg5);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Alarms                                                                                     */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Asks the drive of one axis to reset its alarm. Waits 200 ms for sending and for the reply (up to
+ * 6 times that, three times over), whatever zelQ_TMOSet() has set.
+ *
+ * @warning A lost reply makes the library send the request again: an alarm that came up in between
+ *          is reset with it. It still stands in the drive's alarm list.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_AlarmResetReq(short zelNo, unsigned short axis);
+
+/**
+ * Asks the drives of several axes to reset their alarms, as zelQ_AlarmResetReq() does for one.
+ *
+ * @warning A lost reply makes the library send the request again: alarms that came up in between
+ *          are reset with it. They still stand in the drives' alarm lists.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mAlarmResetReq(short zelNo, short count, const unsigned short* axes);
+
+/**
+ * Reads one entry of the alarm list of a drive. The list has 15 entries.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param axis       0..31
+ * @param listIndex  entry, 0..14 (simulated drive: 0 is the latest alarm)
+ * @param alarmNo    [out] number of the alarm, 0..255 (0: no entry); may be null
+ * @param alarmSubNo [out] its sub-number, 0..255; may be null
+ * @param alarmData  [out] a further value of the drive (seconds from the drive's start to the
+ *                   alarm, 65535 at most); may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2): listIndex above 14; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_AlarmListGet(short zelNo, unsigned short axis,
+                                           unsigned short listIndex, unsigned short* alarmNo,
+                                           unsigned short* alarmSubNo, unsigned short* alarmData);
+
+/**
+ * Reads the same entry of the alarm lists of several drives, as far as the reply goes: it has count
+ * registers, of which each axis takes two. The call therefore ends in #ZELQ_REPLY_DATA_MISSING,
+ * with the first count / 2 entries stored. To have the entries of all axes, use
+ * zelQ_AlarmListGet() for each.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param count      number of axes, 1..32
+ * @param axes       axis numbers; the controller judges them
+ * @param listIndex  entry, 0..14
+ * @param alarmNo    [out] as in zelQ_AlarmListGet(), count elements
+ * @param alarmSubNo [out] count elements
+ * @param alarmData  [out] count elements
+ * @return #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(3): listIndex above 14; (4), (5), (6): alarmNo, alarmSubNo, alarmData
+ *         null; (2): axes null; #ZELQ_REPLY_DATA_MISSING: entries in front of the missing one are
+ *         stored; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mAlarmListGet(unsigned short zelNo, short count,
+                                            const unsigned short* axes, unsigned short listIndex,
+                                            unsigned short* alarmNo, unsigned short* alarmSubNo,
+                                            unsigned short* alarmData);
+
+/**
+ * Clears the alarm list of a drive. An alarm that is active stays so.
+ *
+ * @warning A lost reply makes the library send the request again: an alarm that came up in between
+ *          is cleared from the list unseen.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_AlarmListClear(short zelNo, unsigned short axis);
+
+/**
+ * Clears the alarm lists of several drives.
+ *
+ * @warning A lost reply makes the library send the request again: alarms that came up in between
+ *          are cleared from the lists unseen.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mAlarmListClear(short zelNo, short count, const unsigned short* axes);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Servo and slave properties                                                                 */
 /* ------------------------------------------------------------------------------------------ */
 
+/** What stands at one position of the servo network, 20 bytes; the codes are those of the slave
+ * type word. */
+typedef struct SlaveProperty
+{
+    unsigned short axis;            /**< offset 0: position, 0xFFFF where nothing stands
+                                       (zelQ_SlavePropertyGetAll() only) */
+    unsigned short type;            /**< offset 2: 1: servo, 2: input slave, 3: output slave, type
+                                       word bits 0..3 */
+    unsigned short seriesCode;      /**< offset 4: drive series, type word bits 4..6 */
+    unsigned short motorCode;       /**< offset 6: motor, type word bits 7..10 */
+    unsigned short encoderCode;     /**< offset 8: encoder, type word bits 11..14 */
+    unsigned short limitLogic;      /**< offset 10: limit sensor logic, type word bits 15..16 */
+    unsigned short homeLogic;       /**< offset 12: home sensor logic, type word bits 17..18 */
+    unsigned short inputUse;        /**< offset 14: use of the inputs, type word bits 19..21
+                                       (zelQ_SlavePropertyGet() only) */
+    unsigned short reserved;        /**< offset 16: not written */
+    unsigned short absoluteEncoder; /**< offset 18: the encoder is an absolute one, type word bit
+                                       23 */
+} SlaveProperty;
+
+/**
+ * Configures the properties of a servo axis, then reads the slaves of the controller anew. What the
+ * values mean is the controller's; the meaning given here is that of the simulated one.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param axis      0..31
+ * @param prop1     0..1 (1: the encoder is an absolute one)
+ * @param prop2     1..4 (drive series code)
+ * @param prop3     0..3 (limit sensor logic)
+ * @param prop4     0..3 (home sensor logic)
+ * @param prop5     0..2 (use of the configurable input: 0: none, 1: general input, 2: emergency
+ *                  stop)
+ * @param propValue unsigned 32-bit value (pulses of one motor turn, which the drive keeps as its
+ *                  parameter 0.2; 0: as it is)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2)..(6): prop1..prop5 out of range; exchange codes, of the second
+ *         exchange too: the properties are set then, but the library knows the old ones until the
+ *         slaves are read again
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ServoPropertyCfg(unsigned short zelNo, unsigned short axis,
+                                               unsigned short prop1, short prop2,
+                                               unsigned short prop3, unsigned short prop4,
+                                               unsigned short prop5, unsigned int propValue);
+
+/**
+ * Reads the properties of the slave at one position from the controller.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param axis     position, 0..31
+ * @param property [out] for a servo all fields but reserved; for an input or output slave axis and
+ *                 type; for a slave of another type nothing
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: above 31, or
+ *         nothing stands there (found after the exchange); ZELQ_BAD_ARGUMENT(2): null; exchange
+ *         codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SlavePropertyGet(unsigned short zelNo, short axis,
+                                               SlaveProperty* property);
+
+/**
+ * Reads the slaves of a controller anew, and reports the properties of all 32 positions.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param properties [out] 32 records, by position: all fields but inputUse and reserved
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SlavePropertyGetAll(short zelNo, SlaveProperty* properties);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Drive parameters and monitors                                                              */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Writes a parameter of the drive of one axis. A parameter is addressed by class and number; which
+ * there are and what they mean is the drive's. It is lost with the power unless
+ * zelQ_ParamWriteEeprom() saves it.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param axis     0..31
+ * @param prmClass class, 0..255
+ * @param prmNo    number, 0..255
+ * @param value    in the drive's own unit
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2), (3): prmClass, prmNo above 255; exchange codes
+ * @note Threads: any. The trace line does not show the value: it has 0 in its place.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ParamSet(short zelNo, unsigned short axis, unsigned short prmClass,
+                                       unsigned short prmNo, int value);
+
+/**
+ * Writes the same parameter of the drives of several axes in one exchange.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param count    number of axes, 1..32
+ * @param axes     axis numbers; the controller judges them
+ * @param prmClass class, 0..255
+ * @param prmNo    number, 0..255
+ * @param values   values[i] for axes[i]
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): count
+ *         outside 1..32; (1), (2): prmClass, prmNo above 255; (2), (5): axes, values null; exchange
+ *         codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mParamSet(short zelNo, short count, const unsigned short* axes,
+                                        unsigned short prmClass, unsigned short prmNo,
+                                        const int* values);
+
+/**
+ * Reads a parameter of the drive of one axis.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param axis     0..31
+ * @param prmClass class, 0..255
+ * @param prmNo    number, 0..255
+ * @param value    [out] in the drive's own unit; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         prmClass, prmNo above 255; #ZELQ_BAD_AXIS (checked behind those two); exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ParamGet(short zelNo, unsigned short axis, unsigned short prmClass,
+                                       unsigned short prmNo, int* value);
+
+/**
+ * Reads the same parameter of the drives of several axes in one exchange.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param count    number of axes, 1..32
+ * @param axes     axis numbers; the controller judges them
+ * @param prmClass class, 0..255
+ * @param prmNo    number, 0..255
+ * @param values   [out] values[i] of axes[i], count elements
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         prmClass, prmNo above 255; #ZELQ_BAD_AXIS_COUNT; ZELQ_BAD_ARGUMENT(5): values null; (2):
+ *         axes null; #ZELQ_REPLY_DATA_MISSING: values in front of the missing one are stored;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mParamGet(unsigned short zelNo, short count,
+                                        const unsigned short* axes, unsigned short prmClass,
+                                        unsigned short prmNo, int* values);
+
+/**
+ * Asks the drive of one axis to put written parameters into force that need it; which ones do is
+ * the drive's.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CParamValid(short zelNo, unsigned short axis);
+
+/**
+ * Asks the drives of several axes to put written parameters into force, as zelQ_CParamValid() does
+ * for one.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mCParamValid(short zelNo, short count, const unsigned short* axes);
+
+/**
+ * Saves the parameters of the drive of one axis to its EEPROM: they are there again after the power
+ * was off.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any. An EEPROM bears a limited number of writes: save what has changed, not
+ *       regularly.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ParamWriteEeprom(short zelNo, unsigned short axis);
+
+/**
+ * Saves the parameters of the drives of several axes to their EEPROMs, as zelQ_ParamWriteEeprom()
+ * does for one.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mParamWriteEeprom(short zelNo, short count,
+                                                const unsigned short* axes);
+
+/**
+ * Reads the identification of the drive of one axis.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param sysId [out] 80 bytes, in the order in which the drive keeps them (simulated drive: five
+ *              texts of 16 bytes, filled up with zeros: maker, drive, its serial number, motor, its
+ *              serial number)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ParamGetSysID(short zelNo, unsigned short axis, void* sysId);
+
+/**
+ * Reads a monitor value of the drive of one axis. Which monitors there are is the drive's.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param axis      axis number; the controller judges it
+ * @param monitorNo monitor number; the controller judges it (simulated drive: 0 command position,
+ *                  1 encoder position, 2 following error, all in pulses; 3 speed, pulses per
+ *                  second; 4 torque, 0.1 percent of the rated one; 5 drive temperature, 6 motor
+ *                  temperature, 0.1 degrees Celsius; 7 bus voltage, 0.1 V)
+ * @param value     [out] in the drive's own unit; negative ones as two's complement
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(4): value
+ *         null; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any. The trace line names the call zelQ_MonitorGet.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MonitorRead(short zelNo, short axis, short monitorNo,
+                                          unsigned int* value);
+
+/**
+ * Reads several monitor values in one exchange: monitorNos[i] of axes[i] into values[i]. An axis
+ * may stand there several times.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param count      number of values, 1..32
+ * @param axes       axis numbers; the controller judges them
+ * @param monitorNos monitor numbers, as in zelQ_MonitorRead()
+ * @param values     [out] count elements
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(4): values null; (2), (3): axes, monitorNos null;
+ *         #ZELQ_REPLY_DATA_MISSING: values in front of the missing one are stored; exchange codes
+ * @note Threads: any. The trace line names the call zelQ_MonitorGet.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mMonitorRead(short zelNo, short count, const short* axes,
+                                           const unsigned short* monitorNos, unsigned int* values);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Outputs: drives                                                                            */

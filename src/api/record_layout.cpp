@@ -60,3 +60,13 @@ static_assert(offsetof(SpeedProfile, start) == 4);
 static_assert(offsetof(SpeedProfile, acc) == 12);
 static_assert(offsetof(SpeedProfile, drive) == 20);
 static_assert(offsetof(SpeedProfile, dec) == 28);
+
+// Interpolation
+
+static_assert(sizeof(InterpSpeedProfile) == 44);
+static_assert(offsetof(InterpSpeedProfile, profileType) == 0);
+static_assert(offsetof(InterpSpeedProfile, startSpeed) == 4);
+static_assert(offsetof(InterpSpeedProfile, acc) == 12);
+static_assert(offsetof(InterpSpeedProfile, driveSpeed) == 20);
+static_assert(offsetof(InterpSpeedProfile, dec) == 28);
+static_assert(offsetof(InterpSpeedProfile, endSpeed) == 36);

@@ -36,7 +36,8 @@ void Reply::AddLong(std::int32_t value)
 
 void CommandTable::Add(Word code, std::string name, CommandHandler handler)
 {
-    const auto [entry, added] = entries_.try_emplace(code, std::move(name), std::move(handler));
+    const auto [entry, added] =
+        entries_.try_emplace(code, Entry{std::move(name), std::move(handler)});
     if (!added) throw std::logic_error("command code used twice: " + entry->second.name);
 }
 

@@ -5,6 +5,7 @@
 
 #include <asio.hpp>
 #include <atomic>
+#include <future>
 #include <set>
 #include <thread>
 #include <utility>
@@ -99,7 +100,13 @@ void Server::Impl::Stop()
 void Server::Impl::DropConnections()
 {
     if (!thread_.joinable()) return;
-    asio::post(io_, asio::use_future([this] { CloseConnections(); })).wait();
+    std::promise<void> promise;
+    const std::future<void> dropped = promise.get_future();
+    asio::post(io_, [this, promise = std::move(promise)]() mutable {
+        CloseConnections();
+        promise.set_value();
+    });
+    dropped.wait();
 }
 
 void Server::Impl::CloseConnections()

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "platform/clock.h"
+#include "platform/use_lock.h"
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <shared_mutex>
 #include <span>
 
 namespace zelq::platform {
@@ -70,7 +70,7 @@ class TcpSocket
     std::atomic<Handle> handle_ = kNone;
     std::atomic<Handle> event_ = kNone; ///< readiness event where the system has one, kept
     std::atomic<std::uint32_t> lastError_ = 0;
-    std::shared_mutex inUse_; ///< shared by every step, exclusive to close
+    UseLock inUse_; ///< shared by every step, exclusive to close
 };
 
 } // namespace zelq::platform

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <shared_mutex>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>

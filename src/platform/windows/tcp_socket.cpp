@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <mutex>
+#include <shared_mutex>
 
 namespace zelq::platform {
 
@@ -99,7 +100,7 @@ bool MeansBroken(int error)
 }
 
 /// Whether a step would not block now. Looking for bytes is a receive, after which the system
-/// signals the event for the next ones.
+/// sets the event for the next ones.
 bool IsReady(SOCKET handle, bool forWriting)
 {
     if (forWriting) return SelectForWriting(handle, std::chrono::milliseconds{0}) != 0;

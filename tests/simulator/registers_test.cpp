@@ -1,0 +1,228 @@
+// What the controller's registers show.
+
+#include "core/command_channel.h"
+#include "core/controller.h"
+
+#include <array>
+#include <chrono>
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace lumosim {
+namespace {
+
+ControllerConfig Mixed()
+{
+    ControllerConfig config;
+    config.axes = 2;
+    SlaveProperties properties;
+    properties.series = 5;
+    properties.motor = 9;
+    properties.encoder = 3;
+    properties.limitLogic = 2;
+    properties.homeLogic = 1;
+    properties.inputUse = 6;
+    properties.absoluteEncoder = true;
+    config.slaves = {{1, SlaveType::kServo, properties},
+                     {30, SlaveType::kInput, {}},
+                     {31, SlaveType::kOutput, {}}};
+    return config;
+}
+
+TEST(RegisterMap, BlocksAreCutToWhatIsAsked)
+{
+    RegisterMap map;
+    map.AddBlock(0xF410, 2, [](std::span<Word> out) { out[0] = 1, out[1] = 2; });
+    map.AddBlock(0xF412, 2, [](std::span<Word> out) { out[0] = 3, out[1] = 4; });
+    const auto read = [&map](Word first, std::size_t count) {
+        std::vector<Word> words(count, 99);
+        EXPECT_TRUE(map.Read(first, words));
+        return words;
+    };
+    EXPECT_EQ(read(0xF410, 4), (std::vector<Word>{1, 2, 3, 4}));
+    EXPECT_EQ(read(0xF411, 2), (std::vector<Word>{2, 3}));
+    EXPECT_EQ(read(0xF413, 2), (std::vector<Word>{4, 0}));
+    EXPECT_EQ(read(0xF40F, 2), (std::vector<Word>{0, 1}));
+    EXPECT_THROW(map.AddBlock(0xF413, 1, nullptr), std::logic_error);
+    EXPECT_THROW(map.AddBlock(0xF40F, 2, nullptr), std::logic_error);
+}
+
+TEST(Registers, ExistInTheirSpacesAlone)
+{
+    Controller controller(Mixed());
+    CommandChannel channel(controller);
+    const auto readable = [&channel](Word first, std::size_t count) {
+        std::vector<Word> words(count);
+        return channel.Read(first, words);
+    };
+    EXPECT_TRUE(readable(0x0000, 125));
+    EXPECT_TRUE(readable(0x1FFF, 1));
+    EXPECT_FALSE(readable(0x1FFF, 2));
+    EXPECT_FALSE(readable(0xEFFF, 2));
+    EXPECT_TRUE(readable(0xF000, 125));
+    EXPECT_TRUE(readable(0xF3FF, 2));
+    EXPECT_TRUE(readable(0xF4FF, 1));
+    EXPECT_FALSE(readable(0xF4FF, 2));
+    EXPECT_FALSE(readable(0xFFFF, 125));
+    EXPECT_THROW(static_cast<void>(controller.ReadRegister(0x2000)), std::out_of_range);
+}
+
+TEST(Registers, TypeWordsTellWhatStandsWhere)
+{
+    const Controller controller(Mixed());
+    EXPECT_EQ(controller.ReadLong(0x0038), 1);
+    EXPECT_EQ(controller.ReadLong(0x0138),
+              1 | 5 << 4 | 9 << 7 | 3 << 11 | 2 << 15 | 1 << 17 | 6 << 19 | 1 << 23);
+    EXPECT_EQ(controller.ReadLong(0x0238), 0);
+    EXPECT_EQ(controller.ReadLong(0x1E38), 2);
+    EXPECT_EQ(controller.ReadLong(0x1F38), 3);
+}
+
+TEST(Registers, ConfigurationCounterMovesWithEveryChange)
+{
+    Controller controller(Mixed());
+    const Word before = controller.ReadRegister(0xF414);
+    EXPECT_EQ(before & 1, 1);
+    controller.SetSlave({5, SlaveType::kServo, {}});
+    EXPECT_EQ(controller.ReadRegister(0xF414), before + 2);
+    controller.SetProperties(5, {});
+    controller.SetSlave({5, SlaveType::kNone, {}});
+    EXPECT_EQ(controller.ReadRegister(0xF414), before + 6);
+    EXPECT_EQ(controller.FindAxis(5), nullptr);
+    controller.SetConfigurationStable(false);
+    EXPECT_EQ(controller.ReadRegister(0xF414), before + 5);
+}
+
+TEST(Registers, InputsAndOutputs)
+{
+    Controller controller(Mixed());
+    controller.SetMainInputs(0x1A5);
+    controller.SetMainOutputs(0x5A);
+    controller.SetSlaveInputs(30, 0x80000001);
+    controller.SetSlaveOutputs(31, 0x12345678);
+    controller.SetSlaveOutputs(0, 2);
+    EXPECT_EQ(controller.ReadRegister(0xF415), 0xA5);
+    EXPECT_EQ(controller.ReadRegister(0xF416), 0x5A);
+    EXPECT_EQ(controller.ReadRegister(0x1E00), 1);
+    EXPECT_EQ(controller.ReadRegister(0x1E01), 0x8000);
+    EXPECT_EQ(controller.ReadLong(0x1F02), 0x12345678);
+    EXPECT_EQ(controller.ReadRegister(0x000C), 0x0200);
+}
+
+// The status of axis 0 in words.
+class StatusTest : public testing::Test
+{
+  protected:
+    unsigned Bits() const { return controller.ReadRegister(10); }
+    unsigned Kind() const { return controller.ReadRegister(11) & 0x1FU; }
+    unsigned Cause() const { return (controller.ReadRegister(11) >> 5U) & 0xFU; }
+
+    Controller controller{Mixed()};
+    Axis& axis = controller.AxisAt(0);
+};
+
+constexpr unsigned kServoOn = 1U << 0U;
+constexpr unsigned kReady = 1U << 1U;
+constexpr unsigned kActive = 1U << 2U;
+constexpr unsigned kAlarm = 1U << 3U;
+constexpr unsigned kWarning = 1U << 4U;
+constexpr unsigned kInMotion = 1U << 6U;
+constexpr unsigned kInPosition = 1U << 7U;
+
+TEST_F(StatusTest, FollowsAMoveFromBeginToEnd)
+{
+    EXPECT_EQ(Bits(), kReady);
+    controller.Execute({1, 1, 0, 1, 5000});
+    EXPECT_EQ(Bits(), kReady);
+    controller.Advance(Axis::kServoOnTime);
+    EXPECT_EQ(Bits(), kReady | kServoOn | kInPosition);
+
+    controller.Execute({0x11, 1, 0, 0xD8F0, 0xFFFF}); // to -10000
+    controller.Advance(std::chrono::milliseconds(500));
+    EXPECT_EQ(Bits(), kReady | kServoOn | kActive | kInMotion);
+    EXPECT_EQ(Kind(), 2U);
+    EXPECT_EQ(controller.ReadLong(0), -10'000);
+    EXPECT_EQ(controller.ReadLong(2), -50);
+    EXPECT_EQ(controller.ReadLong(4), -5);
+    EXPECT_EQ(controller.ReadLong(6), axis.CommandPosition());
+    EXPECT_EQ(controller.ReadLong(8), axis.CommandPosition() + 5);
+    EXPECT_EQ(controller.ReadLong(16), -10'000);
+
+    controller.Advance(std::chrono::seconds(2));
+    EXPECT_EQ(Bits(), kReady | kServoOn | kInPosition);
+    EXPECT_EQ(Kind(), 0U);
+    EXPECT_EQ(Cause(), 0U);
+    EXPECT_EQ(controller.ReadLong(6), -10'000);
+    EXPECT_EQ(controller.ReadLong(8), -10'000);
+}
+
+TEST_F(StatusTest, ShowsSensorsInputsAndAlarms)
+{
+    axis.SetInputs({true, false, false, false});
+    EXPECT_EQ(Bits(), kReady | 1U << 8U);
+    axis.SetInputs({false, true, false, false});
+    EXPECT_EQ(Bits(), kReady | 1U << 9U);
+    axis.SetInputs({false, false, true, false});
+    EXPECT_EQ(Bits(), kReady | 1U << 11U);
+    axis.SetInputs({false, false, false, true});
+    EXPECT_EQ(Bits(), kReady | 1U << 15U);
+    axis.SetInputs({});
+    axis.SetWarning(true);
+    EXPECT_EQ(Bits(), kReady | kWarning);
+    controller.Execute({1, 1, 0, 1, 5000});
+    controller.Execute({0x10, 1, 0, 0});
+    axis.RaiseAlarm({16, 0});
+    EXPECT_EQ(Bits(), kAlarm | kWarning);
+    EXPECT_EQ(Cause(), 5U);
+    controller.Execute({0, 1, 0});
+    EXPECT_EQ(Bits(), kReady);
+}
+
+TEST_F(StatusTest, SpeedProfileIsReadBack)
+{
+    controller.Execute({2, 1, 0, 1, 11, 0, 22, 1, 33, 2, 44, 3, 55, 4});
+    std::array<Word, 11> words{};
+    ASSERT_TRUE(controller.ReadRegisters(0x19, words));
+    EXPECT_EQ(words, (std::array<Word, 11>{1, 11, 0, 22, 1, 33, 2, 44, 3, 55, 4}));
+}
+
+TEST_F(StatusTest, APowerCycleForgetsWhatIsNotStored)
+{
+    Axis& absolute = controller.AxisAt(1);
+    for (Axis* one : {&axis, &absolute}) {
+        one->SwitchServo(true);
+        one->SetPosition(300);
+        one->MoveTo(500);
+    }
+    controller.Execute({2, 1, 0, 1, 11, 0, 22, 1, 33, 2, 44, 3, 55, 4});
+    controller.SetMainOutputs(3);
+    controller.Advance(std::chrono::seconds(1));
+    EXPECT_EQ(controller.ReadLong(0xF410), 0);
+    controller.PowerCycle();
+    EXPECT_EQ(controller.ReadLong(0xF410), 1);
+    EXPECT_EQ(controller.MainOutputs(), 0);
+    EXPECT_EQ(Bits(), kReady);
+    EXPECT_EQ(axis.Profile().drive, SpeedProfile().drive);
+    EXPECT_EQ(axis.CommandPosition(), 0);
+    EXPECT_EQ(absolute.CommandPosition(), 500);
+}
+
+TEST(Controller, RefusesAConfigurationThatCannotBe)
+{
+    const auto build = [](int number, int axes, int station) {
+        ControllerConfig config;
+        config.number = number;
+        config.axes = axes;
+        config.slaves = {{station, SlaveType::kInput, {}}};
+        return Controller(config).Config().number;
+    };
+    EXPECT_EQ(build(254, 32, 31), 254);
+    EXPECT_THROW(build(0, 4, 31), std::invalid_argument);
+    EXPECT_THROW(build(255, 4, 31), std::invalid_argument);
+    EXPECT_THROW(build(1, 33, 31), std::invalid_argument);
+    EXPECT_THROW(build(1, -1, 31), std::invalid_argument);
+    EXPECT_THROW(build(1, 4, 32), std::invalid_argument);
+}
+
+} // namespace
+} // namespace lumosim

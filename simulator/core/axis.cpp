@@ -121,11 +121,16 @@ void Axis::Stop(StopMode mode, StopCause cause)
 }
 
 void Axis::Follow(std::shared_ptr<const Trajectory> trajectory, MotionKind kind,
-                  std::int32_t target)
+                  std::int32_t target, StopCause endsBy)
+{
+    ShowAs(kind, target);
+    Begin(std::move(trajectory), endsBy);
+}
+
+void Axis::ShowAs(MotionKind kind, std::int32_t target)
 {
     kind_ = kind;
     target_ = target;
-    Begin(std::move(trajectory), StopCause::kNone);
 }
 
 void Axis::Begin(std::shared_ptr<const Trajectory> trajectory, StopCause endsBy)

@@ -5,6 +5,7 @@
 #include "trajectory.h"
 #include "types.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -98,8 +99,12 @@ class Axis
     void Stop(StopMode mode, StopCause cause);
 
     // Lets the axis follow any trajectory, in the coordinates of Physical(). `target` is what the
-    // status shows as the target, as a position counter value.
-    void Follow(std::shared_ptr<const Trajectory> trajectory, MotionKind kind, std::int32_t target);
+    // status shows as the target, as a position counter value. A trajectory that brakes the axis
+    // tells for what cause; limits do not stop it once more.
+    void Follow(std::shared_ptr<const Trajectory> trajectory, MotionKind kind, std::int32_t target,
+                StopCause endsBy = StopCause::kNone);
+    // The motion goes on, as another kind and to another target in the status.
+    void ShowAs(MotionKind kind, std::int32_t target);
 
     [[nodiscard]] const SpeedProfile& Profile() const { return profile_; }
     void SetProfile(const SpeedProfile& profile) { profile_ = profile; }
@@ -109,6 +114,10 @@ class Axis
     [[nodiscard]] bool Moving() const { return trajectory_ != nullptr; }
     [[nodiscard]] MotionKind Kind() const { return kind_; }
     [[nodiscard]] StopCause LastStop() const { return lastStop_; }
+    // What the running motion will have ended by: kNone unless it is braking.
+    [[nodiscard]] StopCause EndsBy() const { return endsBy_; }
+    // When the amplifier is through: a motion that is commanded now begins then.
+    [[nodiscard]] Nanoseconds ReadyAt() const { return std::max(now_, servoOnAt_); }
     [[nodiscard]] const std::shared_ptr<const Trajectory>& Following() const { return trajectory_; }
     [[nodiscard]] MotionState Physical() const; // where the motor really is
     [[nodiscard]] std::int32_t CommandPosition() const;

@@ -9,6 +9,7 @@ std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller)
     families.push_back(MakeAxisStatus(controller));
     families.push_back(MakeAxisSetup(controller));
     families.push_back(MakeMoves(controller));
+    families.push_back(MakePaths(controller));
     return families;
 }
 

@@ -14,6 +14,7 @@ class Controller;
 std::unique_ptr<Family> MakeAxisSetup(Controller& controller);
 std::unique_ptr<Family> MakeAxisStatus(Controller& controller);
 std::unique_ptr<Family> MakeMoves(Controller& controller);
+std::unique_ptr<Family> MakePaths(Controller& controller);
 std::unique_ptr<Family> MakeSystemStatus(Controller& controller);
 
 std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller);

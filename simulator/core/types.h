@@ -32,6 +32,14 @@ enum class Result : Word {
     kEmptyMap = 11,
     kAxisTwice = 12,
     kEmergencyStop = 13,
+
+    // Interpolation
+    kMapTooShort = 40,
+    kNoCircle = 41,
+    kEndOffCircle = 42,
+    kPointsInLine = 43,
+    kRadiusTooSmall = 44,
+    kPreRegistersFull = 45,
 };
 
 constexpr Word LowWord(std::int32_t value)

@@ -1,0 +1,652 @@
+#include "scenario/scenario_test.h"
+
+#include <array>
+#include <cmath>
+#include <initializer_list>
+#include <numbers>
+#include <numeric>
+#include <vector>
+
+namespace zelq::test {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr unsigned short kLinearKind = 6;
+constexpr unsigned short kArcKind = 7;
+constexpr unsigned short kHelicalKind = 8;
+
+// Refusals of the controller.
+constexpr short kServoOff = 4;
+constexpr short kBusy = 6;
+constexpr short kOutOfRange = 7;
+constexpr short kMapTooShort = 40;
+constexpr short kNoCircle = 41;
+constexpr short kEndOffCircle = 42;
+constexpr short kPointsInLine = 43;
+constexpr short kRadiusTooSmall = 44;
+constexpr short kPreRegistersFull = 45;
+
+using Coordinates = std::vector<double>;
+
+struct Point
+{
+    double x;
+    double y;
+};
+
+/// The axes of a map at one moment.
+struct Sample
+{
+    Coordinates at;
+    Coordinates velocity;
+
+    [[nodiscard]] double Speed() const
+    {
+        return std::sqrt(
+            std::inner_product(velocity.begin(), velocity.end(), velocity.begin(), 0.0));
+    }
+};
+
+InterpSpeedProfile Speeds(double start, double drive, double end, unsigned short shape = 0)
+{
+    return {.profileType = shape,
+            .reserved = 0,
+            .startSpeed = start,
+            .acc = 40000,
+            .driveSpeed = drive,
+            .dec = 50000,
+            .endSpeed = end};
+}
+
+class PathScenario : public ScenarioTest
+{
+  protected:
+    static constexpr short kMap = 3;
+
+    explicit PathScenario(short axes = kAxes) : ScenarioTest(ConfigWith(axes)), axes_(axes) {}
+
+    static lumosim::ServerConfig ConfigWith(short axes)
+    {
+        lumosim::ServerConfig config = DefaultConfig();
+        config.controller.axes = axes;
+        return config;
+    }
+
+    void SetUp() override
+    {
+        ScenarioTest::SetUp();
+        for (short axis = 0; axis < axes_; ++axis) {
+            zelQ_UnitPerPulseSet(kNumber, axis, 1.0);
+            ServosOn({static_cast<unsigned short>(axis)});
+        }
+    }
+
+    /// The axes' order is not that of their numbers.
+    void UseMap(std::vector<unsigned short> axes)
+    {
+        map_ = std::move(axes);
+        ASSERT_EQ(zelQ_IMapSet(kNumber, kMap, static_cast<short>(map_.size()), map_.data()), 0);
+    }
+
+    [[nodiscard]] ServoStatus StatusAt(std::size_t place) const { return StatusOf(map_[place]); }
+
+    [[nodiscard]] Sample Look() const
+    {
+        ControllerStatus status{};
+        EXPECT_EQ(zelQ_GetAllStatus(kNumber, &status), 0);
+        Sample sample;
+        for (const unsigned short axis : map_) {
+            sample.at.push_back(status.servo[axis].commandPosition);
+            sample.velocity.push_back(status.servo[axis].velocity);
+        }
+        return sample;
+    }
+
+    /// Runs what is commanded to its end, looking at it every few milliseconds.
+    std::vector<Sample> Watch(milliseconds step = milliseconds(5))
+    {
+        std::vector<Sample> samples = {Look()};
+        const bool ended = AdvanceUntil(
+            [&] {
+                samples.push_back(Look());
+                return StatusAt(0).inMotion == 0;
+            },
+            seconds(60), step);
+        EXPECT_TRUE(ended);
+        samples.push_back(Look());
+        return samples;
+    }
+
+    short LineTo(const Coordinates& target, InterpSpeedProfile speed, unsigned short option = 0)
+    {
+        return zelQ_ILinear(kNumber, kMap, option, static_cast<short>(target.size()), target.data(),
+                            &speed);
+    }
+
+    void StandAt(const Coordinates& place)
+    {
+        ASSERT_EQ(LineTo(place, Speeds(0, 50000, 0)), 0);
+        Watch(milliseconds(200));
+        ASSERT_EQ(Look().at, place);
+    }
+
+    short axes_;
+    std::vector<unsigned short> map_;
+};
+
+/// How far a place is off the line through two others.
+double OffLine(const Coordinates& at, const Coordinates& from, const Coordinates& to)
+{
+    double square = 0;
+    double part = 0;
+    for (std::size_t i = 0; i < at.size(); ++i) {
+        square += (to[i] - from[i]) * (to[i] - from[i]);
+        part += (at[i] - from[i]) * (to[i] - from[i]);
+    }
+    part /= square;
+    double off = 0;
+    for (std::size_t i = 0; i < at.size(); ++i) {
+        const double wanted = from[i] + (to[i] - from[i]) * part;
+        off += (at[i] - wanted) * (at[i] - wanted);
+    }
+    return std::sqrt(off);
+}
+
+class SixteenAxes : public PathScenario
+{
+  protected:
+    SixteenAxes() : PathScenario(16) {}
+};
+
+TEST_F(SixteenAxes, MoveAlongOneStraightLine)
+{
+    UseMap({15, 0, 14, 1, 13, 2, 12, 3, 11, 4, 10, 5, 9, 6, 8, 7});
+    Coordinates target(16);
+    for (std::size_t i = 0; i < target.size(); ++i) {
+        const auto way = static_cast<double>(i) * 700 - 4000;
+        target[i] = i % 2 == 0 ? way : -way;
+    }
+    for (const unsigned short shape : {std::uint16_t{0}, std::uint16_t{1}}) {
+        const Coordinates from = Look().at;
+        ASSERT_EQ(LineTo(target, Speeds(200, 8000, 300, shape)), 0);
+        double fastest = 0;
+        const std::vector<Sample> samples = Watch();
+        for (const Sample& sample : samples) {
+            EXPECT_LT(OffLine(sample.at, from, target), 2.0);
+            fastest = std::max(fastest, sample.Speed());
+        }
+        EXPECT_NEAR(fastest, 8000, 4);
+        EXPECT_GT(samples.size(), 100U);
+        EXPECT_EQ(samples.back().at, target);
+        std::ranges::fill(target, 0.0);
+    }
+}
+
+TEST_F(PathScenario, LinesTakeTargetsOrDistancesAndMoveOnlyTheirAxes)
+{
+    UseMap({5, 2, 6});
+    ASSERT_EQ(LineTo({3000, -400}, Speeds(100, 5000, 100), 1), 0);
+    Advance(milliseconds(50));
+    EXPECT_EQ(StatusAt(0).motionKind, kLinearKind);
+    EXPECT_EQ(StatusAt(1).inMotion, 1);
+    EXPECT_EQ(StatusAt(2).inMotion, 0);
+    EXPECT_EQ(LineTo({1, 1}, Speeds(0, 100, 0)), kBusy);
+    EXPECT_EQ(zelQ_MoveRel(kNumber, 5, 10), kBusy);
+    EXPECT_EQ(zelQ_IMapClear(kNumber, kMap), kBusy);
+    Watch();
+    ASSERT_EQ(LineTo({-100, 0, 77}, Speeds(0, 5000, 0), 1), 0);
+    EXPECT_EQ(Watch().back().at, (Coordinates{2900, -400, 77}));
+    ASSERT_EQ(LineTo({1000}, Speeds(0, 5000, 0)), 0);
+    EXPECT_EQ(Watch().back().at, (Coordinates{1000, -400, 77}));
+    EXPECT_EQ(StatusAt(0).stopCause, 0);
+
+    // Nowhere to go: done at once, and the next line is taken.
+    EXPECT_EQ(LineTo({0, 0}, Speeds(0, 5000, 0), 1), 0);
+    EXPECT_EQ(StatusAt(0).inMotion, 0);
+    EXPECT_EQ(LineTo({5, 0}, Speeds(0, 5000, 0), 1), 0);
+}
+
+TEST_F(PathScenario, TheUAxisComesAlong)
+{
+    UseMap({0, 1, 2});
+    InterpSpeedProfile speed = Speeds(4000, 4000, 4000);
+    const Coordinates target = {3000, 4000, 90000};
+    ASSERT_EQ(zelQ_ILinearWithUAxis(kNumber, kMap, 0, 3, target.data(), &speed), 0);
+    const std::vector<Sample> samples = Watch();
+    const Sample& middle = samples[samples.size() / 2];
+    EXPECT_NEAR(std::hypot(middle.velocity[0], middle.velocity[1]), 4000, 2);
+    EXPECT_NEAR(middle.at[2], middle.at[0] * 30, 32);
+    EXPECT_EQ(samples.back().at, target);
+}
+
+/// An arc as it is commanded, and what it must be.
+struct ArcCase
+{
+    std::string name;
+    Point start;
+    std::function<short(InterpSpeedProfile*)> call;
+    Point center;
+    double radius;
+    double degrees; ///< positive counter-clockwise
+    Point end;
+    double height = 0; ///< where the third axis ends
+};
+
+class ArcScenario : public PathScenario
+{
+  protected:
+    void SetUp() override
+    {
+        PathScenario::SetUp();
+        UseMap({4, 1, 7});
+    }
+
+    /// Follows one arc: on its circle, by its angle, its height growing with the angle.
+    void Run(const ArcCase& arc, unsigned short kind)
+    {
+        SCOPED_TRACE(arc.name);
+        ASSERT_NO_FATAL_FAILURE(StandAt({arc.start.x, arc.start.y, 0}));
+        InterpSpeedProfile speed = Speeds(100, 6000, 100);
+        ASSERT_EQ(arc.call(&speed), 0);
+        Advance(milliseconds(1));
+        EXPECT_EQ(StatusAt(1).motionKind, kind);
+        const std::vector<Sample> samples = Watch();
+        const auto angleOf = [&](const Sample& sample) {
+            return std::atan2(sample.at[1] - arc.center.y, sample.at[0] - arc.center.x);
+        };
+        double angle = 0;
+        double fastest = 0;
+        for (std::size_t i = 1; i < samples.size(); ++i) {
+            const Sample& sample = samples[i];
+            const double radius =
+                std::hypot(sample.at[0] - arc.center.x, sample.at[1] - arc.center.y);
+            EXPECT_NEAR(radius, arc.radius, 2.0);
+            angle +=
+                std::remainder(angleOf(sample) - angleOf(samples[i - 1]), 2 * std::numbers::pi);
+            const double part = angle * 180 / std::numbers::pi / arc.degrees;
+            EXPECT_NEAR(sample.at[2], arc.height * part, 2.0);
+            EXPECT_GT(part, -0.001); // it never turns the other way
+            fastest = std::max(fastest, std::hypot(sample.velocity[0], sample.velocity[1]));
+        }
+        EXPECT_NEAR(angle * 180 / std::numbers::pi, arc.degrees, 0.05);
+        EXPECT_NEAR(fastest, 6000, 3);
+        EXPECT_EQ(samples.back().at, (Coordinates{arc.end.x, arc.end.y, arc.height}));
+    }
+};
+
+constexpr double kFive = 5000;
+const double kHalf = std::sqrt(0.75) * 5000; // the height of a triangle of sides 5000
+
+TEST_F(ArcScenario, ArcsAreArcsInAllForms)
+{
+    using Speed = InterpSpeedProfile;
+    const double top = std::round(kHalf);
+    static constexpr std::array<double, 2> kOrigin = {0, 0};
+    static constexpr std::array<double, 2> kUp = {0, kFive};
+    static constexpr std::array<double, 2> kBack = {-kFive, 0};
+    static constexpr std::array<double, 2> kDown = {0, -kFive};
+    static constexpr std::array<double, 2> kAside = {kFive, 0};
+    const std::vector<ArcCase> arcs = {
+        {"centre, quarter turn left",
+         {kFive, 0},
+         [](Speed* s) { return zelQ_IArc(kNumber, kMap, 0, kOrigin.data(), 90.0, s); },
+         {0, 0},
+         kFive,
+         90,
+         {0, kFive}},
+        {"centre, two turns and a half right",
+         {kFive, 0},
+         [](Speed* s) { return zelQ_IArc(kNumber, kMap, 0, kOrigin.data(), -900.0, s); },
+         {0, 0},
+         kFive,
+         -900,
+         {-kFive, 0}},
+        {"centre by distance, an angle between pulses",
+         {1000, 2000},
+         [](Speed* s) { return zelQ_IArc(kNumber, kMap, 1, kAside.data(), 60.0, s); },
+         {6000, 2000},
+         kFive,
+         60,
+         {3500, 2000 - top}},
+        {"centre and end, left",
+         {kFive, 0},
+         [](Speed* s) { return zelQ_IArcCE(kNumber, kMap, 0, kOrigin.data(), kDown.data(), 0, s); },
+         {0, 0},
+         kFive,
+         270,
+         {0, -kFive}},
+        {"centre and end, right",
+         {kFive, 0},
+         [](Speed* s) { return zelQ_IArcCE(kNumber, kMap, 0, kOrigin.data(), kDown.data(), 1, s); },
+         {0, 0},
+         kFive,
+         -90,
+         {0, -kFive}},
+        {"centre and end, a whole circle",
+         {0, kFive},
+         [](Speed* s) { return zelQ_IArcCE(kNumber, kMap, 0, kOrigin.data(), kUp.data(), 1, s); },
+         {0, 0},
+         kFive,
+         -360,
+         {0, kFive}},
+        {"through a point, left",
+         {kFive, 0},
+         [](Speed* s) { return zelQ_IArcPE(kNumber, kMap, 0, kBack.data(), kDown.data(), s); },
+         {0, 0},
+         kFive,
+         270,
+         {0, -kFive}},
+        {"through a point by distances, right",
+         {0, kFive},
+         [](Speed* s) {
+             static constexpr std::array<double, 2> kPass = {kFive, -kFive};
+             static constexpr std::array<double, 2> kEnd = {0, -2 * kFive};
+             return zelQ_IArcPE(kNumber, kMap, 1, kPass.data(), kEnd.data(), s);
+         },
+         {0, 0},
+         kFive,
+         -180,
+         {0, -kFive}},
+        {"radius, the short way left",
+         {kFive, 0},
+         [](Speed* s) { return zelQ_IArcRE(kNumber, kMap, kFive, 0, 0, kUp.data(), 0, s); },
+         {0, 0},
+         kFive,
+         90,
+         {0, kFive}},
+        {"radius, the long way left",
+         {kFive, 0},
+         [](Speed* s) { return zelQ_IArcRE(kNumber, kMap, kFive, 1, 0, kUp.data(), 0, s); },
+         {kFive, kFive},
+         kFive,
+         270,
+         {0, kFive}},
+        {"radius, the short way right",
+         {kFive, 0},
+         [](Speed* s) { return zelQ_IArcRE(kNumber, kMap, kFive, 0, 0, kUp.data(), 1, s); },
+         {kFive, kFive},
+         kFive,
+         -90,
+         {0, kFive}},
+        {"radius, the long way right",
+         {kFive, 0},
+         [](Speed* s) { return zelQ_IArcRE(kNumber, kMap, kFive, 1, 0, kUp.data(), 1, s); },
+         {0, 0},
+         kFive,
+         -270,
+         {0, kFive}},
+        {"radius of half a circle, a pulse short",
+         {kFive, 0},
+         [](Speed* s) { return zelQ_IArcRE(kNumber, kMap, kFive - 1, 0, 0, kBack.data(), 0, s); },
+         {0, 0},
+         kFive,
+         180,
+         {-kFive, 0}},
+    };
+    for (const ArcCase& arc : arcs) {
+        Run(arc, kArcKind);
+    }
+}
+
+TEST_F(ArcScenario, HelicesRiseWithTheirAngle)
+{
+    using Speed = InterpSpeedProfile;
+    static constexpr std::array<double, 2> kOrigin = {0, 0};
+    static constexpr std::array<double, 2> kUp = {0, kFive};
+    static constexpr std::array<double, 2> kBack = {-kFive, 0};
+    const std::vector<ArcCase> arcs = {
+        {"centre and angle, three turns down",
+         {kFive, 0},
+         [](Speed* s) {
+             return zelQ_IHelical(kNumber, kMap, 0, kOrigin.data(), -1080, 0, -9000, s);
+         },
+         {0, 0},
+         kFive,
+         -1080,
+         {kFive, 0},
+         -9000},
+        {"centre and end",
+         {kFive, 0},
+         [](Speed* s) {
+             return zelQ_IHelicalCE(kNumber, kMap, 0, kOrigin.data(), kUp.data(), 0, 700, 1, s);
+         },
+         {0, 0},
+         kFive,
+         -270,
+         {0, kFive},
+         700},
+        {"through a point",
+         {kFive, 0},
+         [](Speed* s) {
+             return zelQ_IHelicalPE(kNumber, kMap, 0, kUp.data(), kBack.data(), 0, 30000, s);
+         },
+         {0, 0},
+         kFive,
+         180,
+         {-kFive, 0},
+         30000},
+        {"radius and end",
+         {kFive, 0},
+         [](Speed* s) {
+             return zelQ_IHelicalRE(kNumber, kMap, kFive, 1, 0, kUp.data(), 0, -50, 1, s);
+         },
+         {0, 0},
+         kFive,
+         -270,
+         {0, kFive},
+         -50},
+    };
+    for (const ArcCase& arc : arcs) {
+        Run(arc, kHelicalKind);
+    }
+
+    // With the other option the speed is that along the helix.
+    ASSERT_NO_FATAL_FAILURE(StandAt({kFive, 0, 0}));
+    InterpSpeedProfile speed = Speeds(5000, 5000, 5000);
+    const double height = 2 * std::numbers::pi * kFive * 0.75; // three up for four along
+    ASSERT_EQ(zelQ_IHelical(kNumber, kMap, 0, kOrigin.data(), 360, 1, height, &speed), 0);
+    Advance(milliseconds(400));
+    EXPECT_NEAR(StatusAt(2).velocity, 3000, 1);
+    EXPECT_NEAR(Look().Speed(), 5000, 2);
+}
+
+TEST_F(ArcScenario, ImpossibleGeometryIsRefused)
+{
+    InterpSpeedProfile speed = Speeds(0, 1000, 0);
+    InterpSpeedProfile* s = &speed;
+    const std::array<double, 2> here = {0, 0};
+    const std::array<double, 2> ahead = {1000, 1000};
+    const std::array<double, 2> further = {3000, 3000};
+    const std::array<double, 2> aside = {1000, -1004};
+    const double* none = here.data();
+    ASSERT_NO_FATAL_FAILURE(StandAt({0, 0, 0}));
+    EXPECT_EQ(zelQ_IArc(kNumber, kMap, 0, none, 90, s), kNoCircle);
+    EXPECT_EQ(zelQ_IArcCE(kNumber, kMap, 0, ahead.data(), ahead.data(), 0, s), kNoCircle);
+    EXPECT_EQ(zelQ_IArcCE(kNumber, kMap, 0, ahead.data(), further.data(), 0, s), kEndOffCircle);
+    EXPECT_EQ(zelQ_IArcPE(kNumber, kMap, 0, ahead.data(), further.data(), s), kPointsInLine);
+    EXPECT_EQ(zelQ_IArcPE(kNumber, kMap, 0, ahead.data(), none, s), kPointsInLine);
+    EXPECT_EQ(zelQ_IArcPE(kNumber, kMap, 0, none, ahead.data(), s), kPointsInLine);
+    EXPECT_EQ(zelQ_IArcRE(kNumber, kMap, 700, 0, 0, ahead.data(), 0, s), kRadiusTooSmall);
+    EXPECT_EQ(zelQ_IArcRE(kNumber, kMap, -1000, 0, 0, ahead.data(), 0, s), kRadiusTooSmall);
+    EXPECT_EQ(zelQ_IArcRE(kNumber, kMap, 700, 0, 0, none, 0, s), kNoCircle);
+    EXPECT_EQ(zelQ_IHelicalRE(kNumber, kMap, 1000, 2, 0, ahead.data(), 0, 0, 0, s), kOutOfRange);
+    EXPECT_EQ(zelQ_IArcCE(kNumber, kMap, 0, ahead.data(), aside.data(), 2, s), kOutOfRange);
+    EXPECT_EQ(zelQ_IHelical(kNumber, kMap, 0, ahead.data(), 90, 2, 0, s), kOutOfRange);
+    speed.profileType = 2;
+    EXPECT_EQ(zelQ_IArcPE(kNumber, kMap, 0, ahead.data(), aside.data(), s), kOutOfRange);
+    speed = Speeds(0, 0, 0);
+    EXPECT_EQ(LineTo({1}, speed), kOutOfRange);
+    EXPECT_EQ(StatusAt(0).inMotion, 0);
+    EXPECT_EQ(zelQ_ServoOn(kNumber, 1, 0), 0);
+    EXPECT_EQ(LineTo({1, 2}, Speeds(0, 1, 0)), kServoOff);
+}
+
+TEST_F(PathScenario, MapsLiveInTheController)
+{
+    UseMap({5, 2, 6});
+    std::array<short, 18> map{};
+    ASSERT_EQ(zelQ_IMapGet(kNumber, kMap, map.data()), 0);
+    EXPECT_EQ((std::vector<short>{map[0], map[2], map[3], map[4]}),
+              (std::vector<short>{3, 5, 2, 6}));
+    const auto set = [](std::vector<unsigned short> axes) {
+        return zelQ_IMapSet(kNumber, 15, static_cast<short>(axes.size()), axes.data());
+    };
+    EXPECT_EQ(set({1, 8}), 3);  // no servo there
+    EXPECT_EQ(set({1, 1}), 12); // twice
+    EXPECT_EQ(set({0, 7}), 0);
+    ASSERT_EQ(zelQ_IMapGet(kNumber, 15, map.data()), 0);
+    EXPECT_EQ((std::vector<short>{map[0], map[2], map[3]}), (std::vector<short>{2, 0, 7}));
+
+    // What another program has made of the map meanwhile is the controller's to judge.
+    server_.With([](lumosim::Controller& c) { c.Execute({0x0070, kMap, 1, 5}); });
+    EXPECT_EQ(LineTo({1, 1}, Speeds(0, 1000, 0)), kMapTooShort);
+    server_.With([](lumosim::Controller& c) { c.Execute({0x0070, kMap, 0}); });
+    EXPECT_EQ(LineTo({1, 1}, Speeds(0, 1000, 0)), 11);
+}
+
+class ContinuousPath : public PathScenario
+{
+  protected:
+    void SetUp() override
+    {
+        PathScenario::SetUp();
+        UseMap({2, 0});
+        ASSERT_EQ(zelQ_CP_PreRegUseSet(kNumber, 1), 0);
+    }
+
+    static unsigned short Remaining(std::size_t map)
+    {
+        std::array<unsigned short, 16> remain{};
+        EXPECT_EQ(zelQ_CP_PreRegGetRemain(kNumber, remain.data()), 0);
+        return remain.at(map);
+    }
+};
+
+TEST_F(ContinuousPath, AHundredSegmentsRunWithoutAStop)
+{
+    constexpr std::size_t kSegments = 100;
+    constexpr double kRadius = 8000;
+    constexpr double kDrive = 5000;
+    std::vector<Coordinates> corners;
+    for (std::size_t i = 0; i <= kSegments; ++i) {
+        const double angle = 2 * std::numbers::pi * static_cast<double>(i) / kSegments;
+        corners.push_back({std::round(kRadius * std::sin(angle)),
+                           std::round(kRadius - kRadius * std::cos(angle))});
+    }
+    std::vector<Sample> samples;
+    std::size_t sent = 1;
+    const auto feed = [&] {
+        while (sent <= kSegments && Remaining(kMap) > 0) {
+            const bool last = sent == kSegments;
+            const InterpSpeedProfile speed =
+                Speeds(sent == 1 ? 0 : kDrive, kDrive, last ? 0 : kDrive);
+            ASSERT_EQ(LineTo(corners[sent], speed), 0);
+            ++sent;
+        }
+    };
+    const bool ended = AdvanceUntil(
+        [&] {
+            feed();
+            samples.push_back(Look());
+            return sent > kSegments && StatusAt(0).inMotion == 0;
+        },
+        seconds(30), milliseconds(4));
+    ASSERT_TRUE(ended);
+    EXPECT_EQ(samples.back().at, corners.back());
+
+    const auto slow = [](const Sample& sample) { return sample.Speed() < kDrive - 3; };
+    const auto fast = std::ranges::find_if_not(samples, slow);
+    const auto braking = std::find_if(fast, samples.end(), slow);
+    EXPECT_TRUE(std::all_of(braking, samples.end(), slow)) << "it slowed down on the way";
+    const double braked = static_cast<double>(samples.end() - braking) * 0.004;
+    EXPECT_NEAR(braked, kDrive / 50000, 0.02);
+    for (const Sample& sample : samples) {
+        EXPECT_NEAR(std::hypot(sample.at[0], sample.at[1] - kRadius), kRadius, 6.0);
+    }
+}
+
+TEST_F(ContinuousPath, JointsTakeTheSlowerOfTheirSpeeds)
+{
+    struct Joint
+    {
+        double end;   ///< of the first section
+        double start; ///< of the second one
+    };
+    for (const Joint& joint : {Joint{3000, 900}, Joint{900, 3000}, Joint{0, 3000}}) {
+        ASSERT_NO_FATAL_FAILURE(StandAt({0, 0}));
+        ASSERT_EQ(LineTo({2000, 0}, Speeds(0, 4000, joint.end)), 0);
+        ASSERT_EQ(LineTo({4000, 0}, Speeds(joint.start, 4000, 0)), 0);
+        double slowest = 4000;
+        for (const Sample& sample : Watch(milliseconds(1))) {
+            if (std::abs(sample.at[0] - 2000) < 300) {
+                slowest = std::min(slowest, sample.Speed());
+            }
+        }
+        EXPECT_NEAR(slowest, std::min(joint.end, joint.start), 60);
+    }
+}
+
+TEST_F(ContinuousPath, FigureOfLineArcAndHelixNeverStops)
+{
+    UseMap({2, 0, 5});
+    constexpr double kDrive = 6000;
+    const std::array<double, 2> center = {4000, 2000};
+    const std::array<double, 2> end = {4000, 4000};
+    ASSERT_EQ(LineTo({4000, 0}, Speeds(0, kDrive, kDrive)), 0);
+    InterpSpeedProfile speed = Speeds(kDrive, kDrive, kDrive);
+    ASSERT_EQ(zelQ_IArcCE(kNumber, kMap, 0, center.data(), end.data(), 0, &speed), 0);
+    const std::array<double, 2> left = {0, -2000}; // of where the helix begins
+    ASSERT_EQ(zelQ_IHelical(kNumber, kMap, 1, left.data(), 360, 0, 3000, &speed), 0);
+    speed.endSpeed = 0;
+    ASSERT_EQ(LineTo({0, 4000}, speed), 0);
+
+    std::vector<unsigned short> kinds;
+    double slowest = kDrive;
+    ASSERT_TRUE(AdvanceUntil(
+        [&] {
+            const ServoStatus status = StatusAt(0);
+            if (kinds.empty() || kinds.back() != status.motionKind) {
+                kinds.push_back(status.motionKind);
+            }
+            const Sample sample = Look();
+            const double speedNow = std::hypot(sample.velocity[0], sample.velocity[1]);
+            if (kinds.size() == 2 || kinds.size() == 3) slowest = std::min(slowest, speedNow);
+            return status.inMotion == 0;
+        },
+        seconds(30)));
+    EXPECT_EQ(kinds, (std::vector<unsigned short>{6, 7, 8, 6, 0}));
+    EXPECT_NEAR(slowest, kDrive, 2);
+    EXPECT_EQ(Look().at, (Coordinates{0, 4000, 3000}));
+}
+
+TEST_F(ContinuousPath, TheCountsTellTheTruth)
+{
+    EXPECT_EQ(Remaining(kMap), 32);
+    for (unsigned short i = 0; i <= 32; ++i) {
+        ASSERT_EQ(LineTo({100, 0}, Speeds(0, 1000, 0), 1), 0);
+        EXPECT_EQ(Remaining(kMap), 32 - i);
+    }
+    EXPECT_EQ(Remaining(kMap - 1), 32);
+    EXPECT_EQ(LineTo({100, 0}, Speeds(0, 1000, 0), 1), kPreRegistersFull);
+    EXPECT_TRUE(AdvanceUntil([&] { return StatusAt(0).commandPosition >= 101; }, seconds(10)));
+    EXPECT_EQ(Remaining(kMap), 1);
+
+    // Switched off, nothing more is queued; what waits runs through.
+    unsigned short use = 9;
+    EXPECT_EQ(zelQ_CP_PreRegUseGet(kNumber, &use), 0);
+    EXPECT_EQ(use, 1);
+    EXPECT_EQ(zelQ_CP_PreRegUseSet(kNumber, 0), 0);
+    EXPECT_EQ(zelQ_CP_PreRegUseGet(kNumber, &use), 0);
+    EXPECT_EQ(use, 0);
+    EXPECT_EQ(Remaining(kMap), 0);
+    EXPECT_EQ(LineTo({100, 0}, Speeds(0, 1000, 0), 1), kBusy);
+    EXPECT_EQ(Watch(milliseconds(100)).back().at[0], 3300);
+    EXPECT_EQ(zelQ_CP_PreRegUseSet(kNumber, 2), kOutOfRange);
+}
+
+} // namespace
+
+} // namespace zelq::test

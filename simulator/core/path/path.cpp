@@ -74,9 +74,10 @@ double Path::Elapsed() const
 
 Result Path::CheckAxes(const std::vector<Word>& numbers, std::size_t count) const
 {
-    for (std::size_t i = members_.size(); i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         const Axis* axis = controller_.FindAxis(numbers[i]);
         if (axis == nullptr) return Result::kNoServo;
+        if (Leads(*axis)) continue;
         const Result check = axis->CheckMove(0);
         if (check != Result::kDone) return check;
         if (axis->Moving()) return Result::kBusy;

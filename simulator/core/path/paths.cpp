@@ -261,7 +261,7 @@ Result Paths::ArcOrHelix(CommandReader& in, bool helix)
     return Start(target, {course, speeds, helix ? MotionKind::kHelical : MotionKind::kArc, axes});
 }
 
-Result Paths::MakeArc(const Target& target, const Shape& shape, Arc& arc, PathPoint& to) const
+Result Paths::MakeArc(const Target& target, const Shape& shape, Arc& arc, PathPoint& to)
 {
     constexpr double kDegree = std::numbers::pi / 180;
     constexpr double kAnglesPerDegree = 10000;

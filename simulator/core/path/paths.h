@@ -50,8 +50,7 @@ class Paths : public Family
 
     [[nodiscard]] Word Remaining(const Map& map) const;
     Result FindTarget(Word number, std::size_t axes, Target& target);
-    [[nodiscard]] Result MakeArc(const Target& target, const Shape& shape, Arc& arc,
-                                 PathPoint& to) const;
+    static Result MakeArc(const Target& target, const Shape& shape, Arc& arc, PathPoint& to);
     static Result Start(const Target& target, const PathSection& section);
 
     Controller& controller_;

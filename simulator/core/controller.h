@@ -11,8 +11,11 @@
 
 #include <array>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <span>
+#include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace lumosim {

@@ -38,7 +38,8 @@ struct ServoRegisters
 
     [[nodiscard]] std::uint16_t Bits(std::size_t index, unsigned first, unsigned count = 1) const
     {
-        return static_cast<std::uint16_t>(words[index] >> first & ((1U << count) - 1U));
+        const unsigned word = words[index];
+        return static_cast<std::uint16_t>(word >> first & ((1U << count) - 1U));
     }
 };
 

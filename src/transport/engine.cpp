@@ -110,6 +110,15 @@ std::chrono::milliseconds Chosen(std::uint32_t argument, std::uint16_t ofSession
     return std::chrono::milliseconds(ofSession != 0 ? ofSession : kFallbackMs);
 }
 
+/// While another thread reconnects, the connection is closed for a moment: then the session is
+/// looked at again in our turn.
+bool IsOpen(DeviceSession& session)
+{
+    if (session.Socket().IsOpen()) return true;
+    const SessionLock turn(session);
+    return session.Socket().IsOpen();
+}
+
 /// One send and receive under the session's lock, on a new connection where the old one failed.
 int ExchangeOnSession(DeviceSession& session, const WireRequest& wire, ReplyPairing& pairing,
                       ExchangeTimes times)
@@ -139,7 +148,7 @@ int TransactFrames(short zelNo, RequestBuffer& request, ReplyData* reply, Exchan
     const WireRequest wire(request);
     if (wire.TooLong()) return kOverflow;
     DeviceSession* session = Sessions().Find(zelNo);
-    if (session == nullptr || !session->Socket().IsOpen()) return kNotOpen;
+    if (session == nullptr || !IsOpen(*session)) return kNotOpen;
     if (wire.Frames() == 0) return kReplyMismatch;
     ReplyPairing pairing(request, wire.Frames(), reply);
     const int error = ExchangeOnSession(*session, wire, pairing, times);

@@ -109,10 +109,11 @@ void RequestBuffer::AppendRegister(std::uint16_t value)
     std::uint8_t* frame = bytes_.data() + frame_;
     const WriteLayout layout = LayoutOf(frame[field::kFunction]);
     if (layout.header == 0 || overflowed_) return;
+    // One register too many makes the frame invalid for good: the quantity stays at one above the
+    // limit, and neither it nor the byte count wraps into something valid.
+    if (LoadHost16(frame + layout.quantityAt) > layout.maxQuantity) return;
     const unsigned quantity = LoadHost16(frame + layout.quantityAt) + 1U;
     StoreHost16(frame + layout.quantityAt, static_cast<std::uint16_t>(quantity));
-    // One register too many has made the frame invalid for good: the quantity tells, and neither
-    // the byte count may wrap into something valid nor the frame run on.
     if (quantity > layout.maxQuantity) return;
     if (end_ + 2 > kBufferBytes) {
         overflowed_ = true;

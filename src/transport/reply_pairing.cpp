@@ -105,20 +105,20 @@ void ReplyPairing::TakeRegisters(const Request& request, const ReplyFrame& frame
         EndWith(kReplyMismatch);
         return;
     }
-    const bool fits = reply_ == nullptr || reply_->AppendReplyData(frame.Registers());
-    if (!fits) {
+    const bool isCommand = request.function == kReadWriteRegisters;
+    const int commandResult = isCommand ? LoadWire16(frame.Registers().data()) : kOk;
+    // A failed command without data behind its result register leaves nothing.
+    const bool wanted = reply_ != nullptr && (commandResult == kOk || byteCount > 2);
+    if (wanted && !reply_->AppendReplyData(frame.Registers())) {
         EndWith(kOverflow);
         return;
     }
-    if (request.function == kReadWriteRegisters) {
-        const std::uint16_t commandResult = LoadWire16(frame.Registers().data());
-        if (commandResult != 0) {
-            EndWith(commandResult);
-            return;
-        }
-        // From here on a shortage of replies counts as success.
-        result_ = kOk;
+    if (commandResult != kOk) {
+        EndWith(commandResult);
+        return;
     }
+    // Once a command has succeeded, a shortage of further replies counts as success.
+    if (isCommand) result_ = kOk;
     Matched(frame.Size());
 }
 

@@ -132,6 +132,7 @@ TEST(NamedLockResources, ThousandsOfLocksLeaveNothing)
     constexpr int kWarmUp = 20;
     constexpr int kCycles = 2'000;
     std::size_t descriptors = 0;
+    const std::size_t inheritable = test::InheritableDescriptors();
     for (int cycle = -kWarmUp; cycle < kCycles; ++cycle) {
         if (cycle == 0) descriptors = test::OpenDescriptors();
         NamedLock lock;
@@ -140,6 +141,11 @@ TEST(NamedLockResources, ThousandsOfLocksLeaveNothing)
         lock.Release();
     }
     EXPECT_LE(test::OpenDescriptors(), descriptors);
+
+    // Nor does a child process get one.
+    NamedLock lock;
+    ASSERT_TRUE(lock.Open(kName));
+    EXPECT_EQ(test::InheritableDescriptors(), inheritable);
 }
 
 } // namespace

@@ -331,6 +331,15 @@ TEST_F(TcpSocketTest, OpenReplacesTheConnection)
     EXPECT_FALSE(socket_.IsOpen());
 }
 
+TEST(TcpSocketResources, NoChildProcessInheritsAConnection)
+{
+    const Listener listener;
+    TcpSocket socket;
+    const std::size_t before = test::InheritableDescriptors();
+    ASSERT_TRUE(socket.Open("127.0.0.1", listener.Port(), kLong));
+    EXPECT_EQ(test::InheritableDescriptors(), before);
+}
+
 TEST(TcpSocketResources, ThousandsOfConnectionsLeaveNothing)
 {
     constexpr int kWarmUp = 20;

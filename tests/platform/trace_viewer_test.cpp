@@ -1,5 +1,6 @@
 #include "platform/trace_viewer.h"
 #include "support/debug_output_capture.h"
+#include "support/process_resources.h"
 #include "support/trace_capture.h"
 
 #include <chrono>
@@ -68,6 +69,13 @@ TEST(TraceViewer, CostsAtMostATenthOfASecondWhenHung)
     EXPECT_GE(spent, milliseconds(80));
     EXPECT_LT(spent, milliseconds(400));
     EXPECT_THAT(debugger.Lines(0), IsEmpty());
+}
+
+TEST(TraceViewer, LeavesNothingForChildProcesses)
+{
+    const std::size_t before = test::InheritableDescriptors();
+    Deliver("anything\n");
+    EXPECT_EQ(test::InheritableDescriptors(), before);
 }
 
 TEST(TraceViewer, TakesLinesOfManyThreads)

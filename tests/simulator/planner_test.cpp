@@ -33,8 +33,9 @@ Observed Observe(const Trajectory& trajectory, double until)
     Observed seen;
     MotionState before = trajectory.At(0);
     seen.highest = std::abs(before.velocity);
-    for (double time = kStep; time < until - kStep; time += kStep) {
-        const MotionState now = trajectory.At(time);
+    const auto steps = static_cast<int>(until / kStep) - 1;
+    for (int step = 1; step <= steps; ++step) {
+        const MotionState now = trajectory.At(step * kStep);
         const double growth = (std::abs(now.velocity) - std::abs(before.velocity)) / kStep;
         const double way = (now.velocity + before.velocity) / 2 * kStep;
         seen.highest = std::max(seen.highest, std::abs(now.velocity));

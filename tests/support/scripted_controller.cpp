@@ -6,6 +6,7 @@
 #include <asio.hpp>
 #include <future>
 #include <gtest/gtest.h>
+#include <set>
 #include <thread>
 
 namespace zelq::test {
@@ -84,48 +85,66 @@ class ScriptedController::Server
   private:
     struct Connection
     {
-        explicit Connection(tcp::socket accepted) : socket(std::move(accepted)) {}
+        explicit Connection(tcp::socket accepted)
+            : socket(std::move(accepted)), timer(socket.get_executor())
+        {}
         tcp::socket socket;
+        asio::steady_timer timer;
         Bytes received;
         std::array<std::uint8_t, 4096> area{};
+        Answer answer;
+        std::size_t sent = 0; ///< bytes of the answer
     };
+    using ConnectionPtr = std::shared_ptr<Connection>;
 
     void DropAll()
     {
         asio::error_code ignored;
         acceptor_.close(ignored);
-        for (const auto& connection : connections_) {
-            connection->socket.close(ignored);
+        while (!connections_.empty()) {
+            Drop(*connections_.begin());
         }
-        connections_.clear();
+    }
+
+    void Drop(const ConnectionPtr& connection)
+    {
+        asio::error_code ignored;
+        connection->socket.close(ignored);
+        connection->timer.cancel();
+        connections_.erase(connection);
     }
 
     void Accept()
     {
         acceptor_.async_accept([this](asio::error_code error, tcp::socket socket) {
             if (error) return;
-            socket.set_option(tcp::no_delay(true));
+            asio::error_code gone; // the peer may have left again
+            socket.set_option(tcp::no_delay(true), gone);
             {
                 const std::lock_guard guard(owner_.mutex_);
                 ++owner_.connections_;
             }
-            connections_.push_back(std::make_shared<Connection>(std::move(socket)));
-            Read(connections_.back());
+            const auto connection = std::make_shared<Connection>(std::move(socket));
+            connections_.insert(connection);
+            Read(connection);
             Accept();
         });
     }
 
-    void Read(const std::shared_ptr<Connection>& connection)
+    void Read(const ConnectionPtr& connection)
     {
         connection->socket.async_read_some(
             asio::buffer(connection->area),
             [this, connection](asio::error_code error, std::size_t count) {
-                if (error) return;
+                if (error) return Drop(connection);
                 connection->received.insert(connection->received.end(), connection->area.begin(),
                                             connection->area.begin() +
                                                 static_cast<std::ptrdiff_t>(count));
-                Handle(*connection);
-                if (connection->socket.is_open()) Read(connection);
+                const Request request = TakeRequest(*connection);
+                if (request.empty()) return Read(connection);
+                connection->answer = owner_.AnswerTo(request);
+                connection->sent = 0;
+                SendNextPiece(connection);
             });
     }
 
@@ -142,21 +161,64 @@ class ScriptedController::Server
         return request;
     }
 
-    void Handle(Connection& connection)
+    void SendNextPiece(const ConnectionPtr& connection)
     {
-        const Request request = TakeRequest(connection);
-        if (request.empty()) return;
-        const Answer answer = owner_.AnswerTo(request);
+        if (connection->sent == connection->answer.bytes.size()) return Finish(connection);
+        if (connection->answer.pause.count() == 0) return SendPiece(connection);
+        connection->timer.expires_after(connection->answer.pause);
+        connection->timer.async_wait([this, connection](asio::error_code error) {
+            if (!error) SendPiece(connection);
+        });
+    }
+
+    void SendPiece(const ConnectionPtr& connection)
+    {
+        const Answer& answer = connection->answer;
+        const std::size_t left = answer.bytes.size() - connection->sent;
+        const bool first = connection->sent == 0 && answer.firstPiece != 0;
+        const std::size_t wanted = first ? answer.firstPiece : answer.pieceSize;
+        const std::size_t size = wanted == 0 ? left : std::min(wanted, left);
         asio::error_code error;
-        const std::size_t piece = answer.pieceSize == 0 ? answer.bytes.size() : answer.pieceSize;
-        for (std::size_t at = 0; at < answer.bytes.size() && !error; at += piece) {
-            const std::size_t size = std::min(piece, answer.bytes.size() - at);
-            asio::write(connection.socket, asio::buffer(answer.bytes.data() + at, size), error);
+        asio::write(connection->socket, asio::buffer(answer.bytes.data() + connection->sent, size),
+                    error);
+        if (error) {
+            owner_.Answered();
+            return Drop(connection);
         }
-        if (answer.then == Answer::Then::kReset) {
-            connection.socket.set_option(asio::socket_base::linger(true, 0), error);
+        connection->sent += size;
+        SendNextPiece(connection);
+    }
+
+    void Finish(const ConnectionPtr& connection)
+    {
+        owner_.Answered();
+        asio::error_code ignored;
+        switch (connection->answer.then) {
+        case Answer::Then::kRefuse:
+            acceptor_.close(ignored);
+            [[fallthrough]];
+        case Answer::Then::kStay:
+            Read(connection);
+            break;
+        case Answer::Then::kReset:
+            connection->socket.set_option(asio::socket_base::linger(true, 0), ignored);
+            [[fallthrough]];
+        case Answer::Then::kClose:
+            Drop(connection);
+            break;
+        case Answer::Then::kRepeat:
+            Repeat(connection);
+            break;
         }
-        if (answer.then != Answer::Then::kStay) connection.socket.close(error);
+    }
+
+    void Repeat(const ConnectionPtr& connection)
+    {
+        asio::async_write(connection->socket, asio::buffer(connection->answer.bytes),
+                          [this, connection](asio::error_code error, std::size_t) {
+                              if (error) return Drop(connection);
+                              Repeat(connection);
+                          });
     }
 
     ScriptedController& owner_;
@@ -164,7 +226,7 @@ class ScriptedController::Server
     asio::executor_work_guard<asio::io_context::executor_type> work_{context_.get_executor()};
     tcp::acceptor acceptor_;
     int port_;
-    std::vector<std::shared_ptr<Connection>> connections_;
+    std::set<ConnectionPtr> connections_;
     std::thread thread_;
 };
 
@@ -252,6 +314,12 @@ int ScriptedController::Connections() const
     return connections_;
 }
 
+int ScriptedController::MostWaiting() const
+{
+    const std::lock_guard guard(mutex_);
+    return mostWaiting_;
+}
+
 void ScriptedController::StopListening()
 {
     server_->StopListening();
@@ -263,9 +331,16 @@ Answer ScriptedController::AnswerTo(const Request& request)
     {
         const std::lock_guard guard(mutex_);
         requests_.push_back(request);
+        mostWaiting_ = std::max(mostWaiting_, ++waiting_);
         if (usedSteps_ < steps_.size()) step = steps_[usedSteps_++];
     }
     return step ? step(request) : Answer{ProperReply(request)};
+}
+
+void ScriptedController::Answered()
+{
+    const std::lock_guard guard(mutex_);
+    --waiting_;
 }
 
 Bytes ScriptedController::ProperReply(const Request& request) const

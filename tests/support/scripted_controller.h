@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -30,11 +31,19 @@ using Request = std::vector<RequestFrame>;
 /// What the controller does about a request.
 struct Answer
 {
-    enum class Then { kStay, kClose, kReset };
+    enum class Then {
+        kStay,
+        kClose,
+        kReset,
+        kRepeat, ///< sends the bytes again and again
+        kRefuse, ///< stays, but takes no further connection
+    };
 
-    Bytes bytes;               ///< sent as they are; none: silence
-    std::size_t pieceSize = 0; ///< sent in pieces of this size; 0: at once
-    Then then = Then::kStay;   ///< afterwards, with the connection
+    Bytes bytes = {};                   ///< sent as they are; none: silence
+    std::size_t pieceSize = 0;          ///< sent in pieces of this size; 0: at once
+    Then then = Then::kStay;            ///< afterwards, with the connection
+    std::size_t firstPiece = 0;         ///< size of the first piece, where it is another
+    std::chrono::microseconds pause{0}; ///< ahead of each piece
 };
 
 /// A controller that answers as the test tells it, on a free loopback port. It records every
@@ -75,6 +84,8 @@ class ScriptedController
     std::vector<Request> TakeRequests();
     /// Connections accepted so far.
     [[nodiscard]] int Connections() const;
+    /// The most requests, of all connections together, that waited for their answer at once.
+    [[nodiscard]] int MostWaiting() const;
     /// Stops listening and drops the connections: reconnecting is refused from now on.
     void StopListening();
 
@@ -88,6 +99,7 @@ class ScriptedController
     class Server;
 
     Answer AnswerTo(const Request& request);
+    void Answered();
 
     const short number_;
     mutable std::mutex mutex_;
@@ -96,6 +108,8 @@ class ScriptedController
     std::size_t usedSteps_ = 0;
     std::vector<Request> requests_;
     int connections_ = 0;
+    int waiting_ = 0;
+    int mostWaiting_ = 0;
     std::unique_ptr<Server> server_;
 };
 

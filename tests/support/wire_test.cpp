@@ -2,7 +2,8 @@
 
 #include "zelq.h"
 
-#include <regex>
+#include <algorithm>
+#include <string_view>
 
 namespace zelq::test {
 
@@ -42,10 +43,14 @@ void WireTest::TearDown()
 
 std::string WireTest::NextTrace()
 {
+    constexpr std::string_view kMark = "TIME=";
+    constexpr std::size_t kStampDigits = 12;
+    constexpr std::size_t kHead = kMark.size() + kStampDigits + 1;
     const std::string line = capture_.Next();
-    static const std::regex kForm("TIME=[0-9]{12},([^]*)\n");
-    std::smatch match;
-    if (std::regex_match(line, match, kForm)) return match[1];
+    if (line.size() > kHead && line.starts_with(kMark) && line[kHead - 1] == ',' &&
+        line.find_first_not_of("0123456789", kMark.size()) == kHead - 1 && line.back() == '\n') {
+        return line.substr(kHead, line.size() - kHead - 1);
+    }
     ADD_FAILURE() << "no well-formed trace line: \"" << line << '"';
     return line;
 }

@@ -1,0 +1,148 @@
+#include "load/child_roles.h"
+#include "support/child_process.h"
+#include "support/scripted_controller.h"
+#include "zelq.h"
+
+#include <chrono>
+#include <future>
+#include <gtest/gtest.h>
+
+namespace zelq::test {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using std::chrono::steady_clock;
+
+#ifdef _WIN32
+constexpr bool kDeathFreesTheLock = false; // a semaphore knows no holder
+#else
+constexpr bool kDeathFreesTheLock = true;
+#endif
+
+constexpr seconds kLockWait{4};
+constexpr seconds kPatience{20};
+
+// Numbers that no other test uses: processes share the lock by it.
+constexpr short kShared = 201;
+constexpr short kHeld = 202;
+constexpr short kSilent = 203;
+constexpr short kBusy = 204;
+constexpr short kCycled = 205;
+constexpr short kUnloaded = 206;
+
+/// Starts a child that plays a role on these controllers.
+ChildProcess Child(const std::string& role, std::initializer_list<const ScriptedController*> on,
+                   int count = 0)
+{
+    std::vector<std::string> arguments{kChildArgument, role};
+    for (const ScriptedController* controller : on) {
+        arguments.push_back(std::to_string(controller->Number()));
+        arguments.push_back(std::to_string(controller->Port()));
+    }
+    arguments.push_back(std::to_string(count));
+    return ChildProcess(arguments);
+}
+
+/// Answers properly so many times.
+void ThenProperly(ScriptedController& controller, int times, milliseconds pause = {})
+{
+    for (int i = 0; i < times; ++i) {
+        controller.Then([&controller, pause](const Request& request) {
+            return Answer{.bytes = controller.ProperReply(request), .pause = pause};
+        });
+    }
+}
+
+/// The requests of connecting.
+constexpr int kConnectRequests = 2;
+
+/// Answers the connect of a child and leaves its first call unanswered; tells when that has come.
+std::future<void> AwaitFirstCall(ScriptedController& controller)
+{
+    ThenProperly(controller, kConnectRequests);
+    auto asked = std::make_shared<std::promise<void>>();
+    controller.Then([asked](const Request&) {
+        asked->set_value();
+        return Answer{};
+    });
+    return asked->get_future();
+}
+
+TEST(TwoProcesses, TakeTurnsOnOneController)
+{
+    constexpr int kCalls = 100;
+    ScriptedController controller(kShared);
+    ASSERT_NO_FATAL_FAILURE(controller.Connect());
+    // A reply takes its time, in which a request of the other process would be seen.
+    ThenProperly(controller, kConnectRequests + 2 * kCalls, milliseconds(1));
+    ChildProcess child = Child(kCallRole, {&controller}, kCalls);
+    const auto deadline = steady_clock::now() + kPatience;
+    while (controller.Connections() < 2 && steady_clock::now() < deadline) {
+        std::this_thread::yield();
+    }
+    for (int call = 0; call < kCalls; ++call) {
+        EXPECT_EQ(zelQ_MoveAbs(kShared, 0, call), 0);
+    }
+    EXPECT_EQ(child.Wait(), 0);
+    EXPECT_EQ(controller.UnusedSteps(), 0U) << "calls are missing, or were sent again";
+    EXPECT_EQ(controller.MostWaiting(), 1);
+    EXPECT_EQ(controller.Connections(), 2);
+}
+
+TEST(TwoProcesses, GoOnWhenOneIsKilledWithTheLock)
+{
+    ScriptedController controller(kHeld);
+    ASSERT_NO_FATAL_FAILURE(controller.Connect());
+    std::future<void> holds = AwaitFirstCall(controller);
+    ChildProcess child = Child(kHoldRole, {&controller});
+    ASSERT_EQ(holds.wait_for(kPatience), std::future_status::ready);
+
+    const auto start = steady_clock::now();
+    auto waiting = std::async(std::launch::async, [] { return zelQ_MoveAbs(kHeld, 0, 1.0); });
+    EXPECT_EQ(waiting.wait_for(milliseconds(200)), std::future_status::timeout) << "no lock";
+    child.Kill();
+    EXPECT_EQ(waiting.get(), 0);
+    if (kDeathFreesTheLock) {
+        EXPECT_EQ(zelQ_MoveAbs(kHeld, 0, 2.0), 0);
+        EXPECT_LT(steady_clock::now() - start, kLockWait / 2);
+    } else {
+        EXPECT_GE(steady_clock::now() - start, kLockWait - milliseconds(50));
+    }
+}
+
+TEST(TwoProcesses, AnEndingMainLeavesItsCallingThreadsInPeace)
+{
+    ScriptedController silent(kSilent);
+    ScriptedController busy(kBusy);
+    const std::shared_future<void> called = AwaitFirstCall(silent).share();
+    const auto mayReturn = [called](const Request& request) {
+        return request.front().written.size() < 2 || request.front().written[1] != 0 ||
+               called.wait_for(kPatience) == std::future_status::ready;
+    };
+    // The servo reset is main's last call; all others are those of the thread.
+    for (int i = 0; i < 2000; ++i) {
+        busy.Then([&, mayReturn](const Request& request) {
+            return mayReturn(request) ? Answer{busy.ProperReply(request)} : Answer{};
+        });
+    }
+    EXPECT_EQ(Child(kReturnRole, {&silent, &busy}).Wait(), 0);
+}
+
+TEST(Leaks, ConnectingAThousandTimesLeavesNothing)
+{
+    ScriptedController controller(kCycled);
+    EXPECT_EQ(Child(kCyclesRole, {&controller}, 1000).Wait(), 0);
+}
+
+TEST(Leaks, LoadingAndUnloadingLeavesNothing)
+{
+    ScriptedController controller(kUnloaded);
+    EXPECT_EQ(Child(kUnloadRole, {&controller}, 10).Wait(), 0);
+    EXPECT_EQ(controller.Connections(), 11);
+}
+
+} // namespace
+
+} // namespace zelq::test

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace zelq::test {
+
+/// The file of the program that runs.
+std::string ProgramPath();
+
+/// Another process that runs this same program. It does not outlive its object.
+class ChildProcess
+{
+  public:
+    explicit ChildProcess(const std::vector<std::string>& arguments);
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    /// Ends it where it stands, as a crash would.
+    void Kill();
+
+    /// What it ended with: its exit code, else kCrashed. One that does not end in half a minute is
+    /// killed.
+    int Wait();
+
+    static constexpr int kCrashed = -1;
+
+  private:
+    std::intptr_t process_; ///< its id or handle; 0: waited for
+};
+
+} // namespace zelq::test

@@ -1,0 +1,50 @@
+#include "support/shared_library.h"
+
+#include "support/child_process.h"
+
+#include <dlfcn.h>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace zelq::test {
+
+SharedLibrary::SharedLibrary(const std::string& path)
+    : handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))
+{
+    if (handle_ == nullptr) throw std::runtime_error(dlerror());
+}
+
+SharedLibrary::~SharedLibrary()
+{
+    dlclose(handle_);
+}
+
+SharedLibrary::AnyFunction SharedLibrary::FindAddress(const char* name) const
+{
+    return reinterpret_cast<AnyFunction>(dlsym(handle_, name));
+}
+
+std::string ZelqLibraryPath()
+{
+    return std::filesystem::path(ProgramPath()).replace_filename("libzelq.so").string();
+}
+
+bool IsMapped(const std::string& name)
+{
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        if (line.ends_with(name) || line.ends_with(name + " (deleted)")) return true;
+    }
+    return false;
+}
+
+bool SessionLockExists(short number)
+{
+    const std::string name = "/dev/shm/zelq-" + std::to_string(geteuid()) + '-' +
+                             std::to_string(8 * sizeof(void*)) + "-Lumo=" + std::to_string(number);
+    return std::filesystem::exists(name);
+}
+
+} // namespace zelq::test

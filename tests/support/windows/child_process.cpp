@@ -1,0 +1,75 @@
+#include "support/child_process.h"
+
+#include <array>
+#include <stdexcept>
+#include <windows.h>
+
+namespace zelq::test {
+
+namespace {
+
+constexpr DWORD kPatienceMs = 30'000;
+constexpr UINT kKilled = 0xDEAD;
+
+HANDLE Native(std::intptr_t process)
+{
+    return reinterpret_cast<HANDLE>(process);
+}
+
+std::string Quoted(const std::string& word)
+{
+    return '"' + word + '"';
+}
+
+} // namespace
+
+std::string ProgramPath()
+{
+    std::array<char, MAX_PATH> path{};
+    GetModuleFileNameA(nullptr, path.data(), MAX_PATH);
+    return path.data();
+}
+
+ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
+{
+    std::string commandLine = Quoted(ProgramPath());
+    for (const std::string& argument : arguments) {
+        commandLine += ' ' + Quoted(argument);
+    }
+    STARTUPINFOA start{};
+    start.cb = sizeof(start);
+    PROCESS_INFORMATION started{};
+    if (CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                       &start, &started) == FALSE) {
+        throw std::runtime_error("no child process");
+    }
+    CloseHandle(started.hThread);
+    process_ = reinterpret_cast<std::intptr_t>(started.hProcess);
+}
+
+ChildProcess::~ChildProcess()
+{
+    if (process_ == 0) return;
+    Kill();
+    Wait();
+}
+
+void ChildProcess::Kill()
+{
+    TerminateProcess(Native(process_), kKilled);
+}
+
+int ChildProcess::Wait()
+{
+    const HANDLE process = Native(process_);
+    if (WaitForSingleObject(process, kPatienceMs) != WAIT_OBJECT_0) Kill();
+    WaitForSingleObject(process, kPatienceMs);
+    DWORD code = kKilled;
+    GetExitCodeProcess(process, &code);
+    CloseHandle(process);
+    process_ = 0;
+    // An exception that nobody handled is told in the code.
+    return code <= 0xFF ? static_cast<int>(code) : kCrashed;
+}
+
+} // namespace zelq::test

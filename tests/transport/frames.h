@@ -1,0 +1,104 @@
+#pragma once
+
+#include "common/byte_order.h"
+#include "support/scripted_controller.h"
+#include "transport/frame.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+
+namespace zelq::test {
+
+/// A frame's fields that the validity test looks at, in host order as they are built.
+struct FrameFields
+{
+    std::uint8_t function;
+    std::uint16_t quantity; ///< read by function 3, else written
+    std::uint8_t byteCount; ///< not of function 3
+    std::uint16_t length;
+    std::uint16_t protocolId = 0;
+};
+
+inline void PutFrame(std::uint8_t* at, const FrameFields& fields)
+{
+    const bool isCommand = fields.function == kReadWriteRegisters;
+    StoreHost16(at + field::kProtocolId, fields.protocolId);
+    StoreHost16(at + field::kLength, fields.length);
+    at[field::kUnit] = kUnitId;
+    at[field::kFunction] = fields.function;
+    StoreHost16(at + (isCommand ? 14 : field::kQuantity), fields.quantity);
+    if (fields.function != kReadRegisters) at[isCommand ? 16 : 12] = fields.byteCount;
+}
+
+inline std::size_t Validity(const RequestBuffer& buffer, std::size_t at = 0)
+{
+    return ValidateFrame(buffer.Bytes().subspan(at));
+}
+
+/// Gives the frames the ids 1, 2, 3 ... as the engine does; returns how many there are.
+inline std::size_t NumberFrames(RequestBuffer& request)
+{
+    std::size_t frames = 0;
+    std::size_t at = 0;
+    while (const std::size_t size = Validity(request, at)) {
+        StoreHost16(request.Data() + at, static_cast<std::uint16_t>(++frames));
+        at += size;
+    }
+    return frames;
+}
+
+/// The reply to a read, or to a command whose first word is its result.
+inline Bytes RegistersReply(std::uint16_t id, std::uint8_t function, const Words& words)
+{
+    Bytes body{static_cast<std::uint8_t>(2 * words.size())};
+    for (const std::uint16_t word : words) {
+        body.push_back(static_cast<std::uint8_t>(word >> 8));
+        body.push_back(static_cast<std::uint8_t>(word));
+    }
+    return FrameBytes(id, function, body);
+}
+
+inline Bytes WriteReply(std::uint16_t id, std::uint16_t quantity)
+{
+    return FrameBytes(
+        id, kWriteRegisters,
+        {0, 0, static_cast<std::uint8_t>(quantity >> 8), static_cast<std::uint8_t>(quantity)});
+}
+
+/// An exception that carries the controller's error code.
+inline Bytes ExceptionReply(std::uint16_t id, unsigned function, std::uint16_t errorCode)
+{
+    return FrameBytes(
+        id, static_cast<std::uint8_t>(function | kExceptionBit),
+        {3, static_cast<std::uint8_t>(errorCode >> 8), static_cast<std::uint8_t>(errorCode)});
+}
+
+/// The same bytes with one of them changed.
+inline Bytes With(Bytes bytes, std::size_t at, std::uint8_t value)
+{
+    bytes.at(at) = value;
+    return bytes;
+}
+
+inline Bytes Joined(std::initializer_list<Bytes> parts)
+{
+    Bytes all;
+    for (const Bytes& part : parts) {
+        all.insert(all.end(), part.begin(), part.end());
+    }
+    return all;
+}
+
+/// The registers that a call has collected.
+inline Words DataWords(const ReplyData& data)
+{
+    Words words;
+    ReplyReader reader(data);
+    for (std::uint16_t word = 0; reader.Read(word);) {
+        words.push_back(word);
+    }
+    return words;
+}
+
+} // namespace zelq::test

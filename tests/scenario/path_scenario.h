@@ -88,8 +88,8 @@ class PathScenario : public ScenarioTest
         EXPECT_EQ(zelQ_GetAllStatus(kNumber, &status), 0);
         Sample sample;
         for (const unsigned short axis : map_) {
-            sample.at.push_back(status.servo[axis].commandPosition);
-            sample.velocity.push_back(status.servo[axis].velocity);
+            sample.at.push_back(double{status.servo[axis].commandPosition});
+            sample.velocity.push_back(double{status.servo[axis].velocity});
         }
         return sample;
     }

@@ -1,7 +1,10 @@
 #include "axis.h"
 
+#include "motor.h"
+
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace lumosim {
@@ -14,11 +17,8 @@ constexpr double kFollowingLag = 0.0005;
 // The drive's window for "in position".
 constexpr std::int32_t kInPositionWindow = 10;
 
-// Friction, and the acceleration that needs the rated torque; both make the torque display.
-constexpr double kFrictionTorque = 50;
-constexpr double kAccelerationAtRatedTorque = 5'000'000;
-constexpr double kFullTorque = 1000;
-constexpr double kPeakTorque = 3 * kFullTorque;
+// The alarm of a drive whose motor cannot follow its command.
+constexpr Alarm kPositionDeviation = {24, 0};
 
 Nanoseconds After(Nanoseconds begin, double seconds)
 {
@@ -34,23 +34,20 @@ std::int32_t Wrap(std::int64_t value)
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(value)));
 }
 
-int Sign(double value)
-{
-    return value > 0 ? 1 : (value < 0 ? -1 : 0);
-}
-
 } // namespace
 
 Nanoseconds Axis::NextEvent() const
 {
     const Nanoseconds excited = servoOn_ && servoOnAt_ > now_ ? servoOnAt_ : kNever;
-    return std::min({end_, limitStop_, excited});
+    return std::min({end_, limitStop_, stopperTrip_, watchTrip_, excited});
 }
 
 void Axis::AdvanceTo(Nanoseconds now)
 {
     now_ = now;
-    if (limitStop_ <= now) StopAtLimit();
+    if (watchTrip_ <= now) TripWatch();
+    if (limitStop_ <= now) Stop(StopMode::kDecelerate, StopCause::kLimitSensor);
+    if (stopperTrip_ <= now) MeetStopper();
     if (end_ <= now && trajectory_) Rest(Physical().position, endsBy_);
 }
 
@@ -61,15 +58,25 @@ Result Axis::CheckServoOn() const
     return Result::kDone;
 }
 
-Result Axis::CheckMove(int direction) const
+Result Axis::CheckAmplifier(int direction, bool free) const
 {
     const Result amplifier = CheckServoOn();
     if (amplifier != Result::kDone) return amplifier;
     if (!servoOn_) return Result::kServoOff;
-    // Jogs and single moves replace each other; other motion has to be stopped first.
-    if (trajectory_ && kind_ > MotionKind::kRelative) return Result::kBusy;
+    if (!free) return Result::kBusy;
     if (direction != 0 && LimitActive(direction)) return Result::kLimitBlocks;
     return Result::kDone;
+}
+
+Result Axis::CheckMove(int direction) const
+{
+    // Jogs and single moves replace each other; other motion has to be stopped first.
+    return CheckAmplifier(direction, !trajectory_ || kind_ <= MotionKind::kRelative);
+}
+
+Result Axis::CheckMode(MotionKind kind, int direction) const
+{
+    return CheckAmplifier(direction, !trajectory_ || kind_ == kind);
 }
 
 void Axis::SwitchServo(bool on)
@@ -91,22 +98,75 @@ void Axis::Reset()
 
 void Axis::Jog(int direction)
 {
-    Follow(PlanJog(profile_, Physical(), direction), MotionKind::kJog, CommandPosition());
+    Run(profile_, direction, MotionKind::kJog);
 }
 
 void Axis::MoveTo(std::int32_t target)
 {
-    MoveToPhysical(PhysicalOf(target), MotionKind::kAbsolute);
+    RunTo(profile_, target, MotionKind::kAbsolute);
 }
 
 void Axis::MoveBy(std::int32_t distance)
 {
-    MoveToPhysical(std::round(Physical().position) + distance, MotionKind::kRelative);
+    RunBy(profile_, distance, MotionKind::kRelative);
 }
 
-void Axis::MoveToPhysical(double target, MotionKind kind)
+void Axis::MoveToPhysical(const SpeedProfile& profile, double target, MotionKind kind)
 {
-    Follow(PlanMove(profile_, Physical(), target), kind, Counter(target));
+    goal_ = target;
+    Replace(PlanMove(profile, Physical(), target), kind, Counter(target), profile);
+}
+
+void Axis::Run(const SpeedProfile& profile, int direction, MotionKind kind,
+               const std::optional<Watch>& watch)
+{
+    direction_ = direction;
+    Replace(PlanJog(profile, Physical(), direction), kind, CommandPosition(), profile);
+    watch_ = watch;
+    PlanEvents();
+}
+
+void Axis::RunTo(const SpeedProfile& profile, std::int32_t target, MotionKind kind)
+{
+    MoveToPhysical(profile, PhysicalOf(target), kind);
+}
+
+void Axis::RunBy(const SpeedProfile& profile, std::int32_t distance, MotionKind kind)
+{
+    MoveToPhysical(profile, std::round(Physical().position) + distance, kind);
+}
+
+void Axis::SlowDown(const SpeedProfile& profile)
+{
+    if (!trajectory_) return;
+    running_ = profile;
+    Begin(PlanStop(profile, Physical()), StopCause::kNone);
+}
+
+void Axis::Pause(double seconds, MotionKind kind)
+{
+    auto path = std::make_shared<RampTrajectory>(Physical().position, false);
+    path->AddPause(seconds);
+    Follow(std::move(path), kind, CommandPosition());
+}
+
+void Axis::PushWith(std::int32_t torque, double speedLimit)
+{
+    torque_ = torque;
+    Follow(PlanTorque(Physical(), torque, speedLimit), MotionKind::kTorque, CommandPosition());
+}
+
+void Axis::Override(const SpeedProfile& profile)
+{
+    running_ = profile;
+    const bool endless = kind_ == MotionKind::kJog || kind_ == MotionKind::kSearch;
+    Begin(endless ? PlanJog(profile, Physical(), direction_) : PlanMove(profile, Physical(), goal_),
+          StopCause::kNone);
+}
+
+void Axis::OverrideTarget(std::int32_t target)
+{
+    RunTo(running_, target, kind_);
 }
 
 void Axis::Stop(StopMode mode, StopCause cause)
@@ -117,14 +177,13 @@ void Axis::Stop(StopMode mode, StopCause cause)
         Rest(state.position, cause);
         return;
     }
-    Begin(PlanStop(profile_, state), cause);
+    Begin(PlanStop(running_, state), cause);
 }
 
 void Axis::Follow(std::shared_ptr<const Trajectory> trajectory, MotionKind kind,
                   std::int32_t target, StopCause endsBy)
 {
-    ShowAs(kind, target);
-    Begin(std::move(trajectory), endsBy);
+    Replace(std::move(trajectory), kind, target, profile_, endsBy);
 }
 
 void Axis::ShowAs(MotionKind kind, std::int32_t target)
@@ -133,13 +192,22 @@ void Axis::ShowAs(MotionKind kind, std::int32_t target)
     target_ = target;
 }
 
+void Axis::Replace(std::shared_ptr<const Trajectory> trajectory, MotionKind kind,
+                   std::int32_t target, const SpeedProfile& profile, StopCause endsBy)
+{
+    ShowAs(kind, target);
+    running_ = profile;
+    watch_.reset();
+    Begin(std::move(trajectory), endsBy);
+}
+
 void Axis::Begin(std::shared_ptr<const Trajectory> trajectory, StopCause endsBy)
 {
     trajectory_ = std::move(trajectory);
     endsBy_ = endsBy;
     begin_ = std::max(now_, servoOnAt_);
     end_ = After(begin_, trajectory_->Duration());
-    PlanLimitStop();
+    PlanEvents();
     if (end_ <= now_) Rest(Physical().position, endsBy);
 }
 
@@ -147,32 +215,98 @@ void Axis::Rest(double physical, StopCause cause)
 {
     resting_ = std::round(physical);
     trajectory_.reset();
+    watch_.reset();
     kind_ = MotionKind::kIdle;
+    endsBy_ = StopCause::kNone;
     lastStop_ = cause;
     end_ = kNever;
-    limitStop_ = kNever;
+    PlanEvents();
 }
 
-void Axis::PlanLimitStop()
+Nanoseconds Axis::TimeAt(double place, int direction) const
+{
+    const auto time = trajectory_->TimeOfReaching(place, direction, Elapsed(now_));
+    return time ? After(begin_, *time) : kNever;
+}
+
+void Axis::PlanEvents()
 {
     limitStop_ = kNever;
-    // An axis that brakes has nothing more to do at a limit.
-    if (!trajectory_ || endsBy_ != StopCause::kNone) return;
-    const double from = Elapsed(now_);
+    stopperTrip_ = kNever;
+    watchTrip_ = kNever;
+    if (!trajectory_) return;
     for (const int direction : {1, -1}) {
-        const bool forced = direction > 0 ? inputs_.limitPositive : inputs_.limitNegative;
-        const std::int64_t limit =
-            direction > 0 ? mechanics_.positiveLimit : mechanics_.negativeLimit;
-        // An input that is on by hand counts everywhere: it is "reached" with the first movement.
-        const double place = forced ? trajectory_->At(from).position : static_cast<double>(limit);
-        const auto time = trajectory_->TimeOfReaching(place, direction, from);
-        if (time) limitStop_ = std::min(limitStop_, After(begin_, *time));
+        stopperTrip_ = std::min(stopperTrip_, StopperTrip(direction));
+        // An axis that brakes has nothing more to do at a limit or signal.
+        if (Stopping()) continue;
+        limitStop_ = std::min(limitStop_, LimitStop(direction));
+        watchTrip_ = std::min(watchTrip_, WatchTrip(direction));
     }
 }
 
-void Axis::StopAtLimit()
+Nanoseconds Axis::LimitStop(int direction) const
 {
-    Stop(StopMode::kDecelerate, StopCause::kLimitSensor);
+    // Who looks for the switch, or for the stopper behind it, wants to get there.
+    if (watch_ &&
+        (watch_->signal == LimitOf(direction) || watch_->signal == StopperOf(direction))) {
+        return kNever;
+    }
+    const std::int64_t limit = direction > 0 ? mechanics_.positiveLimit : mechanics_.negativeLimit;
+    // An input that is on by hand counts everywhere: it is "reached" with the first movement.
+    const bool forced = ForcedOn(inputs_, LimitOf(direction));
+    return TimeAt(forced ? trajectory_->At(Elapsed(now_)).position : static_cast<double>(limit),
+                  direction);
+}
+
+Nanoseconds Axis::StopperTrip(int direction) const
+{
+    // A torque gets no higher at the stopper; a position runs on and makes it rise to the peak.
+    const double pressing =
+        kind_ == MotionKind::kTorque && !Stopping() ? 0 : kPeakTorque / kStopperStiffness;
+    return TimeAt(mechanics_.Stopper(direction) + pressing * direction, direction);
+}
+
+Nanoseconds Axis::WatchTrip(int direction) const
+{
+    if (!watch_ || ForcedOn(inputs_, watch_->signal)) return kNever;
+    const double here = Physical().position;
+    if (watch_->level && watch_->signal == StopperOf(direction)) {
+        const double pressing = watch_->stopperTorque / kStopperStiffness;
+        return TimeAt(mechanics_.Stopper(direction) + pressing * direction, direction);
+    }
+    const auto edge = EdgeAhead(mechanics_, watch_->signal, watch_->level, here, direction);
+    return edge ? TimeAt(*edge, direction) : kNever;
+}
+
+void Axis::TripWatch()
+{
+    const Watch watch = *watch_;
+    const double place = Physical().position;
+    if (watch.cause == StopCause::kSearchLatched) latched_ = Counter(place);
+    watch_.reset();
+    // What a stopper holds has not followed the command any further.
+    if (BehindStopper() != 0) {
+        Rest(place - BehindStopper(), watch.cause);
+    } else {
+        Stop(watch.mode, watch.cause);
+    }
+}
+
+void Axis::MeetStopper()
+{
+    if (kind_ != MotionKind::kTorque || Stopping()) {
+        Rest(Physical().position - BehindStopper(), StopCause::kAlarm);
+        RaiseAlarm(kPositionDeviation);
+        return;
+    }
+    auto path = std::make_shared<RampTrajectory>(std::round(Physical().position), false);
+    path->AddPause(std::numeric_limits<double>::infinity());
+    Begin(std::move(path), StopCause::kNone);
+}
+
+double Axis::BehindStopper() const
+{
+    return mechanics_.BehindStopper(Physical().position);
 }
 
 double Axis::Elapsed(Nanoseconds now) const
@@ -206,8 +340,8 @@ std::int32_t Axis::CommandPosition() const
 
 std::int32_t Axis::FollowingError() const
 {
-    return static_cast<std::int32_t>(std::lround(Physical().velocity * kFollowingLag)) +
-           standingError_;
+    const double lag = BehindStopper() != 0 ? BehindStopper() : Physical().velocity * kFollowingLag;
+    return static_cast<std::int32_t>(std::lround(lag)) + standingError_;
 }
 
 std::int32_t Axis::EncoderPosition() const
@@ -217,24 +351,28 @@ std::int32_t Axis::EncoderPosition() const
 
 std::int32_t Axis::Velocity() const
 {
+    if (BehindStopper() != 0) return 0;
     return static_cast<std::int32_t>(std::lround(Physical().velocity));
 }
 
 std::int32_t Axis::Torque() const
 {
     const MotionState state = Physical();
-    const double torque = kFrictionTorque * Sign(state.velocity) +
-                          state.acceleration / kAccelerationAtRatedTorque * kFullTorque;
+    double torque = TorqueFor(state);
+    if (kind_ == MotionKind::kTorque && !Stopping() && state.velocity == 0) torque = torque_;
+    if (BehindStopper() != 0) torque = servoOn_ ? BehindStopper() * kStopperStiffness : 0;
     return static_cast<std::int32_t>(std::lround(std::clamp(torque, -kPeakTorque, kPeakTorque)));
 }
 
-bool Axis::LimitActive(int direction) const
+bool Axis::SignalOn(Signal signal) const
 {
-    const double place = Physical().position;
-    if (direction > 0) {
-        return inputs_.limitPositive || place >= static_cast<double>(mechanics_.positiveLimit);
-    }
-    return inputs_.limitNegative || place <= static_cast<double>(mechanics_.negativeLimit);
+    return ForcedOn(inputs_, signal) || OnAt(mechanics_, signal, Physical().position);
+}
+
+void Axis::SetHomeDone(bool done)
+{
+    homeDone_ = done;
+    if (done) lastStop_ = StopCause::kHomeFound;
 }
 
 bool Axis::EmergencyStop() const
@@ -249,6 +387,7 @@ bool Axis::InPosition() const
 
 void Axis::AdoptEncoder()
 {
+    if (!trajectory_) resting_ -= BehindStopper();
     origin_ += standingError_;
     standingError_ = 0;
 }
@@ -271,9 +410,13 @@ void Axis::PushByHand(std::int32_t pulses)
 
 void Axis::SetInputs(const AxisInputs& inputs)
 {
+    const bool before = watch_ && SignalOn(watch_->signal);
     inputs_ = inputs;
     if (EmergencyStop()) Stop(StopMode::kSudden, StopCause::kEmergencyStop);
-    PlanLimitStop();
+    PlanEvents();
+    if (!watch_ || Stopping()) return;
+    const bool after = SignalOn(watch_->signal);
+    if (before != after && after == watch_->level) TripWatch();
 }
 
 void Axis::SetMechanics(const AxisMechanics& mechanics)
@@ -298,6 +441,8 @@ void Axis::PowerUp()
     servoOnAt_ = now_;
     alarm_.reset();
     warning_ = false;
+    homeDone_ = homeDone_ && mechanics_.absoluteEncoder;
+    latched_.reset();
     profile_ = SpeedProfile();
     SetPosition(mechanics_.absoluteEncoder ? encoder : 0);
     target_ = CommandPosition();

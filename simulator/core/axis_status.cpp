@@ -22,7 +22,9 @@ enum StatusBit : unsigned {
     kInPositionBit = 7,
     kLimitPositiveBit = 8,
     kLimitNegativeBit = 9,
+    kZPhaseBit = 10,
     kHomeSensorBit = 11,
+    kHomeDoneBit = 12,
     kHomingBit = 13,
     kConfigurableInputBit = 15,
 };
@@ -40,7 +42,9 @@ Word StatusBits(const Axis& axis)
     put(kInPositionBit, axis.InPosition());
     put(kLimitPositiveBit, axis.LimitActive(1));
     put(kLimitNegativeBit, axis.LimitActive(-1));
-    put(kHomeSensorBit, axis.Inputs().homeSensor);
+    put(kZPhaseBit, axis.SignalOn(Signal::kZPhase));
+    put(kHomeSensorBit, axis.SignalOn(Signal::kHomeSensor));
+    put(kHomeDoneBit, axis.HomeDone());
     put(kHomingBit, axis.Kind() == MotionKind::kHoming);
     put(kConfigurableInputBit, axis.Inputs().configurable);
     return static_cast<Word>(bits);

@@ -13,8 +13,17 @@ class Controller;
 
 std::unique_ptr<Family> MakeAxisSetup(Controller& controller);
 std::unique_ptr<Family> MakeAxisStatus(Controller& controller);
+std::unique_ptr<Family> MakeDriveModes(Controller& controller);
+std::unique_ptr<Family> MakeHoming(Controller& controller);
 std::unique_ptr<Family> MakeMoves(Controller& controller);
+std::unique_ptr<Family> MakeOverrides(Controller& controller);
 std::unique_ptr<Family> MakePaths(Controller& controller);
+std::unique_ptr<Family> MakePositionSet(Controller& controller);
+std::unique_ptr<Family> MakeSearch(Controller& controller);
+std::unique_ptr<Family> MakeStops(Controller& controller);
+std::unique_ptr<Family> MakeListMotion(Controller& controller);
+std::unique_ptr<Family> MakeMoves(Controller& controller);
+std::unique_ptr<Family> MakeSequences(Controller& controller);
 std::unique_ptr<Family> MakeSystemStatus(Controller& controller);
 
 std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller);

@@ -234,6 +234,28 @@ TEST_F(ContinuousPath, FigureOfLineArcAndHelixNeverStops)
     EXPECT_EQ(Look().at, (Coordinates{0, 4000, 3000}));
 }
 
+TEST_F(ContinuousPath, AStoppedPathStaysOnItsLine)
+{
+    constexpr unsigned short kSudden = 0;
+    constexpr unsigned short kDecelerate = 1;
+    const Coordinates corner = {6000, 8000};
+    for (const unsigned short mode : {kSudden, kDecelerate}) {
+        ASSERT_NO_FATAL_FAILURE(StandAt({0, 0}));
+        ASSERT_EQ(LineTo(corner, Speeds(0, 4000, 4000)), 0);
+        ASSERT_EQ(LineTo({6000, 0}, Speeds(4000, 4000, 0)), 0);
+        Advance(seconds(1));
+        const double before = Look().at[0];
+        ASSERT_EQ(zelQ_StopIMap(kNumber, kMap, mode), 0);
+        for (const Sample& sample : Watch()) {
+            EXPECT_LT(OffLine(sample.at, {0, 0}, corner), 2.0);
+        }
+        const double braked = (Look().at[0] - before) / 0.6; // 3 of 5 pulses are the first axis's
+        EXPECT_NEAR(braked, mode == kSudden ? 0 : 4000.0 * 4000 / 2 / 50000, 3);
+        EXPECT_EQ(StatusAt(1).stopCause, mode == kSudden ? 2 : 1);
+        EXPECT_EQ(Remaining(kMap), 32);
+    }
+}
+
 TEST_F(ContinuousPath, TheCountsTellTheTruth)
 {
     EXPECT_EQ(Remaining(kMap), 32);

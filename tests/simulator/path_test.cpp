@@ -253,12 +253,14 @@ TEST_F(PathTest, AStoppedMapBrakesOnItsPath)
     ASSERT_EQ(LineBy(-100, 0, 0, 3000, 3000), Result::kDone);
     ASSERT_EQ(LineBy(0, 900, 0, 3000, 3000), Result::kDone);
     ASSERT_EQ(LineBy(9000, 0, 0, 3000, 0), Result::kDone);
+    EXPECT_EQ(controller.PreRegistered(5), 3U);
     while (At(1).CommandPosition() < 4000) {
         controller.Advance(milliseconds(1));
     }
     controller.Advance(milliseconds(1));
     EXPECT_EQ(controller.Execute({0x41, 5, 1}), Result::kDone);
     EXPECT_EQ(LineBy(1, 1, 1), Result::kBusy);
+    EXPECT_EQ(controller.PreRegistered(5), 1U); // what it needs to brake on
     const auto begin = controller.Now();
     Finish();
     // 225 pulses of braking: the rest of the hundred, then up along the next section.

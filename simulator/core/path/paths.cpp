@@ -3,6 +3,7 @@
 #include "../axis_list.h"
 #include "../controller.h"
 #include "../families.h"
+#include "../stop.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,7 +13,6 @@ namespace lumosim {
 
 namespace {
 
-constexpr Word kStopMap = 0x0041;
 constexpr Word kSetMap = 0x0070;
 constexpr Word kLinear = 0x0072;
 constexpr Word kArc = 0x0073;
@@ -90,7 +90,6 @@ Paths::Paths(Controller& controller) : controller_(controller)
 
 void Paths::AddCommands(CommandTable& table)
 {
-    table.Add(kStopMap, "stop map", [this](auto& in, auto&) { return StopMapCommand(in); });
     table.Add(kSetMap, "set map", [this](auto& in, auto&) { return SetMap(in); });
     table.Add(kLinear, "line", [this](auto& in, auto&) { return Line(in); });
     table.Add(kArc, "arc", [this](auto& in, auto&) { return ArcOrHelix(in, false); });
@@ -99,6 +98,8 @@ void Paths::AddCommands(CommandTable& table)
               [this](auto& in, auto&) { return UsePreRegisters(in); });
     table.Add(kRemainingPreRegisters, "pre-registers",
               [this](auto& in, auto& reply) { return ShowRemaining(in, reply); });
+    controller_.Get<Stops>().SetPathStopper(
+        [this](Word map, StopMode mode) { return StopMap(map, mode); });
 }
 
 void Paths::AddRegisters(RegisterMap& map)
@@ -122,6 +123,11 @@ void Paths::AdvanceTo(Nanoseconds /*now*/)
     for (Map& map : maps_) {
         map.path.Follow();
     }
+}
+
+std::size_t Paths::PreRegistered(Word number) const
+{
+    return number < kMaps ? maps_[number].path.Waiting() : 0;
 }
 
 void Paths::PowerUp()
@@ -290,15 +296,6 @@ Result Paths::MakeArc(const Target& target, const Shape& shape, Arc& arc, PathPo
     to[0] = end.x;
     to[1] = end.y;
     return result;
-}
-
-Result Paths::StopMapCommand(CommandReader& in)
-{
-    const Word map = in.NextWord();
-    const Word mode = in.NextWord();
-    if (!in.Finished()) return Result::kMalformed;
-    if (mode > 1) return Result::kOutOfRange;
-    return StopMap(map, mode == 0 ? StopMode::kSudden : StopMode::kDecelerate);
 }
 
 Result Paths::StopMap(Word map, StopMode mode)

@@ -26,6 +26,8 @@ class Paths : public Family
     [[nodiscard]] Nanoseconds NextEvent() const override;
     void AdvanceTo(Nanoseconds now) override;
     void PowerUp() override;
+    // Each map has the pre-register of its number.
+    [[nodiscard]] std::size_t PreRegistered(Word number) const override;
 
     // Stops all axes of a map: those on its path on the path, others by themselves. What waits
     // behind the path is dropped.
@@ -43,7 +45,6 @@ class Paths : public Family
     Result SetMap(CommandReader& in);
     Result Line(CommandReader& in);
     Result ArcOrHelix(CommandReader& in, bool helix);
-    Result StopMapCommand(CommandReader& in);
     Result UsePreRegisters(CommandReader& in);
     Result ShowRemaining(CommandReader& in, Reply& reply) const;
     void ShowMaps(std::span<Word> out) const;

@@ -188,19 +188,24 @@ void Axis::Stop(StopMode mode, StopCause cause)
 }
 
 void Axis::Follow(std::shared_ptr<const Trajectory> trajectory, MotionKind kind,
-                  std::int32_t target)
+                  std::int32_t target, StopCause endsBy)
 {
-    Replace(std::move(trajectory), kind, target, profile_);
+    Replace(std::move(trajectory), kind, target, profile_, endsBy);
 }
 
-void Axis::Replace(std::shared_ptr<const Trajectory> trajectory, MotionKind kind,
-                   std::int32_t target, const SpeedProfile& profile)
+void Axis::ShowAs(MotionKind kind, std::int32_t target)
 {
     kind_ = kind;
     target_ = target;
+}
+
+void Axis::Replace(std::shared_ptr<const Trajectory> trajectory, MotionKind kind,
+                   std::int32_t target, const SpeedProfile& profile, StopCause endsBy)
+{
+    ShowAs(kind, target);
     running_ = profile;
     watch_.reset();
-    Begin(std::move(trajectory), StopCause::kNone);
+    Begin(std::move(trajectory), endsBy);
 }
 
 void Axis::Begin(std::shared_ptr<const Trajectory> trajectory, StopCause endsBy)

@@ -9,6 +9,7 @@
 #include "trajectory.h"
 #include "types.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -105,8 +106,12 @@ class Axis
     [[nodiscard]] const SpeedProfile& RunningProfile() const { return running_; }
 
     // Lets the axis follow any trajectory, in the coordinates of Physical(). `target` is what the
-    // status shows as the target, as a position counter value.
-    void Follow(std::shared_ptr<const Trajectory> trajectory, MotionKind kind, std::int32_t target);
+    // status shows as the target, as a position counter value. A trajectory that brakes the axis
+    // tells for what cause; limits do not stop it once more.
+    void Follow(std::shared_ptr<const Trajectory> trajectory, MotionKind kind, std::int32_t target,
+                StopCause endsBy = StopCause::kNone);
+    // The motion goes on, as another kind and to another target in the status.
+    void ShowAs(MotionKind kind, std::int32_t target);
 
     [[nodiscard]] const SpeedProfile& Profile() const { return profile_; }
     void SetProfile(const SpeedProfile& profile) { profile_ = profile; }
@@ -122,6 +127,10 @@ class Axis
     [[nodiscard]] bool Moving() const { return trajectory_ != nullptr; }
     [[nodiscard]] MotionKind Kind() const { return kind_; }
     [[nodiscard]] StopCause LastStop() const { return lastStop_; }
+    // What the running motion will have ended by: kNone unless it is braking.
+    [[nodiscard]] StopCause EndsBy() const { return endsBy_; }
+    // When the amplifier is through: a motion that is commanded now begins then.
+    [[nodiscard]] Nanoseconds ReadyAt() const { return std::max(now_, servoOnAt_); }
     [[nodiscard]] const std::shared_ptr<const Trajectory>& Following() const { return trajectory_; }
     [[nodiscard]] MotionState
     Physical() const; // the motor's place, but for a stopper that holds it
@@ -175,7 +184,7 @@ class Axis
     [[nodiscard]] double PhysicalOf(std::int32_t counter) const;
     [[nodiscard]] double BehindStopper() const;
     void Replace(std::shared_ptr<const Trajectory> trajectory, MotionKind kind, std::int32_t target,
-                 const SpeedProfile& profile);
+                 const SpeedProfile& profile, StopCause endsBy = StopCause::kNone);
     void Begin(std::shared_ptr<const Trajectory> trajectory, StopCause endsBy);
     void MoveToPhysical(const SpeedProfile& profile, double target, MotionKind kind);
     void Rest(double physical, StopCause cause);

@@ -18,6 +18,7 @@ std::unique_ptr<Family> MakeDriveModes(Controller& controller);
 std::unique_ptr<Family> MakeHoming(Controller& controller);
 std::unique_ptr<Family> MakeMoves(Controller& controller);
 std::unique_ptr<Family> MakeOverrides(Controller& controller);
+std::unique_ptr<Family> MakePaths(Controller& controller);
 std::unique_ptr<Family> MakePositionSet(Controller& controller);
 std::unique_ptr<Family> MakeSearch(Controller& controller);
 std::unique_ptr<Family> MakeStops(Controller& controller);

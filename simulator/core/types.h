@@ -35,6 +35,14 @@ enum class Result : Word {
     kNoOverride = 20,
     kNoAbsoluteEncoder = 21,
 
+    // Interpolation.
+    kMapTooShort = 40,
+    kNoCircle = 41,
+    kEndOffCircle = 42,
+    kPointsInLine = 43,
+    kRadiusTooSmall = 44,
+    kPreRegistersFull = 45,
+
     // List motion.
     kListRunning = 60,
     kListEmpty = 61,

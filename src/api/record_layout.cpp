@@ -68,6 +68,17 @@ static_assert(offsetof(SearchStatus, code) == 0);
 static_assert(offsetof(SearchStatus, flag) == 2);
 static_assert(offsetof(SearchStatus, mode) == 4);
 static_assert(offsetof(SearchStatus, pos) == 8);
+
+// Interpolation
+
+static_assert(sizeof(InterpSpeedProfile) == 44);
+static_assert(offsetof(InterpSpeedProfile, profileType) == 0);
+static_assert(offsetof(InterpSpeedProfile, startSpeed) == 4);
+static_assert(offsetof(InterpSpeedProfile, acc) == 12);
+static_assert(offsetof(InterpSpeedProfile, driveSpeed) == 20);
+static_assert(offsetof(InterpSpeedProfile, dec) == 28);
+static_assert(offsetof(InterpSpeedProfile, endSpeed) == 36);
+
 // Sequence programs
 
 static_assert(sizeof(SeqStatus) == 28);

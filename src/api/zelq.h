@@ -1324,17 +1324,367 @@ ZELQ_API short ZELQ_CALL zelQ_mHomeDoneCancel(short zelNo, short count, const un
 /* Interpolation: maps                                                                        */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Sets an interpolation map: the axes that the interpolation calls move by the map's number. A
+ * controller keeps 16 maps. The order of the axes counts: the first two span the plane of arcs, the
+ * third is the height of helices, and speeds and radii are in the units of the first.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param mapIndex  map, 0..15
+ * @param axisCount number of axes, 1..16
+ * @param axes      axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, axisCount out of range; ZELQ_BAD_ARGUMENT(3): axes null; exchange codes
+ * @note The library remembers the map as it was set last with success by this process: an
+ *       interpolation call scales its values by the factors of these axes. Maps that another
+ *       program has set have to be set again.
+ * @note Traced as "zelQ_ISetMap". Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IMapSet(short zelNo, short mapIndex, short axisCount,
+                                      const unsigned short* axes);
+
+/**
+ * Empties an interpolation map.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param mapIndex map, 0..15
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): mapIndex
+ *         out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IMapClear(short zelNo, short mapIndex);
+
+/**
+ * Reads an interpolation map from the controller. What the library remembers of the map is not
+ * changed by it.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param mapIndex map, 0..15
+ * @param mapOut   [out] 18 elements: element 0 is the number of axes, elements 2 and on are their
+ *                 numbers, 16 at most; element 1 and those behind the last axis are not written
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): mapIndex
+ *         out of range; ZELQ_BAD_ARGUMENT(2): mapOut null; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IMapGet(short zelNo, unsigned short mapIndex, short* mapOut);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Interpolation: lines                                                                       */
 /* ------------------------------------------------------------------------------------------ */
+
+#pragma pack(push, 4)
+
+/** The speeds of an interpolated motion along its path, 44 bytes, in units of the map's first
+ * axis. While the flag of zelQ_SpeedEqualStartAndStopSet() is set, every interpolation call changes
+ * its record: endSpeed becomes startSpeed; where acc is 0, startSpeed becomes driveSpeed; where dec
+ * is 0, endSpeed does. The record then holds what was sent. */
+typedef struct InterpSpeedProfile
+{
+    unsigned short profileType; /**< offset 0: shape of the profile, 0: trapezoid, 1: S-curve */
+    unsigned short reserved;    /**< offset 2: neither read nor written */
+    double startSpeed;          /**< offset 4: start speed, user units per second */
+    double acc;                 /**< offset 12: acceleration, user units per second squared */
+    double driveSpeed;          /**< offset 20: drive speed, user units per second */
+    double dec;                 /**< offset 28: deceleration, user units per second squared */
+    double endSpeed;            /**< offset 36: end speed, user units per second */
+} InterpSpeedProfile;
+
+#pragma pack(pop)
+
+/**
+ * Starts a straight move of the axes of an interpolation map, or queues it behind the motion that
+ * runs (zelQ_CP_PreRegUseSet()). Does not wait for its end.
+ *
+ * @warning A lost reply makes the library send the request again: the move can be executed twice,
+ *          which a relative one shows.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param mapIndex  map, 0..15; it needs at least 2 axes
+ * @param option    0: position holds targets; 1: distances from where the move begins
+ * @param axisCount number of coordinates, 1 up to the map's number of axes; the map's other axes
+ *                  stay where they are
+ * @param position  coordinates, position[i] in user units of the map's axis i
+ * @param speed     [in, out] speeds along the path; may be changed (InterpSpeedProfile), also by a
+ *                  call that is refused for its map or axisCount
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(3): axisCount
+ *         out of range; ZELQ_BAD_ARGUMENT(4), (5): position, speed null; exchange codes
+ * @note Traces wrong arguments too. Threads: any; the record must not be shared by calls that run
+ *       at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ILinear(short zelNo, short mapIndex, unsigned short option,
+                                      short axisCount, const double* position,
+                                      InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues a straight move whose last coordinate is that of an accompanying axis, the U
+ * axis: it begins and ends with the others, and the speeds are those of the others' path.
+ *
+ * @warning A lost reply makes the library send the request again: the move can be executed twice,
+ *          which a relative one shows.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param mapIndex  map, 0..15; it needs at least 2 axes
+ * @param option    0: position holds targets; 1: distances from where the move begins
+ * @param axisCount number of coordinates, 1 up to the map's number of axes
+ * @param position  coordinates, position[i] in user units of the map's axis i
+ * @param speed     [in, out] speeds along the path; may be changed (InterpSpeedProfile), also by a
+ *                  call that is refused for its map or axisCount
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(3): axisCount
+ *         out of range; ZELQ_BAD_ARGUMENT(4), (5): position, speed null; exchange codes
+ * @note Traces wrong arguments too. Threads: any; the record must not be shared by calls that run
+ *       at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ILinearWithUAxis(short zelNo, short mapIndex, unsigned short option,
+                                               short axisCount, const double* position,
+                                               InterpSpeedProfile* speed);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Interpolation: arcs and helices                                                            */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Starts or queues an arc around a centre by an angle, in the plane of the map's axes 0 and 1.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param mapIndex map, 0..15; it needs at least 2 axes
+ * @param option   0: points are positions; 1: distances from where the motion begins
+ * @param center   two coordinates of the centre, user units of the map's axes 0 and 1
+ * @param angle    degrees, positive counter-clockwise (from axis 0 to axis 1), above 360 for more
+ *                 than one turn; sent in units of 0.0001 degrees
+ * @param speed    [in, out] speeds along the path; may be changed (InterpSpeedProfile), also by a
+ *                 call that is refused for its map
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; ZELQ_BAD_ARGUMENT(4): angle 0; #ZELQ_TOO_FEW_MAP_AXES;
+ *         ZELQ_BAD_ARGUMENT(3), (5): center, speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IArc(short zelNo, short mapIndex, unsigned short option,
+                                   const double* center, double angle, InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues an arc around a centre to an end point. An end where it begins gives a whole
+ * circle.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param mapIndex  map, 0..15; it needs at least 2 axes
+ * @param option    0: points are positions; 1: distances from where the motion begins
+ * @param center    two coordinates of the centre, user units of the map's axes 0 and 1
+ * @param end       two coordinates of the end, user units of the map's axes 0 and 1
+ * @param direction 0: counter-clockwise; 1: clockwise; the controller judges it
+ * @param speed     [in, out] speeds along the path; may be changed (InterpSpeedProfile)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(3), (4), (6):
+ *         center, end, speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IArcCE(short zelNo, short mapIndex, unsigned short option,
+                                     const double* center, const double* end,
+                                     unsigned short direction, InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues an arc through a point to an end point.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param mapIndex map, 0..15; it needs at least 2 axes
+ * @param option   0: points are positions; 1: distances from where the motion begins
+ * @param pass     two coordinates of a point that the arc passes, user units of the map's axes 0
+ *                 and 1
+ * @param end      two coordinates of the end, user units of the map's axes 0 and 1
+ * @param speed    [in, out] speeds along the path; may be changed (InterpSpeedProfile)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(3), (4), (5):
+ *         pass, end, speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IArcPE(short zelNo, short mapIndex, unsigned short option,
+                                     const double* pass, const double* end,
+                                     InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues an arc of a radius to an end point.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param mapIndex  map, 0..15; it needs at least 2 axes
+ * @param radius    user units of the map's axis 0
+ * @param arcSelect 0: the short arc; 1: the long one
+ * @param option    0: points are positions; 1: distances from where the motion begins
+ * @param end       two coordinates of the end, user units of the map's axes 0 and 1
+ * @param direction 0: counter-clockwise; 1: clockwise; the controller judges it
+ * @param speed     [in, out] speeds along the path; may be changed (InterpSpeedProfile)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (3), (4):
+ *         mapIndex, arcSelect, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(5),
+ *         (7): end, speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IArcRE(short zelNo, short mapIndex, double radius, short arcSelect,
+                                     unsigned short option, const double* end,
+                                     unsigned short direction, InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues a helix: the arc of zelQ_IArc() with a height that grows with the angle.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo         controller number, 1..254
+ * @param mapIndex      map, 0..15; it needs at least 3 axes
+ * @param option        0: points and height are positions; 1: distances from where the motion
+ *                      begins
+ * @param center        two coordinates of the centre, user units of the map's axes 0 and 1
+ * @param angle         degrees, positive counter-clockwise (from axis 0 to axis 1), above 360 for
+ *                      more than one turn; sent in units of 0.0001 degrees
+ * @param helicalOption 0: the speeds are those in the plane; 1: those along the helix; it stands
+ *                      above the profile's shape in one register, not checked
+ * @param height        user units of the map's axis 2
+ * @param speed         [in, out] speeds along the path; may be changed (InterpSpeedProfile), also
+ *                      by a call that is refused for its map
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; ZELQ_BAD_ARGUMENT(4): angle 0; #ZELQ_TOO_FEW_MAP_AXES;
+ *         ZELQ_BAD_ARGUMENT(3), (7): center, speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IHelical(short zelNo, short mapIndex, unsigned short option,
+                                       const double* center, double angle,
+                                       unsigned short helicalOption, double height,
+                                       InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues a helix: the arc of zelQ_IArcCE() with a height that grows with the angle.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo         controller number, 1..254
+ * @param mapIndex      map, 0..15; it needs at least 3 axes
+ * @param option        0: points and height are positions; 1: distances from where the motion
+ *                      begins
+ * @param center        two coordinates of the centre, user units of the map's axes 0 and 1
+ * @param end           two coordinates of the end, user units of the map's axes 0 and 1
+ * @param helicalOption 0: the speeds are those in the plane; 1: those along the helix; it stands
+ *                      above the profile's shape in one register, not checked
+ * @param height        user units of the map's axis 2
+ * @param direction     0: counter-clockwise; 1: clockwise; the controller judges it
+ * @param speed         [in, out] speeds along the path; may be changed (InterpSpeedProfile)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(3), (4), (8):
+ *         center, end, speed null; exchange codes
+ * @note Traced as "zelQ_IArcCE". Threads: any; the record must not be shared by calls that run at
+ *       the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IHelicalCE(short zelNo, short mapIndex, unsigned short option,
+                                         const double* center, const double* end,
+                                         unsigned short helicalOption, double height,
+                                         unsigned short direction, InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues a helix: the arc of zelQ_IArcPE() with a height that grows with the angle.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo         controller number, 1..254
+ * @param mapIndex      map, 0..15; it needs at least 3 axes
+ * @param option        0: points and height are positions; 1: distances from where the motion
+ *                      begins
+ * @param pass          two coordinates of a point that the arc passes, user units of the map's axes
+ *                      0 and 1
+ * @param end           two coordinates of the end, user units of the map's axes 0 and 1
+ * @param helicalOption 0: the speeds are those in the plane; 1: those along the helix; it stands
+ *                      above the profile's shape in one register, not checked
+ * @param height        user units of the map's axis 2
+ * @param speed         [in, out] speeds along the path; may be changed (InterpSpeedProfile)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(3), (4), (7):
+ *         pass, end, speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IHelicalPE(short zelNo, short mapIndex, unsigned short option,
+                                         const double* pass, const double* end,
+                                         unsigned short helicalOption, double height,
+                                         InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues a helix: the arc of zelQ_IArcRE() with a height that grows with the angle.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo         controller number, 1..254
+ * @param mapIndex      map, 0..15; it needs at least 3 axes
+ * @param radius        user units of the map's axis 0
+ * @param arcSelect     0: the short arc; 1: the long one; the controller judges it
+ * @param option        0: points and height are positions; 1: distances from where the motion
+ *                      begins
+ * @param end           two coordinates of the end, user units of the map's axes 0 and 1
+ * @param helicalOption 0: the speeds are those in the plane; 1: those along the helix; it stands
+ *                      above the profile's shape in one register, not checked
+ * @param height        user units of the map's axis 2
+ * @param direction     0: counter-clockwise; 1: clockwise; the controller judges it
+ * @param speed         [in, out] speeds along the path; may be changed (InterpSpeedProfile)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (4):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(5), (9): end,
+ *         speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IHelicalRE(short zelNo, short mapIndex, double radius,
+                                         unsigned short arcSelect, unsigned short option,
+                                         const double* end, unsigned short helicalOption,
+                                         double height, unsigned short direction,
+                                         InterpSpeedProfile* speed);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Interpolation: continuous path                                                             */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Switches the use of the pre-registers. With them, an interpolation call that meets a motion of
+ * its map still running queues its segment behind it, and the segments run as one continuous path:
+ * a joint is passed with the lower of the end speed before it and the start speed behind it.
+ *
+ * @param zelNo controller number, 1..254
+ * @param use   0: off; 1: on; the controller judges it
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CP_PreRegUseSet(short zelNo, unsigned short use);
+
+/**
+ * Reads the use of the pre-registers from the controller.
+ *
+ * @param zelNo controller number, 1..254
+ * @param use   [out] 0: off; 1: on
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): use null;
+ *         #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Traced as "zelQ_CP_UsePreRegGet". Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CP_PreRegUseGet(unsigned short zelNo, unsigned short* use);
+
+/**
+ * Reads how many segments each map's pre-registers still have room for. All of them are free again
+ * when nothing waits behind the running segment; none while the pre-registers are not in use.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param remain [out] 16 elements, one a map; with #ZELQ_REPLY_DATA_MISSING those that came are
+ *               written
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): remain
+ *         null; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CP_PreRegGetRemain(short zelNo, unsigned short* remain);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Sequence programs                                                                          */

@@ -100,7 +100,7 @@ class Axis
     void SlowDown(const SpeedProfile& profile); // to rest, as the end of what is running
     void Pause(double seconds, MotionKind kind);
     void PushWith(std::int32_t torque, double speedLimit); // 0.1 % of the rated torque, pulses/s
-    // Changes the running motion; jogs and moves of any kind know how, see CanOverride.
+    // Change the running motion, without a jump in speed: a jog, a search or a move, a move.
     void Override(const SpeedProfile& profile);
     void OverrideTarget(std::int32_t target);
     [[nodiscard]] bool Stopping() const { return endsBy_ != StopCause::kNone; }
@@ -119,7 +119,8 @@ class Axis
     [[nodiscard]] MotionKind Kind() const { return kind_; }
     [[nodiscard]] StopCause LastStop() const { return lastStop_; }
     [[nodiscard]] const std::shared_ptr<const Trajectory>& Following() const { return trajectory_; }
-    [[nodiscard]] MotionState Physical() const; // where the motor really is
+    [[nodiscard]] MotionState
+    Physical() const; // the motor's place, but for a stopper that holds it
     [[nodiscard]] std::int32_t CommandPosition() const;
     [[nodiscard]] std::int32_t EncoderPosition() const;
     [[nodiscard]] std::int32_t FollowingError() const; // command minus encoder

@@ -1075,7 +1075,7 @@ ZELQ_API short ZELQ_CALL zelQ_mAbsEncMultiTurnClear(short zelNo, short count,
  *         exchange codes
  * @warning A lost reply makes the library send the request again. The controller refuses the
  *          second one while the axis runs; a run that has already ended is started anew.
- * @note The trace line ends in a literal "%g". Threads: any.
+ * @note The trace line shows an unfilled conversion in place of pos, and no opt. Threads: any.
  */
 ZELQ_API short ZELQ_CALL zelQ_HomeMoveHome(short zelNo, unsigned short axis, unsigned short dir,
                                            unsigned short opt, unsigned short zMode,
@@ -1096,7 +1096,7 @@ ZELQ_API short ZELQ_CALL zelQ_HomeMoveHome(short zelNo, unsigned short axis, uns
  * codes
  * @warning A lost reply makes the library send the request again. The controller refuses the
  *          second one while the axis runs; a run that has already ended is started anew.
- * @note The trace line ends in a literal "%g". Threads: any.
+ * @note The trace line shows an unfilled conversion in place of pos, and no opt. Threads: any.
  */
 ZELQ_API short ZELQ_CALL zelQ_HomeMoveZPhase(short zelNo, unsigned short axis, unsigned short dir,
                                              unsigned short opt, unsigned short sel, short word,
@@ -1118,7 +1118,7 @@ ZELQ_API short ZELQ_CALL zelQ_HomeMoveZPhase(short zelNo, unsigned short axis, u
  *         exchange codes
  * @warning A lost reply makes the library send the request again. The controller refuses the
  *          second one while the axis runs; a run that has already ended is started anew.
- * @note The trace line ends in a literal "%g". Threads: any.
+ * @note The trace line shows an unfilled conversion in place of pos, and no opt. Threads: any.
  */
 ZELQ_API short ZELQ_CALL zelQ_HomeMoveLimit(unsigned short zelNo, unsigned short axis,
                                             unsigned short dir, unsigned short opt,
@@ -1141,7 +1141,7 @@ ZELQ_API short ZELQ_CALL zelQ_HomeMoveLimit(unsigned short zelNo, unsigned short
  *         codes
  * @warning A lost reply makes the library send the request again. The controller refuses the
  *          second one while the axis runs; a run that has already ended is started anew.
- * @note The trace line ends in a literal "%g". Threads: any.
+ * @note The trace line shows an unfilled conversion in place of pos, and no opt. Threads: any.
  */
 ZELQ_API short ZELQ_CALL zelQ_HomeMoveStopper(short zelNo, unsigned short axis, unsigned short dir,
                                               short zUse, unsigned short sel, short word,

@@ -127,7 +127,7 @@ TEST_F(PointToPointTest, TorqueVelocityAndProfilePosition)
     // One turn of 10,000 pulses a second.
     EXPECT_NEAR(StatusOf(0).velocity, -10.0, 0.001);
     EXPECT_EQ(StatusOf(0).motionKind, 10);
-    EXPECT_EQ(StatusOf(1).velocity, 0.0) << "less than friction";
+    EXPECT_EQ(double{StatusOf(1).velocity}, 0.0) << "less than friction";
     EXPECT_NEAR(StatusOf(1).torque, 4.0, 0.01);
     EXPECT_EQ(zelQ_CV_SetVelocity(kNumber, 0, 1, 1, 1, 0), 6) << "another mode is on";
     static constexpr std::array<unsigned short, 2> kList = {0, 1};
@@ -164,7 +164,7 @@ TEST_F(PointToPointTest, CountersAreSetAndTakenFromTheEncoder)
     EXPECT_NEAR(StatusOf(0).encoderPosition, 12.5, 1e-9);
     EXPECT_NEAR(StatusOf(1).commandPosition, -7.0, 1e-9);
     ASSERT_EQ(zelQ_CmdEncPosSet(kNumber, 1, 0), 0);
-    EXPECT_EQ(StatusOf(1).commandPosition, 0.0);
+    EXPECT_EQ(double{StatusOf(1).commandPosition}, 0.0);
 
     // Turned by hand while the servo is off: the command is behind until it is taken over.
     ASSERT_EQ(zelQ_ServoOn(kNumber, 0, 0), 0);
@@ -174,7 +174,7 @@ TEST_F(PointToPointTest, CountersAreSetAndTakenFromTheEncoder)
     EXPECT_NEAR(StatusOf(0).followingError, -0.042, 1e-9);
     ASSERT_EQ(zelQ_mEncToCmdPos(kNumber, 2, kList.data()), 0);
     EXPECT_NEAR(StatusOf(0).commandPosition, 12.542, 1e-9);
-    EXPECT_EQ(StatusOf(0).followingError, 0.0);
+    EXPECT_EQ(double{StatusOf(0).followingError}, 0.0);
 
     EXPECT_EQ(zelQ_AbsEncMultiTurnClear(kNumber, 0), 21) << "no absolute encoder";
     server_.With([](lumosim::Controller& controller) {

@@ -66,7 +66,7 @@ class HomingTest : public OneAxisTest
 
     [[nodiscard]] unsigned StatusBit(unsigned bit) const
     {
-        return controller.ReadRegister(10) >> bit & 1U;
+        return static_cast<unsigned>(controller.ReadRegister(10)) >> bit & 1U;
     }
 };
 

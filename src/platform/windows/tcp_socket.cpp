@@ -245,15 +245,17 @@ WaitStatus TcpSocket::Wait(bool forWriting, Deadline deadline)
 {
     const std::shared_lock step(inUse_);
     const WSAEVENT event = NativeEvent(event_.load());
+    bool broken = false;
     while (true) {
         const Handle handle = handle_.load();
         if (handle == kNone) {
-            if (event_.load() != kNoEvent) WSASetEvent(event); // for the others that wait
+            // Close has set the event, but this thread may have reset it before others saw it.
+            if (event_.load() != kNone) WSASetEvent(event);
             return WaitStatus::kFailed;
         }
         // The event only says when to look again; what is seen here counts. So it may be set for
-        // something that was taken long ago, or have been reset by another thread.
-        if (IsReady(Native(handle), forWriting)) return WaitStatus::kReady;
+        // something that was taken long ago, or another thread may have reset it.
+        if (broken || IsReady(Native(handle), forWriting)) return WaitStatus::kReady;
         const auto left = Left(deadline);
         if (left.count() == 0) return WaitStatus::kTimedOut;
         const DWORD wait = WSAWaitForMultipleEvents(1, &event, FALSE, WaitTime(left), FALSE);
@@ -262,7 +264,7 @@ WaitStatus TcpSocket::Wait(bool forWriting, Deadline deadline)
         if (wait == WSA_WAIT_EVENT_0 && WSAEnumNetworkEvents(Native(handle), event, &seen) != 0) {
             return WaitStatus::kFailed;
         }
-        if ((seen.lNetworkEvents & FD_CLOSE) != 0) return WaitStatus::kReady;
+        broken = (seen.lNetworkEvents & FD_CLOSE) != 0;
     }
 }
 

@@ -101,8 +101,8 @@ int ConnectOften(Arguments arguments)
         zelQ_Disconnect(number);
     }
     const std::size_t grown = ResidentBytes() > bytes ? ResidentBytes() - bytes : 0;
-    std::cout << "child: " << grown << " bytes more, " << OpenDescriptors() << " descriptors after "
-              << descriptors << std::endl;
+    std::cout << "child: " << grown << " bytes on top of " << bytes << ", " << OpenDescriptors()
+              << " descriptors after " << descriptors << std::endl;
     if (OpenDescriptors() > descriptors) return Failed("descriptors are left open");
     return grown < kTolerance ? 0 : Failed("memory is left");
 }

@@ -78,7 +78,7 @@ class Milling
         }
     }
 
-    void SwitchOff()
+    void SwitchOff() const
     {
         for (const unsigned short axis : kAxes) {
             Check(zelQ_ServoOn(zelNo_, axis, 0), "zelQ_ServoOn");

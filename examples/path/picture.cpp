@@ -193,7 +193,7 @@ class Picture
             if (sample.way - last < spacing) continue;
             last = sample.way;
             const double part = std::clamp(sample.speed / topSpeed_, 0.0, 1.0);
-            const auto shade = static_cast<std::size_t>(part * (kShades - 1) + 0.5);
+            const auto shade = static_cast<std::size_t>(std::lround(part * (kShades - 1)));
             const Pixel at = project(sample.at);
             shades[shade].Put("M", at.x, " ", at.y, "h0");
         }

@@ -23,7 +23,6 @@ std::unique_ptr<Family> MakePositionSet(Controller& controller);
 std::unique_ptr<Family> MakeSearch(Controller& controller);
 std::unique_ptr<Family> MakeStops(Controller& controller);
 std::unique_ptr<Family> MakeListMotion(Controller& controller);
-std::unique_ptr<Family> MakeMoves(Controller& controller);
 std::unique_ptr<Family> MakeSequences(Controller& controller);
 std::unique_ptr<Family> MakeDriveOutputs(Controller& controller);
 std::unique_ptr<Family> MakeMainOutputs(Controller& controller);

@@ -45,8 +45,9 @@ Observed Observe(const PathPlan& plan)
 {
     Observed seen;
     MotionState before = plan.AxisAt(0, 0);
-    for (double time = kStep; time < plan.Duration() - kStep; time += kStep) {
-        const MotionState now = plan.AxisAt(0, time);
+    const int steps = static_cast<int>(plan.Duration() / kStep);
+    for (int step = 1; step < steps; ++step) {
+        const MotionState now = plan.AxisAt(0, step * kStep);
         const double growth = (now.velocity - before.velocity) / kStep;
         const double hole =
             now.position - before.position - (now.velocity + before.velocity) / 2 * kStep;
@@ -118,7 +119,8 @@ TEST(PathPlan, WhatComesBehindAnUnchangedJointLeavesTheRunningPieceAlone)
     PathPlan::Piece current = first->Pieces().front();
     current.begin -= elapsed;
     const auto plan = PlanPath(sections, first->StateAt(elapsed), &current);
-    for (double time = 0; time < 0.02; time += kStep) {
+    for (int step = 0; step < 100; ++step) {
+        const double time = step * kStep;
         EXPECT_EQ(plan->AxisAt(0, time).velocity, first->AxisAt(0, time + elapsed).velocity);
     }
 }

@@ -31,6 +31,8 @@ Examples:
       two servos, an input slave at station 30 and an output slave at 31
   lumo-sim --address 0.0.0.0 --number 17
       on every network of this computer
+  lumo-sim --serial tcp:7100
+      a program that connects to port 7100 is at the other end of the serial port
 
 Ctrl-C ends it.)";
 
@@ -40,6 +42,8 @@ struct Arguments
     std::vector<std::string> slaves;
     std::string homeSensor = "-21000:-20000";
     std::string probe;
+    std::string serial = "loop";
+    bool noDiscovery = false;
     bool quiet = false;
     bool verbose = false;
 };
@@ -74,10 +78,33 @@ lumosim::Stretch ParseStretch(const char* option, const std::string& text)
     return {from, to};
 }
 
+// What the serial port is wired to: "none", "loop", "pipe:NAME" or "tcp:PORT".
+lumosim::SerialWiring ParseSerial(const std::string& text)
+{
+    using To = lumosim::SerialWiring::To;
+    lumosim::SerialWiring wiring;
+    int port = 0;
+    int end = 0;
+    if (text == "none") {
+        wiring.to = To::kNothing;
+    } else if (text.rfind("pipe:", 0) == 0 && text.size() > 5) {
+        wiring.to = To::kPipe;
+        wiring.pipe = text.substr(5);
+    } else if (std::sscanf(text.c_str(), "tcp:%d%n", &port, &end) == 1 && port >= 0 &&
+               port <= 65535 && static_cast<std::size_t>(end) == text.size()) {
+        wiring.to = To::kTcp;
+        wiring.port = static_cast<std::uint16_t>(port);
+    } else if (text != "loop") {
+        throw CLI::ValidationError("--serial", text + " is not none, loop, pipe:NAME or tcp:PORT");
+    }
+    return wiring;
+}
+
 void Describe(CLI::App& app, Arguments& arguments)
 {
     lumosim::ServerConfig& server = arguments.server;
     server.port = 502;
+    server.discoveryPort = 7000;
     server.address.clear();
     app.footer(kFooter);
     app.add_option("-n,--number", server.controller.number, "controller number")
@@ -104,6 +131,15 @@ void Describe(CLI::App& app, Arguments& arguments)
     app.add_option("--time-scale", server.timeScale, "simulated seconds in one second")
         ->check(CLI::Range(0.01, 100.0))
         ->capture_default_str();
+    app.add_option("--serial", arguments.serial,
+                   "far end of the serial port: none, loop, pipe:NAME or tcp:PORT")
+        ->capture_default_str();
+    auto* noDiscovery =
+        app.add_flag("--no-discovery", arguments.noDiscovery, "hosts cannot find it");
+    app.add_option("--discovery-port", *server.discoveryPort,
+                   "UDP port on which hosts find it; 0 takes a free one")
+        ->capture_default_str()
+        ->excludes(noDiscovery);
     auto* quiet = app.add_flag("-q,--quiet", arguments.quiet, "print nothing but errors");
     app.add_flag("-v,--verbose", arguments.verbose, "show every command")->excludes(quiet);
 }
@@ -119,6 +155,8 @@ void Complete(Arguments& arguments)
     for (const std::string& slave : arguments.slaves) {
         controller.slaves.push_back(ParseSlave(slave));
     }
+    arguments.server.serial = ParseSerial(arguments.serial);
+    if (arguments.noDiscovery) arguments.server.discoveryPort.reset();
     if (arguments.server.address.empty()) {
         arguments.server.address = "127.0.0." + std::to_string(controller.number);
     }
@@ -155,6 +193,14 @@ int Simulate(const Arguments& arguments)
         std::printf("lumo-sim: controller %d listens on %s, port %u\n",
                     arguments.server.controller.number, server.Address().c_str(),
                     static_cast<unsigned>(server.Port()));
+        if (server.DiscoveryPort() != 0) {
+            std::printf("lumo-sim: can be found on UDP port %u\n",
+                        static_cast<unsigned>(server.DiscoveryPort()));
+        }
+        if (server.SerialTcpPort() != 0) {
+            std::printf("lumo-sim: the serial port's far end is TCP port %u\n",
+                        static_cast<unsigned>(server.SerialTcpPort()));
+        }
         std::fflush(stdout);
     }
     WaitForInterrupt();

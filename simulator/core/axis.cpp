@@ -14,9 +14,6 @@ namespace {
 // The motor runs behind its command by as much as it moves in this time.
 constexpr double kFollowingLag = 0.0005;
 
-// The drive's window for "in position".
-constexpr std::int32_t kInPositionWindow = 10;
-
 // The alarm of a drive whose motor cannot follow its command.
 constexpr Alarm kPositionDeviation = {24, 0};
 
@@ -39,14 +36,14 @@ std::int32_t Wrap(std::int64_t value)
 Nanoseconds Axis::NextEvent() const
 {
     const Nanoseconds excited = servoOn_ && servoOnAt_ > now_ ? servoOnAt_ : kNever;
-    return std::min({end_, limitStop_, stopperTrip_, watchTrip_, excited});
+    return std::min({end_, limitStop_.time, stopperTrip_, watchTrip_, excited});
 }
 
 void Axis::AdvanceTo(Nanoseconds now)
 {
     now_ = now;
     if (watchTrip_ <= now) TripWatch();
-    if (limitStop_ <= now) Stop(StopMode::kDecelerate, StopCause::kLimitSensor);
+    if (limitStop_.time <= now) StopAtLimit();
     if (stopperTrip_ <= now) MeetStopper();
     if (end_ <= now && trajectory_) Rest(Physical().position, endsBy_);
 }
@@ -64,7 +61,10 @@ Result Axis::CheckAmplifier(int direction, bool free) const
     if (amplifier != Result::kDone) return amplifier;
     if (!servoOn_) return Result::kServoOff;
     if (!free) return Result::kBusy;
-    if (direction != 0 && LimitActive(direction)) return Result::kLimitBlocks;
+    if (direction == 0) return Result::kDone;
+    const bool watched = protection_.AtLimit(direction) != Reaction::kNone;
+    if (watched && LimitActive(direction)) return Result::kLimitBlocks;
+    if (AtSoftwareLimit(direction)) return Result::kSoftwareLimit;
     return Result::kDone;
 }
 
@@ -92,8 +92,15 @@ void Axis::SwitchServo(bool on)
 void Axis::Reset()
 {
     SwitchServo(false);
-    alarm_.reset();
+    ResetAlarm();
     warning_ = false;
+}
+
+bool Axis::ResetAlarm()
+{
+    if (alarm_ && alarm_->lasting) return false;
+    alarm_.reset();
+    return true;
 }
 
 void Axis::Jog(int direction)
@@ -152,8 +159,8 @@ void Axis::Pause(double seconds, MotionKind kind)
 
 void Axis::PushWith(std::int32_t torque, double speedLimit)
 {
-    torque_ = torque;
-    Follow(PlanTorque(Physical(), torque, speedLimit), MotionKind::kTorque, CommandPosition());
+    torque_ = protection_.torque.Allowed(torque);
+    Follow(PlanTorque(Physical(), torque_, speedLimit), MotionKind::kTorque, CommandPosition());
 }
 
 void Axis::Override(const SpeedProfile& profile)
@@ -181,19 +188,24 @@ void Axis::Stop(StopMode mode, StopCause cause)
 }
 
 void Axis::Follow(std::shared_ptr<const Trajectory> trajectory, MotionKind kind,
-                  std::int32_t target)
+                  std::int32_t target, StopCause endsBy)
 {
-    Replace(std::move(trajectory), kind, target, profile_);
+    Replace(std::move(trajectory), kind, target, profile_, endsBy);
 }
 
-void Axis::Replace(std::shared_ptr<const Trajectory> trajectory, MotionKind kind,
-                   std::int32_t target, const SpeedProfile& profile)
+void Axis::ShowAs(MotionKind kind, std::int32_t target)
 {
     kind_ = kind;
     target_ = target;
+}
+
+void Axis::Replace(std::shared_ptr<const Trajectory> trajectory, MotionKind kind,
+                   std::int32_t target, const SpeedProfile& profile, StopCause endsBy)
+{
+    ShowAs(kind, target);
     running_ = profile;
     watch_.reset();
-    Begin(std::move(trajectory), StopCause::kNone);
+    Begin(std::move(trajectory), endsBy);
 }
 
 void Axis::Begin(std::shared_ptr<const Trajectory> trajectory, StopCause endsBy)
@@ -226,31 +238,37 @@ Nanoseconds Axis::TimeAt(double place, int direction) const
 
 void Axis::PlanEvents()
 {
-    limitStop_ = kNever;
+    limitStop_ = LimitStop();
     stopperTrip_ = kNever;
     watchTrip_ = kNever;
     if (!trajectory_) return;
     for (const int direction : {1, -1}) {
         stopperTrip_ = std::min(stopperTrip_, StopperTrip(direction));
-        // An axis that brakes has nothing more to do at a limit or signal.
-        if (Stopping()) continue;
-        limitStop_ = std::min(limitStop_, LimitStop(direction));
-        watchTrip_ = std::min(watchTrip_, WatchTrip(direction));
+        PlanLimitStop(direction);
+        // An axis that brakes has nothing more to do at a signal.
+        if (!Stopping()) watchTrip_ = std::min(watchTrip_, WatchTrip(direction));
     }
 }
 
-Nanoseconds Axis::LimitStop(int direction) const
+void Axis::PlanLimitStop(int direction)
 {
     // Who looks for the switch, or for the stopper behind it, wants to get there.
-    if (watch_ &&
-        (watch_->signal == LimitOf(direction) || watch_->signal == StopperOf(direction))) {
-        return kNever;
+    const bool wanted = watch_ && (watch_->signal == LimitOf(direction) ||
+                                   watch_->signal == StopperOf(direction));
+    if (!wanted) {
+        const std::int64_t limit =
+            direction > 0 ? mechanics_.positiveLimit : mechanics_.negativeLimit;
+        // An input that is on by hand counts everywhere: it is "reached" with the first movement.
+        const bool forced = ForcedOn(inputs_, LimitOf(direction));
+        PlanStopAt(forced ? trajectory_->At(Elapsed(now_)).position : static_cast<double>(limit),
+                   direction, protection_.AtLimit(direction), StopCause::kLimitSensor);
     }
-    const std::int64_t limit = direction > 0 ? mechanics_.positiveLimit : mechanics_.negativeLimit;
-    // An input that is on by hand counts everywhere: it is "reached" with the first movement.
-    const bool forced = ForcedOn(inputs_, LimitOf(direction));
-    return TimeAt(forced ? trajectory_->At(Elapsed(now_)).position : static_cast<double>(limit),
-                  direction);
+    // Before the axis is homed, the counter says nothing about the machine.
+    if (kind_ == MotionKind::kHoming) return;
+    const SoftwareLimit& soft = protection_.Soft(direction);
+    // A move may end on the limit; it is passing it that counts.
+    const double behind = PhysicalOf(soft.position) + 0.25 * direction;
+    PlanStopAt(behind, direction, soft.reaction, StopCause::kSoftwareLimit);
 }
 
 Nanoseconds Axis::StopperTrip(int direction) const
@@ -266,7 +284,10 @@ Nanoseconds Axis::WatchTrip(int direction) const
     if (!watch_ || ForcedOn(inputs_, watch_->signal)) return kNever;
     const double here = Physical().position;
     if (watch_->level && watch_->signal == StopperOf(direction)) {
-        const double pressing = watch_->stopperTorque / kStopperStiffness;
+        // A drive that may push no harder is there when its torque is at the limit.
+        const double torque =
+            std::abs(protection_.torque.Allowed(watch_->stopperTorque * direction));
+        const double pressing = torque / kStopperStiffness;
         return TimeAt(mechanics_.Stopper(direction) + pressing * direction, direction);
     }
     const auto edge = EdgeAhead(mechanics_, watch_->signal, watch_->level, here, direction);
@@ -302,6 +323,42 @@ void Axis::MeetStopper()
 double Axis::BehindStopper() const
 {
     return mechanics_.BehindStopper(Physical().position);
+}
+
+void Axis::PlanStopAt(double place, int direction, Reaction reaction, StopCause cause)
+{
+    // An axis that brakes already can only be stopped at once.
+    if (reaction == Reaction::kNone || (Stopping() && reaction != Reaction::kSudden)) return;
+    const Nanoseconds moment = TimeAt(place, direction);
+    if (moment < limitStop_.time) limitStop_ = {moment, reaction, cause};
+}
+
+void Axis::StopAtLimit()
+{
+    const LimitStop stop = limitStop_;
+    limitStop_ = LimitStop();
+    const bool sudden = stop.reaction == Reaction::kSudden;
+    Stop(sudden ? StopMode::kSudden : StopMode::kDecelerate, stop.cause);
+}
+
+void Axis::ReactToSensors(const AxisInputs& before)
+{
+    // Homing and searches look for these inputs themselves.
+    if (kind_ == MotionKind::kHoming || kind_ == MotionKind::kSearch) return;
+    const auto react = [this](bool was, bool is, Sensor sensor) {
+        const Reaction reaction = protection_.At(sensor);
+        if (was || !is || reaction == Reaction::kNone) return;
+        const bool sudden = reaction == Reaction::kSudden;
+        Stop(sudden ? StopMode::kSudden : StopMode::kDecelerate, StopCause::kLimitSensor);
+    };
+    react(before.homeSensor, inputs_.homeSensor, Sensor::kHome);
+    react(before.configurable, inputs_.configurable, Sensor::kConfigurable);
+}
+
+void Axis::SetProtection(const AxisProtection& protection)
+{
+    protection_ = protection;
+    PlanEvents();
 }
 
 double Axis::Elapsed(Nanoseconds now) const
@@ -350,24 +407,48 @@ std::int32_t Axis::Velocity() const
     return static_cast<std::int32_t>(std::lround(Physical().velocity));
 }
 
-std::int32_t Axis::Torque() const
+double Axis::TorqueDemand() const
 {
     const MotionState state = Physical();
-    double torque = TorqueFor(state);
+    double torque = TorqueFor(state) + (ServoOn() ? load_ : 0);
     if (kind_ == MotionKind::kTorque && !Stopping() && state.velocity == 0) torque = torque_;
     if (BehindStopper() != 0) torque = servoOn_ ? BehindStopper() * kStopperStiffness : 0;
+    return torque;
+}
+
+std::int32_t Axis::Torque() const
+{
+    const double torque = protection_.torque.Allowed(TorqueDemand());
     return static_cast<std::int32_t>(std::lround(std::clamp(torque, -kPeakTorque, kPeakTorque)));
+}
+
+bool Axis::TorqueLimited(int direction) const
+{
+    const double demand = TorqueDemand();
+    return (demand - protection_.torque.Allowed(demand)) * direction > 0;
 }
 
 bool Axis::SignalOn(Signal signal) const
 {
-    return ForcedOn(inputs_, signal) || OnAt(mechanics_, signal, Physical().position);
+    return SignalOnWith(inputs_, signal);
+}
+
+bool Axis::SignalOnWith(const AxisInputs& inputs, Signal signal) const
+{
+    return ForcedOn(inputs, signal) || OnAt(mechanics_, signal, Physical().position);
 }
 
 void Axis::SetHomeDone(bool done)
 {
     homeDone_ = done;
     if (done) lastStop_ = StopCause::kHomeFound;
+}
+
+bool Axis::AtSoftwareLimit(int direction) const
+{
+    const SoftwareLimit& limit = protection_.Soft(direction);
+    if (limit.reaction == Reaction::kNone) return false;
+    return (std::int64_t{CommandPosition()} - limit.position) * direction >= 0;
 }
 
 bool Axis::EmergencyStop() const
@@ -377,7 +458,8 @@ bool Axis::EmergencyStop() const
 
 bool Axis::InPosition() const
 {
-    return ServoOn() && !Moving() && std::abs(FollowingError()) <= kInPositionWindow;
+    const std::int32_t window = parameters_.InForce(DriveSetting::kInPositionWindow);
+    return ServoOn() && !Moving() && std::abs(FollowingError()) <= window;
 }
 
 void Axis::AdoptEncoder()
@@ -392,6 +474,7 @@ void Axis::SetPosition(std::int32_t position)
     target_ = Wrap(std::int64_t{target_} + position - CommandPosition());
     standingError_ = 0;
     origin_ = std::llround(Physical().position) - position;
+    PlanEvents();
 }
 
 void Axis::PushByHand(std::int32_t pulses)
@@ -405,13 +488,14 @@ void Axis::PushByHand(std::int32_t pulses)
 
 void Axis::SetInputs(const AxisInputs& inputs)
 {
-    const bool before = watch_ && SignalOn(watch_->signal);
-    inputs_ = inputs;
+    const AxisInputs before = std::exchange(inputs_, inputs);
+    const bool watched = watch_ && SignalOnWith(before, watch_->signal);
     if (EmergencyStop()) Stop(StopMode::kSudden, StopCause::kEmergencyStop);
+    ReactToSensors(before);
     PlanEvents();
     if (!watch_ || Stopping()) return;
-    const bool after = SignalOn(watch_->signal);
-    if (before != after && after == watch_->level) TripWatch();
+    const bool on = SignalOn(watch_->signal);
+    if (watched != on && on == watch_->level) TripWatch();
 }
 
 void Axis::SetMechanics(const AxisMechanics& mechanics)
@@ -423,6 +507,7 @@ void Axis::SetMechanics(const AxisMechanics& mechanics)
 void Axis::RaiseAlarm(const Alarm& alarm)
 {
     alarm_ = alarm;
+    alarms_.Add(alarm, now_);
     Stop(StopMode::kSudden, StopCause::kAlarm);
     servoOn_ = false;
 }
@@ -439,6 +524,8 @@ void Axis::PowerUp()
     homeDone_ = homeDone_ && mechanics_.absoluteEncoder;
     latched_.reset();
     profile_ = SpeedProfile();
+    protection_ = AxisProtection();
+    parameters_.PowerUp();
     SetPosition(mechanics_.absoluteEncoder ? encoder : 0);
     target_ = CommandPosition();
 }

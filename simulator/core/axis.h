@@ -1,11 +1,15 @@
 // One servo axis: amplifier, motor, encoder and sensors, and the motion it is following.
 #pragma once
 
+#include "alarm_list.h"
+#include "axis_protection.h"
+#include "drive_parameters.h"
 #include "mechanics.h"
 #include "planner.h"
 #include "trajectory.h"
 #include "types.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -58,12 +62,6 @@ struct Watch
     double stopperTorque = 0;
 };
 
-struct Alarm
-{
-    std::uint8_t number = 0;
-    std::uint8_t subNumber = 0;
-};
-
 class Axis
 {
   public:
@@ -86,7 +84,8 @@ class Axis
     [[nodiscard]] Result CheckMode(MotionKind kind, int direction) const;
     [[nodiscard]] Result CheckServoOn() const;
     void SwitchServo(bool on);
-    void Reset(); // clears the alarm; the servo is off afterwards
+    void Reset();      // clears the alarm; the servo is off afterwards
+    bool ResetAlarm(); // false for an alarm that lasts
     void Jog(int direction);
     void MoveTo(std::int32_t target);
     void MoveBy(std::int32_t distance); // from the commanded position of this moment
@@ -107,17 +106,31 @@ class Axis
     [[nodiscard]] const SpeedProfile& RunningProfile() const { return running_; }
 
     // Lets the axis follow any trajectory, in the coordinates of Physical(). `target` is what the
-    // status shows as the target, as a position counter value.
-    void Follow(std::shared_ptr<const Trajectory> trajectory, MotionKind kind, std::int32_t target);
+    // status shows as the target, as a position counter value. A trajectory that brakes the axis
+    // tells for what cause; limits do not stop it once more.
+    void Follow(std::shared_ptr<const Trajectory> trajectory, MotionKind kind, std::int32_t target,
+                StopCause endsBy = StopCause::kNone);
+    // The motion goes on, as another kind and to another target in the status.
+    void ShowAs(MotionKind kind, std::int32_t target);
 
     [[nodiscard]] const SpeedProfile& Profile() const { return profile_; }
     void SetProfile(const SpeedProfile& profile) { profile_ = profile; }
+
+    [[nodiscard]] const AxisProtection& Protection() const { return protection_; }
+    void SetProtection(const AxisProtection& protection);
+    [[nodiscard]] DriveParameters& Parameters() { return parameters_; }
+    [[nodiscard]] const DriveParameters& Parameters() const { return parameters_; }
+    [[nodiscard]] AlarmList& Alarms() { return alarms_; }
 
     // --- State, at the time of the last AdvanceTo.
     [[nodiscard]] bool ServoOn() const { return servoOn_ && now_ >= servoOnAt_; }
     [[nodiscard]] bool Moving() const { return trajectory_ != nullptr; }
     [[nodiscard]] MotionKind Kind() const { return kind_; }
     [[nodiscard]] StopCause LastStop() const { return lastStop_; }
+    // What the running motion will have ended by: kNone unless it is braking.
+    [[nodiscard]] StopCause EndsBy() const { return endsBy_; }
+    // When the amplifier is through: a motion that is commanded now begins then.
+    [[nodiscard]] Nanoseconds ReadyAt() const { return std::max(now_, servoOnAt_); }
     [[nodiscard]] const std::shared_ptr<const Trajectory>& Following() const { return trajectory_; }
     [[nodiscard]] MotionState
     Physical() const; // the motor's place, but for a stopper that holds it
@@ -127,7 +140,10 @@ class Axis
     [[nodiscard]] std::int32_t TargetPosition() const { return target_; }
     [[nodiscard]] std::int32_t Velocity() const;
     [[nodiscard]] std::int32_t Torque() const; // 0.1 % of the rated torque
+    [[nodiscard]] double TorqueDemand() const; // the same before any limit
+    [[nodiscard]] bool TorqueLimited(int direction) const;
     [[nodiscard]] bool LimitActive(int direction) const { return SignalOn(LimitOf(direction)); }
+    [[nodiscard]] bool AtSoftwareLimit(int direction) const; // at one that is watched, or beyond
     [[nodiscard]] bool SignalOn(Signal signal) const;
     // The position counter when the last search saw its signal.
     [[nodiscard]] const std::optional<std::int32_t>& Latched() const { return latched_; }
@@ -147,6 +163,7 @@ class Axis
     [[nodiscard]] const AxisMechanics& Mechanics() const { return mechanics_; }
     void RaiseAlarm(const Alarm& alarm); // stops the axis and switches its servo off
     [[nodiscard]] const std::optional<Alarm>& ActiveAlarm() const { return alarm_; }
+    void SetLoad(double torque) { load_ = torque; } // on a servo that is on, 0.1 % of the rated one
     void SetWarning(bool on) { warning_ = on; }
     [[nodiscard]] bool Warning() const { return warning_; }
     void PowerUp();
@@ -167,19 +184,34 @@ class Axis
     [[nodiscard]] double PhysicalOf(std::int32_t counter) const;
     [[nodiscard]] double BehindStopper() const;
     void Replace(std::shared_ptr<const Trajectory> trajectory, MotionKind kind, std::int32_t target,
-                 const SpeedProfile& profile);
+                 const SpeedProfile& profile, StopCause endsBy = StopCause::kNone);
     void Begin(std::shared_ptr<const Trajectory> trajectory, StopCause endsBy);
     void MoveToPhysical(const SpeedProfile& profile, double target, MotionKind kind);
     void Rest(double physical, StopCause cause);
+    // Where the running motion will meet a limit.
+    struct LimitStop
+    {
+        Nanoseconds time = kNever;
+        Reaction reaction = Reaction::kNone;
+        StopCause cause = StopCause::kNone;
+    };
+
+    [[nodiscard]] bool SignalOnWith(const AxisInputs& inputs, Signal signal) const;
     [[nodiscard]] Nanoseconds TimeAt(double place, int direction) const;
     void PlanEvents();
-    [[nodiscard]] Nanoseconds LimitStop(int direction) const;
+    void PlanLimitStop(int direction);
+    void PlanStopAt(double place, int direction, Reaction reaction, StopCause cause);
+    void StopAtLimit();
+    void ReactToSensors(const AxisInputs& before);
     [[nodiscard]] Nanoseconds StopperTrip(int direction) const;
     [[nodiscard]] Nanoseconds WatchTrip(int direction) const;
     void TripWatch();
     void MeetStopper();
 
     AxisMechanics mechanics_;
+    AxisProtection protection_;
+    DriveParameters parameters_;
+    AlarmList alarms_;
     SpeedProfile profile_;
     AxisInputs inputs_;
     Nanoseconds now_;
@@ -189,6 +221,7 @@ class Axis
     std::optional<Alarm> alarm_;
     bool warning_ = false;
     bool homeDone_ = false;
+    double load_ = 0;
 
     // The motion. Without a trajectory the axis rests at resting_.
     std::shared_ptr<const Trajectory> trajectory_;
@@ -202,7 +235,7 @@ class Axis
     StopCause lastStop_ = StopCause::kNone;
     Nanoseconds begin_{0};
     Nanoseconds end_ = kNever;
-    Nanoseconds limitStop_ = kNever;   // when the running motion meets a limit switch,
+    LimitStop limitStop_;
     Nanoseconds stopperTrip_ = kNever; // when it has pressed too hard against a stopper,
     Nanoseconds watchTrip_ = kNever;   // when it sees its signal
     double resting_ = 0;

@@ -18,6 +18,7 @@ enum StatusBit : unsigned {
     kCommandActiveBit = 2,
     kAlarmBit = 3,
     kWarningBit = 4,
+    kTorqueLimitedBit = 5,
     kInMotionBit = 6,
     kInPositionBit = 7,
     kLimitPositiveBit = 8,
@@ -26,6 +27,7 @@ enum StatusBit : unsigned {
     kHomeSensorBit = 11,
     kHomeDoneBit = 12,
     kHomingBit = 13,
+    kSoftwareLimitBit = 14,
     kConfigurableInputBit = 15,
 };
 
@@ -38,6 +40,7 @@ Word StatusBits(const Axis& axis)
     put(kCommandActiveBit, axis.Moving());
     put(kAlarmBit, axis.ActiveAlarm().has_value());
     put(kWarningBit, axis.Warning());
+    put(kTorqueLimitedBit, axis.TorqueLimited(1) || axis.TorqueLimited(-1));
     put(kInMotionBit, axis.Moving());
     put(kInPositionBit, axis.InPosition());
     put(kLimitPositiveBit, axis.LimitActive(1));
@@ -46,6 +49,7 @@ Word StatusBits(const Axis& axis)
     put(kHomeSensorBit, axis.SignalOn(Signal::kHomeSensor));
     put(kHomeDoneBit, axis.HomeDone());
     put(kHomingBit, axis.Kind() == MotionKind::kHoming);
+    put(kSoftwareLimitBit, axis.AtSoftwareLimit(1) || axis.AtSoftwareLimit(-1));
     put(kConfigurableInputBit, axis.Inputs().configurable);
     return static_cast<Word>(bits);
 }

@@ -178,6 +178,17 @@ Axis& Controller::AxisAt(int number)
     return *axis;
 }
 
+void Controller::HostConnected()
+{
+    ++hosts_;
+    hostLostAt_.reset();
+}
+
+void Controller::HostDisconnected()
+{
+    if (--hosts_ == 0) hostLostAt_ = now_;
+}
+
 void Controller::SetSlaveInputs(int position, std::uint32_t inputs)
 {
     Station(position).inputs = inputs;

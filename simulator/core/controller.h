@@ -5,6 +5,7 @@
 #include "axis.h"
 #include "command.h"
 #include "family.h"
+#include "network_settings.h"
 #include "register_map.h"
 #include "slave.h"
 #include "types.h"
@@ -13,6 +14,7 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <utility>
@@ -26,6 +28,7 @@ struct ControllerConfig
     int axes = 4;                    // servos at the stations 0..axes-1 ...
     std::vector<SlaveConfig> slaves; // ... and these, in place of a servo where both would stand
     AxisMechanics mechanics;         // of every axis
+    NetworkSettings network;         // as it was delivered
 };
 
 // One command that was run, for logs.
@@ -80,6 +83,11 @@ class Controller
     // The same where a servo is known to stand; std::out_of_range otherwise.
     [[nodiscard]] Axis& AxisAt(int number);
 
+    // --- Hosts. A controller that has had one and lost the last knows since when.
+    void HostConnected();
+    void HostDisconnected();
+    [[nodiscard]] std::optional<Nanoseconds> HostLostAt() const { return hostLostAt_; }
+
     // --- Inputs and outputs: bit k is pin k.
     [[nodiscard]] Word MainInputs() const { return mainInputs_; }
     void SetMainInputs(Word inputs) { mainInputs_ = inputs & 0xFFU; }
@@ -123,6 +131,8 @@ class Controller
     RegisterMap registers_;
     std::function<void(const CommandRecord&)> log_;
 
+    int hosts_ = 0;
+    std::optional<Nanoseconds> hostLostAt_;
     Word configurationCounter_ = 1;
     bool configurationStable_ = true;
     Word mainInputs_ = 0;

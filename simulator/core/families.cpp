@@ -15,7 +15,20 @@ std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller)
     families.push_back(MakeDriveModes(controller));
     families.push_back(MakePositionSet(controller));
     families.push_back(MakeHoming(controller));
+    families.push_back(MakePaths(controller));
     families.push_back(MakeListMotion(controller));
+    families.push_back(MakeDriveOutputs(controller));
+    families.push_back(MakeRemoteOutputs(controller));
+    families.push_back(MakeMainOutputs(controller));
+    families.push_back(MakeSerialPort(controller));
+    families.push_back(MakeMaintenance(controller));
+    families.push_back(MakeMemory(controller));
+    families.push_back(MakeTorqueLimits(controller));
+    families.push_back(MakeStopModes(controller));
+    families.push_back(MakeHandWheel(controller));
+    families.push_back(MakeAlarms(controller));
+    families.push_back(MakeSlaveProperties(controller));
+    families.push_back(MakeDrives(controller));
     // Programs wait for what all others do, so they come behind them.
     families.push_back(MakeSequences(controller));
     return families;

@@ -35,6 +35,14 @@ enum class Result : Word {
     kNoOverride = 20,
     kNoAbsoluteEncoder = 21,
 
+    // Interpolation.
+    kMapTooShort = 40,
+    kNoCircle = 41,
+    kEndOffCircle = 42,
+    kPointsInLine = 43,
+    kRadiusTooSmall = 44,
+    kPreRegistersFull = 45,
+
     // List motion.
     kListRunning = 60,
     kListEmpty = 61,
@@ -51,6 +59,18 @@ enum class Result : Word {
     kProgramNotRunning = 75,
     kMotionFailed = 76, // a motion that a program waits for has not reached its end
     kNoInputSlave = 77,
+
+    kNoOutputSlave = 100,
+    kNetworkDown = 101,
+    kSerialPortTaken = 102,
+    kNoSuchFlash = 104,
+    kNoSuchMemory = 105,
+    kAlarmLasts = 80,
+    kSoftwareLimit = 81,
+    kNoParameter = 82,
+    kReadOnlyParameter = 83,
+    kServoIsOn = 84,
+    kNoMonitor = 85,
 };
 
 constexpr Word LowWord(std::int32_t value)

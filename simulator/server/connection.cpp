@@ -16,6 +16,10 @@ void Connection::Start()
 {
     asio::error_code ignored;
     socket_.set_option(asio::ip::tcp::no_delay(true), ignored);
+    {
+        const std::unique_lock lock = controller_.Lock();
+        controller_.Locked().HostConnected();
+    }
     Read();
 }
 
@@ -25,6 +29,10 @@ void Connection::Close()
     asio::error_code ignored;
     socket_.shutdown(asio::ip::tcp::socket::shutdown_both, ignored);
     socket_.close(ignored);
+    {
+        const std::unique_lock lock = controller_.Lock();
+        controller_.Locked().HostDisconnected();
+    }
     closed_(shared_from_this());
 }
 

@@ -16,7 +16,6 @@ using Bytes = ModbusSession::Bytes;
 constexpr std::size_t kHeaderSize = 6;
 constexpr std::size_t kSmallestLength = 2;
 constexpr std::size_t kLargestLength = 254;
-constexpr std::uint8_t kUnit = 1;
 
 constexpr std::uint8_t kReadFunction = 3;
 constexpr std::uint8_t kWriteFunction = 16;
@@ -124,7 +123,7 @@ void ModbusSession::Answer(std::span<const std::uint8_t> frame, Bytes& answers)
     const std::uint8_t unit = frame[kHeaderSize];
     const std::uint8_t function = frame[kHeaderSize + 1];
     Bytes pdu;
-    if (unit == kUnit) {
+    if (unit == unit_) {
         AnswerRequest(function, RequestReader(frame.subspan(kHeaderSize + 2)), pdu);
     } else {
         SetException(pdu, function, kNoSuchUnit);

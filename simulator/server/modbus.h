@@ -18,7 +18,10 @@ class ModbusSession
   public:
     using Bytes = std::vector<std::uint8_t>;
 
-    explicit ModbusSession(Controller& controller) : channel_(controller) {}
+    // Requests to another unit are refused.
+    explicit ModbusSession(Controller& controller, std::uint8_t unit = 1)
+        : channel_(controller), unit_(unit)
+    {}
 
     // Takes what came and appends the answers. False when the bytes are no Modbus: the stream is
     // lost then, and the connection has to be closed after the answers so far.
@@ -36,6 +39,7 @@ class ModbusSession
                          Bytes& pdu);
 
     CommandChannel channel_;
+    std::uint8_t unit_;
     Bytes pending_; // the beginning of a frame that is not complete yet
 };
 

@@ -1,12 +1,17 @@
 #include "server.h"
 
-#include "connection.h"
+#include "core/maintenance.h"
+#include "core/serial_port.h"
+#include "discovery.h"
+#include "listener.h"
+#include "serial_line.h"
 #include "shared_controller.h"
 
 #include <asio.hpp>
 #include <atomic>
+#include <functional>
 #include <future>
-#include <set>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -17,138 +22,222 @@ namespace {
 // Requests bring the time up to now by themselves; the tick lets limits trip without them.
 constexpr auto kTick = std::chrono::milliseconds(5);
 
-// Accepting fails when the system is out of descriptors; after this time it may have some again.
-constexpr auto kAcceptPause = std::chrono::milliseconds(100);
-
-#ifdef _WIN32
-// There it would let two programs share one port.
-constexpr bool kReuseAddress = false;
-#else
-constexpr bool kReuseAddress = true;
-#endif
+// A controller that restarts may find its port taken; it tries again until it has it.
+constexpr auto kComeBackPause = std::chrono::milliseconds(100);
 
 } // namespace
 
 class Server::Impl
 {
   public:
-    explicit Impl(const ServerConfig& config) : config_(config), controller_(config) {}
+    explicit Impl(const ServerConfig& config);
 
     void Start();
     void Stop();
     void DropConnections();
+    // Returns when everything that was due on the server's thread is done.
+    void Settle();
 
-    [[nodiscard]] const std::string& Address() const { return config_.address; }
-    [[nodiscard]] std::uint16_t Port() const { return port_; }
-    [[nodiscard]] std::size_t Connections() const { return connectionCount_; }
+    [[nodiscard]] std::string Address() const;
+    [[nodiscard]] std::uint16_t Port() const { return listener_.Port(); }
+    [[nodiscard]] std::uint16_t DiscoveryPort() const { return discoveryPort_; }
+    [[nodiscard]] std::uint16_t SerialTcpPort() const { return serialPort_; }
+    [[nodiscard]] std::size_t Connections() const { return listener_.Connections(); }
     [[nodiscard]] SharedController& Shared() { return controller_; }
 
   private:
-    void Listen();
-    void Accept();
-    void PauseAccepting();
+    void RunOnThread(std::function<void()> work);
+    void Open(const std::string& address, std::uint16_t port, std::uint16_t discoveryPort);
+    void Close();
+    void SetOnline(bool online);
+    bool TryComeBack(const std::string& address);
+    [[nodiscard]] std::string ConfiguredAddress();
+    void OpenSerialLine();
+    void CloseSerialLine();
     void Tick();
-    void CloseConnections();
 
     ServerConfig config_;
     SharedController controller_;
-    std::atomic<std::uint16_t> port_ = 0;
-    std::atomic<std::size_t> connectionCount_ = 0;
+    mutable std::mutex addressMutex_;
+    std::string address_;
+    std::atomic<std::uint16_t> discoveryPort_ = 0;
+    std::atomic<std::uint16_t> serialPort_ = 0;
 
+    // From here on the server's thread alone, while it runs.
     asio::io_context io_{1};
-    asio::ip::tcp::acceptor acceptor_{io_};
+    Listener listener_{io_, controller_};
+    DiscoveryResponder discovery_{io_, controller_};
+    std::unique_ptr<SerialLine> serialLine_;
     asio::steady_timer tick_{io_};
-    asio::steady_timer acceptPause_{io_};
-    std::set<std::shared_ptr<Connection>> connections_; // the server's thread alone
+    asio::steady_timer comeBack_{io_};
+    std::optional<asio::executor_work_guard<asio::io_context::executor_type>> work_;
+    bool running_ = false;
     std::thread thread_;
 };
+
+Server::Impl::Impl(const ServerConfig& config)
+    : config_(config), controller_(config), address_(config.address)
+{
+    controller_.Locked().Get<Maintenance>().OnOnlineChange(
+        [this](bool online) { asio::post(io_, [this, online] { SetOnline(online); }); });
+}
 
 void Server::Impl::Start()
 {
     if (thread_.joinable()) return;
     io_.restart();
-    Listen();
+    Open(config_.address, config_.port, config_.discoveryPort.value_or(0));
+    try {
+        OpenSerialLine();
+    } catch (const std::system_error&) {
+        Close();
+        throw;
+    }
     controller_.SetRunning(true);
-    Accept();
+    running_ = true;
     if (config_.clock == Clock::kRealTime) Tick();
+    work_.emplace(io_.get_executor());
     thread_ = std::thread([this] { io_.run(); });
-}
-
-void Server::Impl::Listen()
-{
-    const asio::ip::tcp::endpoint endpoint(asio::ip::make_address(config_.address), config_.port);
-    asio::ip::tcp::acceptor acceptor(io_, endpoint, kReuseAddress);
-    acceptor_ = std::move(acceptor);
-    port_ = acceptor_.local_endpoint().port();
 }
 
 void Server::Impl::Stop()
 {
     if (!thread_.joinable()) return;
-    // Without anything to wait for, the thread runs out of work and ends by itself.
     asio::post(io_, [this] {
-        asio::error_code ignored;
-        acceptor_.close(ignored);
+        running_ = false;
         tick_.cancel();
-        acceptPause_.cancel();
-        CloseConnections();
+        comeBack_.cancel();
+        CloseSerialLine();
+        Close();
+        work_.reset(); // with nothing left to wait for, the thread ends by itself
     });
     thread_.join();
     controller_.SetRunning(false);
 }
 
-void Server::Impl::DropConnections()
+void Server::Impl::Open(const std::string& address, std::uint16_t port, std::uint16_t discoveryPort)
+{
+    const asio::ip::address where = asio::ip::make_address(address);
+    listener_.Open(where, port);
+    try {
+        if (config_.discoveryPort) discovery_.Open(where, discoveryPort);
+    } catch (const std::system_error& error) {
+        Close();
+        throw std::system_error(error.code(), "discovery port " + std::to_string(discoveryPort));
+    }
+    discoveryPort_ = discovery_.Port();
+    const std::lock_guard lock(addressMutex_);
+    address_ = address;
+}
+
+void Server::Impl::Close()
+{
+    listener_.Close();
+    discovery_.Close();
+}
+
+void Server::Impl::RunOnThread(std::function<void()> work)
 {
     if (!thread_.joinable()) return;
     std::promise<void> promise;
-    const std::future<void> dropped = promise.get_future();
-    asio::post(io_, [this, promise = std::move(promise)]() mutable {
-        CloseConnections();
+    const std::future<void> done = promise.get_future();
+    asio::post(io_, [work = std::move(work), promise = std::move(promise)]() mutable {
+        work();
         promise.set_value();
     });
-    dropped.wait();
+    done.wait();
 }
 
-void Server::Impl::CloseConnections()
+void Server::Impl::DropConnections()
 {
-    for (const auto& connection : std::exchange(connections_, {})) {
-        connection->Close();
+    RunOnThread([this] { listener_.CloseConnections(); });
+}
+
+void Server::Impl::Settle()
+{
+    RunOnThread([] {});
+}
+
+std::string Server::Impl::Address() const
+{
+    const std::lock_guard lock(addressMutex_);
+    return address_;
+}
+
+// The controller goes off the network, or has restarted.
+void Server::Impl::SetOnline(bool online)
+{
+    if (!running_) return;
+    Close();
+    if (!online || TryComeBack(ConfiguredAddress()) || TryComeBack(Address())) return;
+    comeBack_.expires_after(kComeBackPause);
+    comeBack_.async_wait([this](const asio::error_code& error) {
+        if (!error) SetOnline(true);
+    });
+}
+
+bool Server::Impl::TryComeBack(const std::string& address)
+{
+    try {
+        Open(address, listener_.Port(), discoveryPort_);
+        return true;
+    } catch (const std::system_error&) {
+        return false; // this computer has no such address, or somebody else is there
     }
-    connectionCount_ = 0;
 }
 
-void Server::Impl::Accept()
+// Where the controller's network settings put it. It stays where it is as long as they are those
+// it was delivered with.
+std::string Server::Impl::ConfiguredAddress()
 {
-    acceptor_.async_accept([this](const asio::error_code& error, asio::ip::tcp::socket socket) {
-        if (!acceptor_.is_open()) return;
-        if (error && error != asio::error::connection_aborted) return PauseAccepting();
-        if (!error) {
-            const auto connection = std::make_shared<Connection>(
-                std::move(socket), controller_, [this](const std::shared_ptr<Connection>& closed) {
-                    connections_.erase(closed);
-                    connectionCount_ = connections_.size();
-                });
-            connections_.insert(connection);
-            connectionCount_ = connections_.size();
-            connection->Start();
-        }
-        Accept();
+    const std::unique_lock lock = controller_.Lock();
+    Controller& controller = controller_.Locked();
+    const NetworkSettings& network = controller.Get<Maintenance>().Network();
+    const bool everywhere = asio::ip::make_address(config_.address).is_unspecified();
+    if (everywhere || network.address == controller.Config().network.address) {
+        return config_.address;
+    }
+    std::string address;
+    for (const std::uint8_t octet : network.address) {
+        address += std::to_string(octet) + '.';
+    }
+    return address + std::to_string(controller.Config().number);
+}
+
+void Server::Impl::OpenSerialLine()
+{
+    const SerialWiring& wiring = config_.serial;
+    const auto take = [this](std::span<const std::uint8_t> bytes) {
+        const std::unique_lock lock = controller_.Lock();
+        return controller_.Locked().Get<SerialPort>().TryReceive(bytes);
+    };
+    if (wiring.to == SerialWiring::To::kTcp) {
+        serialLine_ =
+            OpenTcpLine(io_, {asio::ip::make_address(config_.address), wiring.port}, take);
+        serialPort_ = serialLine_->Port();
+    } else if (wiring.to == SerialWiring::To::kPipe) {
+        serialLine_ = OpenPipeLine(io_, wiring.pipe, take);
+    }
+    if (wiring.to == SerialWiring::To::kLoopBack) return;
+    const std::unique_lock lock = controller_.Lock();
+    controller_.Locked().Get<SerialPort>().Connect([this](std::span<const std::uint8_t> bytes) {
+        asio::post(io_, [this, sent = std::vector<std::uint8_t>(bytes.begin(), bytes.end())] {
+            if (serialLine_) serialLine_->Send(sent);
+        });
     });
 }
 
-void Server::Impl::PauseAccepting()
+void Server::Impl::CloseSerialLine()
 {
-    acceptPause_.expires_after(kAcceptPause);
-    acceptPause_.async_wait([this](const asio::error_code& error) {
-        if (!error && acceptor_.is_open()) Accept();
-    });
+    serialLine_.reset();
+    serialPort_ = 0;
 }
 
 void Server::Impl::Tick()
 {
     tick_.expires_after(kTick);
     tick_.async_wait([this](const asio::error_code& error) {
-        if (error || !acceptor_.is_open()) return;
+        if (error || !running_) return;
         controller_.Lock(); // that brings the time up to now
         Tick();
     });
@@ -171,7 +260,7 @@ void Server::Stop()
     impl_->Stop();
 }
 
-const std::string& Server::Address() const
+std::string Server::Address() const
 {
     return impl_->Address();
 }
@@ -179,6 +268,16 @@ const std::string& Server::Address() const
 std::uint16_t Server::Port() const
 {
     return impl_->Port();
+}
+
+std::uint16_t Server::DiscoveryPort() const
+{
+    return impl_->DiscoveryPort();
+}
+
+std::uint16_t Server::SerialTcpPort() const
+{
+    return impl_->SerialTcpPort();
 }
 
 std::size_t Server::Connections() const
@@ -194,6 +293,7 @@ void Server::DropConnections()
 void Server::AdvanceBy(Nanoseconds step)
 {
     With([step](Controller& controller) { controller.Advance(step); });
+    impl_->Settle();
 }
 
 std::unique_lock<std::mutex> Server::LockUpToNow()

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -16,11 +17,24 @@ enum class Clock {
     kByHand,   // it moves only by Server::AdvanceBy
 };
 
+// What the serial port is wired to.
+struct SerialWiring
+{
+    enum class To { kNothing, kLoopBack, kPipe, kTcp };
+
+    To to = To::kLoopBack;
+    std::string pipe;       // kPipe: its name
+    std::uint16_t port = 0; // kTcp: where a program connects; 0: a free one, see SerialTcpPort
+};
+
 struct ServerConfig
 {
     ControllerConfig controller;
     std::string address = "127.0.0.1";
     std::uint16_t port = 0; // 0: a free one, see Server::Port
+    // UDP port on which hosts look for controllers; 0: a free one, see Server::DiscoveryPort.
+    std::optional<std::uint16_t> discoveryPort;
+    SerialWiring serial;
     Clock clock = Clock::kRealTime;
     double timeScale = 1; // simulated seconds in one second of real time
 };
@@ -39,10 +53,13 @@ class Server
     void Start(); // std::system_error when the address cannot be listened on
     void Stop();  // closes all connections; when it returns, the port is free again
 
-    [[nodiscard]] const std::string& Address() const;
-    [[nodiscard]] std::uint16_t Port() const; // bound port; 0 before Start
+    // Where it listens. A controller that restarts with other network settings moves.
+    [[nodiscard]] std::string Address() const;
+    [[nodiscard]] std::uint16_t Port() const;          // bound port; 0 before Start
+    [[nodiscard]] std::uint16_t DiscoveryPort() const; // 0 when it does not listen there
+    [[nodiscard]] std::uint16_t SerialTcpPort() const; // 0 when the serial port is not wired to TCP
     [[nodiscard]] std::size_t Connections() const;
-    void DropConnections(); // closes them all and goes on listening
+    void DropConnections(); // closes them all and goes on listening; not inside With
 
     // Runs `use(Controller&)` while nothing else touches the controller, its time brought up to
     // now, and returns what it returns.
@@ -53,7 +70,8 @@ class Server
         return std::forward<Use>(use)(Locked());
     }
 
-    // Moves a clock that is driven by hand; on a real-time clock it is extra time.
+    // Moves a clock that is driven by hand; on a real-time clock it is extra time. When it returns,
+    // a controller that has gone off the network or come back is there or not.
     void AdvanceBy(Nanoseconds step);
 
   private:

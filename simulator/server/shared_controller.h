@@ -13,7 +13,7 @@ class SharedController
 {
   public:
     explicit SharedController(const ServerConfig& config)
-        : controller_(config.controller), clock_(config.clock), timeScale_(config.timeScale)
+        : controller_(WithAddress(config)), clock_(config.clock), timeScale_(config.timeScale)
     {}
 
     // Brings the time up to now; Locked() may be used as long as the lock is held.
@@ -24,6 +24,9 @@ class SharedController
     void SetRunning(bool running);
 
   private:
+    // The controller as it was delivered knows the address that it listens on.
+    static ControllerConfig WithAddress(const ServerConfig& config);
+
     void CatchUp();
 
     std::mutex mutex_;

@@ -76,6 +76,11 @@ std::atomic<short> equalStartAndStop = 0;
 
 } // namespace
 
+bool zelq::EqualStartAndStop()
+{
+    return equalStartAndStop != 0;
+}
+
 short zelQ_UnitPerPulseSet(short zelNo, short axis, double unitPerPulse)
 {
     if (const short error = CheckSession(zelNo)) return error;

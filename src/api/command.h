@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/result_codes.h"
 #include "transport/engine.h"
 
 #include <cstdint>
@@ -13,6 +14,15 @@ inline short Transact(short zelNo, RequestBuffer& request, ReplyData* reply = nu
                       ExchangeTimes times = {})
 {
     return static_cast<short>(TransactFrames(zelNo, request, reply, times));
+}
+
+/// Reads one block of registers.
+inline short ReadRegisters(short zelNo, std::uint16_t start, std::uint16_t quantity,
+                           ReplyData& reply)
+{
+    RequestBuffer request;
+    if (!request.StartReadFrame(start, quantity)) return kOverflow;
+    return Transact(zelNo, request, &reply);
 }
 
 /// A command in one frame: its mark (frame 1 of 1) and code, then the fields appended to it.

@@ -68,6 +68,17 @@ static_assert(offsetof(SearchStatus, code) == 0);
 static_assert(offsetof(SearchStatus, flag) == 2);
 static_assert(offsetof(SearchStatus, mode) == 4);
 static_assert(offsetof(SearchStatus, pos) == 8);
+
+// Interpolation
+
+static_assert(sizeof(InterpSpeedProfile) == 44);
+static_assert(offsetof(InterpSpeedProfile, profileType) == 0);
+static_assert(offsetof(InterpSpeedProfile, startSpeed) == 4);
+static_assert(offsetof(InterpSpeedProfile, acc) == 12);
+static_assert(offsetof(InterpSpeedProfile, driveSpeed) == 20);
+static_assert(offsetof(InterpSpeedProfile, dec) == 28);
+static_assert(offsetof(InterpSpeedProfile, endSpeed) == 36);
+
 // Sequence programs
 
 static_assert(sizeof(SeqStatus) == 28);
@@ -96,3 +107,28 @@ static_assert(offsetof(LmStatus, word1) == 10);
 static_assert(offsetof(LmStatus, word2) == 12);
 static_assert(offsetof(LmStatus, long3) == 16);
 static_assert(offsetof(LmStatus, long5) == 20);
+// Protection
+
+static_assert(sizeof(TorqueLimitStatus) == 24);
+static_assert(offsetof(TorqueLimitStatus, active) == 0);
+static_assert(offsetof(TorqueLimitStatus, flag1) == 2);
+static_assert(offsetof(TorqueLimitStatus, flag2) == 4);
+static_assert(offsetof(TorqueLimitStatus, word1) == 6);
+static_assert(offsetof(TorqueLimitStatus, word2) == 8);
+static_assert(offsetof(TorqueLimitStatus, word3) == 10);
+static_assert(offsetof(TorqueLimitStatus, word4) == 12);
+static_assert(offsetof(TorqueLimitStatus, value5) == 16);
+static_assert(offsetof(TorqueLimitStatus, value6) == 20);
+
+// Servo and slave properties
+
+static_assert(sizeof(SlaveProperty) == 20);
+static_assert(offsetof(SlaveProperty, axis) == 0);
+static_assert(offsetof(SlaveProperty, type) == 2);
+static_assert(offsetof(SlaveProperty, seriesCode) == 4);
+static_assert(offsetof(SlaveProperty, motorCode) == 6);
+static_assert(offsetof(SlaveProperty, encoderCode) == 8);
+static_assert(offsetof(SlaveProperty, limitLogic) == 10);
+static_assert(offsetof(SlaveProperty, homeLogic) == 12);
+static_assert(offsetof(SlaveProperty, inputUse) == 14);
+static_assert(offsetof(SlaveProperty, absoluteEncoder) == 18);

@@ -1,6 +1,7 @@
 #include "api/checks.h"
 #include "api/command.h"
 #include "api/status_registers.h"
+#include "api/type_word.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 #include "transport/slave_reader.h"
@@ -17,11 +18,6 @@ constexpr unsigned kOutputRegister = 2; ///< first of an output slave's two
 
 /// The status registers of one servo axis.
 using ServoRegisters = RegisterBlock<kServoRegisters>;
-
-std::uint16_t TypeBits(std::uint32_t typeWord, unsigned first, unsigned last)
-{
-    return static_cast<std::uint16_t>(typeWord >> first & ((1U << (last - first + 1)) - 1U));
-}
 
 /// What both status calls report of a servo axis.
 void FillServo(ServoStatus& servo, const ServoRegisters& registers, std::uint16_t axis,

@@ -11,4 +11,7 @@ inline std::int32_t ToPulses(short zelNo, unsigned axis, double value)
     return TruncateToInt32(value / SessionOf(zelNo).UnitPerPulse(axis));
 }
 
+/// The library-wide flag by which interpolation calls end with the speed they start with.
+bool EqualStartAndStop();
+
 } // namespace zelq

@@ -189,9 +189,83 @@ ZELQ_API short ZELQ_CALL zelQ_PingCheck(short zelNo, short ip1, short ip2, short
 /* Device discovery                                                                           */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Asks who is there: every controller that an address reaches answers with its identification.
+ * Needs no session and no connection; takes about 0.6 s, the time in which answers count.
+ *
+ * The request is a UDP datagram to port 7000, sent twice since datagrams can get lost; a
+ * controller that answers twice is entered once.
+ *
+ * @param address four octets: one controller's address, or a broadcast address
+ * @param unused  not looked at
+ * @param entries [out] 22 words for each controller found, in the order of their answers. Words 0
+ *                to 18 are those of zelQ_GetDevInfo(); words 19 to 21 are not written. No more than
+ *                44 entries are ever made: give room for as many.
+ * @return number of entries made, 0 also when the discovery failed on its way;
+ * ZELQ_BAD_ARGUMENT(0): address null; #ZELQ_NO_SESSION: the address is none, or there is no socket
+ * to be had; ZELQ_BAD_ARGUMENT(2): entries null; #ZELQ_DEVICE_INFO_OUT_OF_RANGE: a controller tells
+ * an impossible date (entries made before it stay; no trace line is written)
+ * @note Threads: any; discoveries take turns, among the threads and among the processes of one
+ *       user. The trace line starts with the number of answers in place of the result.
+ */
+ZELQ_API short ZELQ_CALL zelQ_GetEnumList(const unsigned short* address, short unused,
+                                          unsigned short* entries);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Device information                                                                         */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Reads what a controller is.
+ *
+ * Words 0 to 3 tell it from all others; words 4 to 11, 13 and 14 are version and serial fields of
+ * the controller's own. Word 12 is its type (0: main series, 255: FPGA variant), words 15, 16 and
+ * 17 are year, month and day, word 18 is its size code (model number / 4).
+ *
+ * @param zelNo controller number, 1..254
+ * @param info  [out] 19 words
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
+ *         #ZELQ_REPLY_DATA_MISSING; #ZELQ_DEVICE_INFO_OUT_OF_RANGE: the year is outside 2018..2048,
+ *         or there is no such day (no trace line is written); exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_GetDevInfo(short zelNo, unsigned short* info);
+
+/**
+ * Gives the name of a controller type: "Lumo", "Lumo-FPGA", or "" for a type that has none.
+ *
+ * @param type word 12 of zelQ_GetDevInfo()
+ * @param text [out] the name with its closing zero; "" when it does not fit
+ * @param size bytes that text has room for, the closing zero included
+ * @return #ZELQ_OK; ZELQ_BAD_ARGUMENT(1): text null; #ZELQ_OVERFLOW: it does not fit (a size of 0
+ *         or less writes nothing)
+ * @note Threads: any; sends nothing and writes no trace line.
+ */
+ZELQ_API short ZELQ_CALL zelQ_GetDevTypeStr(short type, char* text, short size);
+
+/**
+ * Gives the model name of a controller, such as "ZEL Lumo-32", or "" for a type that has none.
+ *
+ * @param info words as zelQ_GetDevInfo() fills them
+ * @param text [out] the name with its closing zero; "" when it does not fit
+ * @param size bytes that text has room for, the closing zero included
+ * @return #ZELQ_OK; ZELQ_BAD_ARGUMENT(0), (1): info, text null; #ZELQ_OVERFLOW: it does not fit (a
+ *         size of 0 or less writes nothing)
+ * @note Threads: any; sends nothing and writes no trace line.
+ */
+ZELQ_API short ZELQ_CALL zelQ_GetDevInfoToModelStr(const unsigned short* info, char* text,
+                                                   short size);
+
+/**
+ * Reads how often the power of a controller was reset.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count [out] number of resets
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
+ *         #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_GetPowerResetCount(short zelNo, unsigned int* count);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Status                                                                                     */
@@ -1250,17 +1324,367 @@ ZELQ_API short ZELQ_CALL zelQ_mHomeDoneCancel(short zelNo, short count, const un
 /* Interpolation: maps                                                                        */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Sets an interpolation map: the axes that the interpolation calls move by the map's number. A
+ * controller keeps 16 maps. The order of the axes counts: the first two span the plane of arcs, the
+ * third is the height of helices, and speeds and radii are in the units of the first.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param mapIndex  map, 0..15
+ * @param axisCount number of axes, 1..16
+ * @param axes      axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, axisCount out of range; ZELQ_BAD_ARGUMENT(3): axes null; exchange codes
+ * @note The library remembers the map as it was set last with success by this process: an
+ *       interpolation call scales its values by the factors of these axes. Maps that another
+ *       program has set have to be set again.
+ * @note Traced as "zelQ_ISetMap". Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IMapSet(short zelNo, short mapIndex, short axisCount,
+                                      const unsigned short* axes);
+
+/**
+ * Empties an interpolation map.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param mapIndex map, 0..15
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): mapIndex
+ *         out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IMapClear(short zelNo, short mapIndex);
+
+/**
+ * Reads an interpolation map from the controller. What the library remembers of the map is not
+ * changed by it.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param mapIndex map, 0..15
+ * @param mapOut   [out] 18 elements: element 0 is the number of axes, elements 2 and on are their
+ *                 numbers, 16 at most; element 1 and those behind the last axis are not written
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): mapIndex
+ *         out of range; ZELQ_BAD_ARGUMENT(2): mapOut null; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IMapGet(short zelNo, unsigned short mapIndex, short* mapOut);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Interpolation: lines                                                                       */
 /* ------------------------------------------------------------------------------------------ */
+
+#pragma pack(push, 4)
+
+/** The speeds of an interpolated motion along its path, 44 bytes, in units of the map's first
+ * axis. While the flag of zelQ_SpeedEqualStartAndStopSet() is set, every interpolation call changes
+ * its record: endSpeed becomes startSpeed; where acc is 0, startSpeed becomes driveSpeed; where dec
+ * is 0, endSpeed does. The record then holds what was sent. */
+typedef struct InterpSpeedProfile
+{
+    unsigned short profileType; /**< offset 0: shape of the profile, 0: trapezoid, 1: S-curve */
+    unsigned short reserved;    /**< offset 2: neither read nor written */
+    double startSpeed;          /**< offset 4: start speed, user units per second */
+    double acc;                 /**< offset 12: acceleration, user units per second squared */
+    double driveSpeed;          /**< offset 20: drive speed, user units per second */
+    double dec;                 /**< offset 28: deceleration, user units per second squared */
+    double endSpeed;            /**< offset 36: end speed, user units per second */
+} InterpSpeedProfile;
+
+#pragma pack(pop)
+
+/**
+ * Starts a straight move of the axes of an interpolation map, or queues it behind the motion that
+ * runs (zelQ_CP_PreRegUseSet()). Does not wait for its end.
+ *
+ * @warning A lost reply makes the library send the request again: the move can be executed twice,
+ *          which a relative one shows.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param mapIndex  map, 0..15; it needs at least 2 axes
+ * @param option    0: position holds targets; 1: distances from where the move begins
+ * @param axisCount number of coordinates, 1 up to the map's number of axes; the map's other axes
+ *                  stay where they are
+ * @param position  coordinates, position[i] in user units of the map's axis i
+ * @param speed     [in, out] speeds along the path; may be changed (InterpSpeedProfile), also by a
+ *                  call that is refused for its map or axisCount
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(3): axisCount
+ *         out of range; ZELQ_BAD_ARGUMENT(4), (5): position, speed null; exchange codes
+ * @note Traces wrong arguments too. Threads: any; the record must not be shared by calls that run
+ *       at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ILinear(short zelNo, short mapIndex, unsigned short option,
+                                      short axisCount, const double* position,
+                                      InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues a straight move whose last coordinate is that of an accompanying axis, the U
+ * axis: it begins and ends with the others, and the speeds are those of the others' path.
+ *
+ * @warning A lost reply makes the library send the request again: the move can be executed twice,
+ *          which a relative one shows.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param mapIndex  map, 0..15; it needs at least 2 axes
+ * @param option    0: position holds targets; 1: distances from where the move begins
+ * @param axisCount number of coordinates, 1 up to the map's number of axes
+ * @param position  coordinates, position[i] in user units of the map's axis i
+ * @param speed     [in, out] speeds along the path; may be changed (InterpSpeedProfile), also by a
+ *                  call that is refused for its map or axisCount
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(3): axisCount
+ *         out of range; ZELQ_BAD_ARGUMENT(4), (5): position, speed null; exchange codes
+ * @note Traces wrong arguments too. Threads: any; the record must not be shared by calls that run
+ *       at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ILinearWithUAxis(short zelNo, short mapIndex, unsigned short option,
+                                               short axisCount, const double* position,
+                                               InterpSpeedProfile* speed);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Interpolation: arcs and helices                                                            */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Starts or queues an arc around a centre by an angle, in the plane of the map's axes 0 and 1.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param mapIndex map, 0..15; it needs at least 2 axes
+ * @param option   0: points are positions; 1: distances from where the motion begins
+ * @param center   two coordinates of the centre, user units of the map's axes 0 and 1
+ * @param angle    degrees, positive counter-clockwise (from axis 0 to axis 1), above 360 for more
+ *                 than one turn; sent in units of 0.0001 degrees
+ * @param speed    [in, out] speeds along the path; may be changed (InterpSpeedProfile), also by a
+ *                 call that is refused for its map
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; ZELQ_BAD_ARGUMENT(4): angle 0; #ZELQ_TOO_FEW_MAP_AXES;
+ *         ZELQ_BAD_ARGUMENT(3), (5): center, speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IArc(short zelNo, short mapIndex, unsigned short option,
+                                   const double* center, double angle, InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues an arc around a centre to an end point. An end where it begins gives a whole
+ * circle.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param mapIndex  map, 0..15; it needs at least 2 axes
+ * @param option    0: points are positions; 1: distances from where the motion begins
+ * @param center    two coordinates of the centre, user units of the map's axes 0 and 1
+ * @param end       two coordinates of the end, user units of the map's axes 0 and 1
+ * @param direction 0: counter-clockwise; 1: clockwise; the controller judges it
+ * @param speed     [in, out] speeds along the path; may be changed (InterpSpeedProfile)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(3), (4), (6):
+ *         center, end, speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IArcCE(short zelNo, short mapIndex, unsigned short option,
+                                     const double* center, const double* end,
+                                     unsigned short direction, InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues an arc through a point to an end point.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param mapIndex map, 0..15; it needs at least 2 axes
+ * @param option   0: points are positions; 1: distances from where the motion begins
+ * @param pass     two coordinates of a point that the arc passes, user units of the map's axes 0
+ *                 and 1
+ * @param end      two coordinates of the end, user units of the map's axes 0 and 1
+ * @param speed    [in, out] speeds along the path; may be changed (InterpSpeedProfile)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(3), (4), (5):
+ *         pass, end, speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IArcPE(short zelNo, short mapIndex, unsigned short option,
+                                     const double* pass, const double* end,
+                                     InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues an arc of a radius to an end point.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param mapIndex  map, 0..15; it needs at least 2 axes
+ * @param radius    user units of the map's axis 0
+ * @param arcSelect 0: the short arc; 1: the long one
+ * @param option    0: points are positions; 1: distances from where the motion begins
+ * @param end       two coordinates of the end, user units of the map's axes 0 and 1
+ * @param direction 0: counter-clockwise; 1: clockwise; the controller judges it
+ * @param speed     [in, out] speeds along the path; may be changed (InterpSpeedProfile)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (3), (4):
+ *         mapIndex, arcSelect, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(5),
+ *         (7): end, speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IArcRE(short zelNo, short mapIndex, double radius, short arcSelect,
+                                     unsigned short option, const double* end,
+                                     unsigned short direction, InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues a helix: the arc of zelQ_IArc() with a height that grows with the angle.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo         controller number, 1..254
+ * @param mapIndex      map, 0..15; it needs at least 3 axes
+ * @param option        0: points and height are positions; 1: distances from where the motion
+ *                      begins
+ * @param center        two coordinates of the centre, user units of the map's axes 0 and 1
+ * @param angle         degrees, positive counter-clockwise (from axis 0 to axis 1), above 360 for
+ *                      more than one turn; sent in units of 0.0001 degrees
+ * @param helicalOption 0: the speeds are those in the plane; 1: those along the helix; it stands
+ *                      above the profile's shape in one register, not checked
+ * @param height        user units of the map's axis 2
+ * @param speed         [in, out] speeds along the path; may be changed (InterpSpeedProfile), also
+ *                      by a call that is refused for its map
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; ZELQ_BAD_ARGUMENT(4): angle 0; #ZELQ_TOO_FEW_MAP_AXES;
+ *         ZELQ_BAD_ARGUMENT(3), (7): center, speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IHelical(short zelNo, short mapIndex, unsigned short option,
+                                       const double* center, double angle,
+                                       unsigned short helicalOption, double height,
+                                       InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues a helix: the arc of zelQ_IArcCE() with a height that grows with the angle.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo         controller number, 1..254
+ * @param mapIndex      map, 0..15; it needs at least 3 axes
+ * @param option        0: points and height are positions; 1: distances from where the motion
+ *                      begins
+ * @param center        two coordinates of the centre, user units of the map's axes 0 and 1
+ * @param end           two coordinates of the end, user units of the map's axes 0 and 1
+ * @param helicalOption 0: the speeds are those in the plane; 1: those along the helix; it stands
+ *                      above the profile's shape in one register, not checked
+ * @param height        user units of the map's axis 2
+ * @param direction     0: counter-clockwise; 1: clockwise; the controller judges it
+ * @param speed         [in, out] speeds along the path; may be changed (InterpSpeedProfile)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(3), (4), (8):
+ *         center, end, speed null; exchange codes
+ * @note Traced as "zelQ_IArcCE". Threads: any; the record must not be shared by calls that run at
+ *       the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IHelicalCE(short zelNo, short mapIndex, unsigned short option,
+                                         const double* center, const double* end,
+                                         unsigned short helicalOption, double height,
+                                         unsigned short direction, InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues a helix: the arc of zelQ_IArcPE() with a height that grows with the angle.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo         controller number, 1..254
+ * @param mapIndex      map, 0..15; it needs at least 3 axes
+ * @param option        0: points and height are positions; 1: distances from where the motion
+ *                      begins
+ * @param pass          two coordinates of a point that the arc passes, user units of the map's axes
+ *                      0 and 1
+ * @param end           two coordinates of the end, user units of the map's axes 0 and 1
+ * @param helicalOption 0: the speeds are those in the plane; 1: those along the helix; it stands
+ *                      above the profile's shape in one register, not checked
+ * @param height        user units of the map's axis 2
+ * @param speed         [in, out] speeds along the path; may be changed (InterpSpeedProfile)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(3), (4), (7):
+ *         pass, end, speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IHelicalPE(short zelNo, short mapIndex, unsigned short option,
+                                         const double* pass, const double* end,
+                                         unsigned short helicalOption, double height,
+                                         InterpSpeedProfile* speed);
+
+/**
+ * Starts or queues a helix: the arc of zelQ_IArcRE() with a height that grows with the angle.
+ *
+ * @warning A lost reply makes the library send the request again: the motion can be executed
+ *          twice.
+ *
+ * @param zelNo         controller number, 1..254
+ * @param mapIndex      map, 0..15; it needs at least 3 axes
+ * @param radius        user units of the map's axis 0
+ * @param arcSelect     0: the short arc; 1: the long one; the controller judges it
+ * @param option        0: points and height are positions; 1: distances from where the motion
+ *                      begins
+ * @param end           two coordinates of the end, user units of the map's axes 0 and 1
+ * @param helicalOption 0: the speeds are those in the plane; 1: those along the helix; it stands
+ *                      above the profile's shape in one register, not checked
+ * @param height        user units of the map's axis 2
+ * @param direction     0: counter-clockwise; 1: clockwise; the controller judges it
+ * @param speed         [in, out] speeds along the path; may be changed (InterpSpeedProfile)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (4):
+ *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(5), (9): end,
+ *         speed null; exchange codes
+ * @note Threads: any; the record must not be shared by calls that run at the same time.
+ */
+ZELQ_API short ZELQ_CALL zelQ_IHelicalRE(short zelNo, short mapIndex, double radius,
+                                         unsigned short arcSelect, unsigned short option,
+                                         const double* end, unsigned short helicalOption,
+                                         double height, unsigned short direction,
+                                         InterpSpeedProfile* speed);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Interpolation: continuous path                                                             */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Switches the use of the pre-registers. With them, an interpolation call that meets a motion of
+ * its map still running queues its segment behind it, and the segments run as one continuous path:
+ * a joint is passed with the lower of the end speed before it and the start speed behind it.
+ *
+ * @param zelNo controller number, 1..254
+ * @param use   0: off; 1: on; the controller judges it
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CP_PreRegUseSet(short zelNo, unsigned short use);
+
+/**
+ * Reads the use of the pre-registers from the controller.
+ *
+ * @param zelNo controller number, 1..254
+ * @param use   [out] 0: off; 1: on
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): use null;
+ *         #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Traced as "zelQ_CP_UsePreRegGet". Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CP_PreRegUseGet(unsigned short zelNo, unsigned short* use);
+
+/**
+ * Reads how many segments each map's pre-registers still have room for. All of them are free again
+ * when nothing waits behind the running segment; none while the pre-registers are not in use.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param remain [out] 16 elements, one a map; with #ZELQ_REPLY_DATA_MISSING those that came are
+ *               written
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): remain
+ *         null; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CP_PreRegGetRemain(short zelNo, unsigned short* remain);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Sequence programs                                                                          */
@@ -1695,49 +2119,1180 @@ ZELQ_API short ZELQ_CALL zelQ_LmGetAllStatus(short zelNo, LmStatus* status);
 /* Protection: torque limit                                                                   */
 /* ------------------------------------------------------------------------------------------ */
 
+/** What holds an axis's torque back, as zelQ_TorqueLimitGetStatus() reads it, 24 bytes. What the
+ * numbers mean is the drive's; the meaning given here is that of the simulated one. */
+typedef struct TorqueLimitStatus
+{
+    unsigned short active; /**< offset 0: 1 while a limit is set */
+    unsigned short flag1;  /**< offset 2: 1 while the torque is at its positive limit */
+    unsigned short flag2;  /**< offset 4: 1 while the torque is at its negative limit */
+    unsigned short word1;  /**< offset 6: trqLimit1 in force */
+    unsigned short word2;  /**< offset 8: trqLimit2 in force */
+    unsigned short word3;  /**< offset 10: trqParam3 in force, as two's complement */
+    unsigned short word4;  /**< offset 12: trqCodeHi * 256 + trqCodeLo in force */
+    unsigned int value5;   /**< offset 16: torque, 0.1 percent without sign, 0..65535 */
+    unsigned int value6;   /**< offset 20: trqValue in force */
+} TorqueLimitStatus;
+
+/**
+ * Limits the torque of one axis. The values are sent as they are; what they mean is the drive's.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param axis      0..31
+ * @param trqLimit1 first limit, 0..500 (simulated drive: positive torque, percent of the rated one)
+ * @param trqLimit2 second limit, 0..500 (negative torque, percent)
+ * @param trqParam3 signed 16-bit value (torque around which the limits lie, 0.1 percent)
+ * @param trqCodeHi 0..255 (kept and shown by the status)
+ * @param trqCodeLo 0..255 (kept and shown by the status)
+ * @param trqValue  unsigned 32-bit value (kept and shown by the status)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2), (3): trqLimit1, trqLimit2 above 500; (4), (5): trqCodeHi, trqCodeLo
+ *         above 255; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_TorqueLimitSet(unsigned short zelNo, unsigned short axis,
+                                             unsigned short trqLimit1, unsigned short trqLimit2,
+                                             short trqParam3, unsigned short trqCodeHi,
+                                             unsigned short trqCodeLo, unsigned int trqValue);
+
+/**
+ * Limits the torque of several axes in one exchange; element i of each array belongs to axes[i].
+ * No value in the arrays is checked here.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param count     number of axes, 1..32
+ * @param axes      axis numbers; the controller judges them
+ * @param trqLimit1 as in zelQ_TorqueLimitSet()
+ * @param trqLimit2 as in zelQ_TorqueLimitSet()
+ * @param trqParam3 as in zelQ_TorqueLimitSet()
+ * @param trqCodeHi as in zelQ_TorqueLimitSet(); only the low 8 bits are sent
+ * @param trqCodeLo as in zelQ_TorqueLimitSet(); only the low 8 bits are sent
+ * @param trqValue  as in zelQ_TorqueLimitSet()
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2)..(8): axes..trqValue null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mTorqueLimitSet(
+    unsigned short zelNo, short count, const unsigned short* axes, const unsigned short* trqLimit1,
+    const unsigned short* trqLimit2, const short* trqParam3, const unsigned short* trqCodeHi,
+    const unsigned short* trqCodeLo, const unsigned int* trqValue);
+
+/**
+ * Ends the torque limit of one axis.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param axis     0..31
+ * @param trqValue unsigned 32-bit value (kept and shown by the status)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_TorqueLimitFree(short zelNo, unsigned short axis,
+                                              unsigned int trqValue);
+
+/**
+ * Frees the torque of several axes in one exchange. Unlike zelQ_TorqueLimitFree() it leaves the
+ * limits on, both at 500: they hold nothing back, but zelQ_TorqueLimitGetStatus() shows them as
+ * active.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param count  number of axes, 1..32
+ * @param axes   axis numbers; the controller judges them
+ * @param values trqValue of each axis
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2), (3): axes, values null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mTorqueLimitFree(short zelNo, short count, const short* axes,
+                                               const unsigned int* values);
+
+/**
+ * Reads the state of one axis's torque limit.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param axis   a servo axis of the controller
+ * @param status [out] written on success
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: above 31 or no
+ *         servo axis; ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_TorqueLimitGetStatus(short zelNo, unsigned short axis,
+                                                   TorqueLimitStatus* status);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Protection: stop modes, software limits, hand wheel                                        */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Sets the two software limits of an axis. The values of the stop modes and which limit is the
+ * positive one are the controller's; the meaning given here is that of the simulated one.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param axis    0..31
+ * @param slMode1 stop mode of limit 1, 0..2 (0: not watched, 1: decelerating stop, 2: sudden stop)
+ * @param slPos1  position of limit 1, user units (the positive limit)
+ * @param slMode2 stop mode of limit 2, 0..2
+ * @param slPos2  position of limit 2, user units (the negative limit)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2), (4): slMode1, slMode2 above 2; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_StopModeSwLimit(short zelNo, unsigned short axis,
+                                              unsigned short slMode1, double slPos1,
+                                              unsigned short slMode2, double slPos2);
+
+/**
+ * Reads the two software limits of an axis back from the controller.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param axis    0..31
+ * @param slMode1 [out] stop mode of limit 1
+ * @param slPos1  [out] position of limit 1, user units
+ * @param slMode2 [out] stop mode of limit 2
+ * @param slPos2  [out] position of limit 2, user units
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2)..(5): slMode1..slPos2 null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SwLimitGet(short zelNo, unsigned short axis, unsigned short* slMode1,
+                                         double* slPos1, unsigned short* slMode2, double* slPos2);
+
+/**
+ * Reads the software limits of several axes in one exchange; element i of each array belongs to
+ * axes[i].
+ *
+ * @param zelNo   controller number, 1..254
+ * @param count   number of axes, 1..32
+ * @param axes    servo axes of the controller, each once
+ * @param slMode1 [out] as in zelQ_SwLimitGet(), count elements
+ * @param slPos1  [out] count elements
+ * @param slMode2 [out] count elements
+ * @param slPos2  [out] count elements
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT: also for
+ *         more axes than the controller has servo axes; ZELQ_BAD_ARGUMENT(2): axes null;
+ *         #ZELQ_BAD_AXIS; #ZELQ_DUPLICATE_AXIS; ZELQ_BAD_ARGUMENT(3)..(6): slMode1..slPos2 null;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mSwLimitGet(short zelNo, short count, const unsigned short* axes,
+                                          unsigned short* slMode1, double* slPos1,
+                                          unsigned short* slMode2, double* slPos2);
+
+/**
+ * Sets how an axis stops when one of its sensors comes on. The values are the controller's; the
+ * meaning given here is that of the simulated one.
+ *
+ * @param zelNo          controller number, 1..254
+ * @param axis           0..31
+ * @param sensorSel      sensor, 0..3 (0: positive limit, 1: negative limit, 2: home sensor,
+ *                       3: configurable input)
+ * @param sensorStopMode 0..2 (0: no stop, 1: decelerating stop, 2: sudden stop)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2), (3): sensorSel, sensorStopMode out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_StopModeSensorOn(short zelNo, unsigned short axis,
+                                               unsigned short sensorSel,
+                                               unsigned short sensorStopMode);
+
+/**
+ * Sets what a controller does with all its axes when it has lost the connection to its host. The
+ * values are the controller's; the meaning given here is that of the simulated one.
+ *
+ * @param zelNo        controller number, 1..254
+ * @param discValue    unsigned 32-bit value (how long no host is connected until the axes stop,
+ *                     milliseconds; 0: they never do)
+ * @param discStopMode 0..1 (0: decelerating stop, 1: sudden stop)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2):
+ *         discStopMode above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_StopModeDisconnected(short zelNo, unsigned int discValue,
+                                                   unsigned short discStopMode);
+
+/**
+ * Configures the hand wheel (manual pulse generator) of a controller for one axis. The values are
+ * the controller's; the meaning given here is that of the simulated one.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param axis    0..31
+ * @param mpgCfg1 0..2 (edges counted of each of the wheel's notches: 0: one, 1: two, 2: four)
+ * @param mpgCfg2 0..3 (directions in which the wheel moves the axis: 0: none, 1: positive,
+ *                2: negative, 3: both)
+ * @param mpgCfg3 0..1 (1: the wheel's direction is reversed)
+ * @param mpgCfg4 1..32 (factor by which the counts are multiplied)
+ * @param mpgCfg5 1..2048 (divisor of the counts)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2)..(6): mpgCfg1..mpgCfg5 out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MPGSetCfg(unsigned short zelNo, unsigned short axis,
+                                        unsigned short mpgCfg1, unsigned short mpgCfg2,
+                                        unsigned short mpgCfg3, unsigned short mpgCfg4,
+                                        short mpgCfg5);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Alarms                                                                                     */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Asks the drive of one axis to reset its alarm. Waits 200 ms for sending and for the reply (up to
+ * 6 times that, three times over), whatever zelQ_TMOSet() has set.
+ *
+ * @warning A lost reply makes the library send the request again: an alarm that came up in between
+ *          is reset with it. It still stands in the drive's alarm list.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_AlarmResetReq(short zelNo, unsigned short axis);
+
+/**
+ * Asks the drives of several axes to reset their alarms, as zelQ_AlarmResetReq() does for one.
+ *
+ * @warning A lost reply makes the library send the request again: alarms that came up in between
+ *          are reset with it. They still stand in the drives' alarm lists.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mAlarmResetReq(short zelNo, short count, const unsigned short* axes);
+
+/**
+ * Reads one entry of the alarm list of a drive. The list has 15 entries.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param axis       0..31
+ * @param listIndex  entry, 0..14 (simulated drive: 0 is the latest alarm)
+ * @param alarmNo    [out] number of the alarm, 0..255 (0: no entry); may be null
+ * @param alarmSubNo [out] its sub-number, 0..255; may be null
+ * @param alarmData  [out] a further value of the drive (seconds from the drive's start to the
+ *                   alarm, 65535 at most); may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2): listIndex above 14; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_AlarmListGet(short zelNo, unsigned short axis,
+                                           unsigned short listIndex, unsigned short* alarmNo,
+                                           unsigned short* alarmSubNo, unsigned short* alarmData);
+
+/**
+ * Reads the same entry of the alarm lists of several drives, as far as the reply goes: it has count
+ * registers, of which each axis takes two. The call therefore ends in #ZELQ_REPLY_DATA_MISSING,
+ * with the first count / 2 entries stored. To have the entries of all axes, use
+ * zelQ_AlarmListGet() for each.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param count      number of axes, 1..32
+ * @param axes       axis numbers; the controller judges them
+ * @param listIndex  entry, 0..14
+ * @param alarmNo    [out] as in zelQ_AlarmListGet(), count elements
+ * @param alarmSubNo [out] count elements
+ * @param alarmData  [out] count elements
+ * @return #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(3): listIndex above 14; (4), (5), (6): alarmNo, alarmSubNo, alarmData
+ *         null; (2): axes null; #ZELQ_REPLY_DATA_MISSING: entries in front of the missing one are
+ *         stored; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mAlarmListGet(unsigned short zelNo, short count,
+                                            const unsigned short* axes, unsigned short listIndex,
+                                            unsigned short* alarmNo, unsigned short* alarmSubNo,
+                                            unsigned short* alarmData);
+
+/**
+ * Clears the alarm list of a drive. An alarm that is active stays so.
+ *
+ * @warning A lost reply makes the library send the request again: an alarm that came up in between
+ *          is cleared from the list unseen.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_AlarmListClear(short zelNo, unsigned short axis);
+
+/**
+ * Clears the alarm lists of several drives.
+ *
+ * @warning A lost reply makes the library send the request again: alarms that came up in between
+ *          are cleared from the lists unseen.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mAlarmListClear(short zelNo, short count, const unsigned short* axes);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Servo and slave properties                                                                 */
 /* ------------------------------------------------------------------------------------------ */
+
+/** What stands at one position of the servo network, 20 bytes; the codes are those of the slave
+ * type word. */
+typedef struct SlaveProperty
+{
+    unsigned short axis;            /**< offset 0: position, 0xFFFF where nothing stands
+                                       (zelQ_SlavePropertyGetAll() only) */
+    unsigned short type;            /**< offset 2: 1: servo, 2: input slave, 3: output slave, type
+                                       word bits 0..3 */
+    unsigned short seriesCode;      /**< offset 4: drive series, type word bits 4..6 */
+    unsigned short motorCode;       /**< offset 6: motor, type word bits 7..10 */
+    unsigned short encoderCode;     /**< offset 8: encoder, type word bits 11..14 */
+    unsigned short limitLogic;      /**< offset 10: limit sensor logic, type word bits 15..16 */
+    unsigned short homeLogic;       /**< offset 12: home sensor logic, type word bits 17..18 */
+    unsigned short inputUse;        /**< offset 14: use of the inputs, type word bits 19..21
+                                       (zelQ_SlavePropertyGet() only) */
+    unsigned short reserved;        /**< offset 16: not written */
+    unsigned short absoluteEncoder; /**< offset 18: the encoder is an absolute one, type word bit
+                                       23 */
+} SlaveProperty;
+
+/**
+ * Configures the properties of a servo axis, then reads the slaves of the controller anew. What the
+ * values mean is the controller's; the meaning given here is that of the simulated one.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param axis      0..31
+ * @param prop1     0..1 (1: the encoder is an absolute one)
+ * @param prop2     1..4 (drive series code)
+ * @param prop3     0..3 (limit sensor logic)
+ * @param prop4     0..3 (home sensor logic)
+ * @param prop5     0..2 (use of the configurable input: 0: none, 1: general input, 2: emergency
+ *                  stop)
+ * @param propValue unsigned 32-bit value (pulses of one motor turn, which the drive keeps as its
+ *                  parameter 0.2; 0: as it is)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2)..(6): prop1..prop5 out of range; exchange codes, of the second
+ *         exchange too: the properties are set then, but the library knows the old ones until the
+ *         slaves are read again
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ServoPropertyCfg(unsigned short zelNo, unsigned short axis,
+                                               unsigned short prop1, short prop2,
+                                               unsigned short prop3, unsigned short prop4,
+                                               unsigned short prop5, unsigned int propValue);
+
+/**
+ * Reads the properties of the slave at one position from the controller.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param axis     position, 0..31
+ * @param property [out] for a servo all fields but reserved; for an input or output slave axis and
+ *                 type; for a slave of another type nothing
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: above 31, or
+ *         nothing stands there (found after the exchange); ZELQ_BAD_ARGUMENT(2): null; exchange
+ *         codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SlavePropertyGet(unsigned short zelNo, short axis,
+                                               SlaveProperty* property);
+
+/**
+ * Reads the slaves of a controller anew, and reports the properties of all 32 positions.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param properties [out] 32 records, by position: all fields but inputUse and reserved
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SlavePropertyGetAll(short zelNo, SlaveProperty* properties);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Drive parameters and monitors                                                              */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Writes a parameter of the drive of one axis. A parameter is addressed by class and number; which
+ * there are and what they mean is the drive's. It is lost with the power unless
+ * zelQ_ParamWriteEeprom() saves it.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param axis     0..31
+ * @param prmClass class, 0..255
+ * @param prmNo    number, 0..255
+ * @param value    in the drive's own unit
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2), (3): prmClass, prmNo above 255; exchange codes
+ * @note Threads: any. The trace line does not show the value: it has 0 in its place.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ParamSet(short zelNo, unsigned short axis, unsigned short prmClass,
+                                       unsigned short prmNo, int value);
+
+/**
+ * Writes the same parameter of the drives of several axes in one exchange.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param count    number of axes, 1..32
+ * @param axes     axis numbers; the controller judges them
+ * @param prmClass class, 0..255
+ * @param prmNo    number, 0..255
+ * @param values   values[i] for axes[i]
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): count
+ *         outside 1..32; (1), (2): prmClass, prmNo above 255; (2), (5): axes, values null; exchange
+ *         codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mParamSet(short zelNo, short count, const unsigned short* axes,
+                                        unsigned short prmClass, unsigned short prmNo,
+                                        const int* values);
+
+/**
+ * Reads a parameter of the drive of one axis.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param axis     0..31
+ * @param prmClass class, 0..255
+ * @param prmNo    number, 0..255
+ * @param value    [out] in the drive's own unit; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         prmClass, prmNo above 255; #ZELQ_BAD_AXIS (checked behind those two); exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ParamGet(short zelNo, unsigned short axis, unsigned short prmClass,
+                                       unsigned short prmNo, int* value);
+
+/**
+ * Reads the same parameter of the drives of several axes in one exchange.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param count    number of axes, 1..32
+ * @param axes     axis numbers; the controller judges them
+ * @param prmClass class, 0..255
+ * @param prmNo    number, 0..255
+ * @param values   [out] values[i] of axes[i], count elements
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
+ *         prmClass, prmNo above 255; #ZELQ_BAD_AXIS_COUNT; ZELQ_BAD_ARGUMENT(5): values null; (2):
+ *         axes null; #ZELQ_REPLY_DATA_MISSING: values in front of the missing one are stored;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mParamGet(unsigned short zelNo, short count,
+                                        const unsigned short* axes, unsigned short prmClass,
+                                        unsigned short prmNo, int* values);
+
+/**
+ * Asks the drive of one axis to put written parameters into force that need it; which ones do is
+ * the drive's.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CParamValid(short zelNo, unsigned short axis);
+
+/**
+ * Asks the drives of several axes to put written parameters into force, as zelQ_CParamValid() does
+ * for one.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mCParamValid(short zelNo, short count, const unsigned short* axes);
+
+/**
+ * Saves the parameters of the drive of one axis to its EEPROM: they are there again after the power
+ * was off.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any. An EEPROM bears a limited number of writes: save what has changed, not
+ *       regularly.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ParamWriteEeprom(short zelNo, unsigned short axis);
+
+/**
+ * Saves the parameters of the drives of several axes to their EEPROMs, as zelQ_ParamWriteEeprom()
+ * does for one.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mParamWriteEeprom(short zelNo, short count,
+                                                const unsigned short* axes);
+
+/**
+ * Reads the identification of the drive of one axis.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param sysId [out] 80 bytes, in the order in which the drive keeps them (simulated drive: five
+ *              texts of 16 bytes, filled up with zeros: maker, drive, its serial number, motor, its
+ *              serial number)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_ParamGetSysID(short zelNo, unsigned short axis, void* sysId);
+
+/**
+ * Reads a monitor value of the drive of one axis. Which monitors there are is the drive's.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param axis      axis number; the controller judges it
+ * @param monitorNo monitor number; the controller judges it (simulated drive: 0 command position,
+ *                  1 encoder position, 2 following error, all in pulses; 3 speed, pulses per
+ *                  second; 4 torque, 0.1 percent of the rated one; 5 drive temperature, 6 motor
+ *                  temperature, 0.1 degrees Celsius; 7 bus voltage, 0.1 V)
+ * @param value     [out] in the drive's own unit; negative ones as two's complement
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(4): value
+ *         null; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any. The trace line names the call zelQ_MonitorGet.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MonitorRead(short zelNo, short axis, short monitorNo,
+                                          unsigned int* value);
+
+/**
+ * Reads several monitor values in one exchange: monitorNos[i] of axes[i] into values[i]. An axis
+ * may stand there several times.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param count      number of values, 1..32
+ * @param axes       axis numbers; the controller judges them
+ * @param monitorNos monitor numbers, as in zelQ_MonitorRead()
+ * @param values     [out] count elements
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(4): values null; (2), (3): axes, monitorNos null;
+ *         #ZELQ_REPLY_DATA_MISSING: values in front of the missing one are stored; exchange codes
+ * @note Threads: any. The trace line names the call zelQ_MonitorGet.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mMonitorRead(short zelNo, short count, const short* axes,
+                                           const unsigned short* monitorNos, unsigned int* values);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Outputs: drives                                                                            */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Switches both digital outputs of a drive.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31; the controller judges whether it is a servo axis
+ * @param out1  state of output 1, 0 or 1
+ * @param out2  state of output 2, 0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: axis above 31;
+ *         ZELQ_BAD_ARGUMENT(2), (3): out1, out2 above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SDOSet(short zelNo, unsigned short axis, unsigned short out1,
+                                     unsigned short out2);
+
+/**
+ * Switches both digital outputs of several drives. Element i of each array belongs to axes[i].
+ *
+ * @param zelNo      controller number, 1..254
+ * @param count      number of axes, 1..32
+ * @param axes       axis numbers; the controller judges them
+ * @param out1Values states of output 1, 0 or 1; sent unchecked
+ * @param out2Values states of output 2, 0 or 1; sent unchecked
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2), (3), (4): axes, out1Values, out2Values null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mSDOSet(short zelNo, short count, const unsigned short* axes,
+                                      const unsigned short* out1Values,
+                                      const unsigned short* out2Values);
+
+/**
+ * Switches one digital output of a drive.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31; the controller judges whether it is a servo axis
+ * @param pin   the output, 1 or 2
+ * @param state 0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: axis above 31;
+ *         ZELQ_BAD_ARGUMENT(2): pin outside 1..2; ZELQ_BAD_ARGUMENT(3): state above 1; exchange
+ *         codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SDOSetPin(short zelNo, unsigned short axis, short pin,
+                                        unsigned short state);
+
+/**
+ * Toggles digital outputs of a drive.
+ *
+ * @warning A lost reply makes the library send the request again: the outputs can be toggled
+ *          twice, and be as they were.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31; the controller judges whether it is a servo axis
+ * @param out1  1: output 1 toggles; 0: it stays
+ * @param out2  1: output 2 toggles; 0: it stays
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: axis above 31;
+ *         ZELQ_BAD_ARGUMENT(2), (3): out1, out2 above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SDOSetTog(short zelNo, unsigned short axis, unsigned short out1,
+                                        unsigned short out2);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Outputs: output slaves                                                                     */
 /* ------------------------------------------------------------------------------------------ */
 
+/* An output slave has 32 outputs. The functions below address it by its slave number; those with
+ * an "a" before the name address it by its index among the controller's output slaves, as they
+ * stood when the slaves were last read. There, a negative index (0xFFFF) makes the pin a number
+ * over the pins of all output slaves: pin 37 is pin 5 of index 1. */
+
+/**
+ * Switches all 32 outputs of an output slave.
+ *
+ * @param zelNo controller number, 1..254
+ * @param slave slave number, 0..31
+ * @param value bit n is pin n
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSet(short zelNo, unsigned short slave, unsigned int value);
+
+/**
+ * Switches all outputs of the first `count` output slaves.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param count  number of output slaves, 1..32
+ * @param values outputs by output-slave index; bit n is pin n
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
+ *         outside 1..32; #ZELQ_BAD_OUTPUT_SLAVE: more than the controller has;
+ *         ZELQ_BAD_ARGUMENT(2): values null; exchange codes
+ * @note Threads: any. Traced as zelQ_mRDOSet.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSet(short zelNo, short count, const unsigned int* values);
+
+/**
+ * Switches one output of an output slave.
+ *
+ * @param zelNo controller number, 1..254
+ * @param slave slave number, 0..31
+ * @param pin   0..31
+ * @param state 0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         ZELQ_BAD_ARGUMENT(2), (3): pin, state out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSetPin(short zelNo, unsigned short slave, short pin,
+                                        unsigned short state);
+
+/**
+ * Switches one output of an output slave, by its index.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param slaveIndex index among the output slaves; negative as a signed number: pin counts over
+ *                   all of them
+ * @param pin        0..31, or the number over all output slaves
+ * @param state      0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): state out
+ *         of range; #ZELQ_BAD_OUTPUT_SLAVE: no such pin or slave; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSetPin(short zelNo, unsigned short slaveIndex, short pin,
+                                         short state);
+
+/**
+ * Toggles one output of an output slave.
+ *
+ * @warning A lost reply makes the library send the request again: the output can be toggled
+ *          twice, and be as it was.
+ *
+ * @param zelNo controller number, 1..254
+ * @param slave slave number, 0..31
+ * @param pin   0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         ZELQ_BAD_ARGUMENT(2): pin out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSetTogPin(short zelNo, unsigned short slave, short pin);
+
+/**
+ * Toggles one output of an output slave, by its index.
+ *
+ * @warning A lost reply makes the library send the request again: the output can be toggled
+ *          twice, and be as it was.
+ *
+ * @param zelNo      controller number, 1..254
+ * @param slaveIndex index among the output slaves; negative as a signed number: pin counts over
+ *                   all of them
+ * @param pin        0..31, or the number over all output slaves
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_OUTPUT_SLAVE: no such
+ *         pin or slave; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSetTogPin(short zelNo, unsigned short slaveIndex, short pin);
+
+/**
+ * Switches a group of outputs of an output slave at once; the others stay.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param slave  slave number, 0..31
+ * @param count  number of pins, 1..32
+ * @param pins   0..31; 32 is taken too, and means pin 0
+ * @param states state of pins[i]: 1 on, any other value off
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         ZELQ_BAD_ARGUMENT(2): count out of range; ZELQ_BAD_ARGUMENT(3): pins null;
+ *         #ZELQ_BAD_OUTPUT_SLAVE: a pin above 32; ZELQ_BAD_ARGUMENT(4): states null; exchange
+ *         codes
+ * @note What a pin listed with both states does is the controller's choice. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSetPins(short zelNo, unsigned short slave, short count,
+                                         const unsigned short* pins, const unsigned short* states);
+
+/**
+ * Switches a group of outputs of any output slaves at once, by their indexes; the others stay.
+ *
+ * @param zelNo        controller number, 1..254
+ * @param count        number of pins; 0 or less sends a command without pins, and no array is
+ *                     looked at
+ * @param slaveIndexes indexes among the output slaves; one that is negative as a signed number
+ *                     makes its pin count over all of them
+ * @param pins         0..31, or numbers over all output slaves
+ * @param states       state of pins[i]: 1 on, any other value off
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2), (3), (4):
+ *         slaveIndexes, pins, states null; #ZELQ_BAD_OUTPUT_SLAVE: no such pin or slave;
+ *         exchange codes, #ZELQ_REPLY_MISMATCH for 24 and more different slaves: they do not fit
+ *         into a command, and nothing is sent
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSetPins(short zelNo, short count,
+                                          const unsigned short* slaveIndexes,
+                                          const unsigned short* pins, const unsigned short* states);
+
+/**
+ * Toggles a group of outputs of an output slave at once. A pin listed twice toggles once.
+ *
+ * @warning A lost reply makes the library send the request again: the outputs can be toggled
+ *          twice, and be as they were.
+ *
+ * @param zelNo controller number, 1..254
+ * @param slave slave number, 0..31
+ * @param count number of pins, 1..32
+ * @param pins  0..31; 32 is taken too, and means pin 0
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
+ *         ZELQ_BAD_ARGUMENT(2): count out of range; ZELQ_BAD_ARGUMENT(3): pins null;
+ *         #ZELQ_BAD_OUTPUT_SLAVE: a pin above 32; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOSetTogPins(short zelNo, unsigned short slave, short count,
+                                            const unsigned short* pins);
+
+/**
+ * Toggles a group of outputs of any output slaves at once, by their indexes. A pin listed twice
+ * toggles once.
+ *
+ * @warning A lost reply makes the library send the request again: the outputs can be toggled
+ *          twice, and be as they were.
+ *
+ * @param zelNo        controller number, 1..254
+ * @param count        number of pins; 0 or less sends a command without pins, and no array is
+ *                     looked at
+ * @param slaveIndexes indexes among the output slaves; one that is negative as a signed number
+ *                     makes its pin count over all of them
+ * @param pins         0..31, or numbers over all output slaves
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2), (3):
+ *         slaveIndexes, pins null; #ZELQ_BAD_OUTPUT_SLAVE: no such pin or slave; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_aRDOSetTogPins(short zelNo, short count,
+                                             const unsigned short* slaveIndexes,
+                                             const unsigned short* pins);
+
+/**
+ * Sets which outputs keep their state when the servo network fails.
+ *
+ * @param zelNo controller number, 1..254
+ * @param value the controller's code, passed on as it is
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOLinkFailKeepOutSet(short zelNo, unsigned int value);
+
+/**
+ * Reads which outputs keep their state when the servo network fails.
+ *
+ * @param zelNo controller number, 1..254
+ * @param value [out] the controller's code; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_REPLY_DATA_MISSING;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RDOLinkFailKeepOutGet(short zelNo, unsigned int* value);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Outputs: main board                                                                        */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Switches all eight outputs of the main board.
+ *
+ * @param zelNo controller number, 1..254
+ * @param value bit k is pin k, 0..255
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): value
+ *         above 255; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSet(short zelNo, unsigned short value);
+
+/**
+ * Switches one output of the main board.
+ *
+ * @param zelNo controller number, 1..254
+ * @param pin   0..7
+ * @param state 0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
+ *         7; ZELQ_BAD_ARGUMENT(2): state above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetPin(short zelNo, unsigned short pin, unsigned short state);
+
+/**
+ * Toggles one output of the main board.
+ *
+ * @warning A lost reply makes the library send the request again: the output can be toggled
+ *          twice, and be as it was.
+ *
+ * @param zelNo controller number, 1..254
+ * @param pin   0..7
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
+ *         7; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetTogPin(short zelNo, unsigned short pin);
+
+/**
+ * Switches a group of outputs of the main board at once; the others stay.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param count  number of pins, 1..8
+ * @param pins   0..7; any other is ignored
+ * @param states state of pins[i]: 1 on, any other value off
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count out
+ *         of range; ZELQ_BAD_ARGUMENT(2), (3): pins, states null; exchange codes
+ * @note What a pin listed with both states does is the controller's choice. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetPins(short zelNo, short count, const unsigned short* pins,
+                                         const unsigned short* states);
+
+/**
+ * Toggles a group of outputs of the main board at once. A pin listed twice toggles once.
+ *
+ * @warning A lost reply makes the library send the request again: the outputs can be toggled
+ *          twice, and be as they were.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of pins, 1..8
+ * @param pins  0..7; any other is ignored
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count out
+ *         of range; ZELQ_BAD_ARGUMENT(2): pins null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetTogPins(short zelNo, short count, const short* pins);
+
+/**
+ * Sets how long an output of the main board may stay on.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param pin       0..7
+ * @param limitMode 0..2, the controller's code
+ * @param limitTime the controller's unit, passed on as it is
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
+ *         7; ZELQ_BAD_ARGUMENT(2): limitMode above 2; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOSetLimitTime(short zelNo, unsigned short pin,
+                                              unsigned short limitMode, unsigned int limitTime);
+
+/**
+ * Reads how long an output of the main board may stay on.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param pin       0..7
+ * @param limitA    [out] 0..3, the controller's code; may be null
+ * @param limitB    [out] 0..3, the controller's code; null: limitA and limitC are not written
+ *                  either
+ * @param limitC    [out] 0..15, the controller's code; may be null
+ * @param limitTime [out] the controller's unit; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
+ *         7; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_MDOGetLimitTime(short zelNo, unsigned short pin,
+                                              unsigned short* limitA, unsigned short* limitB,
+                                              unsigned short* limitC, unsigned int* limitTime);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Serial port                                                                                */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Switches the bypass of the controller's serial port.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param bypass 0 or 1; the controller's meaning
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): bypass
+ *         above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_UARTSetBypass(short zelNo, unsigned short bypass);
+
+/**
+ * Sets the line format of the controller's serial port.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param baudRate bits per second, passed on as it is
+ * @param dataBits 7..9
+ * @param stopBits 1..2
+ * @param parity   0..2, the controller's code
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2), (3), (4):
+ *         dataBits, stopBits, parity out of range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_UARTSetCfg(short zelNo, unsigned int baudRate, short dataBits,
+                                         short stopBits, unsigned short parity);
+
+/**
+ * Sends bytes out of the controller's serial port.
+ *
+ * @warning A lost reply makes the library send the request again: the bytes can go out twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param data  the bytes
+ * @param len   how many, 1..1024
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2): len out of
+ *         range; ZELQ_BAD_ARGUMENT(1): data null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_UARTWrite(unsigned short zelNo, const void* data, short len);
+
+/**
+ * Fetches bytes that the controller's serial port has received.
+ *
+ * Up to 1382 bytes are fetched in one exchange, more in several. When a later exchange fails, the
+ * bytes of the earlier ones stand in buf all the same.
+ *
+ * @warning A lost reply makes the library send the request again: the bytes of the lost reply can
+ *          be gone.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param buf     [out] the bytes; nothing is written behind those that were there
+ * @param maxLen  how many to fetch at most; 0 or less fetches none and sends nothing
+ * @param readLen [out] how many bytes the controller had at the first exchange, which can be more
+ *                than were fetched; not written when nothing was sent
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): readLen
+ *         null; ZELQ_BAD_ARGUMENT(2): buf null; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_UARTRead(short zelNo, void* buf, short maxLen,
+                                       unsigned short* readLen);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Maintenance: network, hardware information, reset                                          */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Changes the network settings of a controller. The connection is expected to drop once they take
+ * effect; connect anew then. The last octet of the address is the controller number.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param address first three octets of the address, 0..255 each
+ * @param second  four octets, 0..255 each; the controller's meaning, such as the net mask
+ * @param third   four octets, 0..255 each; the controller's meaning, such as the gateway
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): address
+ *         null or an octet of it out of range; ZELQ_BAD_ARGUMENT(2), (3): likewise second, third,
+ *         octet by octet in turn; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CfgNetwork(unsigned short zelNo, const short* address,
+                                         const short* second, const short* third);
+
+/**
+ * Changes the hardware information of a controller.
+ *
+ * @param zelNo controller number, 1..254
+ * @param value the controller's code, passed on as it is
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CfgHwInfo(short zelNo, short value);
+
+/**
+ * Restarts a controller. The connection is expected to drop; connect anew when it is back.
+ *
+ * @warning A lost reply makes the library send the request again: a controller that is back in
+ *          time can be restarted twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param mode  0..3, the controller's code
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): mode above
+ *         3; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_Reset(short zelNo, unsigned short mode);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Maintenance: flash, processor memory, EEPROM                                               */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Erases flash memory of a controller.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param mode   the controller's code
+ * @param first  the controller's meaning, such as the first sector
+ * @param second the controller's meaning, such as the last sector
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Erasing can take longer than the library waits for a reply: see zelQ_TMOSet(). Threads:
+ *       any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_FlashErase(short zelNo, short mode, short first, short second);
+
+/**
+ * Writes flash memory of a controller.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param mode    the controller's code
+ * @param address where to write
+ * @param data    the bytes
+ * @param length  how many, even, at most 1024
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): length
+ * odd, or data null; #ZELQ_OVERFLOW: length above 1024; exchange codes, #ZELQ_REPLY_MISMATCH for a
+ * length of 0 or less: nothing is sent
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_FlashWrite(unsigned short zelNo, unsigned short mode,
+                                         unsigned int address, const unsigned char* data,
+                                         short length);
+
+/**
+ * Reads flash memory of a controller back.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param mode    the controller's code
+ * @param address where to read
+ * @param data    [out] the bytes
+ * @param length  how many, even, at most 1024
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): length
+ * odd, or data null; #ZELQ_OVERFLOW: length above 1024; #ZELQ_REPLY_DATA_MISSING (data may be
+ *         written in part then); exchange codes, #ZELQ_REPLY_MISMATCH for a length of 0 or less:
+ *         nothing is sent
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_FlashRead(unsigned short zelNo, unsigned short mode,
+                                        unsigned int address, unsigned char* data, short length);
+
+/**
+ * Reads a word of the controller's processor memory.
+ *
+ * @warning A lost reply makes the library send the request again: where reading has an effect, it
+ *          can have it twice.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param space   which memory, the controller's code
+ * @param address of the word
+ * @param value   [out] the word; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_REPLY_DATA_MISSING;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CPUPeek(short zelNo, short space, unsigned int address,
+                                      unsigned int* value);
+
+/**
+ * Writes a word of the controller's processor memory.
+ *
+ * @warning A lost reply makes the library send the request again: where writing has an effect, it
+ *          can have it twice.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param space   which memory, the controller's code
+ * @param address of the word
+ * @param value   the word
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CPUPoke(short zelNo, short space, unsigned int address,
+                                      unsigned int value);
+
+/**
+ * Clears the controller's EEPROM.
+ *
+ * @param zelNo controller number, 1..254
+ * @param area  which part of it, the controller's code
+ * @param flag  0 or 1, the controller's meaning
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2): flag above
+ *         1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_EepromClear(short zelNo, unsigned short area, unsigned char flag);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Maintenance: servo network cycle, default parameters                                       */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Sets whether the controller gives the drives its maker's default parameters.
+ *
+ * @param zelNo controller number, 1..254
+ * @param use   0 or 1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): use above
+ *         1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_UseMaroDefParamSet(short zelNo, unsigned short use);
+
+/**
+ * Reads whether the controller gives the drives its maker's default parameters.
+ *
+ * @param zelNo controller number, 1..254
+ * @param use   [out] 0 or 1; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_REPLY_DATA_MISSING;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_UseMaroDefParamGet(short zelNo, unsigned short* use);
+
+/**
+ * Sets the cycle of the servo network. Units and values are the controller's, passed on unchecked.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param first  first cycle setting
+ * @param second second cycle setting
+ * @param third  third cycle setting, which cannot be read back
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RtexCycleSet(short zelNo, short first, short second, int third);
+
+/**
+ * Reads the cycle of the servo network, in the controller's units.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param first  [out] first cycle setting; may be null
+ * @param second [out] second cycle setting; may be null
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_REPLY_DATA_MISSING;
+ *         exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_RtexCycleGet(short zelNo, unsigned short* first,
+                                           unsigned short* second);
 
 #ifdef __cplusplus
 }

@@ -1,31 +1,14 @@
 #pragma once
 
 #include "platform/clock.h"
+#include "platform/io_status.h"
 #include "platform/use_lock.h"
 
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 #include <span>
 
 namespace zelq::platform {
-
-/// What a step on a socket came to.
-enum class IoStatus {
-    kDone,     ///< bytes were moved
-    kBlocked,  ///< nothing can be moved now: wait for readiness, or try again
-    kTimedOut, ///< nothing came in time
-    kClosed,   ///< the peer has closed, or the connection is broken
-    kFailed,   ///< any other error, told by LastError
-};
-
-struct IoResult
-{
-    IoStatus status;
-    std::size_t bytes;
-};
-
-enum class WaitStatus { kReady, kTimedOut, kFailed };
 
 /// A TCP client connection that never blocks but in its two waits.
 ///

@@ -1,5 +1,6 @@
 #include "transport/device_session.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace zelq {
@@ -59,6 +60,27 @@ void DeviceSession::SetSlaves(const SlaveConfig& slaves)
 {
     const std::lock_guard guard(slavesMutex_);
     slaves_ = slaves;
+}
+
+InterpMap DeviceSession::Map(std::size_t index) const
+{
+    const std::lock_guard guard(mapsMutex_);
+    return maps_[index];
+}
+
+void DeviceSession::SetMapAxes(std::size_t index, std::span<const std::uint16_t> axes)
+{
+    const std::lock_guard guard(mapsMutex_);
+    InterpMap& map = maps_[index];
+    map.count = static_cast<std::uint8_t>(axes.size());
+    std::ranges::transform(axes, map.axes.begin(),
+                           [](std::uint16_t axis) { return static_cast<std::uint8_t>(axis); });
+}
+
+void DeviceSession::ClearMap(std::size_t index)
+{
+    const std::lock_guard guard(mapsMutex_);
+    maps_[index] = InterpMap();
 }
 
 SessionLock::SessionLock(DeviceSession& session)

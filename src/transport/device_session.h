@@ -2,12 +2,14 @@
 
 #include "platform/named_lock.h"
 #include "platform/tcp_socket.h"
+#include "transport/interp_map.h"
 #include "transport/slave_config.h"
 
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <span>
 
 namespace zelq {
 
@@ -53,6 +55,14 @@ class DeviceSession
     [[nodiscard]] SlaveConfig Slaves() const;
     void SetSlaves(const SlaveConfig& slaves);
 
+    /// A copy of one map. The table mirrors what the controller was told, so that interpolation
+    /// calls know the factors of their axes; the index is below kMapCount.
+    [[nodiscard]] InterpMap Map(std::size_t index) const;
+    /// Mirrors a map that was set: its count and so many axes, each as its low byte. What stands
+    /// behind them stays.
+    void SetMapAxes(std::size_t index, std::span<const std::uint16_t> axes);
+    void ClearMap(std::size_t index);
+
     std::atomic<std::uint16_t> servoOnTimeOut = 5000; ///< ms, also told to the controller
     std::atomic<std::uint16_t> configurationCounter = 0;
 
@@ -66,6 +76,8 @@ class DeviceSession
     std::array<std::atomic<double>, kAxisCount> unitsPerPulse_{}; ///< 0 stands for 1.0
     mutable std::mutex slavesMutex_;
     SlaveConfig slaves_;
+    mutable std::mutex mapsMutex_;
+    InterpMapTable maps_;
 };
 
 /// Holds a session's lock while it lives. A wait that merely times out goes on without the lock,

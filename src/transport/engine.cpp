@@ -2,6 +2,7 @@
 
 #include "common/byte_order.h"
 #include "common/result_codes.h"
+#include "transport/discovery.h"
 #include "transport/reply_pairing.h"
 #include "transport/session_table.h"
 
@@ -146,12 +147,26 @@ int ExchangeOnSession(DeviceSession& session, const WireRequest& wire, ReplyPair
     return result;
 }
 
+/// One exchange with every controller that a discovery reaches.
+int GatherReplies(const RequestBuffer& request, const WireRequest& wire, ReplyData* reply,
+                  ExchangeTimes times)
+{
+    constexpr std::uint32_t kGatherWaitMs = 200;
+    DiscoveryContext* discovery = DiscoveryContext::Current();
+    if (discovery == nullptr) return kConnectFailed;
+    ReplyPairing pairing(request, wire.Frames(), reply, PairingMode::kGather);
+    const std::uint32_t wait = times.receive != 0 ? times.receive : kGatherWaitMs;
+    const int error = discovery->Exchange(wire.Bytes(), pairing, std::chrono::milliseconds(wait));
+    return error != kOk ? error : pairing.Result();
+}
+
 } // namespace
 
 int TransactFrames(short zelNo, RequestBuffer& request, ReplyData* reply, ExchangeTimes times)
 {
     const WireRequest wire(request);
     if (wire.TooLong()) return kOverflow;
+    if (zelNo == kAllControllers) return GatherReplies(request, wire, reply, times);
     DeviceSession* session = Sessions().Find(zelNo);
     if (session == nullptr || !IsOpen(*session)) return kNotOpen;
     if (wire.Frames() == 0) return kReplyMismatch;

@@ -15,7 +15,8 @@ struct ExchangeTimes
 
 /// The one path to a controller: numbers the frames of `request`, sends them in one piece over
 /// the controller's connection, pairs the replies with them and collects their data in `reply`,
-/// which may be null.
+/// which may be null. With kAllControllers in place of a controller's number the one frame goes to
+/// everyone whom the open discovery reaches, and all their answers are collected.
 ///
 /// A lost reply makes the engine connect and send again, up to three times in all: a controller
 /// that executed the command the first time executes it once more.

@@ -197,6 +197,17 @@ bool ReplyReader::Read(std::uint32_t& value)
     return true;
 }
 
+std::size_t ReplyReader::ReadBytes(std::span<std::uint8_t> to)
+{
+    const std::size_t count = std::min(to.size(), bytes_.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        const unsigned pair = LoadHost16(bytes_.data() + i / 2 * 2);
+        to[i] = static_cast<std::uint8_t>(i % 2 == 0 ? pair : pair >> 8U);
+    }
+    Skip((count + 1) / 2 * 2);
+    return count;
+}
+
 bool ReplyReader::Read(std::int32_t& value)
 {
     std::uint32_t bits = 0;

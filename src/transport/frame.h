@@ -151,6 +151,9 @@ class ReplyReader
     [[nodiscard]] bool Read(std::uint16_t& value) { return Read(std::span(&value, 1)); }
     [[nodiscard]] bool Read(std::int32_t& value);
     [[nodiscard]] bool Read(std::uint32_t& value);
+    /// Copies bytes that travelled two in a register, the earlier one in its low half: as many as
+    /// there are, at most as many as fit; how many.
+    [[nodiscard]] std::size_t ReadBytes(std::span<std::uint8_t> to);
     [[nodiscard]] std::span<const std::uint8_t> Rest() const { return bytes_; }
     void Skip(std::size_t bytes) { bytes_ = bytes_.subspan(std::min(bytes, bytes_.size())); }
 

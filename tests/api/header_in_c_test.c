@@ -7,6 +7,8 @@ int HeaderInC(void);
 typedef char ServoStatusHas116Bytes[sizeof(ServoStatus) == 116 ? 1 : -1];
 typedef char ControllerStatusHas8168Bytes[sizeof(ControllerStatus) == 8168 ? 1 : -1];
 typedef char SpeedProfileHas36Bytes[sizeof(SpeedProfile) == 36 ? 1 : -1];
+typedef char TorqueLimitStatusHas24Bytes[sizeof(TorqueLimitStatus) == 24 ? 1 : -1];
+typedef char SlavePropertyHas20Bytes[sizeof(SlaveProperty) == 20 ? 1 : -1];
 
 int HeaderInC(void)
 {

@@ -24,18 +24,6 @@ std::uint32_t ErrorNumber()
     return static_cast<std::uint32_t>(errno);
 }
 
-/// Waits for `events` on one descriptor; interrupted, it goes on with the time that is left.
-WaitStatus Poll(int descriptor, short events, Deadline deadline)
-{
-    pollfd entry{descriptor, events, 0};
-    while (true) {
-        const int ready = poll(&entry, 1, PollTime(deadline));
-        if (ready > 0) return WaitStatus::kReady;
-        if (ready == 0) return WaitStatus::kTimedOut;
-        if (errno != EINTR) return WaitStatus::kFailed;
-    }
-}
-
 /// A non-blocking connect ends when the socket becomes writable, refused or not: ask it which.
 int FinishConnect(int descriptor, Deadline deadline)
 {

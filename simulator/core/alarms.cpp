@@ -1,0 +1,163 @@
+// The alarms that drives raise by themselves, and the commands on alarms.
+
+#include "axis_list.h"
+#include "controller.h"
+#include "families.h"
+
+#include <array>
+#include <cstdlib>
+
+namespace lumosim {
+
+namespace {
+
+constexpr Word kResetAlarm = 0x0140;
+constexpr Word kReadAlarmList = 0x0141;
+constexpr Word kClearAlarmList = 0x0142;
+
+// How often a drive looks at its motor: where something changes, and at constant speed.
+constexpr Nanoseconds kWatchPeriod = std::chrono::milliseconds(1);
+constexpr Nanoseconds kCruisePeriod = std::chrono::milliseconds(100);
+
+class Alarms : public Family
+{
+  public:
+    explicit Alarms(Controller& controller) : controller_(controller) {}
+
+    void AddCommands(CommandTable& table) override
+    {
+        table.Add(kResetAlarm, "alarm reset", [this](auto& in, auto&) { return Reset(in); });
+        table.Add(kReadAlarmList, "alarm list",
+                  [this](auto& in, auto& out) { return ReadList(in, out); });
+        table.Add(kClearAlarmList, "alarm list clear",
+                  [this](auto& in, auto&) { return ClearList(in); });
+    }
+
+    [[nodiscard]] Nanoseconds NextEvent() const override
+    {
+        Nanoseconds next = kNever;
+        for (int number = 0; number < kMaxAxes; ++number) {
+            next = std::min(next, DueAt(number));
+        }
+        return next;
+    }
+
+    void AdvanceTo(Nanoseconds now) override
+    {
+        for (int number = 0; number < kMaxAxes; ++number) {
+            if (DueAt(number) > now) continue;
+            Axis& axis = controller_.AxisAt(number);
+            Look(axis);
+            Watch& watch = watches_.at(static_cast<std::size_t>(number));
+            watch.seen = axis.Following();
+            const Nanoseconds period = Cruises(axis) ? kCruisePeriod : kWatchPeriod;
+            watch.due = (now / period + 1) * period;
+        }
+    }
+
+  private:
+    // A motion that has been looked at, and when it is due again.
+    struct Watch
+    {
+        std::shared_ptr<const Trajectory> seen;
+        Nanoseconds due{0};
+    };
+
+    // A motion that has just begun is due at once.
+    [[nodiscard]] Nanoseconds DueAt(int number) const
+    {
+        const Axis* axis = controller_.FindAxis(number);
+        if (axis == nullptr || !axis->Moving()) return kNever;
+        const Watch& watch = watches_.at(static_cast<std::size_t>(number));
+        return axis->Following() == watch.seen ? watch.due : controller_.Now();
+    }
+
+    static bool Cruises(const Axis& axis)
+    {
+        const MotionState state = axis.Physical();
+        const bool beyond = axis.LimitActive(1) || axis.LimitActive(-1);
+        return state.velocity != 0 && state.acceleration == 0 && !beyond;
+    }
+
+    static void Look(Axis& axis)
+    {
+        const DriveParameters& parameters = axis.Parameters();
+        const auto exceeds = [&parameters](double value, DriveSetting setting, double unit) {
+            const std::int32_t most = parameters.InForce(setting);
+            return most != 0 && value > most * unit;
+        };
+        const double torque = axis.Protection().torque.Allowed(axis.TorqueDemand());
+        constexpr double kPercent = 10;
+        if (exceeds(std::abs(torque), DriveSetting::kOverCurrentLevel, kPercent)) {
+            axis.RaiseAlarm(kOverCurrentAlarm);
+        } else if (exceeds(std::abs(axis.FollowingError()), DriveSetting::kFollowingErrorLimit,
+                           1)) {
+            axis.RaiseAlarm(kFollowingErrorAlarm);
+        } else {
+            const MotionState state = axis.Physical();
+            const AxisMechanics& mechanics = axis.Mechanics();
+            const double above = state.position - static_cast<double>(mechanics.positiveLimit);
+            const double below = static_cast<double>(mechanics.negativeLimit) - state.position;
+            // On its way back an axis may be as far out as it is.
+            if (state.velocity > 0 && exceeds(above, DriveSetting::kOverTravelLimit, 1)) {
+                axis.RaiseAlarm(kOverTravelPositiveAlarm);
+            } else if (state.velocity < 0 && exceeds(below, DriveSetting::kOverTravelLimit, 1)) {
+                axis.RaiseAlarm(kOverTravelNegativeAlarm);
+            }
+        }
+    }
+
+    Result Reset(CommandReader& in)
+    {
+        std::vector<Axis*> axes;
+        const Result result = ReadAxes(controller_, in, in.NextWord(), axes);
+        if (result != Result::kDone) return result;
+        for (const Axis* axis : axes) {
+            if (axis->ActiveAlarm() && axis->ActiveAlarm()->lasting) return Result::kAlarmLasts;
+        }
+        for (Axis* axis : axes) {
+            axis->ResetAlarm();
+        }
+        return Result::kDone;
+    }
+
+    // Two registers for each axis: sub-number and number, then the time.
+    Result ReadList(CommandReader& in, Reply& out)
+    {
+        const Word count = in.NextWord();
+        const Word index = in.NextWord();
+        std::vector<Axis*> axes;
+        const Result result = ReadAxes(controller_, in, count, axes);
+        if (result != Result::kDone) return result;
+        if (index >= AlarmList::kEntries) return Result::kOutOfRange;
+        for (Axis* axis : axes) {
+            const AlarmRecord record = axis->Alarms().At(index);
+            out.AddWord(static_cast<Word>(record.alarm.subNumber << 8U | record.alarm.number));
+            out.AddWord(record.seconds);
+        }
+        return Result::kDone;
+    }
+
+    Result ClearList(CommandReader& in)
+    {
+        std::vector<Axis*> axes;
+        const Result result = ReadAxes(controller_, in, in.NextWord(), axes);
+        if (result != Result::kDone) return result;
+        for (Axis* axis : axes) {
+            axis->Alarms().Clear();
+        }
+        return Result::kDone;
+    }
+
+    Controller& controller_;
+    std::array<Watch, kMaxAxes> watches_;
+};
+
+} // namespace
+
+std::unique_ptr<Family> MakeAlarms(Controller& controller)
+{
+    return std::make_unique<Alarms>(controller);
+}
+
+} // namespace lumosim

@@ -1,0 +1,73 @@
+#include "listener.h"
+
+#include <chrono>
+#include <utility>
+
+namespace lumosim {
+
+namespace {
+
+// Accepting fails when the system is out of descriptors; after this time it may have some again.
+constexpr auto kAcceptPause = std::chrono::milliseconds(100);
+
+#ifdef _WIN32
+// There it would let two programs share one port.
+constexpr bool kReuseAddress = false;
+#else
+constexpr bool kReuseAddress = true;
+#endif
+
+} // namespace
+
+void Listener::Open(const asio::ip::address& address, std::uint16_t port)
+{
+    asio::ip::tcp::acceptor acceptor(io_, {address, port}, kReuseAddress);
+    acceptor_ = std::move(acceptor);
+    port_ = acceptor_.local_endpoint().port();
+    Accept();
+}
+
+void Listener::Close()
+{
+    asio::error_code ignored;
+    acceptor_.close(ignored);
+    acceptPause_.cancel();
+    CloseConnections();
+}
+
+void Listener::CloseConnections()
+{
+    for (const auto& connection : std::exchange(connections_, {})) {
+        connection->Close();
+    }
+    connectionCount_ = 0;
+}
+
+void Listener::Accept()
+{
+    acceptor_.async_accept([this](const asio::error_code& error, asio::ip::tcp::socket socket) {
+        if (error == asio::error::operation_aborted || !acceptor_.is_open()) return;
+        if (error && error != asio::error::connection_aborted) return PauseAccepting();
+        if (!error) {
+            const auto connection = std::make_shared<Connection>(
+                std::move(socket), controller_, [this](const std::shared_ptr<Connection>& closed) {
+                    connections_.erase(closed);
+                    connectionCount_ = connections_.size();
+                });
+            connections_.insert(connection);
+            connectionCount_ = connections_.size();
+            connection->Start();
+        }
+        Accept();
+    });
+}
+
+void Listener::PauseAccepting()
+{
+    acceptPause_.expires_after(kAcceptPause);
+    acceptPause_.async_wait([this](const asio::error_code& error) {
+        if (!error && acceptor_.is_open()) Accept();
+    });
+}
+
+} // namespace lumosim

@@ -101,8 +101,8 @@ TEST_F(ListMotionScenario, TwoAxesRunTheirListsSideBySide)
         Advance(milliseconds(100));
         const double seconds = 0.1 * tenths;
         const double slow = seconds < 3.0 ? seconds : 3.0 - 2.0 * (seconds - 3.0);
-        EXPECT_NEAR(StatusOf(kFast).commandPosition, tenths, 0.002);
-        EXPECT_NEAR(StatusOf(kSlow).commandPosition, slow, 0.002) << seconds;
+        EXPECT_NEAR(double{StatusOf(kFast).commandPosition}, tenths, 0.002);
+        EXPECT_NEAR(double{StatusOf(kSlow).commandPosition}, slow, 0.002) << seconds;
     }
     EXPECT_EQ(StatusOf(kFast).motionKind, 9);
     const LmStatus running = ListStatus(kFast);
@@ -125,8 +125,8 @@ TEST_F(ListMotionScenario, TwoAxesRunTheirListsSideBySide)
     }
     EXPECT_EQ(all[0].axis, 0) << "a servo without a list";
     EXPECT_EQ(all[20].axis, 0xFFFF);
-    EXPECT_EQ(StatusOf(kFast).commandPosition, 50.0);
-    EXPECT_EQ(StatusOf(kSlow).commandPosition, 0.0);
+    EXPECT_EQ(double{StatusOf(kFast).commandPosition}, 50.0);
+    EXPECT_EQ(double{StatusOf(kSlow).commandPosition}, 0.0);
     EXPECT_EQ(StatusOf(kSlow).stopCause, 0);
 }
 
@@ -142,7 +142,7 @@ TEST_F(ListMotionScenario, StopsAndRefusals)
     Advance(milliseconds(500));
     EXPECT_EQ(ListStatus(kFast).bit13, 1);
     EXPECT_EQ(StatusOf(kFast).stopCause, 1);
-    EXPECT_NEAR(StatusOf(kFast).commandPosition, 5.0, 1.0);
+    EXPECT_NEAR(double{StatusOf(kFast).commandPosition}, 5.0, 1.0);
     EXPECT_EQ(ListStatus(kSlow).bit11, 1) << "the other one goes on";
     EXPECT_EQ(zelQ_LmRunStop(kNumber, 0, 1), 61) << "empty";
     EXPECT_EQ(zelQ_LmRunStop(kNumber, 20, 1), 3) << "no servo";

@@ -122,10 +122,10 @@ TEST_F(SequencesScenario, FourProgramsWaitForInputsAndForEachOther)
     Advance(milliseconds(50));
     SetMainInputs(0x80 | 0x05); // for two programs at once, in the order of their numbers
     Advance(milliseconds(50));
-    EXPECT_NEAR(StatusOf(0).commandPosition, 50, 2);
-    EXPECT_NEAR(StatusOf(1).commandPosition, -150, 2);
-    EXPECT_NEAR(StatusOf(2).commandPosition, 100, 2);
-    EXPECT_NEAR(StatusOf(3).commandPosition, -50, 2);
+    EXPECT_NEAR(double{StatusOf(0).commandPosition}, 50, 2);
+    EXPECT_NEAR(double{StatusOf(1).commandPosition}, -150, 2);
+    EXPECT_NEAR(double{StatusOf(2).commandPosition}, 100, 2);
+    EXPECT_NEAR(double{StatusOf(3).commandPosition}, -50, 2);
     SeqAllStatus all{};
     ASSERT_EQ(zelQ_SeqGetAllStatus(kNumber, &all), 0);
     const unsigned records[] = {3, 3, 3, 4};
@@ -141,10 +141,10 @@ TEST_F(SequencesScenario, FourProgramsWaitForInputsAndForEachOther)
     Advance(milliseconds(1000));
     server_.With([](lumosim::Controller& controller) { controller.SetCommandLog(nullptr); });
     EXPECT_EQ(order, (std::vector<int>{1, 2, 0, 3, 2, 1}));
-    EXPECT_EQ(StatusOf(0).commandPosition, 100.0);
-    EXPECT_EQ(StatusOf(1).commandPosition, -150.0);
-    EXPECT_EQ(StatusOf(2).commandPosition, 0.0);
-    EXPECT_EQ(StatusOf(3).commandPosition, -70.0);
+    EXPECT_EQ(double{StatusOf(0).commandPosition}, 100.0);
+    EXPECT_EQ(double{StatusOf(1).commandPosition}, -150.0);
+    EXPECT_EQ(double{StatusOf(2).commandPosition}, 0.0);
+    EXPECT_EQ(double{StatusOf(3).commandPosition}, -70.0);
     ASSERT_EQ(zelQ_SeqGetAllStatus(kNumber, &all), 0);
     const unsigned passed[] = {3, 6, 6, 4};
     for (int seq = 0; seq < 4; ++seq) {
@@ -164,19 +164,19 @@ TEST_F(SequencesScenario, AProgramIsPausedResumedAndStopped)
     ASSERT_EQ(zelQ_SeqStart(kNumber, 1), 0);
     EXPECT_EQ(zelQ_SeqStart(kNumber, 1), 70);
     Advance(milliseconds(1000));
-    EXPECT_NEAR(StatusOf(0).commandPosition, 500, 5);
+    EXPECT_NEAR(double{StatusOf(0).commandPosition}, 500, 5);
     ASSERT_EQ(zelQ_SeqPause(kNumber, 1), 0);
     Advance(milliseconds(1000));
     EXPECT_EQ(Program(1).state, kPaused);
-    EXPECT_NEAR(StatusOf(0).commandPosition, 500, 5);
+    EXPECT_NEAR(double{StatusOf(0).commandPosition}, 500, 5);
     ASSERT_EQ(zelQ_SeqResume(kNumber, 1), 0);
     Advance(milliseconds(1000));
-    EXPECT_NEAR(StatusOf(0).commandPosition, 1000, 10);
+    EXPECT_NEAR(double{StatusOf(0).commandPosition}, 1000, 10);
 
     ASSERT_EQ(zelQ_SeqStop(kNumber, 1, 1), 0);
     const double stopped = StatusOf(0).commandPosition;
     Advance(milliseconds(1000));
-    EXPECT_EQ(StatusOf(0).commandPosition, stopped);
+    EXPECT_EQ(double{StatusOf(0).commandPosition}, stopped);
 
     ASSERT_EQ(zelQ_SeqStart(kNumber, 1), 0);
     Advance(milliseconds(50));

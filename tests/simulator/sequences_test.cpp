@@ -259,6 +259,19 @@ TEST_F(SequencesTest, PauseResumeStop)
     EXPECT_EQ(Do({0x0203, 0, 0, 1}), Result::kDone) << "a program that stands";
 }
 
+TEST_F(SequencesTest, AProgramStopsItsOwnJog)
+{
+    const Words jog = {0x0010, 1, 0, 0};
+    const Words stop = {0x0040, 0, 1, 0};
+    LoadAndStart({jog, WaitMainPin(0, 1), stop, WaitMotion(0)});
+    controller_.Advance(milliseconds(200));
+    EXPECT_NEAR(Position(0), 200, 1) << "the stop waits for its turn";
+    controller_.SetMainInputs(1);
+    controller_.Advance(milliseconds(100));
+    EXPECT_NEAR(Position(0), 201, 2);
+    EXPECT_EQ(StateOf(0), kFinished) << "a stop by command is no fault";
+}
+
 TEST_F(SequencesTest, FaultsStopAProgram)
 {
     // A command that is refused, with each reaction to it.

@@ -38,6 +38,8 @@ struct Arguments
 {
     lumosim::ServerConfig server;
     std::vector<std::string> slaves;
+    std::string homeSensor = "-21000:-20000";
+    std::string probe;
     bool quiet = false;
     bool verbose = false;
 };
@@ -57,6 +59,19 @@ lumosim::SlaveConfig ParseSlave(const std::string& text)
     slave.position = position;
     slave.type = static_cast<lumosim::SlaveType>(type);
     return slave;
+}
+
+// "-21000:-20000" are the pulses at which a sensor is on.
+lumosim::Stretch ParseStretch(const char* option, const std::string& text)
+{
+    long long from = 0;
+    long long to = 0;
+    int end = 0;
+    const int fields = std::sscanf(text.c_str(), "%lld:%lld%n", &from, &to, &end);
+    if (fields != 2 || static_cast<std::size_t>(end) != text.size() || from > to) {
+        throw CLI::ValidationError(option, text + " is not FROM:TO, such as 4000:4200");
+    }
+    return {from, to};
 }
 
 void Describe(CLI::App& app, Arguments& arguments)
@@ -81,6 +96,11 @@ void Describe(CLI::App& app, Arguments& arguments)
                    "pulses from the middle to either limit switch")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
+    app.add_option("--home-sensor", arguments.homeSensor,
+                   "pulses FROM:TO at which every axis's home sensor is on")
+        ->capture_default_str();
+    app.add_option("--probe", arguments.probe,
+                   "pulses FROM:TO at which every axis's probe input is on");
     app.add_option("--time-scale", server.timeScale, "simulated seconds in one second")
         ->check(CLI::Range(0.01, 100.0))
         ->capture_default_str();
@@ -92,6 +112,10 @@ void Complete(Arguments& arguments)
 {
     lumosim::ControllerConfig& controller = arguments.server.controller;
     controller.mechanics.negativeLimit = -controller.mechanics.positiveLimit;
+    controller.mechanics.homeSensor = ParseStretch("--home-sensor", arguments.homeSensor);
+    if (!arguments.probe.empty()) {
+        controller.mechanics.probe = ParseStretch("--probe", arguments.probe);
+    }
     for (const std::string& slave : arguments.slaves) {
         controller.slaves.push_back(ParseSlave(slave));
     }

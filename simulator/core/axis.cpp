@@ -1,7 +1,10 @@
 #include "axis.h"
 
+#include "motor.h"
+
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace lumosim {
@@ -10,12 +13,6 @@ namespace {
 
 // The motor runs behind its command by as much as it moves in this time.
 constexpr double kFollowingLag = 0.0005;
-
-// Friction, and the acceleration that needs the rated torque; both make the torque display.
-constexpr double kFrictionTorque = 50;
-constexpr double kAccelerationAtRatedTorque = 5'000'000;
-constexpr double kFullTorque = 1000;
-constexpr double kPeakTorque = 3 * kFullTorque;
 
 Nanoseconds After(Nanoseconds begin, double seconds)
 {
@@ -31,9 +28,9 @@ std::int32_t Wrap(std::int64_t value)
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(value)));
 }
 
-int Sign(double value)
+StopMode ModeOf(Reaction reaction)
 {
-    return value > 0 ? 1 : (value < 0 ? -1 : 0);
+    return reaction == Reaction::kSudden ? StopMode::kSudden : StopMode::kDecelerate;
 }
 
 } // namespace
@@ -41,13 +38,15 @@ int Sign(double value)
 Nanoseconds Axis::NextEvent() const
 {
     const Nanoseconds excited = servoOn_ && servoOnAt_ > now_ ? servoOnAt_ : kNever;
-    return std::min({end_, limitStop_.time, excited});
+    return std::min({end_, limitStop_.time, stopperTrip_, watchTrip_, excited});
 }
 
 void Axis::AdvanceTo(Nanoseconds now)
 {
     now_ = now;
+    if (watchTrip_ <= now) TripWatch();
     if (limitStop_.time <= now) StopAtLimit();
+    if (stopperTrip_ <= now) MeetStopper();
     if (end_ <= now && trajectory_) Rest(Physical().position, endsBy_);
 }
 
@@ -58,18 +57,28 @@ Result Axis::CheckServoOn() const
     return Result::kDone;
 }
 
-Result Axis::CheckMove(int direction) const
+Result Axis::CheckAmplifier(int direction, bool free) const
 {
     const Result amplifier = CheckServoOn();
     if (amplifier != Result::kDone) return amplifier;
     if (!servoOn_) return Result::kServoOff;
-    // Jogs and single moves replace each other; other motion has to be stopped first.
-    if (trajectory_ && kind_ > MotionKind::kRelative) return Result::kBusy;
+    if (!free) return Result::kBusy;
     if (direction == 0) return Result::kDone;
     const bool watched = protection_.AtLimit(direction) != Reaction::kNone;
     if (watched && LimitActive(direction)) return Result::kLimitBlocks;
     if (AtSoftwareLimit(direction)) return Result::kSoftwareLimit;
     return Result::kDone;
+}
+
+Result Axis::CheckMove(int direction) const
+{
+    // Jogs and single moves replace each other; other motion has to be stopped first.
+    return CheckAmplifier(direction, !trajectory_ || kind_ <= MotionKind::kRelative);
+}
+
+Result Axis::CheckMode(MotionKind kind, int direction) const
+{
+    return CheckAmplifier(direction, !trajectory_ || kind_ == kind);
 }
 
 void Axis::SwitchServo(bool on)
@@ -98,22 +107,77 @@ bool Axis::ResetAlarm()
 
 void Axis::Jog(int direction)
 {
-    Follow(PlanJog(profile_, Physical(), direction), MotionKind::kJog, CommandPosition());
+    Run(profile_, direction, MotionKind::kJog);
 }
 
 void Axis::MoveTo(std::int32_t target)
 {
-    MoveToPhysical(PhysicalOf(target), MotionKind::kAbsolute);
+    RunTo(profile_, target, MotionKind::kAbsolute);
 }
 
 void Axis::MoveBy(std::int32_t distance)
 {
-    MoveToPhysical(std::round(Physical().position) + distance, MotionKind::kRelative);
+    RunBy(profile_, distance, MotionKind::kRelative);
 }
 
-void Axis::MoveToPhysical(double target, MotionKind kind)
+void Axis::MoveToPhysical(const SpeedProfile& profile, double target, MotionKind kind)
 {
-    Follow(PlanMove(profile_, Physical(), target), kind, Counter(target));
+    goal_ = target;
+    Replace(PlanMove(profile, Physical(), target), kind, Counter(target), profile);
+}
+
+void Axis::Run(const SpeedProfile& profile, int direction, MotionKind kind,
+               const std::optional<Watch>& watch)
+{
+    direction_ = direction;
+    Replace(PlanJog(profile, Physical(), direction), kind, CommandPosition(), profile);
+    watch_ = watch;
+    PlanEvents();
+}
+
+void Axis::RunTo(const SpeedProfile& profile, std::int32_t target, MotionKind kind)
+{
+    MoveToPhysical(profile, PhysicalOf(target), kind);
+}
+
+void Axis::RunBy(const SpeedProfile& profile, std::int32_t distance, MotionKind kind)
+{
+    MoveToPhysical(profile, std::round(Physical().position) + distance, kind);
+}
+
+void Axis::SlowDown(const SpeedProfile& profile)
+{
+    if (!trajectory_) return;
+    running_ = profile;
+    Begin(PlanStop(profile, Physical()), StopCause::kNone);
+}
+
+void Axis::Pause(double seconds, MotionKind kind)
+{
+    auto path = std::make_shared<RampTrajectory>(Physical().position, false);
+    path->AddPause(seconds);
+    Follow(std::move(path), kind, CommandPosition());
+}
+
+void Axis::PushWith(std::int32_t torque, double speedLimit)
+{
+    torque_ = torque;
+    speedLimit_ = speedLimit;
+    Follow(PlanTorque(Physical(), protection_.torque.Allowed(torque), speedLimit),
+           MotionKind::kTorque, CommandPosition());
+}
+
+void Axis::Override(const SpeedProfile& profile)
+{
+    running_ = profile;
+    const bool endless = kind_ == MotionKind::kJog || kind_ == MotionKind::kSearch;
+    Begin(endless ? PlanJog(profile, Physical(), direction_) : PlanMove(profile, Physical(), goal_),
+          StopCause::kNone);
+}
+
+void Axis::OverrideTarget(std::int32_t target)
+{
+    RunTo(running_, target, kind_);
 }
 
 void Axis::Stop(StopMode mode, StopCause cause)
@@ -124,14 +188,22 @@ void Axis::Stop(StopMode mode, StopCause cause)
         Rest(state.position, cause);
         return;
     }
-    Begin(PlanStop(profile_, state), cause);
+    Begin(PlanStop(running_, state), cause);
 }
 
 void Axis::Follow(std::shared_ptr<const Trajectory> trajectory, MotionKind kind,
                   std::int32_t target)
 {
+    Replace(std::move(trajectory), kind, target, profile_);
+}
+
+void Axis::Replace(std::shared_ptr<const Trajectory> trajectory, MotionKind kind,
+                   std::int32_t target, const SpeedProfile& profile)
+{
     kind_ = kind;
     target_ = target;
+    running_ = profile;
+    watch_.reset();
     Begin(std::move(trajectory), StopCause::kNone);
 }
 
@@ -141,7 +213,7 @@ void Axis::Begin(std::shared_ptr<const Trajectory> trajectory, StopCause endsBy)
     endsBy_ = endsBy;
     begin_ = std::max(now_, servoOnAt_);
     end_ = After(begin_, trajectory_->Duration());
-    PlanLimitStop();
+    PlanEvents();
     if (end_ <= now_) Rest(Physical().position, endsBy);
 }
 
@@ -149,50 +221,95 @@ void Axis::Rest(double physical, StopCause cause)
 {
     resting_ = std::round(physical);
     trajectory_.reset();
+    watch_.reset();
     kind_ = MotionKind::kIdle;
+    endsBy_ = StopCause::kNone;
     lastStop_ = cause;
     end_ = kNever;
-    limitStop_ = LimitStop();
+    PlanEvents();
 }
 
-void Axis::PlanLimitStop()
+Nanoseconds Axis::TimeAt(double place, int direction) const
+{
+    const auto time = trajectory_->TimeOfReaching(place, direction, Elapsed(now_));
+    return time ? After(begin_, *time) : kNever;
+}
+
+void Axis::PlanEvents()
 {
     limitStop_ = LimitStop();
+    stopperTrip_ = kNever;
+    watchTrip_ = kNever;
     if (!trajectory_) return;
     for (const int direction : {1, -1}) {
-        const bool forced = direction > 0 ? inputs_.limitPositive : inputs_.limitNegative;
-        const std::int64_t limit =
-            direction > 0 ? mechanics_.positiveLimit : mechanics_.negativeLimit;
-        // An input that is on by hand counts everywhere: it is "reached" with the first movement.
-        const double here = trajectory_->At(Elapsed(now_)).position;
-        PlanStopAt(forced ? here : static_cast<double>(limit), direction,
-                   protection_.AtLimit(direction), StopCause::kLimitSensor);
-        // Before the axis is homed, the counter says nothing about the machine.
-        if (kind_ == MotionKind::kHoming) continue;
-        const SoftwareLimit& soft = protection_.Soft(direction);
-        // A move may end on the limit; it is passing it that counts.
-        const double behind = PhysicalOf(soft.position) + 0.25 * direction;
-        PlanStopAt(behind, direction, soft.reaction, StopCause::kSoftwareLimit);
+        stopperTrip_ = std::min(stopperTrip_, StopperTrip(direction));
+        PlanLimitStops(direction);
+        // An axis that brakes has nothing more to do at a signal.
+        if (!Stopping()) watchTrip_ = std::min(watchTrip_, WatchTrip(direction));
     }
 }
 
-void Axis::PlanStopAt(double place, int direction, Reaction reaction, StopCause cause)
+void Axis::PlanLimitStops(int direction)
+{
+    const double here = trajectory_->At(Elapsed(now_)).position;
+    // Who looks for the switch, or for the stopper behind it, wants to get there.
+    if (!watch_ ||
+        (watch_->signal != LimitOf(direction) && watch_->signal != StopperOf(direction))) {
+        const std::int64_t limit =
+            direction > 0 ? mechanics_.positiveLimit : mechanics_.negativeLimit;
+        // An input that is on by hand counts everywhere: it is "reached" with the first movement.
+        const bool forced = ForcedOn(inputs_, LimitOf(direction));
+        PlanStopAt(TimeAt(forced ? here : static_cast<double>(limit), direction),
+                   protection_.AtLimit(direction), StopCause::kLimitSensor);
+    }
+    // Before the axis is homed, the counter says nothing about the machine.
+    if (kind_ == MotionKind::kHoming) return;
+    const SoftwareLimit& soft = protection_.Soft(direction);
+    // A move may end on the limit; it is passing it that counts.
+    PlanStopAt(TimeAt(PhysicalOf(soft.position) + 0.25 * direction, direction), soft.reaction,
+               StopCause::kSoftwareLimit);
+    if (kind_ == MotionKind::kSearch) return;
+    const auto edge = EdgeAhead(mechanics_, Signal::kHomeSensor, true, here, direction);
+    if (edge && !inputs_.homeSensor) {
+        PlanStopAt(TimeAt(*edge, direction), protection_.At(Sensor::kHome),
+                   StopCause::kLimitSensor);
+    }
+}
+
+void Axis::PlanStopAt(Nanoseconds moment, Reaction reaction, StopCause cause)
 {
     // An axis that brakes already can only be stopped at once.
-    const bool brakes = endsBy_ != StopCause::kNone;
-    if (reaction == Reaction::kNone || (brakes && reaction != Reaction::kSudden)) return;
-    const auto time = trajectory_->TimeOfReaching(place, direction, Elapsed(now_));
-    if (!time) return;
-    const Nanoseconds moment = After(begin_, *time);
+    if (reaction == Reaction::kNone || (Stopping() && reaction != Reaction::kSudden)) return;
     if (moment < limitStop_.time) limitStop_ = {moment, reaction, cause};
+}
+
+Nanoseconds Axis::StopperTrip(int direction) const
+{
+    // A torque gets no higher at the stopper; a position runs on and makes it rise to the peak.
+    const double pressing =
+        kind_ == MotionKind::kTorque && !Stopping() ? 0 : kPeakTorque / kStopperStiffness;
+    return TimeAt(mechanics_.Stopper(direction) + pressing * direction, direction);
+}
+
+Nanoseconds Axis::WatchTrip(int direction) const
+{
+    if (!watch_ || ForcedOn(inputs_, watch_->signal)) return kNever;
+    const double here = Physical().position;
+    if (watch_->level && watch_->signal == StopperOf(direction)) {
+        // A drive that may not push as hard never finds it: the command runs on.
+        const double torque = watch_->stopperTorque * direction;
+        if (protection_.torque.Allowed(torque) != torque) return kNever;
+        const double pressing = watch_->stopperTorque / kStopperStiffness;
+        return TimeAt(mechanics_.Stopper(direction) + pressing * direction, direction);
+    }
+    const auto edge = EdgeAhead(mechanics_, watch_->signal, watch_->level, here, direction);
+    return edge ? TimeAt(*edge, direction) : kNever;
 }
 
 void Axis::StopAtLimit()
 {
-    const LimitStop stop = limitStop_;
-    limitStop_ = LimitStop();
-    const bool sudden = stop.reaction == Reaction::kSudden;
-    Stop(sudden ? StopMode::kSudden : StopMode::kDecelerate, stop.cause);
+    const LimitStop stop = std::exchange(limitStop_, LimitStop());
+    Stop(ModeOf(stop.reaction), stop.cause);
 }
 
 void Axis::ReactToSensors(const AxisInputs& before)
@@ -202,8 +319,7 @@ void Axis::ReactToSensors(const AxisInputs& before)
     const auto react = [this](bool was, bool is, Sensor sensor) {
         const Reaction reaction = protection_.At(sensor);
         if (was || !is || reaction == Reaction::kNone) return;
-        const bool sudden = reaction == Reaction::kSudden;
-        Stop(sudden ? StopMode::kSudden : StopMode::kDecelerate, StopCause::kLimitSensor);
+        Stop(ModeOf(reaction), StopCause::kLimitSensor);
     };
     react(before.homeSensor, inputs_.homeSensor, Sensor::kHome);
     react(before.configurable, inputs_.configurable, Sensor::kConfigurable);
@@ -212,7 +328,42 @@ void Axis::ReactToSensors(const AxisInputs& before)
 void Axis::SetProtection(const AxisProtection& protection)
 {
     protection_ = protection;
-    PlanLimitStop();
+    if (kind_ == MotionKind::kTorque && !Stopping()) {
+        PushWith(torque_, speedLimit_);
+    } else {
+        PlanEvents();
+    }
+}
+
+void Axis::TripWatch()
+{
+    const Watch watch = *watch_;
+    const double place = Physical().position;
+    if (watch.cause == StopCause::kSearchLatched) latched_ = Counter(place);
+    watch_.reset();
+    // What a stopper holds has not followed the command any further.
+    if (BehindStopper() != 0) {
+        Rest(place - BehindStopper(), watch.cause);
+    } else {
+        Stop(watch.mode, watch.cause);
+    }
+}
+
+void Axis::MeetStopper()
+{
+    if (kind_ != MotionKind::kTorque || Stopping()) {
+        Rest(Physical().position - BehindStopper(), StopCause::kAlarm);
+        RaiseAlarm(kFollowingErrorAlarm);
+        return;
+    }
+    auto path = std::make_shared<RampTrajectory>(std::round(Physical().position), false);
+    path->AddPause(std::numeric_limits<double>::infinity());
+    Begin(std::move(path), StopCause::kNone);
+}
+
+double Axis::BehindStopper() const
+{
+    return mechanics_.BehindStopper(Physical().position);
 }
 
 double Axis::Elapsed(Nanoseconds now) const
@@ -246,8 +397,8 @@ std::int32_t Axis::CommandPosition() const
 
 std::int32_t Axis::FollowingError() const
 {
-    return static_cast<std::int32_t>(std::lround(Physical().velocity * kFollowingLag)) +
-           standingError_;
+    const double lag = BehindStopper() != 0 ? BehindStopper() : Physical().velocity * kFollowingLag;
+    return static_cast<std::int32_t>(std::lround(lag)) + standingError_;
 }
 
 std::int32_t Axis::EncoderPosition() const
@@ -257,14 +408,17 @@ std::int32_t Axis::EncoderPosition() const
 
 std::int32_t Axis::Velocity() const
 {
+    if (BehindStopper() != 0) return 0;
     return static_cast<std::int32_t>(std::lround(Physical().velocity));
 }
 
 double Axis::TorqueDemand() const
 {
+    if (BehindStopper() != 0) return servoOn_ ? BehindStopper() * kStopperStiffness : 0;
     const MotionState state = Physical();
-    return kFrictionTorque * Sign(state.velocity) +
-           state.acceleration / kAccelerationAtRatedTorque * kFullTorque + (ServoOn() ? load_ : 0);
+    const bool pushes = kind_ == MotionKind::kTorque && !Stopping() &&
+                        (state.velocity == 0 || state.acceleration * torque_ > 0);
+    return (pushes ? torque_ : TorqueFor(state)) + (ServoOn() ? load_ : 0);
 }
 
 std::int32_t Axis::Torque() const
@@ -279,13 +433,15 @@ bool Axis::TorqueLimited(int direction) const
     return (demand - protection_.torque.Allowed(demand)) * direction > 0;
 }
 
-bool Axis::LimitActive(int direction) const
+bool Axis::SignalOn(Signal signal) const
 {
-    const double place = Physical().position;
-    if (direction > 0) {
-        return inputs_.limitPositive || place >= static_cast<double>(mechanics_.positiveLimit);
-    }
-    return inputs_.limitNegative || place <= static_cast<double>(mechanics_.negativeLimit);
+    return ForcedOn(inputs_, signal) || OnAt(mechanics_, signal, Physical().position);
+}
+
+void Axis::SetHomeDone(bool done)
+{
+    homeDone_ = done;
+    if (done) lastStop_ = StopCause::kHomeFound;
 }
 
 bool Axis::AtSoftwareLimit(int direction) const
@@ -308,6 +464,7 @@ bool Axis::InPosition() const
 
 void Axis::AdoptEncoder()
 {
+    if (!trajectory_) resting_ -= BehindStopper();
     origin_ += standingError_;
     standingError_ = 0;
 }
@@ -317,7 +474,7 @@ void Axis::SetPosition(std::int32_t position)
     target_ = Wrap(std::int64_t{target_} + position - CommandPosition());
     standingError_ = 0;
     origin_ = std::llround(Physical().position) - position;
-    PlanLimitStop();
+    PlanEvents();
 }
 
 void Axis::PushByHand(std::int32_t pulses)
@@ -331,10 +488,14 @@ void Axis::PushByHand(std::int32_t pulses)
 
 void Axis::SetInputs(const AxisInputs& inputs)
 {
-    const AxisInputs before = std::exchange(inputs_, inputs);
+    const bool before = watch_ && SignalOn(watch_->signal);
+    const AxisInputs inputsBefore = std::exchange(inputs_, inputs);
     if (EmergencyStop()) Stop(StopMode::kSudden, StopCause::kEmergencyStop);
-    ReactToSensors(before);
-    PlanLimitStop();
+    ReactToSensors(inputsBefore);
+    PlanEvents();
+    if (!watch_ || Stopping()) return;
+    const bool after = SignalOn(watch_->signal);
+    if (before != after && after == watch_->level) TripWatch();
 }
 
 void Axis::SetMechanics(const AxisMechanics& mechanics)
@@ -360,6 +521,8 @@ void Axis::PowerUp()
     servoOnAt_ = now_;
     alarm_.reset();
     warning_ = false;
+    homeDone_ = homeDone_ && mechanics_.absoluteEncoder;
+    latched_.reset();
     profile_ = SpeedProfile();
     protection_ = AxisProtection();
     parameters_.PowerUp();

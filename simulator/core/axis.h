@@ -4,6 +4,7 @@
 #include "alarm_list.h"
 #include "axis_protection.h"
 #include "drive_parameters.h"
+#include "mechanics.h"
 #include "planner.h"
 #include "trajectory.h"
 #include "types.h"
@@ -49,23 +50,15 @@ enum class StopCause : Word {
 
 enum class StopMode { kSudden, kDecelerate };
 
-// What the machine around the axis is like, in pulses from where the axis stood at power-up. The
-// limit switches stay where they are when the position counters are set.
-struct AxisMechanics
+// Ends a motion when a signal changes to a level.
+struct Watch
 {
-    std::int64_t negativeLimit = -10'000'000;
-    std::int64_t positiveLimit = 10'000'000;
-    bool absoluteEncoder = false;         // positions survive a power cycle
-    bool configurableInputIsStop = false; // the configurable input is the emergency stop
-};
-
-// Levels put onto the axis's inputs from outside, beside what its own position does to them.
-struct AxisInputs
-{
-    bool limitPositive = false;
-    bool limitNegative = false;
-    bool homeSensor = false;
-    bool configurable = false;
+    Signal signal;
+    bool level;
+    StopMode mode;
+    StopCause cause;
+    // Stoppers are found by the torque that they make, in 0.1 % of the rated one.
+    double stopperTorque = 0;
 };
 
 class Axis
@@ -86,6 +79,8 @@ class Axis
     // --- Commands. Families ask CheckMove first and refuse the command with what it returns.
     // `direction` is the way the motion will begin with: 1, -1, or 0 where nothing moves yet.
     [[nodiscard]] Result CheckMove(int direction) const;
+    // The same for motion that begins at rest, or goes on from its own kind; kIdle: only at rest.
+    [[nodiscard]] Result CheckMode(MotionKind kind, int direction) const;
     [[nodiscard]] Result CheckServoOn() const;
     void SwitchServo(bool on);
     void Reset();      // clears the alarm; the servo is off afterwards
@@ -94,6 +89,20 @@ class Axis
     void MoveTo(std::int32_t target);
     void MoveBy(std::int32_t distance); // from the commanded position of this moment
     void Stop(StopMode mode, StopCause cause);
+
+    // --- What the kinds of motion are made of: any profile, any kind.
+    void Run(const SpeedProfile& profile, int direction, MotionKind kind,
+             const std::optional<Watch>& watch = std::nullopt); // until it is stopped
+    void RunTo(const SpeedProfile& profile, std::int32_t target, MotionKind kind);
+    void RunBy(const SpeedProfile& profile, std::int32_t distance, MotionKind kind);
+    void SlowDown(const SpeedProfile& profile); // to rest, as the end of what is running
+    void Pause(double seconds, MotionKind kind);
+    void PushWith(std::int32_t torque, double speedLimit); // 0.1 % of the rated torque, pulses/s
+    // Change the running motion, without a jump in speed: a jog, a search or a move, a move.
+    void Override(const SpeedProfile& profile);
+    void OverrideTarget(std::int32_t target);
+    [[nodiscard]] bool Stopping() const { return endsBy_ != StopCause::kNone; }
+    [[nodiscard]] const SpeedProfile& RunningProfile() const { return running_; }
 
     // Lets the axis follow any trajectory, in the coordinates of Physical(). `target` is what the
     // status shows as the target, as a position counter value.
@@ -114,7 +123,8 @@ class Axis
     [[nodiscard]] MotionKind Kind() const { return kind_; }
     [[nodiscard]] StopCause LastStop() const { return lastStop_; }
     [[nodiscard]] const std::shared_ptr<const Trajectory>& Following() const { return trajectory_; }
-    [[nodiscard]] MotionState Physical() const; // where the motor really is
+    [[nodiscard]] MotionState
+    Physical() const; // the motor's place, but for a stopper that holds it
     [[nodiscard]] std::int32_t CommandPosition() const;
     [[nodiscard]] std::int32_t EncoderPosition() const;
     [[nodiscard]] std::int32_t FollowingError() const; // command minus encoder
@@ -123,13 +133,20 @@ class Axis
     [[nodiscard]] std::int32_t Torque() const; // 0.1 % of the rated torque
     [[nodiscard]] double TorqueDemand() const; // the same before any limit
     [[nodiscard]] bool TorqueLimited(int direction) const;
-    [[nodiscard]] bool LimitActive(int direction) const;
+    [[nodiscard]] bool LimitActive(int direction) const { return SignalOn(LimitOf(direction)); }
     [[nodiscard]] bool AtSoftwareLimit(int direction) const; // at one that is watched, or beyond
+    [[nodiscard]] bool SignalOn(Signal signal) const;
+    // The position counter when the last search saw its signal.
+    [[nodiscard]] const std::optional<std::int32_t>& Latched() const { return latched_; }
+    void ForgetLatched() { latched_.reset(); }
+    [[nodiscard]] bool HomeDone() const { return homeDone_; }
+    void SetHomeDone(bool done); // done: also what the last motion has ended by
     [[nodiscard]] bool EmergencyStop() const;
     [[nodiscard]] bool InPosition() const;
 
     // --- The machine, for tests and demonstrations.
     void SetPosition(std::int32_t position); // both counters; the motor stays where it is
+    void AdoptEncoder();                     // the command becomes what the encoder says
     void PushByHand(std::int32_t pulses);    // turns the motor; only a servo that is off lets it
     void SetInputs(const AxisInputs& inputs);
     [[nodiscard]] const AxisInputs& Inputs() const { return inputs_; }
@@ -143,19 +160,37 @@ class Axis
     void PowerUp();
 
   private:
+    static constexpr Signal LimitOf(int direction)
+    {
+        return direction > 0 ? Signal::kLimitPositive : Signal::kLimitNegative;
+    }
+    static constexpr Signal StopperOf(int direction)
+    {
+        return direction > 0 ? Signal::kStopperPositive : Signal::kStopperNegative;
+    }
+
+    [[nodiscard]] Result CheckAmplifier(int direction, bool free) const;
     [[nodiscard]] double Elapsed(Nanoseconds now) const;
     [[nodiscard]] std::int32_t Counter(double physical) const;
     [[nodiscard]] double PhysicalOf(std::int32_t counter) const;
+    [[nodiscard]] double BehindStopper() const;
+    void Replace(std::shared_ptr<const Trajectory> trajectory, MotionKind kind, std::int32_t target,
+                 const SpeedProfile& profile);
     void Begin(std::shared_ptr<const Trajectory> trajectory, StopCause endsBy);
-    void MoveToPhysical(double target, MotionKind kind);
+    void MoveToPhysical(const SpeedProfile& profile, double target, MotionKind kind);
     void Rest(double physical, StopCause cause);
-    void AdoptEncoder();
-    void PlanLimitStop();
-    void PlanStopAt(double place, int direction, Reaction reaction, StopCause cause);
+    [[nodiscard]] Nanoseconds TimeAt(double place, int direction) const;
+    void PlanEvents();
+    void PlanLimitStops(int direction);
+    void PlanStopAt(Nanoseconds moment, Reaction reaction, StopCause cause);
+    [[nodiscard]] Nanoseconds StopperTrip(int direction) const;
+    [[nodiscard]] Nanoseconds WatchTrip(int direction) const;
+    void TripWatch();
+    void MeetStopper();
     void StopAtLimit();
     void ReactToSensors(const AxisInputs& before);
 
-    // Where the running motion will meet a limit.
+    // Where the running motion meets a switch, a sensor or a software limit first.
     struct LimitStop
     {
         Nanoseconds time = kNever;
@@ -176,17 +211,27 @@ class Axis
     std::optional<Alarm> alarm_;
     bool warning_ = false;
     double load_ = 0;
+    bool homeDone_ = false;
 
     // The motion. Without a trajectory the axis rests at resting_.
     std::shared_ptr<const Trajectory> trajectory_;
     MotionKind kind_ = MotionKind::kIdle;
+    SpeedProfile running_;    // by which it was planned, and by which it will brake
+    int direction_ = 0;       // of a motion that runs until it is stopped
+    double goal_ = 0;         // of a move
+    std::int32_t torque_ = 0; // of a torque mode, with its speed limit
+    double speedLimit_ = 0;
+    std::optional<Watch> watch_;
     StopCause endsBy_ = StopCause::kNone; // what the running motion will have ended by
     StopCause lastStop_ = StopCause::kNone;
     Nanoseconds begin_{0};
     Nanoseconds end_ = kNever;
     LimitStop limitStop_;
+    Nanoseconds stopperTrip_ = kNever; // when the running motion has pressed too hard at a stopper,
+    Nanoseconds watchTrip_ = kNever;   // when it sees its signal
     double resting_ = 0;
     std::int32_t target_ = 0;
+    std::optional<std::int32_t> latched_;
 
     std::int64_t origin_ = 0;        // the physical place of counter value 0
     std::int32_t standingError_ = 0; // what the motor was turned away from its command

@@ -23,7 +23,9 @@ enum StatusBit : unsigned {
     kInPositionBit = 7,
     kLimitPositiveBit = 8,
     kLimitNegativeBit = 9,
+    kZPhaseBit = 10,
     kHomeSensorBit = 11,
+    kHomeDoneBit = 12,
     kHomingBit = 13,
     kSoftwareLimitBit = 14,
     kConfigurableInputBit = 15,
@@ -43,7 +45,9 @@ Word StatusBits(const Axis& axis)
     put(kInPositionBit, axis.InPosition());
     put(kLimitPositiveBit, axis.LimitActive(1));
     put(kLimitNegativeBit, axis.LimitActive(-1));
-    put(kHomeSensorBit, axis.Inputs().homeSensor);
+    put(kZPhaseBit, axis.SignalOn(Signal::kZPhase));
+    put(kHomeSensorBit, axis.SignalOn(Signal::kHomeSensor));
+    put(kHomeDoneBit, axis.HomeDone());
     put(kHomingBit, axis.Kind() == MotionKind::kHoming);
     put(kSoftwareLimitBit, axis.AtSoftwareLimit(1) || axis.AtSoftwareLimit(-1));
     put(kConfigurableInputBit, axis.Inputs().configurable);

@@ -73,14 +73,39 @@ void Controller::AdvanceTo(Nanoseconds time)
 Result Controller::Run(std::span<const Word> block, Reply& reply)
 {
     if (block.empty()) return Result::kMalformed;
-    const Word code = block.front();
-    const CommandTable::Entry* command = commands_.Find(code);
+    for (const auto& family : families_) {
+        if (const auto result = family->Divert(block)) {
+            Log(block, *result);
+            return *result;
+        }
+    }
+    return Perform(block, reply);
+}
+
+Result Controller::Perform(std::span<const Word> block, Reply& reply)
+{
+    const CommandTable::Entry* command = commands_.Find(block.front());
     CommandReader reader(block.subspan(1));
     const Result result = command ? command->handler(reader, reply) : Result::kUnknownCommand;
-    if (log_) {
-        log_({now_, code, command ? command->name.c_str() : "unknown", block.subspan(1), result});
-    }
+    Log(block, result);
     return result;
+}
+
+void Controller::Log(std::span<const Word> block, Result result) const
+{
+    if (!log_) return;
+    const CommandTable::Entry* command = commands_.Find(block.front());
+    log_({now_, block.front(), command ? command->name.c_str() : "unknown", block.subspan(1),
+          result});
+}
+
+std::size_t Controller::PreRegistered(Word number) const
+{
+    std::size_t count = 0;
+    for (const auto& family : families_) {
+        count += family->PreRegistered(number);
+    }
+    return count;
 }
 
 bool Controller::ReadRegisters(Word first, std::span<Word> out) const

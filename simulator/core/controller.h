@@ -58,9 +58,14 @@ class Controller
 
     // --- The command interface. A block is a command's code and fields, its frames joined.
     Result Run(std::span<const Word> block, Reply& reply);
+    // Executes a block that nobody may divert, as the controller's own programs do.
+    Result Perform(std::span<const Word> block, Reply& reply);
     [[nodiscard]] bool ReadRegisters(Word first, std::span<Word> out) const;
     [[nodiscard]] bool Knows(Word code) const { return commands_.Find(code) != nullptr; }
     void SetCommandLog(std::function<void(const CommandRecord&)> log) { log_ = std::move(log); }
+
+    // Commands that are held back in pre-register `number`, whoever has it.
+    [[nodiscard]] std::size_t PreRegistered(Word number) const;
 
     // --- Stations. Every change makes the configuration counter count.
     [[nodiscard]] const Slave& SlaveAt(int position) const;
@@ -112,6 +117,7 @@ class Controller
   private:
     [[nodiscard]] Nanoseconds NextEvent() const;
     [[nodiscard]] Slave& Station(int position);
+    void Log(std::span<const Word> block, Result result) const;
     void Install(const SlaveConfig& slave);
     void CountConfiguration();
 

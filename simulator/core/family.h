@@ -5,6 +5,10 @@
 #include "register_map.h"
 #include "types.h"
 
+#include <cstddef>
+#include <optional>
+#include <span>
+
 namespace lumosim {
 
 // The controller is put together from families (families.cpp lists them). Each lives in a file of
@@ -19,6 +23,13 @@ class Family
 
     virtual void AddCommands(CommandTable& /*table*/) {}
     virtual void AddRegisters(RegisterMap& /*map*/) {}
+
+    // Asked for every command of a host before it is executed. A family that wants it for itself,
+    // such as for a program's buffer, keeps it and gives what the host gets as result.
+    virtual std::optional<Result> Divert(std::span<const Word> /*block*/) { return std::nullopt; }
+
+    // Commands that the family holds back in pre-register `number`.
+    [[nodiscard]] virtual std::size_t PreRegistered(Word /*number*/) const { return 0; }
 
     // The next moment at which the family has something to do by itself. Time never passes it
     // without a call of AdvanceTo at exactly that moment.

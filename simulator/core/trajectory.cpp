@@ -22,6 +22,12 @@ void RampTrajectory::AddEndlessCruise(double speed)
     Add(std::numeric_limits<double>::infinity(), speed, speed);
 }
 
+void RampTrajectory::AddPause(double seconds)
+{
+    segments_.push_back({duration_, seconds, end_, 0, 0});
+    duration_ += seconds;
+}
+
 void RampTrajectory::Add(double duration, double fromSpeed, double toSpeed)
 {
     if (!(duration > 0)) return;

@@ -46,6 +46,7 @@ class RampTrajectory : public Trajectory
     void AddRamp(double fromSpeed, double toSpeed, double acceleration);
     void AddCruise(double speed, double distance);
     void AddEndlessCruise(double speed);
+    void AddPause(double seconds); // at rest; may be infinite
 
     // The exact place to rest at. The ramps come within rounding of it; this takes the rest away.
     void EndAt(double position) { end_ = position; }

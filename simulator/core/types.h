@@ -32,6 +32,27 @@ enum class Result : Word {
     kEmptyMap = 11,
     kAxisTwice = 12,
     kEmergencyStop = 13,
+    kNoOverride = 20,
+    kNoAbsoluteEncoder = 21,
+
+    // List motion.
+    kListRunning = 60,
+    kListEmpty = 61,
+    kListOpen = 62,   // it has no end yet
+    kListClosed = 63, // it has its end already
+    kListFull = 64,
+
+    // Sequence programs.
+    kProgramRunning = 70,
+    kProgramOpen = 71,   // it has no end yet
+    kProgramClosed = 72, // it has its end already
+    kProgramFull = 73,
+    kNoFocus = 74,
+    kProgramNotRunning = 75,
+    kMotionFailed = 76, // a motion that a program waits for has not reached its end
+    kNoInputSlave = 77,
+
+    // Protection and drives.
     kAlarmLasts = 80,
     kSoftwareLimit = 81,
     kNoParameter = 82,

@@ -1,3 +1,4 @@
+#include "api/axis_values.h"
 #include "api/checks.h"
 #include "api/command.h"
 #include "api/units.h"
@@ -35,24 +36,6 @@ short SendRate(std::uint16_t code, short zelNo, std::uint16_t axis, double value
 {
     Command command(code);
     command.Word(1).Word(axis).Long(ToPulses(zelNo, axis, value));
-    return command.Run(zelNo);
-}
-
-short CheckRates(short zelNo, short count, const unsigned short* axes, const double* values)
-{
-    if (const short error = CheckCount(zelNo, count)) return error;
-    if (axes == nullptr) return BadArgument(2);
-    return static_cast<short>(values == nullptr ? BadArgument(3) : kOk);
-}
-
-short SendRates(std::uint16_t code, short zelNo, short count, const unsigned short* axes,
-                const double* values)
-{
-    Command command(code);
-    command.Word(count);
-    for (int i = 0; i < count; ++i) {
-        command.Word(axes[i]).Long(ToPulses(zelNo, axes[i], values[i]));
-    }
     return command.Run(zelNo);
 }
 
@@ -186,17 +169,17 @@ short zelQ_SpeedSetDec(short zelNo, unsigned short axis, double value)
 
 short zelQ_mSpeedSetAcc(short zelNo, short count, const unsigned short* axes, const double* values)
 {
-    if (const short error = CheckRates(zelNo, count, axes, values)) return error;
+    if (const short error = CheckAxisValues(zelNo, count, axes, values)) return error;
 
-    const short result = SendRates(kAccCode, zelNo, count, axes, values);
+    const short result = SendAxisValues(kAccCode, zelNo, count, axes, values);
     return Traced("%d=zelQ_mSpeedSetAcc(%d,%d)", result, zelNo, count);
 }
 
 short zelQ_mSpeedSetDec(short zelNo, short count, const unsigned short* axes, const double* values)
 {
-    if (const short error = CheckRates(zelNo, count, axes, values)) return error;
+    if (const short error = CheckAxisValues(zelNo, count, axes, values)) return error;
 
-    const short result = SendRates(kDecCode, zelNo, count, axes, values);
+    const short result = SendAxisValues(kDecCode, zelNo, count, axes, values);
     return Traced("%d=zelQ_mSpeedSetDec(%d,%d)", result, zelNo, count);
 }
 

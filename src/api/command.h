@@ -117,6 +117,13 @@ class SplitCommand
         return Transact(zelNo, request_, reply);
     }
 
+    /// Runs with the engine's own result, which tells a code of the library from a result of the
+    /// controller that only looks like it in 16 bits.
+    [[nodiscard]] int RunUncut(short zelNo, ReplyData* reply)
+    {
+        return TransactFrames(zelNo, request_, reply);
+    }
+
   private:
     void StartFrame()
     {

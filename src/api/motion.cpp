@@ -1,3 +1,4 @@
+#include "api/axis_values.h"
 #include "api/checks.h"
 #include "api/command.h"
 #include "api/units.h"
@@ -15,26 +16,6 @@ constexpr std::uint16_t kMoveRelCode = 0x0012;
 short SendMove(std::uint16_t code, short zelNo, std::uint16_t axis, double value)
 {
     return Command(code).Word(1).Word(axis).Long(ToPulses(zelNo, axis, value)).Run(zelNo);
-}
-
-short CheckMoves(short zelNo, short count, const short* axes, const double* values)
-{
-    if (const short error = CheckCount(zelNo, count)) return error;
-    if (axes == nullptr) return BadArgument(2);
-    return static_cast<short>(values == nullptr ? BadArgument(3) : kOk);
-}
-
-/// Each axis stands before its value, scaled by the axis's own factor.
-short SendMoves(std::uint16_t code, short zelNo, short count, const short* axes,
-                const double* values)
-{
-    Command command(code);
-    command.Word(count);
-    for (int i = 0; i < count; ++i) {
-        const auto axis = static_cast<std::uint16_t>(axes[i]);
-        command.Word(axis).Long(ToPulses(zelNo, axis, values[i]));
-    }
-    return command.Run(zelNo);
 }
 
 } // namespace
@@ -78,16 +59,16 @@ short zelQ_MoveRel(short zelNo, unsigned short axis, double dist)
 
 short zelQ_mMoveAbs(short zelNo, short count, const short* axes, const double* pos)
 {
-    if (const short error = CheckMoves(zelNo, count, axes, pos)) return error;
+    if (const short error = CheckAxisValues(zelNo, count, axes, pos)) return error;
 
-    const short result = SendMoves(kMoveAbsCode, zelNo, count, axes, pos);
+    const short result = SendAxisValues(kMoveAbsCode, zelNo, count, axes, pos);
     return Traced("%d=zelQ_mMoveAbs(%d,%d)", result, zelNo, count);
 }
 
 short zelQ_mMoveRel(short zelNo, short count, const short* axes, const double* dist)
 {
-    if (const short error = CheckMoves(zelNo, count, axes, dist)) return error;
+    if (const short error = CheckAxisValues(zelNo, count, axes, dist)) return error;
 
-    const short result = SendMoves(kMoveRelCode, zelNo, count, axes, dist);
+    const short result = SendAxisValues(kMoveRelCode, zelNo, count, axes, dist);
     return Traced("%d=zelQ_mMoveRel(%d,%d)", result, zelNo, count);
 }

@@ -61,6 +61,42 @@ static_assert(offsetof(SpeedProfile, acc) == 12);
 static_assert(offsetof(SpeedProfile, drive) == 20);
 static_assert(offsetof(SpeedProfile, dec) == 28);
 
+// Search
+
+static_assert(sizeof(SearchStatus) == 16);
+static_assert(offsetof(SearchStatus, code) == 0);
+static_assert(offsetof(SearchStatus, flag) == 2);
+static_assert(offsetof(SearchStatus, mode) == 4);
+static_assert(offsetof(SearchStatus, pos) == 8);
+// Sequence programs
+
+static_assert(sizeof(SeqStatus) == 28);
+static_assert(offsetof(SeqStatus, state) == 0);
+static_assert(offsetof(SeqStatus, bit4) == 2);
+static_assert(offsetof(SeqStatus, bit5) == 4);
+static_assert(offsetof(SeqStatus, bits6_7) == 6);
+static_assert(offsetof(SeqStatus, bit8) == 10);
+static_assert(offsetof(SeqStatus, bits9_13) == 12);
+static_assert(offsetof(SeqStatus, long1) == 16);
+static_assert(offsetof(SeqStatus, long3) == 20);
+static_assert(offsetof(SeqStatus, word5) == 24);
+
+static_assert(sizeof(SeqAllStatus) == 112);
+static_assert(offsetof(SeqAllStatus, program) == 0);
+
+// List motion
+
+static_assert(sizeof(LmStatus) == 24);
+static_assert(offsetof(LmStatus, axis) == 0);
+static_assert(offsetof(LmStatus, bit11) == 2);
+static_assert(offsetof(LmStatus, bit12) == 4);
+static_assert(offsetof(LmStatus, bit13) == 6);
+static_assert(offsetof(LmStatus, low11) == 8);
+static_assert(offsetof(LmStatus, word1) == 10);
+static_assert(offsetof(LmStatus, word2) == 12);
+static_assert(offsetof(LmStatus, long3) == 16);
+static_assert(offsetof(LmStatus, long5) == 20);
+
 // Protection
 
 static_assert(sizeof(TorqueLimitStatus) == 24);

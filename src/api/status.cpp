@@ -7,7 +7,6 @@
 #include "transport/slave_reader.h"
 
 #include <algorithm>
-#include <array>
 
 using namespace zelq;
 
@@ -17,32 +16,8 @@ constexpr std::uint16_t kServoRegisters = 18;
 constexpr unsigned kInputRegister = 0;  ///< first of an input slave's two
 constexpr unsigned kOutputRegister = 2; ///< first of an output slave's two
 
-/// The 18 status registers of one servo axis.
-struct ServoRegisters
-{
-    std::array<std::uint16_t, kServoRegisters> words{};
-
-    [[nodiscard]] bool ReadFrom(ReplyReader& reader)
-    {
-        for (std::uint16_t& word : words) {
-            if (!reader.Read(word)) return false;
-        }
-        return true;
-    }
-
-    /// Registers `low` and `low` + 1 as one signed number.
-    [[nodiscard]] std::int32_t Long(std::size_t low) const
-    {
-        const std::uint32_t high = words[low + 1];
-        return static_cast<std::int32_t>(high << 16U | words[low]);
-    }
-
-    [[nodiscard]] std::uint16_t Bits(std::size_t index, unsigned first, unsigned count = 1) const
-    {
-        const unsigned word = words[index];
-        return static_cast<std::uint16_t>(word >> first & ((1U << count) - 1U));
-    }
-};
+/// The status registers of one servo axis.
+using ServoRegisters = RegisterBlock<kServoRegisters>;
 
 /// What both status calls report of a servo axis.
 void FillServo(ServoStatus& servo, const ServoRegisters& registers, std::uint16_t axis,

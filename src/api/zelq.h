@@ -669,21 +669,582 @@ ZELQ_API short ZELQ_CALL zelQ_mMoveRel(short zelNo, short count, const short* ax
 /* Motion: search                                                                             */
 /* ------------------------------------------------------------------------------------------ */
 
+/** What zelQ_SearchGetStatus() reads of one axis, 16 bytes. */
+typedef struct SearchStatus
+{
+    unsigned short code; /**< offset 0: state of the search, 0..15; the controller's code (simulated
+                            one: 0 none yet, 1 searching, 2 found, 3 ended without the signal) */
+    unsigned short flag; /**< offset 2: 1: pos holds a latched position, else 0 */
+    unsigned short mode; /**< offset 4: the signal that was searched for, 0..3: p2 */
+    double pos;          /**< offset 8: latched position, user units */
+} SearchStatus;
+
+/**
+ * Runs one axis with its drive speed until the controller sees a signal, and latches the position
+ * at which that was. The options are passed on as they are; the meanings in parentheses are those
+ * of the simulated controller.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param p1    0 or 1 (direction)
+ * @param p2    0..3 (signal; 0: probe input, 1: home sensor, 2: Z phase of the encoder, 3: the
+ *              drive's configurable input)
+ * @param p3    0 or 1 (edge; 0: the signal comes on, 1: it goes off)
+ * @param p4    0 or 1 (end of the motion; 0: with deceleration, 1: at once)
+ * @return #ZELQ_OK: the search has started; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION;
+ *         #ZELQ_BAD_AXIS; ZELQ_BAD_ARGUMENT(2), (3), (4), (5): p1, p2, p3, p4 out of range;
+ *         exchange codes
+ * @warning A lost reply makes the library send the request again. The controller refuses the
+ *          second one while the axis runs; a search that has already ended is started anew.
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SearchMove(unsigned short zelNo, unsigned short axis,
+                                         unsigned short p1, unsigned short p2, unsigned short p3,
+                                         unsigned short p4);
+
+/**
+ * Reads the state of an axis's search and the latched position.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  axis number; the controller judges it
+ * @param out   [out] written on success
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2): null;
+ *         #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SearchGetStatus(short zelNo, unsigned short axis, SearchStatus* out);
+
+/**
+ * Reads the states of several axes' searches and their latched positions.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes; not checked, but one exchange reads 42 at most: more give
+ *              #ZELQ_REPLY_MISMATCH, and more than 118 are not even sent
+ * @param axes  axis numbers; the controller judges them
+ * @param out   [out] count records, out[i] of axes[i]; written one by one, those before a missing
+ *              value stay written
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2), (3):
+ *         axes, out null; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mSearchGetStatus(short zelNo, short count, const short* axes,
+                                               SearchStatus* out);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Motion: override and stop                                                                  */
 /* ------------------------------------------------------------------------------------------ */
+
+/**
+ * Gives a running motion of one axis a new drive speed. The axis's speed profile stays as it was
+ * set. An axis that stands still is refused by the controller.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param speed new drive speed, user units per second
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_OverrideDriveSpeed(short zelNo, unsigned short axis, double speed);
+
+/**
+ * Gives the running motions of several axes new drive speeds.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param count  number of axes, 1..32
+ * @param axes   axis numbers; the controller judges them
+ * @param speeds new drive speeds, user units per second, speeds[i] for axes[i]
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2), (3): axes, speeds null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mOverrideDriveSpeed(short zelNo, short count, const short* axes,
+                                                  const double* speeds);
+
+/**
+ * Gives a running motion of one axis a new speed profile. The profile that was set for the axis
+ * stays as it was. All three values are scaled alike; which is which is the controller's matter,
+ * the simulated one takes them in the order of zelQ_SpeedSet().
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param val1  acceleration, user units per second squared
+ * @param val2  drive speed, user units per second
+ * @param val3  deceleration, user units per second squared
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note The trace line shows val3 before val2. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_OverrideSpeed(short zelNo, unsigned short axis, double val1,
+                                            double val2, double val3);
+
+/**
+ * Gives the running motions of several axes new speed profiles, as zelQ_OverrideSpeed() does for
+ * one, in one exchange.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @param val1  accelerations, user units per second squared, val1[i] for axes[i]
+ * @param val2  drive speeds, user units per second
+ * @param val3  decelerations, user units per second squared
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
+ *         outside 1..32; (2), (3), (4), (5): axes, val1, val2, val3 null; exchange codes
+ * @note Traced as "zelQ_mSetSpeed". Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mOverrideSpeed(unsigned short zelNo, short count, const short* axes,
+                                             const double* val1, const double* val2,
+                                             const double* val3);
+
+/**
+ * Gives a running motion of one axis a new target. An axis that is too fast to stop there, or runs
+ * the other way, is braked and comes back.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param pos   new absolute target, user units
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_OverrideAbs(short zelNo, unsigned short axis, double pos);
+
+/**
+ * Gives the running motions of several axes new targets.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @param pos   new absolute targets, user units, pos[i] for axes[i]
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
+ *         outside 1..32; (2), (3): axes, pos null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mOverrideAbs(short zelNo, short count, const short* axes,
+                                           const double* pos);
+
+/**
+ * Stops one axis with its deceleration.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK: the axis brakes, or stood already; #ZELQ_BAD_CONTROLLER_NUMBER;
+ *         #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_StopDec(short zelNo, unsigned short axis);
+
+/**
+ * Stops one axis at once.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_StopSudden(short zelNo, unsigned short axis);
+
+/**
+ * Stops several axes, all in the same manner.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @param mode  0: at once, 1: with deceleration
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
+ *         outside 1..32; (2): mode above 1, or axes null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mStop(short zelNo, short count, const unsigned short* axes,
+                                    unsigned short mode);
+
+/**
+ * Stops all axes of an interpolation map.
+ *
+ * @param zelNo controller number, 1..254
+ * @param map   map number, 0..15
+ * @param mode  0: at once, 1: with deceleration
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): map above
+ *         15; (2): mode above 1; exchange codes, among them the controller's own for a map without
+ *         axes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_StopIMap(short zelNo, unsigned short map, unsigned short mode);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Motion: torque, velocity and profile-position modes                                        */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Lets one axis turn with a torque. The mode lasts until the axis is stopped; a further call
+ * changes the torque.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param axis   0..31
+ * @param torque percent of the rated torque, -500.0..500.0, sent in tenths, truncated toward zero
+ * @param limit  passed on, at most 20000 (simulated controller: highest speed, revolutions per
+ *               minute; 0: the motor's own; negative ones are refused)
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2): torque out of range; (3): limit above 20000; exchange codes
+ * @note Of torques far out of range only the low 16 bits of the tenths are looked at, and sent.
+ *       Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CT_SetTorque(short zelNo, unsigned short axis, double torque,
+                                           short limit);
+
+/**
+ * Lets several axes turn with torques. Unlike zelQ_CT_SetTorque() it takes no negative torques, and
+ * passes every limit on.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param count   number of axes, 1..32
+ * @param axes    axis numbers, 0..31
+ * @param torques percent of the rated torque, 0.0..500.0, torques[i] for axes[i]
+ * @param limits  as limit there, not checked
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
+ *         outside 1..32; (2), (3): an axis, a torque out of range, whichever comes first in the
+ *         lists; (2), (3), (4): axes, torques, limits null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mCT_SetTorque(short zelNo, short count, const short* axes,
+                                            const double* torques, const unsigned short* limits);
+
+/**
+ * Lets one axis run with a velocity. The mode lasts until the axis is stopped or given velocity 0;
+ * a further call changes the velocity. The values are passed on; the meanings here are those of the
+ * simulated controller.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param val1  signed velocity, user units per second
+ * @param val2  acceleration, user units per second squared
+ * @param val3  deceleration, user units per second squared
+ * @param word  shape of the ramps, 0: straight, 1: smoothed
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note The trace line shows the values in pulses. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CV_SetVelocity(short zelNo, unsigned short axis, double val1,
+                                             double val2, double val3, short word);
+
+/**
+ * Lets several axes run with velocities, as zelQ_CV_SetVelocity() does for one.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32, of which one exchange carries 13: more give
+ *              #ZELQ_REPLY_MISMATCH, and nothing is sent
+ * @param axes  axis numbers, 0..31
+ * @param val1  velocities, user units per second, val1[i] for axes[i]
+ * @param val2  accelerations, user units per second squared
+ * @param val3  decelerations, user units per second squared
+ * @param words shapes of the ramps
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
+ *         outside 1..32; (2): an axis out of range; (2), (3), (4), (5), (6): axes, val1, val2,
+ *         val3, words null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mCV_SetVelocity(short zelNo, short count, const short* axes,
+                                              const double* val1, const double* val2,
+                                              const double* val3, const short* words);
+
+/**
+ * Lets one axis run to a position with a speed of its own; accelerations are those of the axis's
+ * speed profile. A further call changes target and speed on the way.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param pos   absolute target, user units
+ * @param speed user units per second
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Traced as "zelQ_PPSetTPosSpeed", in pulses, with a 0 at the end. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_PP_SetTPosSpeed(short zelNo, unsigned short axis, double pos,
+                                              double speed);
+
+/**
+ * Lets several axes run to positions with speeds of their own.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32, of which one exchange carries 23: more give
+ *              #ZELQ_REPLY_MISMATCH, and nothing is sent
+ * @param axes  axis numbers; the controller judges them
+ * @param pos   absolute targets, user units, pos[i] for axes[i]
+ * @param speed user units per second, speed[i] for axes[i]
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
+ *         outside 1..32; (2), (3), (4): axes, pos, speed null; exchange codes
+ * @note Traced as "zelQ_mPPSetTPosSpeed". Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mPP_SetTPosSpeed(unsigned short zelNo, short count, const short* axes,
+                                               const double* pos, const double* speed);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Motion: position set                                                                       */
 /* ------------------------------------------------------------------------------------------ */
 
+/**
+ * Sets the command position and the encoder position of one axis to the same value. Nothing moves.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param pos   user units
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_CmdEncPosSet(short zelNo, unsigned short axis, double pos);
+
+/**
+ * Sets the command positions and the encoder positions of several axes.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @param pos   user units, pos[i] for axes[i]
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
+ *         outside 1..32; (2), (3): axes, pos null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mCmdEncPosSet(short zelNo, short count, const short* axes,
+                                            const double* pos);
+
+/**
+ * Takes the encoder position of one axis as its command position, so that no following error
+ * remains. Nothing moves.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_EncToCmdPos(short zelNo, unsigned short axis);
+
+/**
+ * Takes the encoder positions of several axes as their command positions.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
+ *         outside 1..32; (2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mEncToCmdPos(short zelNo, short count, const unsigned short* axes);
+
+/**
+ * Clears the count of turns of one axis's absolute encoder: what remains of its position is the
+ * part of one turn.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_AbsEncMultiTurnClear(short zelNo, unsigned short axis);
+
+/**
+ * Clears the counts of turns of several axes' absolute encoders.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
+ *         outside 1..32; (2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mAbsEncMultiTurnClear(short zelNo, short count,
+                                                    const unsigned short* axes);
+
 /* ------------------------------------------------------------------------------------------ */
 /* Motion: homing                                                                             */
 /* ------------------------------------------------------------------------------------------ */
+
+/* A homing run goes through four phases, each with its own speeds (zelQ_HomeSetDetailSpeed()): a
+ * fast search for the signal, the way back off it, a slow approach that finds its edge, and the
+ * ways behind it: to the Z phase and by pos. The values opt, sel, word and pos are passed on as
+ * they are; the meanings in parentheses are those of the simulated controller. The call returns
+ * when the run has begun; the status tells its progress and end (homing, homeDone, stopCause). */
+
+/**
+ * Starts a homing run of one axis to its home sensor.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param dir   direction of the search, 0 or 1
+ * @param opt   0 or 1 (end of the fast search; 0: with deceleration, 1: at once)
+ * @param zMode search for the Z phase behind the sensor's edge; 0, 1: in this direction, 2: none
+ * @param sel   0 or 1 (0: home gets the position pos; 1: the axis goes on by pos and is at 0 there)
+ * @param word  passed on (pause between two phases, milliseconds)
+ * @param pos   user units, see sel
+ * @return #ZELQ_OK: the run has begun; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION;
+ *         #ZELQ_BAD_AXIS; ZELQ_BAD_ARGUMENT(2), (3), (4), (5): dir, opt, zMode, sel out of range;
+ *         exchange codes
+ * @warning A lost reply makes the library send the request again. The controller refuses the
+ *          second one while the axis runs; a run that has already ended is started anew.
+ * @note The trace line shows an unfilled conversion in place of pos, and no opt. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_HomeMoveHome(short zelNo, unsigned short axis, unsigned short dir,
+                                           unsigned short opt, unsigned short zMode,
+                                           unsigned short sel, short word, double pos);
+
+/**
+ * Starts a homing run of one axis to the next Z phase of its encoder.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param dir   direction of the search, 0 or 1
+ * @param opt   as in zelQ_HomeMoveHome()
+ * @param sel   as in zelQ_HomeMoveHome()
+ * @param word  as in zelQ_HomeMoveHome()
+ * @param pos   user units, see sel
+ * @return #ZELQ_OK: the run has begun; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION;
+ *         #ZELQ_BAD_AXIS; ZELQ_BAD_ARGUMENT(2), (3), (4): dir, opt, sel out of range; exchange
+ * codes
+ * @warning A lost reply makes the library send the request again. The controller refuses the
+ *          second one while the axis runs; a run that has already ended is started anew.
+ * @note The trace line shows an unfilled conversion in place of pos, and no opt. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_HomeMoveZPhase(short zelNo, unsigned short axis, unsigned short dir,
+                                             unsigned short opt, unsigned short sel, short word,
+                                             double pos);
+
+/**
+ * Starts a homing run of one axis to the limit switch at the end of its way.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param dir   direction of the search, 0 or 1
+ * @param opt   as in zelQ_HomeMoveHome()
+ * @param zUse  1: search for the Z phase afterwards, away from the switch; 0: do not
+ * @param sel   as in zelQ_HomeMoveHome()
+ * @param word  as in zelQ_HomeMoveHome()
+ * @param pos   user units, see sel
+ * @return #ZELQ_OK: the run has begun; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION;
+ *         #ZELQ_BAD_AXIS; ZELQ_BAD_ARGUMENT(2), (3), (4), (5): dir, opt, zUse, sel out of range;
+ *         exchange codes
+ * @warning A lost reply makes the library send the request again. The controller refuses the
+ *          second one while the axis runs; a run that has already ended is started anew.
+ * @note The trace line shows an unfilled conversion in place of pos, and no opt. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_HomeMoveLimit(unsigned short zelNo, unsigned short axis,
+                                            unsigned short dir, unsigned short opt,
+                                            unsigned short zUse, unsigned short sel, short word,
+                                            double pos);
+
+/**
+ * Starts a homing run of one axis to the mechanical stopper at the end of its way. Limit switches
+ * do not stop it.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param dir   direction of the search, 0 or 1
+ * @param zUse  1: search for the Z phase afterwards, away from the stopper; 0: do not
+ * @param sel   as in zelQ_HomeMoveHome()
+ * @param word  passed on (torque by which the stopper is known, 0.1 percent; 0: 500)
+ * @param pos   user units, see sel
+ * @return #ZELQ_OK: the run has begun; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION;
+ *         #ZELQ_BAD_AXIS; ZELQ_BAD_ARGUMENT(2), (3), (4): dir, zUse, sel out of range; exchange
+ *         codes
+ * @warning A lost reply makes the library send the request again. The controller refuses the
+ *          second one while the axis runs; a run that has already ended is started anew.
+ * @note The trace line shows an unfilled conversion in place of pos, and no opt. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_HomeMoveStopper(short zelNo, unsigned short axis, unsigned short dir,
+                                              short zUse, unsigned short sel, short word,
+                                              double pos);
+
+/**
+ * Sets the speeds of the four homing phases of one axis by their drive speeds: each starts with a
+ * tenth of it, and gains or loses twice its value in a second.
+ *
+ * @param zelNo   controller number, 1..254
+ * @param axis    0..31
+ * @param profile shape of the speed profile in all phases, 0 or 1
+ * @param s0      drive speed of the first phase, user units per second
+ * @param s1      of the second
+ * @param s2      of the third
+ * @param s3      of the fourth
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2): profile above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_HomeSetDriveSpeed(short zelNo, unsigned short axis,
+                                                unsigned short profile, double s0, double s1,
+                                                double s2, double s3);
+
+/**
+ * Sets the speeds of the four homing phases of one axis by their drive speeds, one start speed, and
+ * one ratio of acceleration and deceleration to the drive speed.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param axis     0..31
+ * @param profile  shape of the speed profile in all phases, 0 or 1
+ * @param start    start speed of all phases, user units per second
+ * @param s0       drive speed of the first phase, user units per second
+ * @param s1       of the second
+ * @param s2       of the third
+ * @param s3       of the fourth
+ * @param accRatio acceleration and deceleration of a phase, by its drive speed, 1/s
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2): profile above 1; exchange codes
+ * @note The trace line shows the first phase's drive and start speed, acceleration and
+ *       deceleration in pulses. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_HomeSetSpeed(short zelNo, unsigned short axis, unsigned short profile,
+                                           double start, double s0, double s1, double s2, double s3,
+                                           short accRatio);
+
+/**
+ * Sets the speeds of the four homing phases of one axis, each by itself.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param axis     0..31
+ * @param profile0 first phase: shape of the speed profile, 0 or 1
+ * @param start0   start speed, user units per second
+ * @param acc0     acceleration, user units per second squared
+ * @param drive0   drive speed, user units per second
+ * @param dec0     deceleration, user units per second squared
+ * @param profile1 second phase: shape of the speed profile, 0 or 1
+ * @param start1   start speed, user units per second
+ * @param acc1     acceleration, user units per second squared
+ * @param drive1   drive speed, user units per second
+ * @param dec1     deceleration, user units per second squared
+ * @param profile2 third phase: shape of the speed profile, 0 or 1
+ * @param start2   start speed, user units per second
+ * @param acc2     acceleration, user units per second squared
+ * @param drive2   drive speed, user units per second
+ * @param dec2     deceleration, user units per second squared
+ * @param profile3 fourth phase: shape of the speed profile, 0 or 1
+ * @param start3   start speed, user units per second
+ * @param acc3     acceleration, user units per second squared
+ * @param drive3   drive speed, user units per second
+ * @param dec3     deceleration, user units per second squared
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2), (7), (12), (17): profile0, profile1, profile2, profile3 above 1;
+ *         exchange codes
+ * @note Traced as zelQ_HomeSetSpeed() is, without the profile. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_HomeSetDetailSpeed(
+    short zelNo, unsigned short axis, unsigned short profile0, double start0, double acc0,
+    double drive0, double dec0, unsigned short profile1, double start1, double acc1, double drive1,
+    double dec1, unsigned short profile2, double start2, double acc2, double drive2, double dec2,
+    unsigned short profile3, double start3, double acc3, double drive3, double dec3);
+
+/**
+ * Cancels the homing-done state of one axis.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_HomeDoneCancel(short zelNo, unsigned short axis);
+
+/**
+ * Cancels the homing-done states of several axes.
+ *
+ * @param zelNo controller number, 1..254
+ * @param count number of axes, 1..32
+ * @param axes  axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_mHomeDoneCancel(short zelNo, short count, const unsigned short* axes);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Interpolation: maps                                                                        */
@@ -705,9 +1266,430 @@ ZELQ_API short ZELQ_CALL zelQ_mMoveRel(short zelNo, short count, const short* ax
 /* Sequence programs                                                                          */
 /* ------------------------------------------------------------------------------------------ */
 
+/** State of one sequence program, 28 bytes. What the values mean is the controller's. */
+typedef struct SeqStatus
+{
+    unsigned short state;     /**< offset 0: bits 0..3 of the status word */
+    unsigned short bit4;      /**< offset 2: bit 4 of the status word, 0 or 1 */
+    unsigned short bit5;      /**< offset 4: bit 5 of the status word, 0 or 1 */
+    unsigned short bits6_7;   /**< offset 6: bits 6..7 of the status word */
+    unsigned short reserved;  /**< offset 8: not written */
+    unsigned short bit8;      /**< offset 10: bit 8 of the status word, 0 or 1 */
+    unsigned short bits9_13;  /**< offset 12: bits 9..13 of the status word */
+    unsigned short reserved2; /**< offset 14: not written */
+    unsigned int long1;       /**< offset 16: status registers 1 (low half) and 2 */
+    unsigned int long3;       /**< offset 20: status registers 3 (low half) and 4 */
+    unsigned short word5;     /**< offset 24: status register 5 */
+    unsigned short reserved3; /**< offset 26: not written */
+} SeqStatus;
+
+/** State of the four sequence programs, 112 bytes. */
+typedef struct SeqAllStatus
+{
+    SeqStatus program[4]; /**< offset 0: by program index */
+} SeqAllStatus;
+
+/**
+ * Gives a sequence program the focus: from now on the controller appends function records, and
+ * the motion commands of any caller, to its buffer instead of executing them, until
+ * zelQ_SeqKillFocus().
+ *
+ * @warning While a program has the focus, every record is appended, once for each time it is
+ *          sent: a lost reply makes the library send it again.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; exchange codes
+ * @note Threads: any; the focus is the controller's, and so common to all of its callers.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqSetFocus(short zelNo, unsigned short seq);
+
+/**
+ * Takes the focus away: motion commands are executed again.
+ *
+ * @param zelNo controller number, 1..254
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqKillFocus(short zelNo);
+
+/**
+ * Empties the buffer of a sequence program and opens it for new records.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncBufClear(short zelNo, unsigned short seq);
+
+/**
+ * Closes the buffer of a sequence program with an end record.
+ *
+ * @warning A lost reply makes the library send the request again; the controller can then refuse
+ *          the second end, and so report an error for a buffer that is closed.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3; it need not have the focus
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncAddEnd(short zelNo, unsigned short seq);
+
+/**
+ * Configures a sequence program. What the three values mean is the controller's.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3
+ * @param cfg1  0..1
+ * @param cfg2  0..2
+ * @param cfg3  0..1
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0), (1), (2),
+ *         (3): seq, cfg1, cfg2, cfg3 above its range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqSetCfg(short zelNo, unsigned short seq, unsigned short cfg1,
+                                        unsigned short cfg2, unsigned short cfg3);
+
+/**
+ * Starts a sequence program at its first record.
+ *
+ * @warning A lost reply makes the library send the request again: a program that has ended in
+ *          between is run twice; one that is running makes the controller report an error.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqStart(short zelNo, unsigned short seq);
+
+/**
+ * Stops a sequence program.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param seq      program index, 0..3
+ * @param stopMode how, 0..1, the controller's code
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; ZELQ_BAD_ARGUMENT(1): stopMode above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqStop(short zelNo, unsigned short seq, unsigned short stopMode);
+
+/**
+ * Pauses a sequence program; zelQ_SeqResume() lets it go on.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqPause(short zelNo, unsigned short seq);
+
+/**
+ * Lets a paused sequence program go on where it was.
+ *
+ * @warning A lost reply makes the library send the request again: where the controller pauses by
+ *          itself after each record, the program can go on by two of them.
+ *
+ * @param zelNo controller number, 1..254
+ * @param seq   program index, 0..3
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
+ *         3; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqResume(short zelNo, unsigned short seq);
+
+/**
+ * Function record: wait until axes have ended their motions.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param waitMode the controller's code, such as for all of the axes or any of them; sent as given
+ * @param count    number of axes, 1..32
+ * @param axes     axis numbers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
+ *         ZELQ_BAD_ARGUMENT(3): axes null; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitMovDone(short zelNo, short waitMode, short count,
+                                                 const unsigned short* axes);
+
+/**
+ * Function record: wait until continuous-path pre-registers are empty.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo    controller number, 1..254
+ * @param waitMode the controller's code, 1..3
+ * @param count    number of items, 1..32
+ * @param items    pre-registers; the controller judges them
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): waitMode
+ *         outside 1..3; #ZELQ_BAD_AXIS_COUNT; ZELQ_BAD_ARGUMENT(3): items null; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitPreRegEmpty(short zelNo, short waitMode, short count,
+                                                     const unsigned short* items);
+
+/**
+ * Function record: wait until inputs of the main board have given levels.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param mask  inputs that are waited for, bit k for pin k
+ * @param level their levels, bit k for pin k
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitMDIpins(short zelNo, unsigned int mask,
+                                                 unsigned int level);
+
+/**
+ * Function record: wait until one input of the main board has a given level.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param pin   pin number; sent as given
+ * @param level 0 or 1; sent as given
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitMDIpin(short zelNo, short pin, short level);
+
+/**
+ * Function record: wait until inputs of a remote input slave have given levels.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  slave number, 0..31
+ * @param mask  inputs that are waited for, bit k for pin k
+ * @param level their levels, bit k for pin k
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitRDIpins(short zelNo, unsigned short axis,
+                                                 unsigned int mask, unsigned int level);
+
+/**
+ * Function record: wait until one input of a remote input slave has a given level.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  slave number, 0..31
+ * @param pin   pin number; sent as given
+ * @param level 0 or 1; sent as given
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitRDIpin(short zelNo, unsigned short axis, short pin,
+                                                short level);
+
+/**
+ * Function record: wait until inputs of a servo drive have given levels.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  axis number; sent as given, and not in the trace line
+ * @param mask  inputs that are waited for, bit k for pin k
+ * @param level their levels, bit k for pin k
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitSDIpins(short zelNo, unsigned short axis,
+                                                 unsigned int mask, unsigned int level);
+
+/**
+ * Function record: wait until one input of a servo drive has a given level.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  axis number; sent as given, and not in the trace line
+ * @param pin   pin number; sent as given
+ * @param level 0 or 1; sent as given
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitSDIpin(short zelNo, unsigned short axis, short pin,
+                                                short level);
+
+/**
+ * Function record: wait for a time.
+ *
+ * @warning A lost reply makes the library send the request again: the record can be appended
+ *          twice.
+ *
+ * @param zelNo controller number, 1..254
+ * @param delay how long, in the controller's unit
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
+ * @note Goes to the program that has the focus. Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqFuncDelay(short zelNo, unsigned int delay);
+
+/**
+ * Reads the state of one sequence program.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param seq    program index, 0..3
+ * @param status [out] written on success
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): seq above
+ *         3; ZELQ_BAD_ARGUMENT(2): status null; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqGetStatus(short zelNo, unsigned short seq, SeqStatus* status);
+
+/**
+ * Reads the state of all four sequence programs in one exchange. A failed call writes no trace
+ * line.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param status [out] written on success
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
+ *         #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_SeqGetAllStatus(short zelNo, SeqAllStatus* status);
+
 /* ------------------------------------------------------------------------------------------ */
 /* List motion                                                                                */
 /* ------------------------------------------------------------------------------------------ */
+
+/** State of one axis's list motion, 24 bytes. What the values mean is the controller's. */
+typedef struct LmStatus
+{
+    unsigned short axis;     /**< offset 0: axis number, 0xFFFF where there is no servo axis */
+    unsigned short bit11;    /**< offset 2: bit 11 of the status word, 0 or 1 */
+    unsigned short bit12;    /**< offset 4: bit 12 of the status word, 0 or 1 */
+    unsigned short bit13;    /**< offset 6: bit 13 of the status word, 0 or 1 */
+    unsigned short low11;    /**< offset 8: bits 0..10 of the status word */
+    unsigned short word1;    /**< offset 10: status register 1 */
+    unsigned short word2;    /**< offset 12: status register 2 */
+    unsigned short reserved; /**< offset 14: not written */
+    unsigned int long3;      /**< offset 16: status registers 3 (low half) and 4 */
+    unsigned int long5;      /**< offset 20: status registers 5 (low half) and 6 */
+} LmStatus;
+
+/**
+ * Configures the list motion of one axis. What the three values mean is the controller's.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param cfg1  0..1
+ * @param cfg2  0..255
+ * @param cfg3  0..255
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2), (3), (4): cfg1, cfg2, cfg3 above its range; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_LmSetCfg(short zelNo, unsigned short axis, unsigned short cfg1,
+                                       unsigned short cfg2, unsigned short cfg3);
+
+/**
+ * Appends nodes to the list of one axis. Element k of each array belongs to node k; what the
+ * values mean is the controller's.
+ *
+ * @warning A lost reply makes the library send the request again: the nodes can be appended twice.
+ *
+ * @param zelNo     controller number, 1..254
+ * @param axis      0..31
+ * @param nodeCount number of nodes, 1..50
+ * @param nodeA     first values, in user units
+ * @param nodeB     second values, in user units
+ * @param nodeC     third values, in user units
+ * @param nodeD     fourth values, in user units
+ * @param nodeE     fifth values, in user units
+ * @param nodeF     first codes, sent as given
+ * @param nodeG     second codes, sent as given
+ * @param reply1    [out] the controller's first reply word
+ * @param reply2    [out] the controller's second reply word
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2): nodeCount outside 1..50; ZELQ_BAD_ARGUMENT(3) to (9): an array
+ *         null; #ZELQ_REPLY_DATA_MISSING: reply1 or reply2 null, or missing in the reply, the
+ *         nodes were sent; exchange codes
+ * @note Nine nodes travel in one frame. Each frame's reply is stored as it is read, so the words of
+ *       the last one stay; where #ZELQ_REPLY_DATA_MISSING is returned, an output that is not null
+ *       can have been written, and where reply1 is null it holds no word of any meaning.
+ *       Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_LmAddNode(unsigned short zelNo, unsigned short axis, short nodeCount,
+                                        const double* nodeA, const double* nodeB,
+                                        const double* nodeC, const double* nodeD,
+                                        const double* nodeE, const short* nodeF, const short* nodeG,
+                                        unsigned short* reply1, unsigned short* reply2);
+
+/**
+ * Marks the end of the list of one axis.
+ *
+ * @warning A lost reply makes the library send the request again; the controller can then refuse
+ *          the second end, and so report an error for a list that has its end.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param value belongs to the end of the motion, user units; what it means is the controller's
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_LmAddNodeEnd(short zelNo, short axis, double value);
+
+/**
+ * Runs the list of one axis, or stops it.
+ *
+ * @warning A lost reply makes the library send the request again: a list that has ended in between
+ *          is run twice; one that is running makes the controller report an error.
+ *
+ * @param zelNo controller number, 1..254
+ * @param axis  0..31
+ * @param run   1: run, 0: stop; not in the trace line
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
+ *         ZELQ_BAD_ARGUMENT(2): run above 1; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_LmRunStop(short zelNo, unsigned short axis, unsigned short run);
+
+/**
+ * Reads the state of one axis's list motion.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param axis   axis number; only its low 8 bits are used to read
+ * @param status [out] written on success
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2): null;
+ *         #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_LmGetStatus(short zelNo, short axis, LmStatus* status);
+
+/**
+ * Reads the list-motion states of all servo axes of a controller in one exchange. A failed call
+ * writes no trace line.
+ *
+ * @param zelNo  controller number, 1..254
+ * @param status [out] array of 32 records, by axis number, written on success: whole ones for the
+ *               servo axes; of all others only the axis, 0xFFFF
+ * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
+ *         -2001 (the number of #ZELQ_CONFIGURATION_CHANGED): the controller has no servo axis,
+ *         nothing was sent; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ * @note Threads: any.
+ */
+ZELQ_API short ZELQ_CALL zelQ_LmGetAllStatus(short zelNo, LmStatus* status);
 
 /* ------------------------------------------------------------------------------------------ */
 /* Protection: torque limit                                                                   */

@@ -12,10 +12,11 @@ namespace zelq::platform {
 
 /// What a step on a socket came to.
 enum class IoStatus {
-    kDone,    ///< bytes were moved
-    kBlocked, ///< nothing can be moved now: wait for readiness
-    kClosed,  ///< the peer has closed, or the connection is broken
-    kFailed,  ///< any other error, told by LastError
+    kDone,     ///< bytes were moved
+    kBlocked,  ///< nothing can be moved now: wait for readiness, or try again
+    kTimedOut, ///< nothing came in time
+    kClosed,   ///< the peer has closed, or the connection is broken
+    kFailed,   ///< any other error, told by LastError
 };
 
 struct IoResult
@@ -49,6 +50,9 @@ class TcpSocket
     IoStatus Drain();
     IoResult Send(std::span<const std::uint8_t> bytes);
     IoResult Receive(std::span<std::uint8_t> area);
+    /// Waits at most `wait` for bytes and receives those that have come by then; kBlocked when it
+    /// was interrupted.
+    IoResult ReceiveWithin(std::span<std::uint8_t> area, std::chrono::milliseconds wait);
 
     WaitStatus WaitWritable(Deadline deadline);
     WaitStatus WaitReadable(Deadline deadline);
@@ -68,9 +72,10 @@ class TcpSocket
     WaitStatus Wait(bool forWriting, Deadline deadline);
 
     std::atomic<Handle> handle_ = kNone;
-    std::atomic<Handle> event_ = kNone; ///< readiness event where the system has one, kept
+    std::atomic<Handle> event_ = kNone; ///< readiness event where the system has one
     std::atomic<std::uint32_t> lastError_ = 0;
-    UseLock inUse_; ///< shared by every step, exclusive to close
+    std::atomic<std::int64_t> receiveLimit_ = 0; ///< ms that the system lets a receive wait
+    UseLock inUse_;                              ///< shared by every step, exclusive to close
 };
 
 } // namespace zelq::platform

@@ -89,16 +89,21 @@ int ReceiveOnce(platform::TcpSocket& socket, ReplyPairing& pairing,
 {
     // One byte more than any reply may have, so that a longer one is noticed.
     std::array<std::uint8_t, kBufferBytes + 1> area; // NOLINT(*-member-init): filled by receiving
-    const platform::Deadline deadline = platform::Clock::now() + kReceiveWaits * timeOut;
+    std::chrono::milliseconds wait = kReceiveWaits * timeOut;
+    const platform::Deadline deadline = platform::Clock::now() + wait;
     std::size_t count = 0;
-    while (socket.WaitReadable(deadline) == platform::WaitStatus::kReady) {
-        const platform::IoResult got = socket.Receive(std::span(area).subspan(count));
-        if (got.status == platform::IoStatus::kBlocked) continue;
-        if (got.status != platform::IoStatus::kDone) return kSocketFailed;
+    while (true) {
+        const platform::IoResult got = socket.ReceiveWithin(std::span(area).subspan(count), wait);
+        if (got.status == platform::IoStatus::kTimedOut) break;
+        if (got.status == platform::IoStatus::kClosed ||
+            got.status == platform::IoStatus::kFailed) {
+            return kSocketFailed;
+        }
         count += got.bytes;
         if (count > kBufferBytes) return kOverflow;
         const bool settled = pairing.Advance(std::span(area).first(count));
         if (settled && count >= kShortestReply) return kOk;
+        wait = platform::Left(deadline);
     }
     if (count == 0) return kNoReply;
     return count < kShortestReply ? kReplyTooShort : kOk;

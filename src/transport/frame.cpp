@@ -188,24 +188,6 @@ bool ReplyData::AppendReplyData(std::span<const std::uint8_t> wireRegisters)
     return true;
 }
 
-void ReplyReader::SkipResult()
-{
-    if (bytes_.size() >= 4) Skip(2);
-}
-
-void ReplyReader::Skip(std::size_t bytes)
-{
-    bytes_ = bytes_.subspan(std::min(bytes, bytes_.size()));
-}
-
-bool ReplyReader::Read(std::uint16_t& value)
-{
-    if (bytes_.size() < 2) return false;
-    value = LoadHost16(bytes_.data());
-    Skip(2);
-    return true;
-}
-
 bool ReplyReader::Read(std::uint32_t& value)
 {
     if (bytes_.size() < 4) return false;

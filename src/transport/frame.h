@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 
 namespace zelq {
@@ -137,13 +139,20 @@ class ReplyReader
   public:
     explicit ReplyReader(const ReplyData& data) : bytes_(data.Bytes()) {}
 
-    /// Steps over a command's result register, when a register follows it.
-    void SkipResult();
-    [[nodiscard]] bool Read(std::uint16_t& value);
+    /// Steps over a command's result register: it is never taken for data.
+    void SkipResult() { Skip(2); }
+    [[nodiscard]] bool Read(std::span<std::uint16_t> values)
+    {
+        if (bytes_.size() < values.size_bytes()) return false;
+        std::memcpy(values.data(), bytes_.data(), values.size_bytes());
+        Skip(values.size_bytes());
+        return true;
+    }
+    [[nodiscard]] bool Read(std::uint16_t& value) { return Read(std::span(&value, 1)); }
     [[nodiscard]] bool Read(std::int32_t& value);
     [[nodiscard]] bool Read(std::uint32_t& value);
     [[nodiscard]] std::span<const std::uint8_t> Rest() const { return bytes_; }
-    void Skip(std::size_t bytes);
+    void Skip(std::size_t bytes) { bytes_ = bytes_.subspan(std::min(bytes, bytes_.size())); }
 
   private:
     std::span<const std::uint8_t> bytes_;

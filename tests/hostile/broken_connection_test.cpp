@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace zelq::test {
 
@@ -27,6 +28,17 @@ class BrokenConnection : public HostileTest
     [[nodiscard]] int NewConnections() const
     {
         return controller_.Connections() - connectionsBefore_;
+    }
+
+    /// Until the controller has closed its end: from then on this end can see it.
+    void AwaitClose() const
+    {
+        constexpr std::chrono::seconds kPatience{10};
+        const auto deadline = std::chrono::steady_clock::now() + kPatience;
+        while (controller_.OpenConnections() > 0 && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(controller_.OpenConnections(), 0);
     }
 
     int connectionsBefore_ = 0;
@@ -109,6 +121,7 @@ TEST_F(BrokenConnection, ACloseIsToldAndTheNextCallHeals)
         }
         EXPECT_LT(spent, Waits(kPatientMs) / 2) << "nothing is left to wait for";
         EXPECT_EQ(controller_.TakeRequests().size(), 1U) << "it was sent again";
+        AwaitClose();
         ExpectHealed(1);
     }
 }
@@ -120,6 +133,7 @@ TEST_F(BrokenConnection, OneThatBrokeWhileIdleIsReplacedUnnoticed)
             return Answer{.bytes = controller_.ProperReply(request), .then = then};
         });
         EXPECT_THAT(zelQ_MoveAbs(kNumber, 0, 1.0), AnyOf(0, -5));
+        AwaitClose();
         ExpectHealed(1);
     }
 }

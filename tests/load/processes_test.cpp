@@ -6,6 +6,8 @@
 #include <chrono>
 #include <future>
 #include <gtest/gtest.h>
+#include <memory>
+#include <thread>
 
 namespace zelq::test {
 

@@ -111,7 +111,9 @@ class ScriptedController::Server
         asio::error_code ignored;
         connection->socket.close(ignored);
         connection->timer.cancel();
-        connections_.erase(connection);
+        if (connections_.erase(connection) == 0) return;
+        const std::lock_guard guard(owner_.mutex_);
+        --owner_.openConnections_;
     }
 
     void Accept()
@@ -123,6 +125,7 @@ class ScriptedController::Server
             {
                 const std::lock_guard guard(owner_.mutex_);
                 ++owner_.connections_;
+                ++owner_.openConnections_;
             }
             const auto connection = std::make_shared<Connection>(std::move(socket));
             connections_.insert(connection);
@@ -312,6 +315,12 @@ int ScriptedController::Connections() const
 {
     const std::lock_guard guard(mutex_);
     return connections_;
+}
+
+int ScriptedController::OpenConnections() const
+{
+    const std::lock_guard guard(mutex_);
+    return openConnections_;
 }
 
 int ScriptedController::MostWaiting() const

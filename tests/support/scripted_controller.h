@@ -84,6 +84,8 @@ class ScriptedController
     std::vector<Request> TakeRequests();
     /// Connections accepted so far.
     [[nodiscard]] int Connections() const;
+    /// Those of them that this end has not closed yet.
+    [[nodiscard]] int OpenConnections() const;
     /// The most requests, of all connections together, that waited for their answer at once.
     [[nodiscard]] int MostWaiting() const;
     /// Stops listening and drops the connections: reconnecting is refused from now on.
@@ -108,6 +110,7 @@ class ScriptedController
     std::size_t usedSteps_ = 0;
     std::vector<Request> requests_;
     int connections_ = 0;
+    int openConnections_ = 0;
     int waiting_ = 0;
     int mostWaiting_ = 0;
     std::unique_ptr<Server> server_;

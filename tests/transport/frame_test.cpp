@@ -299,8 +299,7 @@ TEST(ReplyDataReader, StopsAtTheEnd)
     ASSERT_TRUE(resultAlone.AppendReplyData(Bytes{0, 5}));
     ReplyReader alone(resultAlone);
     alone.SkipResult();
-    EXPECT_TRUE(alone.Read(word)) << "there is nothing to skip it for";
-    EXPECT_EQ(word, 5);
+    EXPECT_FALSE(alone.Read(word)) << "a result register is never data";
 }
 
 } // namespace

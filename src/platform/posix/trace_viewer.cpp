@@ -2,6 +2,7 @@
 
 #include "platform/posix/debug_output.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <sys/socket.h>
@@ -37,14 +38,27 @@ class ViewerSocket
     /// False when no viewer is there. A hung one costs the send's time-out and loses the line.
     bool Send(const char* line, std::size_t length) const
     {
+        // Connected, a line costs no look-up. A viewer that has gone is noticed by the send, and
+        // looking for one costs less than a send that nobody takes.
+        if (SendToConnected(line, length)) return true;
         constexpr socklen_t kSize = offsetof(sockaddr_un, sun_path) + sizeof(kViewerName);
         const auto* address = reinterpret_cast<const sockaddr*>(&viewer_);
-        const ssize_t sent = sendto(descriptor_, line, length, MSG_NOSIGNAL, address, kSize);
-        return sent >= 0 || errno == EAGAIN || errno == EINTR;
+        connected_ = connect(descriptor_, address, kSize) == 0;
+        return SendToConnected(line, length);
     }
 
   private:
+    bool SendToConnected(const char* line, std::size_t length) const
+    {
+        if (!connected_) return false;
+        const ssize_t sent = send(descriptor_, line, length, MSG_NOSIGNAL);
+        if (sent >= 0 || errno == EAGAIN || errno == EINTR) return true;
+        connected_ = false;
+        return false;
+    }
+
     int descriptor_;
+    mutable std::atomic<bool> connected_ = false;
     sockaddr_un viewer_{};
 };
 

@@ -108,9 +108,8 @@ bool IsReady(SOCKET handle, bool forWriting)
     return recv(handle, &next, 1, MSG_PEEK) >= 0 || WSAGetLastError() != WSAEWOULDBLOCK;
 }
 
-/// Has the event set whenever the socket becomes readable, writable or closed. The event is made
-/// for the first connection and serves all later ones: one that is set late, for a connection
-/// that is gone, costs no more than a look.
+/// Has the event set whenever the socket becomes readable, writable or closed. An event that serves
+/// several connections may be set late, for one that is gone, which costs no more than a look.
 bool SignalReadiness(SOCKET handle, std::atomic<std::intptr_t>& event)
 {
     if (event.load() == kNoEvent) {
@@ -119,6 +118,12 @@ bool SignalReadiness(SOCKET handle, std::atomic<std::intptr_t>& event)
         event.store(reinterpret_cast<std::intptr_t>(created));
     }
     return WSAEventSelect(handle, NativeEvent(event.load()), FD_READ | FD_WRITE | FD_CLOSE) == 0;
+}
+
+void CloseEvent(std::atomic<std::intptr_t>& event)
+{
+    const std::intptr_t closed = event.exchange(kNoEvent);
+    if (closed != kNoEvent) WSACloseEvent(NativeEvent(closed));
 }
 
 void CloseSocket(SOCKET handle)
@@ -132,8 +137,6 @@ void CloseSocket(SOCKET handle)
 TcpSocket::~TcpSocket()
 {
     Close();
-    const Handle event = event_.exchange(kNone);
-    if (event != kNone) WSACloseEvent(NativeEvent(event));
 }
 
 IoStatus TcpSocket::Failed(std::uint32_t error)
@@ -160,6 +163,7 @@ bool TcpSocket::Open(const char* address, std::uint32_t port, std::chrono::milli
             return true;
         }
         error = WSAGetLastError();
+        if (handle_.load() == kNone) CloseEvent(event_);
     }
     lastError_.store(static_cast<std::uint32_t>(error), std::memory_order_relaxed);
     if (handle != INVALID_SOCKET) closesocket(handle);
@@ -178,6 +182,8 @@ void TcpSocket::Close()
     }
     const std::unique_lock alone(inUse_);
     CloseSocket(Native(handle));
+    // Another thread may have connected meanwhile, and waits by the same event.
+    if (handle_.load() == kNone) CloseEvent(event_);
 }
 
 IoStatus TcpSocket::Drain()
@@ -227,19 +233,29 @@ IoResult TcpSocket::Receive(std::span<std::uint8_t> area)
     return {IoStatus::kDone, static_cast<std::size_t>(got)};
 }
 
+IoResult TcpSocket::ReceiveWithin(std::span<std::uint8_t> area, std::chrono::milliseconds wait)
+{
+    const WaitStatus ready = Wait(false, Clock::now() + wait);
+    if (ready == WaitStatus::kTimedOut) return {IoStatus::kTimedOut, 0};
+    if (ready == WaitStatus::kFailed) return {IoStatus::kFailed, 0};
+    return Receive(area);
+}
+
 WaitStatus TcpSocket::Wait(bool forWriting, Deadline deadline)
 {
     const std::shared_lock step(inUse_);
     const WSAEVENT event = NativeEvent(event_.load());
+    bool broken = false;
     while (true) {
         const Handle handle = handle_.load();
         if (handle == kNone) {
-            if (event_.load() != kNone) WSASetEvent(event); // for the others that wait
+            // Close has set the event, but this thread may have reset it before others saw it.
+            if (event_.load() != kNone) WSASetEvent(event);
             return WaitStatus::kFailed;
         }
         // The event only says when to look again; what is seen here counts. So it may be set for
-        // something that was taken long ago, or have been reset by another thread.
-        if (IsReady(Native(handle), forWriting)) return WaitStatus::kReady;
+        // something that was taken long ago, or another thread may have reset it.
+        if (broken || IsReady(Native(handle), forWriting)) return WaitStatus::kReady;
         const auto left = Left(deadline);
         if (left.count() == 0) return WaitStatus::kTimedOut;
         const DWORD wait = WSAWaitForMultipleEvents(1, &event, FALSE, WaitTime(left), FALSE);
@@ -248,7 +264,7 @@ WaitStatus TcpSocket::Wait(bool forWriting, Deadline deadline)
         if (wait == WSA_WAIT_EVENT_0 && WSAEnumNetworkEvents(Native(handle), event, &seen) != 0) {
             return WaitStatus::kFailed;
         }
-        if ((seen.lNetworkEvents & FD_CLOSE) != 0) return WaitStatus::kReady;
+        broken = (seen.lNetworkEvents & FD_CLOSE) != 0;
     }
 }
 

@@ -48,16 +48,16 @@ class Alarms : public Family
             if (DueAt(number) > now) continue;
             Axis& axis = controller_.AxisAt(number);
             Look(axis);
-            Watch& watch = watches_.at(static_cast<std::size_t>(number));
-            watch.seen = axis.Following();
+            Supervision& supervision = supervised_.at(static_cast<std::size_t>(number));
+            supervision.seen = axis.Following();
             const Nanoseconds period = Cruises(axis) ? kCruisePeriod : kWatchPeriod;
-            watch.due = (now / period + 1) * period;
+            supervision.due = (now / period + 1) * period;
         }
     }
 
   private:
     // A motion that has been looked at, and when it is due again.
-    struct Watch
+    struct Supervision
     {
         std::shared_ptr<const Trajectory> seen;
         Nanoseconds due{0};
@@ -68,8 +68,8 @@ class Alarms : public Family
     {
         const Axis* axis = controller_.FindAxis(number);
         if (axis == nullptr || !axis->Moving()) return kNever;
-        const Watch& watch = watches_.at(static_cast<std::size_t>(number));
-        return axis->Following() == watch.seen ? watch.due : controller_.Now();
+        const Supervision& supervision = supervised_.at(static_cast<std::size_t>(number));
+        return axis->Following() == supervision.seen ? supervision.due : controller_.Now();
     }
 
     static bool Cruises(const Axis& axis)
@@ -93,7 +93,7 @@ class Alarms : public Family
         } else if (exceeds(std::abs(axis.FollowingError()), DriveSetting::kFollowingErrorLimit,
                            1)) {
             axis.RaiseAlarm(kFollowingErrorAlarm);
-        } else {
+        } else if (axis.Kind() != MotionKind::kHoming) { // that may look for the stopper
             const MotionState state = axis.Physical();
             const AxisMechanics& mechanics = axis.Mechanics();
             const double above = state.position - static_cast<double>(mechanics.positiveLimit);
@@ -150,7 +150,7 @@ class Alarms : public Family
     }
 
     Controller& controller_;
-    std::array<Watch, kMaxAxes> watches_;
+    std::array<Supervision, kMaxAxes> supervised_;
 };
 
 } // namespace

@@ -14,9 +14,6 @@ namespace {
 // The motor runs behind its command by as much as it moves in this time.
 constexpr double kFollowingLag = 0.0005;
 
-// The alarm of a drive whose motor cannot follow its command.
-constexpr Alarm kPositionDeviation = {24, 0};
-
 Nanoseconds After(Nanoseconds begin, double seconds)
 {
     const double latest = static_cast<double>((kNever - begin).count());
@@ -29,6 +26,11 @@ Nanoseconds After(Nanoseconds begin, double seconds)
 std::int32_t Wrap(std::int64_t value)
 {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(value)));
+}
+
+StopMode ModeOf(Reaction reaction)
+{
+    return reaction == Reaction::kSudden ? StopMode::kSudden : StopMode::kDecelerate;
 }
 
 } // namespace
@@ -159,8 +161,10 @@ void Axis::Pause(double seconds, MotionKind kind)
 
 void Axis::PushWith(std::int32_t torque, double speedLimit)
 {
-    torque_ = protection_.torque.Allowed(torque);
-    Follow(PlanTorque(Physical(), torque_, speedLimit), MotionKind::kTorque, CommandPosition());
+    torque_ = torque;
+    speedLimit_ = speedLimit;
+    Follow(PlanTorque(Physical(), protection_.torque.Allowed(torque), speedLimit),
+           MotionKind::kTorque, CommandPosition());
 }
 
 void Axis::Override(const SpeedProfile& profile)
@@ -244,31 +248,44 @@ void Axis::PlanEvents()
     if (!trajectory_) return;
     for (const int direction : {1, -1}) {
         stopperTrip_ = std::min(stopperTrip_, StopperTrip(direction));
-        PlanLimitStop(direction);
+        PlanLimitStops(direction);
         // An axis that brakes has nothing more to do at a signal.
         if (!Stopping()) watchTrip_ = std::min(watchTrip_, WatchTrip(direction));
     }
 }
 
-void Axis::PlanLimitStop(int direction)
+void Axis::PlanLimitStops(int direction)
 {
+    const double here = trajectory_->At(Elapsed(now_)).position;
     // Who looks for the switch, or for the stopper behind it, wants to get there.
-    const bool wanted = watch_ && (watch_->signal == LimitOf(direction) ||
-                                   watch_->signal == StopperOf(direction));
-    if (!wanted) {
+    if (!watch_ ||
+        (watch_->signal != LimitOf(direction) && watch_->signal != StopperOf(direction))) {
         const std::int64_t limit =
             direction > 0 ? mechanics_.positiveLimit : mechanics_.negativeLimit;
         // An input that is on by hand counts everywhere: it is "reached" with the first movement.
         const bool forced = ForcedOn(inputs_, LimitOf(direction));
-        PlanStopAt(forced ? trajectory_->At(Elapsed(now_)).position : static_cast<double>(limit),
-                   direction, protection_.AtLimit(direction), StopCause::kLimitSensor);
+        PlanStopAt(TimeAt(forced ? here : static_cast<double>(limit), direction),
+                   protection_.AtLimit(direction), StopCause::kLimitSensor);
     }
     // Before the axis is homed, the counter says nothing about the machine.
     if (kind_ == MotionKind::kHoming) return;
     const SoftwareLimit& soft = protection_.Soft(direction);
     // A move may end on the limit; it is passing it that counts.
-    const double behind = PhysicalOf(soft.position) + 0.25 * direction;
-    PlanStopAt(behind, direction, soft.reaction, StopCause::kSoftwareLimit);
+    PlanStopAt(TimeAt(PhysicalOf(soft.position) + 0.25 * direction, direction), soft.reaction,
+               StopCause::kSoftwareLimit);
+    if (kind_ == MotionKind::kSearch) return;
+    const auto edge = EdgeAhead(mechanics_, Signal::kHomeSensor, true, here, direction);
+    if (edge && !inputs_.homeSensor) {
+        PlanStopAt(TimeAt(*edge, direction), protection_.At(Sensor::kHome),
+                   StopCause::kLimitSensor);
+    }
+}
+
+void Axis::PlanStopAt(Nanoseconds moment, Reaction reaction, StopCause cause)
+{
+    // An axis that brakes already can only be stopped at once.
+    if (reaction == Reaction::kNone || (Stopping() && reaction != Reaction::kSudden)) return;
+    if (moment < limitStop_.time) limitStop_ = {moment, reaction, cause};
 }
 
 Nanoseconds Axis::StopperTrip(int direction) const
@@ -284,14 +301,43 @@ Nanoseconds Axis::WatchTrip(int direction) const
     if (!watch_ || ForcedOn(inputs_, watch_->signal)) return kNever;
     const double here = Physical().position;
     if (watch_->level && watch_->signal == StopperOf(direction)) {
-        // A drive that may push no harder is there when its torque is at the limit.
-        const double torque =
-            std::abs(protection_.torque.Allowed(watch_->stopperTorque * direction));
-        const double pressing = torque / kStopperStiffness;
+        // A drive that may not push as hard never finds it: the command runs on.
+        const double torque = watch_->stopperTorque * direction;
+        if (protection_.torque.Allowed(torque) != torque) return kNever;
+        const double pressing = watch_->stopperTorque / kStopperStiffness;
         return TimeAt(mechanics_.Stopper(direction) + pressing * direction, direction);
     }
     const auto edge = EdgeAhead(mechanics_, watch_->signal, watch_->level, here, direction);
     return edge ? TimeAt(*edge, direction) : kNever;
+}
+
+void Axis::StopAtLimit()
+{
+    const LimitStop stop = std::exchange(limitStop_, LimitStop());
+    Stop(ModeOf(stop.reaction), stop.cause);
+}
+
+void Axis::ReactToSensors(const AxisInputs& before)
+{
+    // Homing and searches look for these inputs themselves.
+    if (kind_ == MotionKind::kHoming || kind_ == MotionKind::kSearch) return;
+    const auto react = [this](bool was, bool is, Sensor sensor) {
+        const Reaction reaction = protection_.At(sensor);
+        if (was || !is || reaction == Reaction::kNone) return;
+        Stop(ModeOf(reaction), StopCause::kLimitSensor);
+    };
+    react(before.homeSensor, inputs_.homeSensor, Sensor::kHome);
+    react(before.configurable, inputs_.configurable, Sensor::kConfigurable);
+}
+
+void Axis::SetProtection(const AxisProtection& protection)
+{
+    protection_ = protection;
+    if (kind_ == MotionKind::kTorque && !Stopping()) {
+        PushWith(torque_, speedLimit_);
+    } else {
+        PlanEvents();
+    }
 }
 
 void Axis::TripWatch()
@@ -312,7 +358,7 @@ void Axis::MeetStopper()
 {
     if (kind_ != MotionKind::kTorque || Stopping()) {
         Rest(Physical().position - BehindStopper(), StopCause::kAlarm);
-        RaiseAlarm(kPositionDeviation);
+        RaiseAlarm(kFollowingErrorAlarm);
         return;
     }
     auto path = std::make_shared<RampTrajectory>(std::round(Physical().position), false);
@@ -323,42 +369,6 @@ void Axis::MeetStopper()
 double Axis::BehindStopper() const
 {
     return mechanics_.BehindStopper(Physical().position);
-}
-
-void Axis::PlanStopAt(double place, int direction, Reaction reaction, StopCause cause)
-{
-    // An axis that brakes already can only be stopped at once.
-    if (reaction == Reaction::kNone || (Stopping() && reaction != Reaction::kSudden)) return;
-    const Nanoseconds moment = TimeAt(place, direction);
-    if (moment < limitStop_.time) limitStop_ = {moment, reaction, cause};
-}
-
-void Axis::StopAtLimit()
-{
-    const LimitStop stop = limitStop_;
-    limitStop_ = LimitStop();
-    const bool sudden = stop.reaction == Reaction::kSudden;
-    Stop(sudden ? StopMode::kSudden : StopMode::kDecelerate, stop.cause);
-}
-
-void Axis::ReactToSensors(const AxisInputs& before)
-{
-    // Homing and searches look for these inputs themselves.
-    if (kind_ == MotionKind::kHoming || kind_ == MotionKind::kSearch) return;
-    const auto react = [this](bool was, bool is, Sensor sensor) {
-        const Reaction reaction = protection_.At(sensor);
-        if (was || !is || reaction == Reaction::kNone) return;
-        const bool sudden = reaction == Reaction::kSudden;
-        Stop(sudden ? StopMode::kSudden : StopMode::kDecelerate, StopCause::kLimitSensor);
-    };
-    react(before.homeSensor, inputs_.homeSensor, Sensor::kHome);
-    react(before.configurable, inputs_.configurable, Sensor::kConfigurable);
-}
-
-void Axis::SetProtection(const AxisProtection& protection)
-{
-    protection_ = protection;
-    PlanEvents();
 }
 
 double Axis::Elapsed(Nanoseconds now) const
@@ -409,11 +419,11 @@ std::int32_t Axis::Velocity() const
 
 double Axis::TorqueDemand() const
 {
+    if (BehindStopper() != 0) return servoOn_ ? BehindStopper() * kStopperStiffness : 0;
     const MotionState state = Physical();
-    double torque = TorqueFor(state) + (ServoOn() ? load_ : 0);
-    if (kind_ == MotionKind::kTorque && !Stopping() && state.velocity == 0) torque = torque_;
-    if (BehindStopper() != 0) torque = servoOn_ ? BehindStopper() * kStopperStiffness : 0;
-    return torque;
+    const bool pushes = kind_ == MotionKind::kTorque && !Stopping() &&
+                        (state.velocity == 0 || state.acceleration * torque_ > 0);
+    return (pushes ? torque_ : TorqueFor(state)) + (ServoOn() ? load_ : 0);
 }
 
 std::int32_t Axis::Torque() const
@@ -430,12 +440,7 @@ bool Axis::TorqueLimited(int direction) const
 
 bool Axis::SignalOn(Signal signal) const
 {
-    return SignalOnWith(inputs_, signal);
-}
-
-bool Axis::SignalOnWith(const AxisInputs& inputs, Signal signal) const
-{
-    return ForcedOn(inputs, signal) || OnAt(mechanics_, signal, Physical().position);
+    return ForcedOn(inputs_, signal) || OnAt(mechanics_, signal, Physical().position);
 }
 
 void Axis::SetHomeDone(bool done)
@@ -488,14 +493,14 @@ void Axis::PushByHand(std::int32_t pulses)
 
 void Axis::SetInputs(const AxisInputs& inputs)
 {
-    const AxisInputs before = std::exchange(inputs_, inputs);
-    const bool watched = watch_ && SignalOnWith(before, watch_->signal);
+    const bool before = watch_ && SignalOn(watch_->signal);
+    const AxisInputs inputsBefore = std::exchange(inputs_, inputs);
     if (EmergencyStop()) Stop(StopMode::kSudden, StopCause::kEmergencyStop);
-    ReactToSensors(before);
+    ReactToSensors(inputsBefore);
     PlanEvents();
     if (!watch_ || Stopping()) return;
-    const bool on = SignalOn(watch_->signal);
-    if (watched != on && on == watch_->level) TripWatch();
+    const bool after = SignalOn(watch_->signal);
+    if (before != after && after == watch_->level) TripWatch();
 }
 
 void Axis::SetMechanics(const AxisMechanics& mechanics)

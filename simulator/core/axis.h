@@ -188,25 +188,24 @@ class Axis
     void Begin(std::shared_ptr<const Trajectory> trajectory, StopCause endsBy);
     void MoveToPhysical(const SpeedProfile& profile, double target, MotionKind kind);
     void Rest(double physical, StopCause cause);
-    // Where the running motion will meet a limit.
+    [[nodiscard]] Nanoseconds TimeAt(double place, int direction) const;
+    void PlanEvents();
+    void PlanLimitStops(int direction);
+    void PlanStopAt(Nanoseconds moment, Reaction reaction, StopCause cause);
+    [[nodiscard]] Nanoseconds StopperTrip(int direction) const;
+    [[nodiscard]] Nanoseconds WatchTrip(int direction) const;
+    void TripWatch();
+    void MeetStopper();
+    void StopAtLimit();
+    void ReactToSensors(const AxisInputs& before);
+
+    // Where the running motion meets a switch, a sensor or a software limit first.
     struct LimitStop
     {
         Nanoseconds time = kNever;
         Reaction reaction = Reaction::kNone;
         StopCause cause = StopCause::kNone;
     };
-
-    [[nodiscard]] bool SignalOnWith(const AxisInputs& inputs, Signal signal) const;
-    [[nodiscard]] Nanoseconds TimeAt(double place, int direction) const;
-    void PlanEvents();
-    void PlanLimitStop(int direction);
-    void PlanStopAt(double place, int direction, Reaction reaction, StopCause cause);
-    void StopAtLimit();
-    void ReactToSensors(const AxisInputs& before);
-    [[nodiscard]] Nanoseconds StopperTrip(int direction) const;
-    [[nodiscard]] Nanoseconds WatchTrip(int direction) const;
-    void TripWatch();
-    void MeetStopper();
 
     AxisMechanics mechanics_;
     AxisProtection protection_;
@@ -220,23 +219,24 @@ class Axis
     Nanoseconds servoOnAt_{0};
     std::optional<Alarm> alarm_;
     bool warning_ = false;
-    bool homeDone_ = false;
     double load_ = 0;
+    bool homeDone_ = false;
 
     // The motion. Without a trajectory the axis rests at resting_.
     std::shared_ptr<const Trajectory> trajectory_;
     MotionKind kind_ = MotionKind::kIdle;
-    SpeedProfile running_; // by which it was planned, and by which it will brake
-    int direction_ = 0;    // of a motion that runs until it is stopped
-    double goal_ = 0;      // of a move
-    double torque_ = 0;    // of a torque mode
+    SpeedProfile running_;    // by which it was planned, and by which it will brake
+    int direction_ = 0;       // of a motion that runs until it is stopped
+    double goal_ = 0;         // of a move
+    std::int32_t torque_ = 0; // of a torque mode, with its speed limit
+    double speedLimit_ = 0;
     std::optional<Watch> watch_;
     StopCause endsBy_ = StopCause::kNone; // what the running motion will have ended by
     StopCause lastStop_ = StopCause::kNone;
     Nanoseconds begin_{0};
     Nanoseconds end_ = kNever;
     LimitStop limitStop_;
-    Nanoseconds stopperTrip_ = kNever; // when it has pressed too hard against a stopper,
+    Nanoseconds stopperTrip_ = kNever; // when the running motion has pressed too hard at a stopper,
     Nanoseconds watchTrip_ = kNever;   // when it sees its signal
     double resting_ = 0;
     std::int32_t target_ = 0;

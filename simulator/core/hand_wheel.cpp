@@ -2,8 +2,6 @@
 
 #include "families.h"
 
-#include <cmath>
-
 namespace lumosim {
 
 namespace {
@@ -54,16 +52,11 @@ Result HandWheel::Turn(std::int32_t notches)
     const std::int32_t pulses = TakePulses(notches);
     if (pulses == 0) return Result::kDone;
 
-    const bool turning = axis->Kind() == MotionKind::kHandWheel;
-    if (axis->Moving() && !turning) return Result::kBusy;
-    const Result check = turning ? Result::kDone : axis->CheckMove(pulses > 0 ? 1 : -1);
+    const Result check = axis->CheckMode(MotionKind::kHandWheel, pulses > 0 ? 1 : -1);
     if (check != Result::kDone) return check;
-
-    const std::int32_t from = axis->CommandPosition();
-    const std::int32_t target = (turning ? axis->TargetPosition() : from) + pulses;
-    const MotionState state = axis->Physical();
-    const double place = std::round(state.position) + (target - from);
-    axis->Follow(PlanMove(axis->Profile(), state, place), MotionKind::kHandWheel, target);
+    const bool turning = axis->Kind() == MotionKind::kHandWheel;
+    const std::int32_t from = turning ? axis->TargetPosition() : axis->CommandPosition();
+    axis->RunTo(axis->Profile(), from + pulses, MotionKind::kHandWheel);
     return Result::kDone;
 }
 

@@ -1,6 +1,5 @@
 #include "motor.h"
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -24,9 +23,8 @@ double AccelerationBy(double torque)
 
 double TorqueFor(const MotionState& state)
 {
-    const double torque = kFrictionTorque * Sign(state.velocity) +
-                          state.acceleration / kAccelerationAtRatedTorque * kRatedTorque;
-    return std::clamp(torque, -kPeakTorque, kPeakTorque);
+    return kFrictionTorque * Sign(state.velocity) +
+           state.acceleration / kAccelerationAtRatedTorque * kRatedTorque;
 }
 
 std::shared_ptr<const Trajectory> PlanTorque(const MotionState& from, double torque,

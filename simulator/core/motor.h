@@ -20,7 +20,7 @@ inline constexpr double kStopperStiffness = 5;
 
 inline constexpr double kHighestTurnsPerMinute = 6000;
 
-// The torque that the motor needs for this motion.
+// The torque that this motion needs, were it more than the motor has.
 double TorqueFor(const MotionState& state);
 
 // What the motor does under a torque: friction holds it back, and the drive keeps it at the speed

@@ -1,9 +1,8 @@
 #include "api/checks.h"
 #include "api/command.h"
+#include "api/status_registers.h"
 #include "api/zelq.h"
 #include "common/trace.h"
-
-#include <array>
 
 using namespace zelq;
 
@@ -64,27 +63,19 @@ short SendLimits(short zelNo, short count, const AxisNumber* axes, LimitOf limit
     return command.Run(zelNo);
 }
 
-bool ReadStatus(const ReplyData& reply, TorqueLimitStatus& status)
+using StatusRegisters = RegisterBlock<8>;
+
+void FillStatus(TorqueLimitStatus& status, const StatusRegisters& registers)
 {
-    ReplyReader reader(reply);
-    std::array<std::uint16_t, 6> words{};
-    bool complete = true;
-    for (std::uint16_t& word : words) {
-        complete = complete && reader.Read(word);
-    }
-    std::uint32_t value = 0;
-    if (!complete || !reader.Read(value)) return false;
-    const unsigned flags = words[0];
-    status.active = flags & 1U;
-    status.flag1 = flags >> 1U & 1U;
-    status.flag2 = flags >> 2U & 1U;
-    status.word1 = words[1];
-    status.word2 = words[2];
-    status.word3 = words[3];
-    status.word4 = words[4];
-    status.value5 = words[5];
-    status.value6 = value;
-    return true;
+    status.active = registers.Bits(0, 0);
+    status.flag1 = registers.Bits(0, 1);
+    status.flag2 = registers.Bits(0, 2);
+    status.word1 = registers.words[1];
+    status.word2 = registers.words[2];
+    status.word3 = registers.words[3];
+    status.word4 = registers.words[4];
+    status.value5 = registers.words[5];
+    status.value6 = registers.UnsignedLong(6);
 }
 
 } // namespace
@@ -158,6 +149,11 @@ short zelQ_TorqueLimitGetStatus(short zelNo, unsigned short axis, TorqueLimitSta
     constexpr unsigned kStatusRegister = 47;
     ReplyData reply;
     const short result = ReadRegisters(zelNo, AxisRegister(axis, kStatusRegister), 8, reply);
-    if (result == kOk && !ReadStatus(reply, *status)) return kReplyDataMissing;
+    if (result == kOk) {
+        ReplyReader reader(reply);
+        StatusRegisters registers;
+        if (!registers.ReadFrom(reader)) return kReplyDataMissing;
+        FillStatus(*status, registers);
+    }
     return Traced("%d=zelQ_TorqueLimitGetStatus(%d,%d)", result, zelNo, axis);
 }

@@ -154,7 +154,10 @@ TEST_F(AlarmsTest, DrivesWatchTheCurrent)
 TEST_F(AlarmsTest, DrivesWatchTheTravel)
 {
     server_.With([](lumosim::Controller& c) {
-        c.AxisAt(0).SetMechanics({.negativeLimit = -5000, .positiveLimit = 5000});
+        lumosim::AxisMechanics mechanics = c.AxisAt(0).Mechanics();
+        mechanics.negativeLimit = -5000;
+        mechanics.positiveLimit = 5000;
+        c.AxisAt(0).SetMechanics(mechanics);
     });
     ASSERT_EQ(zelQ_StopModeSensorOn(kNumber, 0, 0, 0), 0);
     ASSERT_EQ(zelQ_StopModeSensorOn(kNumber, 0, 1, 0), 0);

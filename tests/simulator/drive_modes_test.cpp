@@ -81,7 +81,7 @@ TEST_F(DriveModesTest, AStopperHoldsATorqueAndAlarmsAPosition)
     axis.MoveTo(50'000);
     controller.Advance(seconds(10));
     ASSERT_TRUE(axis.ActiveAlarm());
-    EXPECT_EQ(axis.ActiveAlarm()->number, 24);
+    EXPECT_EQ(axis.ActiveAlarm()->number, kFollowingErrorAlarm.number);
     EXPECT_EQ(axis.EncoderPosition(), 10'000);
     EXPECT_FALSE(axis.ServoOn());
 }

@@ -114,7 +114,9 @@ TEST_F(ProtectionTest, CommandsAreCheckedAsAWhole)
 TEST_F(ProtectionTest, TheFirstOfTwoLimitsStops)
 {
     SetSoftLimits({Reaction::kDecelerate, 2000});
-    axis.SetMechanics({.negativeLimit = -3000, .positiveLimit = 3000});
+    AxisMechanics mechanics = axis.Mechanics();
+    mechanics.positiveLimit = 3000;
+    axis.SetMechanics(mechanics);
     SetSensor(Sensor::kLimitPositive, Reaction::kSudden);
     axis.Jog(1);
     Finish();
@@ -165,6 +167,72 @@ TEST_F(ProtectionTest, HomingPassesSoftwareLimits)
     axis.Follow(PlanMove(axis.Profile(), axis.Physical(), 5000), MotionKind::kHoming, 5000);
     Finish();
     EXPECT_EQ(axis.CommandPosition(), 5000);
+}
+
+TEST_F(ProtectionTest, TheHomeSensorStopsWhereItStands)
+{
+    AxisMechanics mechanics = axis.Mechanics();
+    mechanics.homeSensor = Stretch{2000, 2100};
+    axis.SetMechanics(mechanics);
+    axis.MoveTo(6000);
+    Finish();
+    EXPECT_EQ(axis.LastStop(), StopCause::kNone) << "of itself it stops nothing";
+    SetSensor(Sensor::kHome, Reaction::kSudden);
+    axis.MoveTo(0);
+    Finish();
+    EXPECT_EQ(axis.LastStop(), StopCause::kLimitSensor);
+    EXPECT_EQ(axis.CommandPosition(), 2100);
+    axis.MoveTo(0);
+    Finish();
+    EXPECT_EQ(axis.CommandPosition(), 0) << "it is on already";
+}
+
+TEST_F(ProtectionTest, ATorqueModePushesWithWhatTheLimitLeaves)
+{
+    const auto limitTo = [this](Word percent) {
+        AxisProtection protection = axis.Protection();
+        protection.torque.on = true;
+        protection.torque.positive = percent;
+        axis.SetProtection(protection);
+    };
+    limitTo(10);
+    axis.PushWith(300, 1'000'000);
+    controller.Advance(milliseconds(10));
+    EXPECT_EQ(axis.Torque(), 100);
+    EXPECT_TRUE(axis.TorqueLimited(1));
+    EXPECT_EQ(axis.Velocity(), 2500) << "5 % accelerate, 5 % are friction";
+    limitTo(20);
+    controller.Advance(milliseconds(10));
+    EXPECT_EQ(axis.Torque(), 200);
+    EXPECT_EQ(axis.Velocity(), 2500 + 7500);
+    limitTo(50);
+    controller.Advance(milliseconds(10));
+    EXPECT_EQ(axis.Torque(), 300);
+    EXPECT_FALSE(axis.TorqueLimited(1));
+}
+
+TEST_F(ProtectionTest, AStopperIsNotFoundWithTooLittleTorque)
+{
+    for (const Word percent : {Word{60}, Word{40}}) {
+        AxisProtection protection = axis.Protection();
+        protection.torque.on = true;
+        protection.torque.positive = percent;
+        axis.SetProtection(protection);
+        SpeedProfile profile = axis.Profile();
+        profile.drive = 1'000'000;
+        profile.acc = 10'000'000;
+        axis.Run(
+            profile, 1, MotionKind::kHoming,
+            Watch{Signal::kStopperPositive, true, StopMode::kSudden, StopCause::kHomeFound, 500});
+        Finish();
+        if (percent == 60) {
+            EXPECT_EQ(axis.LastStop(), StopCause::kHomeFound);
+            axis.MoveTo(10'000'000);
+            Finish();
+        }
+    }
+    EXPECT_EQ(axis.LastStop(), StopCause::kAlarm);
+    EXPECT_EQ(axis.Alarms().At(0).alarm.number, kFollowingErrorAlarm.number);
 }
 
 TEST_F(ProtectionTest, ALoadNeedsTorque)

@@ -21,7 +21,7 @@ if(ZELQ_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
 endif()
 
 if(ZELQ_SANITIZE)
-  add_compile_options(-fsanitize=${ZELQ_SANITIZE} -fno-omit-frame-pointer -O1)
+  add_compile_options(-fsanitize=${ZELQ_SANITIZE} -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${ZELQ_SANITIZE})
   if(ZELQ_SANITIZE MATCHES "undefined")
     add_compile_options(-fno-sanitize-recover=all)

@@ -1,4 +1,4 @@
-// First motion: connect, set axes up, switch servos on, jog, and move two axes.
+// First motion: connect, set axes up, switch servos on, home, jog, and move two axes.
 //
 //   first_motion                                     a simulated controller inside the program
 //   first_motion --network 192.168.0 --controller 3  the real one at 192.168.0.3
@@ -56,15 +56,37 @@ class FirstMotion
               [this] { return Status(kAxes[0]).servoOn == 1 && Status(kAxes[1]).servoOn == 1; });
     }
 
+    void Home()
+    {
+        std::printf("\nHome axis 0 on its home sensor\n");
+        Do(zelQ_HomeSetDriveSpeed(zelNo_, 0, 0, 20.0, 5.0, 2.0, 20.0));
+        Do(zelQ_HomeMoveHome(zelNo_, 0, 1, 0, 2, 0, 0, 0.0));
+        example::LiveLines live;
+        Await("the home sensor", [&] {
+            const ServoStatus status = Status(0);
+            const bool homing = status.homing != 0;
+            std::array<char, 128> line{};
+            std::snprintf(line.data(), line.size(),
+                          "  axis 0  %9.3f mm  %8.3f mm/s  sensor %-3s  %s",
+                          double{status.commandPosition}, double{status.velocity},
+                          status.homeSensor != 0 ? "on" : "off", homing ? "homing" : "homed");
+            live.Show({line.data()}, !homing);
+            return !homing;
+        });
+        if (Status(0).homeDone == 0) throw std::runtime_error("axis 0 did not find its home");
+    }
+
     void Jog()
     {
-        std::printf(
-            "\nJog axis 0 until it has gone 10 mm, then a move takes it back to where it was\n");
-        const double home = Status(0).commandPosition;
+        std::printf("\nJog axis 0 for 10 mm, stop, and move back\n");
+        const double start = Status(0).commandPosition;
         Do(zelQ_MoveVel(zelNo_, 0, 0));
         Await("10 mm of jogging",
-              [&] { return std::abs(Status(0).commandPosition - home) >= 10.0; });
-        Move({{0, Status(0).commandPosition, home}}, [&] { return zelQ_MoveAbs(zelNo_, 0, home); });
+              [&] { return std::abs(Status(0).commandPosition - start) >= 10.0; });
+        Do(zelQ_StopDec(zelNo_, 0));
+        Await("the axis to stop", [this] { return Status(0).inMotion == 0; });
+        Move({{0, Status(0).commandPosition, start}},
+             [&] { return zelQ_MoveAbs(zelNo_, 0, start); });
     }
 
     void MoveBoth()
@@ -134,7 +156,7 @@ class FirstMotion
     template <typename Done>
     void Await(const char* what, Done done)
     {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         while (!done()) {
             if (std::chrono::steady_clock::now() > end) {
                 throw std::runtime_error(std::string("waited in vain for ") + what);
@@ -202,6 +224,7 @@ int main(int argc, char** argv)
         FirstMotion motion(target.Number());
         motion.SetUp();
         motion.SwitchOn();
+        motion.Home();
         motion.Jog();
         motion.MoveBoth();
         motion.SwitchOff();

@@ -154,6 +154,39 @@ TEST_F(SequencesScenario, FourProgramsWaitForInputsAndForEachOther)
     }
 }
 
+TEST_F(SequencesScenario, AProgramQueuesLinesAndWaitsForTheQueue)
+{
+    constexpr unsigned short kMapAxes[] = {0, 1};
+    ASSERT_EQ(zelQ_IMapSet(kNumber, 0, 2, kMapAxes), 0);
+    ASSERT_EQ(zelQ_CP_PreRegUseSet(kNumber, 1), 0);
+    Load(0, [] {
+        constexpr unsigned short kQueue[] = {0};
+        const auto line = [](double x, double y) {
+            const double target[] = {x, y};
+            InterpSpeedProfile speed{};
+            speed.startSpeed = speed.driveSpeed = speed.endSpeed = 1000;
+            return zelQ_ILinear(kNumber, 0, 0, 2, target, &speed);
+        };
+        return Results{line(100, 0),
+                       line(100, 100),
+                       line(0, 100),
+                       zelQ_SeqFuncWaitPreRegEmpty(kNumber, 1, 1, kQueue),
+                       zelQ_MoveAbs(kNumber, 2, 1000),
+                       zelQ_SeqFuncWaitPreRegEmpty(kNumber, 3, 1, kQueue),
+                       zelQ_MoveAbs(kNumber, 3, 1000)};
+    });
+    ASSERT_EQ(zelQ_SeqStart(kNumber, 0), 0);
+    Advance(milliseconds(250)); // 100 ms a line: the last one has left the queue 50 ms ago
+    EXPECT_NEAR(double{StatusOf(0).commandPosition}, 50, 2);
+    EXPECT_NEAR(double{StatusOf(1).commandPosition}, 100, 2);
+    EXPECT_NEAR(double{StatusOf(2).commandPosition}, 50, 2);
+    EXPECT_EQ(double{StatusOf(3).commandPosition}, 0.0);
+    Advance(milliseconds(100)); // and it has ended 50 ms ago
+    EXPECT_EQ(double{StatusOf(0).commandPosition}, 0.0);
+    EXPECT_NEAR(double{StatusOf(3).commandPosition}, 50, 2);
+    EXPECT_EQ(Program(0).state, kFinished);
+}
+
 TEST_F(SequencesScenario, AProgramIsPausedResumedAndStopped)
 {
     ASSERT_EQ(zelQ_SeqSetCfg(kNumber, 1, 1, 2, 0), 0); // endless; a fault stops the axes at once

@@ -28,11 +28,6 @@ std::int32_t Wrap(std::int64_t value)
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(value)));
 }
 
-StopMode ModeOf(Reaction reaction)
-{
-    return reaction == Reaction::kSudden ? StopMode::kSudden : StopMode::kDecelerate;
-}
-
 } // namespace
 
 Nanoseconds Axis::NextEvent() const
@@ -254,40 +249,6 @@ void Axis::PlanEvents()
     }
 }
 
-void Axis::PlanLimitStops(int direction)
-{
-    const double here = trajectory_->At(Elapsed(now_)).position;
-    // Who looks for the switch, or for the stopper behind it, wants to get there.
-    if (!watch_ ||
-        (watch_->signal != LimitOf(direction) && watch_->signal != StopperOf(direction))) {
-        const std::int64_t limit =
-            direction > 0 ? mechanics_.positiveLimit : mechanics_.negativeLimit;
-        // An input that is on by hand counts everywhere: it is "reached" with the first movement.
-        const bool forced = ForcedOn(inputs_, LimitOf(direction));
-        PlanStopAt(TimeAt(forced ? here : static_cast<double>(limit), direction),
-                   protection_.AtLimit(direction), StopCause::kLimitSensor);
-    }
-    // Before the axis is homed, the counter says nothing about the machine.
-    if (kind_ == MotionKind::kHoming) return;
-    const SoftwareLimit& soft = protection_.Soft(direction);
-    // A move may end on the limit; it is passing it that counts.
-    PlanStopAt(TimeAt(PhysicalOf(soft.position) + 0.25 * direction, direction), soft.reaction,
-               StopCause::kSoftwareLimit);
-    if (kind_ == MotionKind::kSearch) return;
-    const auto edge = EdgeAhead(mechanics_, Signal::kHomeSensor, true, here, direction);
-    if (edge && !inputs_.homeSensor) {
-        PlanStopAt(TimeAt(*edge, direction), protection_.At(Sensor::kHome),
-                   StopCause::kLimitSensor);
-    }
-}
-
-void Axis::PlanStopAt(Nanoseconds moment, Reaction reaction, StopCause cause)
-{
-    // An axis that brakes already can only be stopped at once.
-    if (reaction == Reaction::kNone || (Stopping() && reaction != Reaction::kSudden)) return;
-    if (moment < limitStop_.time) limitStop_ = {moment, reaction, cause};
-}
-
 Nanoseconds Axis::StopperTrip(int direction) const
 {
     // A torque gets no higher at the stopper; a position runs on and makes it rise to the peak.
@@ -309,35 +270,6 @@ Nanoseconds Axis::WatchTrip(int direction) const
     }
     const auto edge = EdgeAhead(mechanics_, watch_->signal, watch_->level, here, direction);
     return edge ? TimeAt(*edge, direction) : kNever;
-}
-
-void Axis::StopAtLimit()
-{
-    const LimitStop stop = std::exchange(limitStop_, LimitStop());
-    Stop(ModeOf(stop.reaction), stop.cause);
-}
-
-void Axis::ReactToSensors(const AxisInputs& before)
-{
-    // Homing and searches look for these inputs themselves.
-    if (kind_ == MotionKind::kHoming || kind_ == MotionKind::kSearch) return;
-    const auto react = [this](bool was, bool is, Sensor sensor) {
-        const Reaction reaction = protection_.At(sensor);
-        if (was || !is || reaction == Reaction::kNone) return;
-        Stop(ModeOf(reaction), StopCause::kLimitSensor);
-    };
-    react(before.homeSensor, inputs_.homeSensor, Sensor::kHome);
-    react(before.configurable, inputs_.configurable, Sensor::kConfigurable);
-}
-
-void Axis::SetProtection(const AxisProtection& protection)
-{
-    protection_ = protection;
-    if (kind_ == MotionKind::kTorque && !Stopping()) {
-        PushWith(torque_, speedLimit_);
-    } else {
-        PlanEvents();
-    }
 }
 
 void Axis::TripWatch()
@@ -432,12 +364,6 @@ std::int32_t Axis::Torque() const
     return static_cast<std::int32_t>(std::lround(std::clamp(torque, -kPeakTorque, kPeakTorque)));
 }
 
-bool Axis::TorqueLimited(int direction) const
-{
-    const double demand = TorqueDemand();
-    return (demand - protection_.torque.Allowed(demand)) * direction > 0;
-}
-
 bool Axis::SignalOn(Signal signal) const
 {
     return ForcedOn(inputs_, signal) || OnAt(mechanics_, signal, Physical().position);
@@ -447,13 +373,6 @@ void Axis::SetHomeDone(bool done)
 {
     homeDone_ = done;
     if (done) lastStop_ = StopCause::kHomeFound;
-}
-
-bool Axis::AtSoftwareLimit(int direction) const
-{
-    const SoftwareLimit& limit = protection_.Soft(direction);
-    if (limit.reaction == Reaction::kNone) return false;
-    return (std::int64_t{CommandPosition()} - limit.position) * direction >= 0;
 }
 
 bool Axis::EmergencyStop() const

@@ -17,6 +17,13 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using Words = std::vector<Word>;
 
+ControllerConfig Servos(int count)
+{
+    ControllerConfig config;
+    config.axes = count;
+    return config;
+}
+
 class ProtectionTest : public testing::Test
 {
   protected:
@@ -58,7 +65,7 @@ class ProtectionTest : public testing::Test
         return result;
     }
 
-    Controller controller{ControllerConfig{.number = 1, .axes = 2, .slaves = {}, .mechanics = {}}};
+    Controller controller{Servos(2)};
     Axis& axis;
 };
 
@@ -253,7 +260,7 @@ TEST_F(ProtectionTest, ALoadNeedsTorque)
 TEST_F(ProtectionTest, ResultsDoNotDependOnTheSteps)
 {
     const auto run = [](Nanoseconds step) {
-        Controller other(ControllerConfig{.number = 1, .axes = 1, .slaves = {}, .mechanics = {}});
+        Controller other(Servos(1));
         Axis& one = other.AxisAt(0);
         one.SetProfile({SpeedProfile::kSmooth, 0, 100'000, 100'000, 100'000, 0});
         one.Parameters().Set(DriveSetting::kFollowingErrorLimit, 30);

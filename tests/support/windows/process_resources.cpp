@@ -17,7 +17,7 @@ template <typename Counts>
 std::size_t CountHandles(Counts counts)
 {
     constexpr std::uintptr_t kStep = 4; // handles are multiples of it, and small
-    constexpr std::uintptr_t kEnd = 0x10000;
+    constexpr std::uintptr_t kEnd = 0x2000;
     std::size_t count = 0;
     for (std::uintptr_t value = kStep; value < kEnd; value += kStep) {
         DWORD flags = 0;

@@ -19,6 +19,7 @@ using test::Peer;
 
 constexpr milliseconds kLong{20'000};  ///< a wait that is never meant to end by itself
 constexpr milliseconds kShort{60};     ///< one that is
+constexpr milliseconds kTick{5};       ///< a system's clock may be coarser than ours
 constexpr milliseconds kPrompt{5'000}; ///< far below kLong, far above any delay of a busy machine
 
 Deadline In(milliseconds time)
@@ -185,6 +186,34 @@ TEST_F(TcpSocketTest, BlocksAndTimesOutWhenNothingComes)
     EXPECT_LT(Since(start), kPrompt);
     EXPECT_EQ(socket_.WaitWritable(In(kLong)), WaitStatus::kReady);
     EXPECT_EQ(socket_.WaitReadable(Clock::now() - kShort), WaitStatus::kTimedOut);
+}
+
+TEST_F(TcpSocketTest, ReceivesWithinATime)
+{
+    std::array<std::uint8_t, 4> area{};
+    const auto within = [&](milliseconds wait) { return socket_.ReceiveWithin(area, wait); };
+    // Whatever the wait before was, each lasts as long as it says.
+    for (const milliseconds wait : {kShort, milliseconds{0}, milliseconds{1}, 2 * kShort, kShort}) {
+        const auto start = Clock::now();
+        EXPECT_EQ(within(wait).status, IoStatus::kTimedOut);
+        EXPECT_GE(Clock::now() - start, wait - kTick);
+        EXPECT_LT(Since(start), kPrompt);
+    }
+    Deliver(Counting(6));
+    EXPECT_EQ(within(kLong).bytes, 4U);
+    EXPECT_EQ(within(milliseconds{0}).bytes, 2U);
+    EXPECT_EQ(area[0], 4);
+    EXPECT_EQ(area[1], 5);
+
+    const auto start = Clock::now();
+    std::thread sender([&] { peer_->Send({1}); });
+    EXPECT_EQ(within(kLong).bytes, 1U);
+    sender.join();
+    EXPECT_LT(Since(start), kPrompt);
+    peer_->Close();
+    EXPECT_EQ(within(kLong).status, IoStatus::kClosed);
+    socket_.Close();
+    EXPECT_EQ(within(kLong).status, IoStatus::kFailed);
 }
 
 TEST_F(TcpSocketTest, StaysReadableUntilAllIsTaken)

@@ -94,6 +94,9 @@ TEST(TcpSocketSystem, InterruptedWaitsGoOn)
     const auto deadline = Clock::now() + milliseconds(100);
     EXPECT_EQ(socket.WaitReadable(deadline), WaitStatus::kTimedOut);
     EXPECT_GE(Clock::now(), deadline);
+    // A receive that is interrupted says so, and its caller goes on.
+    std::array<std::uint8_t, 2> area{};
+    EXPECT_EQ(socket.ReceiveWithin(area, kLong).status, IoStatus::kBlocked);
     peer.Send({7});
     EXPECT_EQ(socket.WaitReadable(Clock::now() + kLong), WaitStatus::kReady);
     done = true;

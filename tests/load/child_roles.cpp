@@ -2,6 +2,7 @@
 
 #include "support/child_process.h"
 #include "support/process_resources.h"
+#include "support/scripted_controller.h"
 #include "support/shared_library.h"
 #include "zelq.h"
 
@@ -14,8 +15,6 @@
 namespace zelq::test {
 
 namespace {
-
-constexpr short kConnectMs = 5000; ///< a busy machine accepts late
 
 /// Where a role finds its controllers: number and port, one after the other.
 class Arguments
@@ -40,10 +39,8 @@ int Failed(const std::string& what)
 /// Connects with waits that only a controller that is meant to be silent sits out.
 bool Connect(short number, int port)
 {
-    constexpr short kReceiveMs = 2000;
-    zelQ_SetNetPortNum(number, port);
-    if (zelQ_Connect(number, 127, 0, 0) != 0) return false;
-    return zelQ_TMOSet(number, kConnectMs, kReceiveMs, kReceiveMs) == 0;
+    constexpr short kMs = 2000;
+    return ConnectPatiently(number, port, kMs) == 0;
 }
 
 int CallOften(Arguments arguments)

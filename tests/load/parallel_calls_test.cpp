@@ -50,9 +50,7 @@ std::unique_ptr<lumosim::Server> StartSimulated(short number)
 
 bool SetUpAxes(short number, int port)
 {
-    zelQ_SetNetPortNum(number, port);
-    if (zelQ_Connect(number, 127, 0, 0) != 0) return false;
-    bool fine = zelQ_TMOSet(number, kPatientMs, kPatientMs, kPatientMs) == 0;
+    bool fine = ConnectPatiently(number, port, kPatientMs) == 0;
     for (short axis = 0; axis < 2; ++axis) {
         const auto index = static_cast<unsigned short>(axis);
         fine = fine && zelQ_UnitPerPulseSet(number, axis, 0.5) == 0 &&
@@ -157,9 +155,9 @@ TEST(ParallelCalls, ConnectingAtOnceMakesOneSession)
     constexpr int kThreads = 8;
     ScriptedController controller(kNumber);
     controller.SetSlaveTypes({1});
-    ASSERT_EQ(zelQ_SetNetPortNum(kNumber, controller.Port()), 0);
     // Each closes and opens the connection anew, which the calls of the others must not notice.
-    const int failed = RunInParallel(kThreads, [](int) {
+    const int failed = RunInParallel(kThreads, [&](int) {
+        if (ConnectPatiently(kNumber, controller.Port(), kPatientMs) != 0) return false;
         for (int i = 0; i < 10; ++i) {
             if (zelQ_Connect(kNumber, 127, 0, 0) != 0) return false;
             if (zelQ_UnitPerPulseSet(kNumber, 0, 1.0) != 0) return false;

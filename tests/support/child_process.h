@@ -21,7 +21,7 @@ class ChildProcess
     /// Ends it where it stands, as a crash would.
     void Kill();
 
-    /// What it ended with: its exit code, else kCrashed. One that does not end in half a minute is
+    /// What it ended with: its exit code, else kCrashed. One that does not end in 90 s is
     /// killed.
     int Wait();
 

@@ -251,9 +251,8 @@ int ScriptedController::Port() const
 
 void ScriptedController::Connect()
 {
-    ASSERT_EQ(zelQ_SetNetPortNum(number_, Port()), 0);
-    ASSERT_EQ(zelQ_Connect(number_, 127, 0, 0), 0);
-    ASSERT_EQ(zelQ_TMOSet(number_, 1000, 1000, 1000), 0);
+    constexpr short kMs = 1000;
+    ASSERT_EQ(ConnectPatiently(number_, Port(), kMs), 0);
     TakeRequests();
 }
 
@@ -384,6 +383,15 @@ Bytes ScriptedController::ProperReply(const RequestFrame& frame, std::uint16_t r
         }
     }
     return FrameBytes(frame.id, frame.function, body);
+}
+
+short ConnectPatiently(short number, int port, short ms)
+{
+    zelQ_SetNetPortNum(number, port);
+    short result = zelQ_Connect(number, 127, 0, 0);
+    zelQ_TMOSet(number, ms, ms, ms);
+    if (result != 0) result = zelQ_Connect(number, 127, 0, 0);
+    return result;
 }
 
 Answer StrayReply(const Request& request)

@@ -116,6 +116,10 @@ class ScriptedController
     std::unique_ptr<Server> server_;
 };
 
+/// Tells the library the port and connects, then lets calls wait `ms` where they wait at all. A
+/// busy machine may take longer than a controller may by default: then a second try has more time.
+short ConnectPatiently(short number, int port, short ms);
+
 /// A complete reply that belongs to no request: nothing more is waited for.
 Answer StrayReply(const Request& request);
 

@@ -16,10 +16,10 @@ namespace zelq::test {
 
 namespace {
 
-constexpr int kPatienceMs = 30'000;
+constexpr int kPatienceMs = 90'000;
 constexpr int kFirstOwnDescriptor = 3;
 
-/// False when it still runs after half a minute.
+/// False when it still runs after 90 s.
 bool AwaitEnd(pid_t process)
 {
     const int descriptor = pidfd_open(process, 0);

@@ -8,7 +8,7 @@ namespace zelq::test {
 
 namespace {
 
-constexpr DWORD kPatienceMs = 30'000;
+constexpr DWORD kPatienceMs = 90'000;
 constexpr UINT kKilled = 0xDEAD;
 
 HANDLE Native(std::intptr_t process)

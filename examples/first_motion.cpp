@@ -194,7 +194,7 @@ class FirstMotion
         constexpr int kBar = 30;
         const double whole = way.to - way.from;
         const double gone = whole == 0.0 ? 1.0 : (status.commandPosition - way.from) / whole;
-        const double part = std::clamp(gone, 0.0, 1.0);
+        const double part = std::clamp(gone, 0.0, 1.0) + 0.0; // never shown as "-0"
         const auto filled = static_cast<int>(part * kBar + 0.5);
         std::string bar(kBar, '.');
         std::fill_n(bar.begin(), filled, '#');

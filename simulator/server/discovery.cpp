@@ -10,6 +10,7 @@ using asio::ip::udp;
 
 // A read of registers, to whoever it reaches.
 constexpr std::size_t kRequestSize = 12;
+constexpr std::size_t kUnitAt = 6;
 constexpr std::size_t kFunctionAt = 7;
 constexpr std::uint8_t kReadFunction = 3;
 constexpr std::uint8_t kAnyUnit = 255;
@@ -17,11 +18,13 @@ constexpr std::uint8_t kAnyUnit = 255;
 // Where broadcasts arrive for a controller at this address.
 asio::ip::address BroadcastAddress(const asio::ip::address& address)
 {
-#ifndef _WIN32
-    // A socket at the broadcast address hears nothing but broadcasts. Windows has no such sockets.
-    if (address.is_loopback()) return asio::ip::address_v4(0x7FFFFFFF);
-#endif
+#ifdef _WIN32
+    return address; // there a socket at an address hears the broadcasts to its network, too
+#else
+    // A socket at the broadcast address hears nothing but broadcasts.
+    if (address.is_loopback() && address.is_v4()) return asio::ip::address_v4(0x7FFFFFFF);
     return address.is_v4() ? asio::ip::address_v4::any() : address;
+#endif
 }
 
 } // namespace
@@ -69,7 +72,9 @@ void DiscoveryResponder::Listen(const std::shared_ptr<Ear>& ear)
 
 void DiscoveryResponder::Answer(std::span<const std::uint8_t> request, const udp::endpoint& sender)
 {
-    if (request.size() != kRequestSize || request[kFunctionAt] != kReadFunction) return;
+    const bool isRequest = request.size() == kRequestSize && request[kUnitAt] == kAnyUnit &&
+                           request[kFunctionAt] == kReadFunction;
+    if (!isRequest) return;
     ModbusSession::Bytes answer;
     {
         const std::unique_lock lock = controller_.Lock();

@@ -35,7 +35,7 @@ class DiscoveryResponder
 
         asio::ip::udp::socket socket;
         asio::ip::udp::endpoint sender;
-        std::array<std::uint8_t, 512> datagram{};
+        std::array<std::uint8_t, 65536> datagram{}; // there are no larger ones
     };
 
     std::shared_ptr<Ear> OpenEar(const asio::ip::udp::endpoint& endpoint);

@@ -158,7 +158,8 @@ class MainOutputs : public Family
 
     [[nodiscard]] bool IsOn(unsigned pin) const
     {
-        return (controller_.MainOutputs() >> pin & 1U) != 0;
+        const unsigned outputs = controller_.MainOutputs();
+        return (outputs >> pin & 1U) != 0;
     }
 
     void Apply(const OutputChange& change)
@@ -172,8 +173,9 @@ class MainOutputs : public Family
     void Watch(Nanoseconds now)
     {
         const Word outputs = controller_.MainOutputs();
+        const unsigned before = seen_;
         for (unsigned pin = 0; pin < kPins; ++pin) {
-            const bool was = (seen_ >> pin & 1U) != 0;
+            const bool was = (before >> pin & 1U) != 0;
             if (!IsOn(pin)) limits_[pin].offAt = kNever;
             if (IsOn(pin) && !was) limits_[pin].Start(now);
         }

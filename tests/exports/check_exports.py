@@ -30,7 +30,8 @@ def exported_by_so(library):
 
 def read_dll(library, prefix):
     text = output(prefix + "objdump", "-p", library)
-    table = text.split("[Ordinal/Name Pointer] Table", 1)[1]
+    # The table ends with an empty line; relocations look much the same.
+    table = text.split("[Ordinal/Name Pointer] Table", 1)[1].split("\n\n", 1)[0]
     exports = set(re.findall(r"\[\s*\d+\]\s+(?:\+base\[\s*\d+\]\s+\w+\s+)?(\S+)", table))
     imports = set(re.findall(r"DLL Name: (\S+)", text))
     return exports, imports

@@ -156,16 +156,17 @@ void MeasureMemory()
     Connect(peer.Port());
     MoveAbs();
     Snapshot();
-    const std::uint64_t before = bench::Allocations();
     const long residentBefore = Resident();
+    const std::uint64_t before = bench::Allocations();
     constexpr int kCalls = 20000;
     for (int i = 0; i < kCalls; ++i) {
         MoveAbs();
         Snapshot();
     }
+    const std::uint64_t allocations = bench::Allocations() - before;
     std::printf("\n## Memory\n\n- heap allocations in %d calls: %llu\n"
                 "- resident memory, growth over them: %ld KiB\n- a session: %zu bytes\n",
-                2 * kCalls, static_cast<unsigned long long>(bench::Allocations() - before),
+                2 * kCalls, static_cast<unsigned long long>(allocations),
                 Resident() - residentBefore, sizeof(zelq::DeviceSession));
     zelQ_Disconnect(kNumber);
 }

@@ -30,7 +30,10 @@ class ViewerSocket
     }
     ~ViewerSocket()
     {
-        if (descriptor_ >= 0) close(descriptor_);
+        // A thread that is still in a call, as when main returns before its threads, keeps it: its
+        // number must not become another socket's under that thread's hands.
+        const int descriptor = descriptor_.exchange(-1);
+        if (descriptor >= 0 && users_ == 0) close(descriptor);
     }
     ViewerSocket(const ViewerSocket&) = delete;
     ViewerSocket& operator=(const ViewerSocket&) = delete;
@@ -38,26 +41,35 @@ class ViewerSocket
     /// False when no viewer is there. A hung one costs the send's time-out and loses the line.
     bool Send(const char* line, std::size_t length) const
     {
-        // Connected, a line costs no look-up. A viewer that has gone is noticed by the send, and
-        // looking for one costs less than a send that nobody takes.
-        if (SendToConnected(line, length)) return true;
-        constexpr socklen_t kSize = offsetof(sockaddr_un, sun_path) + sizeof(kViewerName);
-        const auto* address = reinterpret_cast<const sockaddr*>(&viewer_);
-        connected_ = connect(descriptor_, address, kSize) == 0;
-        return SendToConnected(line, length);
+        ++users_;
+        const bool taken = SendOn(descriptor_, line, length);
+        --users_;
+        return taken;
     }
 
   private:
-    bool SendToConnected(const char* line, std::size_t length) const
+    bool SendOn(int descriptor, const char* line, std::size_t length) const
+    {
+        // Connected, a line costs no look-up. A viewer that has gone is noticed by the send, and
+        // looking for one costs less than a send that nobody takes.
+        if (SendToConnected(descriptor, line, length)) return true;
+        constexpr socklen_t kSize = offsetof(sockaddr_un, sun_path) + sizeof(kViewerName);
+        const auto* address = reinterpret_cast<const sockaddr*>(&viewer_);
+        connected_ = connect(descriptor, address, kSize) == 0;
+        return SendToConnected(descriptor, line, length);
+    }
+
+    bool SendToConnected(int descriptor, const char* line, std::size_t length) const
     {
         if (!connected_) return false;
-        const ssize_t sent = send(descriptor_, line, length, MSG_NOSIGNAL);
+        const ssize_t sent = send(descriptor, line, length, MSG_NOSIGNAL);
         if (sent >= 0 || errno == EAGAIN || errno == EINTR) return true;
         connected_ = false;
         return false;
     }
 
-    int descriptor_;
+    std::atomic<int> descriptor_;
+    mutable std::atomic<int> users_ = 0; ///< threads that are sending
     mutable std::atomic<bool> connected_ = false;
     sockaddr_un viewer_{};
 };

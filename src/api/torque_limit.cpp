@@ -128,15 +128,17 @@ short zelQ_TorqueLimitFree(short zelNo, unsigned short axis, unsigned int trqVal
     return Traced("%d=zelQ_TorqueLimitFree(%d,%d,%d)", result, zelNo, axis, trqValue);
 }
 
-short zelQ_mTorqueLimitFree(short zelNo, short count, const short* axes, const unsigned int* values)
+short zelQ_mTorqueLimitFree(unsigned short zelNo, short count, const short* axes,
+                            const unsigned int* values)
 {
-    if (const short error = CheckCount(zelNo, count)) return error;
+    const auto number = static_cast<short>(zelNo);
+    if (const short error = CheckCount(number, count)) return error;
     if (axes == nullptr) return BadArgument(2);
     if (values == nullptr) return BadArgument(3);
 
     // Unlike the call for one axis this leaves the limit on, at values that limit nothing.
     const short result =
-        SendLimits(zelNo, count, axes, [=](int i) { return NoLimit(1, values[i]); });
+        SendLimits(number, count, axes, [=](int i) { return NoLimit(1, values[i]); });
     return Traced("%d=zelQ_mTorqueLimitFree(%d,%d)", result, zelNo, count);
 }
 

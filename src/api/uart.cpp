@@ -68,7 +68,7 @@ short zelQ_UARTRead(short zelNo, void* buf, short maxLen, unsigned short* readLe
 {
     if (const short error = CheckSession(zelNo)) return error;
     if (readLen == nullptr) return BadArgument(3);
-    if (maxLen > 0 && buf == nullptr) return BadArgument(2);
+    if (maxLen > 0 && buf == nullptr) return BadArgument(1);
 
     const std::size_t room = static_cast<std::size_t>(std::max<short>(maxLen, 0));
     const std::span area(static_cast<std::uint8_t*>(buf), room);

@@ -2202,8 +2202,8 @@ ZELQ_API short ZELQ_CALL zelQ_TorqueLimitFree(short zelNo, unsigned short axis,
  *         ZELQ_BAD_ARGUMENT(2), (3): axes, values null; exchange codes
  * @note Threads: any.
  */
-ZELQ_API short ZELQ_CALL zelQ_mTorqueLimitFree(short zelNo, short count, const short* axes,
-                                               const unsigned int* values);
+ZELQ_API short ZELQ_CALL zelQ_mTorqueLimitFree(unsigned short zelNo, short count,
+                                               const short* axes, const unsigned int* values);
 
 /**
  * Reads the state of one axis's torque limit.
@@ -3097,7 +3097,7 @@ ZELQ_API short ZELQ_CALL zelQ_UARTWrite(unsigned short zelNo, const void* data, 
  * @param readLen [out] how many bytes the controller had at the first exchange, which can be more
  *                than were fetched; not written when nothing was sent
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): readLen
- *         null; ZELQ_BAD_ARGUMENT(2): buf null; #ZELQ_REPLY_DATA_MISSING; exchange codes
+ *         null; ZELQ_BAD_ARGUMENT(1): buf null; #ZELQ_REPLY_DATA_MISSING; exchange codes
  * @note Threads: any.
  */
 ZELQ_API short ZELQ_CALL zelQ_UARTRead(short zelNo, void* buf, short maxLen,

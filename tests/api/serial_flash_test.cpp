@@ -261,7 +261,7 @@ TEST_F(SerialFlashTest, SerialReadOfNothing)
     ExpectNumberChecks([](short n) { return zelQ_UARTRead(n, nullptr, 1, nullptr); });
     ExpectRefused(-1703, {[] { return zelQ_UARTRead(kNumber, nullptr, 1, nullptr); },
                           [] { return zelQ_UARTRead(kNumber, nullptr, 0, nullptr); }});
-    ExpectRefused(-1702, {[] { return zelQ_UARTRead(kNumber, nullptr, 1, &available); }});
+    ExpectRefused(-1701, {[] { return zelQ_UARTRead(kNumber, nullptr, 1, &available); }});
 }
 
 TEST_F(SerialFlashTest, FlashWriteAsksBackAsManyRegistersAsItCarries)

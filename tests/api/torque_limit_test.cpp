@@ -147,7 +147,9 @@ TEST_F(TorqueLimitTest, SeveralAxesNeedCountAndArrays)
             given(6, a.codeHi.data()), given(7, a.codeLo.data()), given(8, a.values.data()));
     };
     ExpectNumberChecks([&](short n) { return set(n, 0, 2); });
-    ExpectNumberChecks([](short n) { return zelQ_mTorqueLimitFree(n, 0, nullptr, nullptr); });
+    ExpectNumberChecks([](short n) {
+        return zelQ_mTorqueLimitFree(static_cast<unsigned short>(n), 0, nullptr, nullptr);
+    });
     ExpectRefused(-2004, {[&] { return set(kNumber, 0, 2); }, [&] { return set(kNumber, 33, 2); },
                           [] { return zelQ_mTorqueLimitFree(kNumber, 0, nullptr, nullptr); },
                           [] { return zelQ_mTorqueLimitFree(kNumber, 33, nullptr, nullptr); }});

@@ -11,9 +11,9 @@ namespace zelq {
 /// Runs a request, and gives its result as the exported functions return it: cut to 16 bits, so
 /// that trace line and return value agree.
 inline short Transact(short zelNo, RequestBuffer& request, ReplyData* reply = nullptr,
-                      ExchangeTimes times = {})
+                      ExchangeTimes times = {}, TurnAction onSuccess = {})
 {
-    return static_cast<short>(TransactFrames(zelNo, request, reply, times));
+    return static_cast<short>(TransactFrames(zelNo, request, reply, times, onSuccess));
 }
 
 /// Reads one block of registers.
@@ -62,9 +62,10 @@ class Command
         return *this;
     }
 
-    [[nodiscard]] short Run(short zelNo, ReplyData* reply = nullptr, ExchangeTimes times = {})
+    [[nodiscard]] short Run(short zelNo, ReplyData* reply = nullptr, ExchangeTimes times = {},
+                            TurnAction onSuccess = {})
     {
-        return Transact(zelNo, request_, reply, times);
+        return Transact(zelNo, request_, reply, times, onSuccess);
     }
 
   private:

@@ -44,9 +44,7 @@ short zelQ_GetEnumList(const unsigned short* address, short /*unused*/, unsigned
     if (address == nullptr) return BadArgument(0);
 
     RequestBuffer request;
-    if (!request.StartReadFrame(kIdentificationRegister, kIdentificationRegisters, kAnyUnit)) {
-        return kOverflow;
-    }
+    request.StartReadFrame(kIdentificationRegister, kIdentificationRegisters, kAnyUnit);
     ReplyData reply;
     short error = kOk;
     {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "transport/frame.h"
+#include "transport/reply.h"
 
 #include <array>
 #include <cstdint>

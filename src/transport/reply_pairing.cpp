@@ -16,8 +16,8 @@ int ExceptionResult(const ReplyFrame& frame)
 
 } // namespace
 
-ReplyPairing::ReplyPairing(const RequestBuffer& request, std::size_t frames, ReplyData* reply,
-                           PairingMode mode)
+ReplyPairing::ReplyPairing(std::span<const std::uint8_t> request, std::size_t frames,
+                           ReplyData* reply, PairingMode mode)
     : request_(request), reply_(reply), frames_(frames), mode_(mode), result_(kReplyMismatch)
 {}
 
@@ -47,17 +47,17 @@ int ReplyPairing::Result() const
 
 bool ReplyPairing::BelongsTogether(const ReplyFrame& frame) const
 {
-    const std::uint8_t* request = &request_.Bytes()[requestOffset_];
-    return frame.TransactionId() == LoadHost16(request + field::kTransactionId) &&
-           frame.ProtocolId() == LoadHost16(request + field::kProtocolId) &&
+    const std::uint8_t* request = &request_[requestOffset_];
+    return frame.TransactionId() == LoadWire16(request + field::kTransactionId) &&
+           frame.ProtocolId() == LoadWire16(request + field::kProtocolId) &&
            (mode_ == PairingMode::kGather || frame.Unit() == request[field::kUnit]);
 }
 
 ReplyPairing::Request ReplyPairing::CurrentRequest() const
 {
-    const std::uint8_t* request = &request_.Bytes()[requestOffset_];
-    return {request[field::kFunction], LoadHost16(request + field::kStart),
-            LoadHost16(request + field::kQuantity)};
+    const std::uint8_t* request = &request_[requestOffset_];
+    return {request[field::kFunction], LoadWire16(request + field::kStart),
+            LoadWire16(request + field::kQuantity)};
 }
 
 void ReplyPairing::Pair(const ReplyFrame& frame)
@@ -127,7 +127,7 @@ void ReplyPairing::Matched(std::size_t replyBytes)
     ++matched_;
     replyOffset_ += replyBytes;
     if (mode_ == PairingMode::kOneReplyEach) {
-        requestOffset_ += ValidateFrame(request_.Bytes().subspan(requestOffset_));
+        requestOffset_ += FrameSize(&request_[requestOffset_]);
     }
 }
 

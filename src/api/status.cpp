@@ -6,6 +6,9 @@
 #include "transport/slave_reader.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
 
 using namespace zelq;
 
@@ -18,11 +21,40 @@ constexpr unsigned kOutputRegister = 2; ///< first of an output slave's two
 /// The status registers of one servo axis.
 using ServoRegisters = RegisterBlock<kServoRegisters>;
 
+/// Spreads the bits of the flags register over the record's fields from servoOn on, which stand in
+/// another order; two that follow are filled later. In one sweep that takes a fraction of the time
+/// of one by one, which counts with 32 axes.
+void FillFlags(ServoStatus& servo, std::uint16_t flags)
+{
+    constexpr std::array<std::uint16_t, 16> kMasks = {
+        1U << 0,  // servoOn
+        1U << 1,  // servoReady
+        1U << 3,  // alarm
+        1U << 4,  // warning
+        1U << 5,  // torqueLimited
+        1U << 6,  // inMotion
+        1U << 7,  // inPosition
+        1U << 13, // homing
+        1U << 12, // homeDone
+        1U << 11, // homeSensor
+        1U << 8,  // limitPositive
+        1U << 9,  // limitNegative
+        1U << 14, // softLimit
+        1U << 15, // auxInput
+    };
+    constexpr std::size_t kFirst = offsetof(ServoStatus, servoOn);
+    static_assert(offsetof(ServoStatus, motionKind) - kFirst == sizeof(kMasks));
+    std::array<std::uint16_t, kMasks.size()> values; // NOLINT(*-member-init): written below
+    for (std::size_t i = 0; i < kMasks.size(); ++i) {
+        values[i] = (flags & kMasks[i]) != 0 ? 1 : 0;
+    }
+    std::memcpy(reinterpret_cast<std::uint8_t*>(&servo) + kFirst, values.data(), sizeof(values));
+}
+
 /// What both status calls report of a servo axis.
 void FillServo(ServoStatus& servo, const ServoRegisters& registers, std::uint16_t axis,
                SlaveTypeWord typeWord, double unitPerPulse)
 {
-    constexpr std::size_t kFlags = 10;
     constexpr std::size_t kMotion = 11;
     constexpr std::size_t kOutputs = 12;
     servo.axis = axis;
@@ -32,21 +64,7 @@ void FillServo(ServoStatus& servo, const ServoRegisters& registers, std::uint16_
     servo.limitLogic = typeWord.LimitLogic();
     servo.homeLogic = typeWord.HomeLogic();
     servo.inputUse = typeWord.InputUse();
-    servo.servoOn = registers.Bits(kFlags, 0);
-    servo.servoReady = registers.Bits(kFlags, 1);
-    servo.alarm = registers.Bits(kFlags, 3);
-    servo.warning = registers.Bits(kFlags, 4);
-    servo.torqueLimited = registers.Bits(kFlags, 5);
-    servo.inMotion = registers.Bits(kFlags, 6);
-    servo.inPosition = registers.Bits(kFlags, 7);
-    // The record's order of the next six is not that of the bits.
-    servo.homing = registers.Bits(kFlags, 13);
-    servo.homeDone = registers.Bits(kFlags, 12);
-    servo.homeSensor = registers.Bits(kFlags, 11);
-    servo.limitPositive = registers.Bits(kFlags, 8);
-    servo.limitNegative = registers.Bits(kFlags, 9);
-    servo.softLimit = registers.Bits(kFlags, 14);
-    servo.auxInput = registers.Bits(kFlags, 15);
+    FillFlags(servo, registers.words[10]);
     servo.output1 = registers.Bits(kOutputs, 8);
     servo.output2 = registers.Bits(kOutputs, 9);
     servo.motionKind = registers.Bits(kMotion, 0, 5);

@@ -3,6 +3,8 @@
 #include "common/byte_order.h"
 #include "common/result_codes.h"
 
+#include <cstring>
+
 namespace zelq {
 
 namespace {
@@ -24,7 +26,10 @@ ReplyPairing::ReplyPairing(std::span<const std::uint8_t> request, std::size_t fr
 bool ReplyPairing::Advance(std::span<const std::uint8_t> received)
 {
     while (!ended_) {
-        if (mode_ == PairingMode::kOneReplyEach && matched_ == frames_) break;
+        if (mode_ == PairingMode::kOneReplyEach) {
+            TakeUsual(received);
+            if (matched_ == frames_) break;
+        }
         ReplyFrame frame;
         const ReplyForm form = DecodeReply(received.subspan(replyOffset_), frame);
         if (form == ReplyForm::kIncomplete) return false;
@@ -35,6 +40,29 @@ bool ReplyPairing::Advance(std::span<const std::uint8_t> received)
         }
     }
     return true;
+}
+
+/// All but the registers of a usual reply follows from its request: such replies are taken at a
+/// glance, up to the first that is anything else.
+void ReplyPairing::TakeUsual(std::span<const std::uint8_t> received)
+{
+    constexpr std::size_t kRegistersAt = 9; // behind their byte count
+    while (matched_ < frames_ && received.size() - replyOffset_ >= kRegistersAt) {
+        const std::uint8_t* request = &request_[requestOffset_];
+        const std::uint8_t* reply = &received[replyOffset_];
+        const std::size_t bytes = std::size_t{2} * LoadWire16(request + field::kQuantity);
+        const bool isRead = request[field::kFunction] == kReadRegisters;
+        const bool isCommand = request[field::kFunction] == kReadWriteRegisters;
+        const bool usual = (isRead || isCommand) &&
+                           std::memcmp(request, reply, field::kLength) == 0 &&
+                           std::memcmp(request + field::kUnit, reply + field::kUnit, 2) == 0 &&
+                           FrameSize(reply) == kRegistersAt + bytes && reply[8] == bytes &&
+                           received.size() - replyOffset_ >= kRegistersAt + bytes;
+        if (!usual || (isCommand && LoadWire16(reply + kRegistersAt) != kOk)) return;
+        if (reply_ != nullptr && !reply_->AppendReplyData({reply + kRegistersAt, bytes})) return;
+        if (isCommand) result_ = kOk;
+        Matched(kRegistersAt + bytes);
+    }
 }
 
 int ReplyPairing::Result() const

@@ -49,6 +49,7 @@ class ReplyPairing
         std::uint16_t quantity; ///< to be read, or echoed by a write
     };
 
+    void TakeUsual(std::span<const std::uint8_t> received);
     void Pair(const ReplyFrame& frame);
     [[nodiscard]] bool BelongsTogether(const ReplyFrame& frame) const;
     [[nodiscard]] Request CurrentRequest() const;

@@ -13,7 +13,6 @@ namespace {
 constexpr short kUnknown = 21; ///< never connected
 constexpr short kNumber = 22;
 
-
 RequestBuffer Reads(int frames)
 {
     RequestBuffer request;

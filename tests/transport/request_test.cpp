@@ -37,10 +37,9 @@ TEST(RequestBuilder, BuildsFramesAsTheyTravel)
     request.AppendRegister32(0xFFFE1234);
     EXPECT_EQ(request.Finish(), 2U);
     request.Number(0xABCD);
-    EXPECT_THAT(request.Bytes(),
-                ElementsAre(0xAB, 0xCD, 0, 0, 0, 6, 1, 3, 0x12, 0x34, 0, 0x56, //
-                            0xAB, 0xCE, 0, 0, 0, 17, 1, 23, 0xF0, 0, 0, 2, 0, 0, 0, 3, 6, 1, 1,
-                            0x12, 0x34, 0xFF, 0xFE));
+    EXPECT_THAT(request.Bytes(), ElementsAre(0xAB, 0xCD, 0, 0, 0, 6, 1, 3, 0x12, 0x34, 0, 0x56, //
+                                             0xAB, 0xCE, 0, 0, 0, 17, 1, 23, 0xF0, 0, 0, 2, 0, 0, 0,
+                                             3, 6, 1, 1, 0x12, 0x34, 0xFF, 0xFE));
     EXPECT_EQ(request.FirstId(), 0xABCD);
 }
 

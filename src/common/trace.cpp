@@ -80,7 +80,7 @@ class LineWriter
 void PutStamp(LineWriter& line)
 {
     constexpr int kCentury = 100; // tm counts its years from 1900
-    const std::tm now = platform::LocalTime();
+    const std::tm now = platform::LocalTime(std::time(nullptr));
     for (const int part : {now.tm_year - kCentury, now.tm_mon + 1, now.tm_mday, now.tm_hour,
                            now.tm_min, now.tm_sec}) {
         line.PutTwoDigits(part);

@@ -6,12 +6,8 @@
 namespace zelq {
 
 DeviceSession::DeviceSession(std::uint32_t controllerNumber, const TimeOuts& timeOuts)
-    : controllerNumber_(controllerNumber), timeOuts_(timeOuts)
-{
-    std::array<char, 32> name{};
-    std::snprintf(name.data(), name.size(), "Local\\Lumo=%u", controllerNumber);
-    lock_.Open(name.data()); // calls that find no lock report it
-}
+    : controllerNumber_(controllerNumber), timeOuts_(timeOuts), lock_(controllerNumber)
+{}
 
 void DeviceSession::SetAddress(std::array<std::int32_t, 3> octets, std::uint32_t port)
 {
@@ -89,7 +85,7 @@ SessionLock::SessionLock(DeviceSession& session)
 
 SessionLock::~SessionLock()
 {
-    if (status_ == platform::LockStatus::kHeld) lock_.Release();
+    if (!Failed()) lock_.Release();
 }
 
 } // namespace zelq

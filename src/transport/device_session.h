@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/named_lock.h"
+#include "platform/shared_lock.h"
 #include "platform/tcp_socket.h"
 #include "transport/interp_map.h"
 #include "transport/slave_config.h"
@@ -41,11 +41,13 @@ class DeviceSession
     bool Open();
     /// Closes the connection; the session stays.
     void Close() { socket_.Close(); }
+    /// In a forked child: the connection stays the parent's.
+    void Abandon() { socket_.Abandon(); }
     /// Closes everything, as the library is unloaded.
     void ShutDown();
 
     [[nodiscard]] platform::TcpSocket& Socket() { return socket_; }
-    [[nodiscard]] platform::NamedLock& Lock() { return lock_; }
+    [[nodiscard]] platform::SharedLock& Lock() { return lock_; }
     [[nodiscard]] const TimeOuts& Times() const { return timeOuts_; }
 
     [[nodiscard]] double UnitPerPulse(unsigned axis) const;
@@ -70,13 +72,13 @@ class DeviceSession
     const std::uint32_t controllerNumber_;
     const TimeOuts& timeOuts_;
     platform::TcpSocket socket_;
-    platform::NamedLock lock_;
+    platform::SharedLock lock_;
     std::array<std::atomic<std::int32_t>, 3> octets_{};
     std::atomic<std::uint32_t> port_ = 0;
     std::array<std::atomic<double>, kAxisCount> unitsPerPulse_{}; ///< 0 stands for 1.0
-    mutable std::mutex slavesMutex_;
+    mutable platform::UseLock slavesMutex_;
     SlaveConfig slaves_;
-    mutable std::mutex mapsMutex_;
+    mutable platform::UseLock mapsMutex_;
     InterpMapTable maps_;
 };
 
@@ -93,7 +95,7 @@ class SessionLock
     [[nodiscard]] bool Failed() const { return status_ == platform::LockStatus::kFailed; }
 
   private:
-    platform::NamedLock& lock_;
+    platform::SharedLock& lock_;
     platform::LockStatus status_;
 };
 

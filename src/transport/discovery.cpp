@@ -10,7 +10,7 @@ namespace zelq {
 
 namespace {
 
-std::mutex oneAtATime;
+platform::UseLock oneAtATime;
 std::atomic<DiscoveryContext*> current = nullptr;
 std::atomic<std::uint16_t> destinationPort = kDiscoveryPort;
 
@@ -18,8 +18,8 @@ std::atomic<std::uint16_t> destinationPort = kDiscoveryPort;
 class ProcessTurn
 {
   public:
-    explicit ProcessTurn(platform::NamedLock& lock)
-        : lock_(lock), held_(lock.Wait(kAsLongAsItTakes) == platform::LockStatus::kHeld)
+    explicit ProcessTurn(platform::SharedLock& lock)
+        : lock_(lock), held_(lock.Wait(kAtMost) != platform::LockStatus::kFailed)
     {}
     ~ProcessTurn()
     {
@@ -31,9 +31,9 @@ class ProcessTurn
     [[nodiscard]] bool Held() const { return held_; }
 
   private:
-    static constexpr std::chrono::hours kAsLongAsItTakes{24};
+    static constexpr std::chrono::seconds kAtMost{4};
 
-    platform::NamedLock& lock_;
+    platform::SharedLock& lock_;
     bool held_;
 };
 
@@ -46,7 +46,6 @@ void SetDiscoveryPort(std::uint16_t port)
 
 DiscoveryContext::DiscoveryContext() : alone_(oneAtATime)
 {
-    lock_.Open("Local\\UDP"); // Open and Exchange report it when there is none
     current = this;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "platform/named_lock.h"
+#include "platform/shared_lock.h"
+#include "platform/use_lock.h"
 #include "platform/udp_socket.h"
 #include "transport/reply_pairing.h"
 
@@ -45,8 +46,8 @@ class DiscoveryContext
     int SendTwice(std::span<const std::uint8_t> datagram);
     int Gather(ReplyPairing& pairing, std::chrono::milliseconds wait);
 
-    const std::lock_guard<std::mutex> alone_;
-    platform::NamedLock lock_; ///< among the processes
+    const std::lock_guard<platform::UseLock> alone_;
+    platform::SharedLock lock_{0}; ///< among the processes
     platform::UdpSocket socket_;
 };
 

@@ -69,7 +69,12 @@ int SendAll(platform::TcpSocket& socket, std::span<const std::uint8_t> bytes,
             std::chrono::milliseconds timeOut)
 {
     if (!socket.IsOpen()) return kNotOpen;
-    if (socket.Drain() != platform::IoStatus::kDone) return kSocketFailed;
+    const platform::TcpSocket::Use use(socket);
+    std::array<std::uint8_t, 4096> waste; // NOLINT(*-member-init): overwritten before any use
+    platform::IoResult pending{platform::IoStatus::kDone, 0};
+    while (pending.status == platform::IoStatus::kDone)
+        pending = socket.ReceivePending(waste);
+    if (pending.status != platform::IoStatus::kBlocked) return kSocketFailed;
     while (!bytes.empty()) {
         const platform::IoResult sent = socket.Send(bytes);
         if (sent.status == platform::IoStatus::kClosed) return kSocketFailed;
@@ -88,6 +93,7 @@ int SendAll(platform::TcpSocket& socket, std::span<const std::uint8_t> bytes,
 int ReceiveOnce(platform::TcpSocket& socket, ReplyPairing& pairing,
                 std::chrono::milliseconds timeOut)
 {
+    const platform::TcpSocket::Use use(socket);
     // One byte more than any reply may have, so that a longer one is noticed.
     std::array<std::uint8_t, kBufferBytes + 1> area; // NOLINT(*-member-init): filled by receiving
     std::chrono::milliseconds wait = kReceiveWaits * timeOut;

@@ -21,16 +21,31 @@ DeviceSession& SessionTable::FindOrCreate(short zelNo)
 
 SessionTable::~SessionTable()
 {
-    if (platform::ProcessIsEnding()) return;
     for (const auto& entry : sessions_) {
         DeviceSession* session = entry.load(std::memory_order_acquire);
-        if (session != nullptr) session->ShutDown();
+        if (session == nullptr) continue;
+        if (platform::ProcessIsEnding()) {
+            session->Lock().ReleaseForEndedThreads();
+        } else {
+            session->ShutDown();
+        }
+    }
+}
+
+void SessionTable::AbandonAll()
+{
+    for (const auto& entry : sessions_) {
+        DeviceSession* session = entry.load(std::memory_order_relaxed);
+        if (session != nullptr) session->Abandon();
     }
 }
 
 namespace {
 
 SessionTable table; // made as the library is loaded, taken down as it is unloaded
+
+[[maybe_unused]] const bool abandonsInChild =
+    (platform::CallInForkedChild([] { table.AbandonAll(); }), true);
 
 } // namespace
 

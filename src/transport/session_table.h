@@ -37,6 +37,8 @@ class SessionTable
         if (!IsControllerNumber(zelNo)) return nullptr;
         return sessions_[static_cast<std::size_t>(zelNo)].load(std::memory_order_acquire);
     }
+    /// In a forked child: every session counts as not connected.
+    void AbandonAll();
     /// The number is a valid one.
     DeviceSession& FindOrCreate(short zelNo);
 
@@ -59,7 +61,7 @@ class SessionTable
         std::array<std::byte, sizeof(DeviceSession)> bytes;
     };
 
-    std::mutex creation_;
+    platform::UseLock creation_;
     std::array<std::atomic<DeviceSession*>, kTableEntries> sessions_{};
     std::array<Port, kTableEntries> ports_;
     std::array<TimeOuts, kTableEntries> timeOuts_;

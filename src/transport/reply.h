@@ -63,7 +63,6 @@ class ReplyData
         count_ += registers.size();
         return true;
     }
-    void SetFirstByte(std::uint8_t value) { bytes_[0] = value; }
 
     [[nodiscard]] std::span<const std::uint8_t> Bytes() const { return {bytes_.data(), count_}; }
 

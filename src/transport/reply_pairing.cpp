@@ -113,7 +113,6 @@ void ReplyPairing::TakeException(const Request& request, const ReplyFrame& frame
         EndWith(kReplyMismatch);
         return;
     }
-    if (reply_ != nullptr) reply_->SetFirstByte(frame.Byte8());
     EndWith(ExceptionResult(frame));
 }
 

@@ -192,8 +192,7 @@ TEST(ReplyPairingRules, CommandsGiveTheControllersResult)
         {"the second fails", Commands(2), Joined({done, RegistersReply(2, kCommand, {7})}), 7, {0}},
         {"exception", Commands(1), ExceptionReply(1, kCommand, 0x8001), 0x8001},
         {"exception with code 0", Commands(1), ExceptionReply(1, kCommand, 0), kOk},
-        // An exception leaves its own code in the data's first byte.
-        {"an exception in between", Commands(3), Joined({done, exception, doneToo}), 0x0BAD, {3}},
+        {"an exception in between", Commands(3), Joined({done, exception, doneToo}), 0x0BAD, {0}},
         {"a read's exception", Commands(1), ExceptionReply(1, kRead, 5), kReplyMismatch},
         {"a short exception", Commands(1), FrameBytes(1, 0x97, {3}), kReplyMismatch},
         {"exception 2", Commands(1), FrameBytes(1, 0x97, {2, 0, 5}), kReplyMismatch},

@@ -18,8 +18,8 @@ constexpr std::size_t kStampEnd = 5 + 12; ///< of "TIME=YYMMDDhhmmss"
 std::string StampOf(std::time_t time)
 {
     std::array<char, 32> text{};
-    std::strftime(text.data(), text.size(), "TIME=%y%m%d%H%M%S", std::localtime(&time));
-    return text.data();
+    std::strftime(text.data(), text.size(), "%Y%m%d%H%M%S", std::localtime(&time));
+    return "TIME=" + std::string(text.data() + 2);
 }
 
 class TraceLine : public testing::Test

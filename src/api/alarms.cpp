@@ -1,4 +1,4 @@
-#include "api/axis_command.h"
+#include "api/vocabulary/axis_command.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 

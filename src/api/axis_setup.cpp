@@ -1,12 +1,12 @@
-#include "api/axis_values.h"
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/units.h"
+#include "api/vocabulary/axis_values.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/interpolation.h"
+#include "api/vocabulary/units.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
 #include <array>
-#include <atomic>
 
 using namespace zelq;
 
@@ -72,14 +72,7 @@ short SendSpeeds(short zelNo, short count, const SpeedArrays& arrays)
     return command.Run(zelNo);
 }
 
-std::atomic<short> equalStartAndStop = 0;
-
 } // namespace
-
-bool zelq::EqualStartAndStop()
-{
-    return equalStartAndStop != 0;
-}
 
 short zelQ_UnitPerPulseSet(short zelNo, short axis, double unitPerPulse)
 {

@@ -1,6 +1,6 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/units.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/units.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 

@@ -1,7 +1,7 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/status_registers.h"
-#include "api/units.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/status_registers.h"
+#include "api/vocabulary/units.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 

@@ -1,6 +1,6 @@
-#include "api/byte_transfer.h"
-#include "api/checks.h"
-#include "api/command.h"
+#include "api/vocabulary/byte_transfer.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 

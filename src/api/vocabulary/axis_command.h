@@ -1,7 +1,7 @@
 #pragma once
 
-#include "api/checks.h"
-#include "api/command.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
 
 namespace zelq {
 

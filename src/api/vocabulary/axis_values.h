@@ -1,8 +1,8 @@
 #pragma once
 
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/units.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/units.h"
 
 namespace zelq {
 

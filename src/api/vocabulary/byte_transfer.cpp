@@ -1,4 +1,4 @@
-#include "api/byte_transfer.h"
+#include "api/vocabulary/byte_transfer.h"
 
 #include "common/result_codes.h"
 

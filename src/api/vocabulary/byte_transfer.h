@@ -1,6 +1,6 @@
 #pragma once
 
-#include "api/command.h"
+#include "api/vocabulary/command.h"
 
 #include <cstdint>
 #include <initializer_list>

@@ -89,8 +89,8 @@ short zelQ_IArc(short zelNo, short mapIndex, unsigned short option, const double
     if (speed != nullptr) NormalizeInterpSpeed(*speed);
     const MappedUnits units(zelNo, mapIndex);
     if (units.Count() < kArcAxes) return kTooFewMapAxes;
-    if (center == nullptr) return BadArgument(3);
-    if (speed == nullptr) return BadArgument(5);
+    if (const short error = CheckArrays(3, center)) return error;
+    if (const short error = CheckArrays(5, speed)) return error;
 
     ArcCommand arc(kArcCode, mapIndex, ModeWord(speed->profileType, option), units, *speed,
                    ArcForm::kCenterAngle);
@@ -105,9 +105,8 @@ short zelQ_IArcCE(short zelNo, short mapIndex, unsigned short option, const doub
     if (option > 1) return BadArgument(2);
     const MappedUnits units(zelNo, mapIndex);
     if (units.Count() < kArcAxes) return kTooFewMapAxes;
-    if (center == nullptr) return BadArgument(3);
-    if (end == nullptr) return BadArgument(4);
-    if (speed == nullptr) return BadArgument(6);
+    if (const short error = CheckArrays(3, center, end)) return error;
+    if (const short error = CheckArrays(6, speed)) return error;
     NormalizeInterpSpeed(*speed);
 
     ArcCommand arc(kArcCode, mapIndex, ModeWord(speed->profileType, option), units, *speed,
@@ -123,9 +122,7 @@ short zelQ_IArcPE(short zelNo, short mapIndex, unsigned short option, const doub
     if (option > 1) return BadArgument(2);
     const MappedUnits units(zelNo, mapIndex);
     if (units.Count() < kArcAxes) return kTooFewMapAxes;
-    if (pass == nullptr) return BadArgument(3);
-    if (end == nullptr) return BadArgument(4);
-    if (speed == nullptr) return BadArgument(5);
+    if (const short error = CheckArrays(3, pass, end, speed)) return error;
     NormalizeInterpSpeed(*speed);
 
     ArcCommand arc(kArcCode, mapIndex, ModeWord(speed->profileType, option), units, *speed,
@@ -143,8 +140,8 @@ short zelQ_IArcRE(short zelNo, short mapIndex, double radius, short arcSelect,
     if (option > 1) return BadArgument(4);
     const MappedUnits units(zelNo, mapIndex);
     if (units.Count() < kArcAxes) return kTooFewMapAxes;
-    if (end == nullptr) return BadArgument(5);
-    if (speed == nullptr) return BadArgument(7);
+    if (const short error = CheckArrays(5, end)) return error;
+    if (const short error = CheckArrays(7, speed)) return error;
     NormalizeInterpSpeed(*speed);
 
     ArcCommand arc(kArcCode, mapIndex, ModeWord(speed->profileType, option), units, *speed,
@@ -164,8 +161,8 @@ short zelQ_IHelical(short zelNo, short mapIndex, unsigned short option, const do
     if (speed != nullptr) NormalizeInterpSpeed(*speed);
     const MappedUnits units(zelNo, mapIndex);
     if (units.Count() < kHelicalAxes) return kTooFewMapAxes;
-    if (center == nullptr) return BadArgument(3);
-    if (speed == nullptr) return BadArgument(7);
+    if (const short error = CheckArrays(3, center)) return error;
+    if (const short error = CheckArrays(7, speed)) return error;
 
     ArcCommand arc(kHelicalCode, mapIndex, HelicalMode(helicalOption, *speed, option), units,
                    *speed, ArcForm::kCenterAngle);
@@ -182,9 +179,8 @@ short zelQ_IHelicalCE(short zelNo, short mapIndex, unsigned short option, const 
     if (option > 1) return BadArgument(2);
     const MappedUnits units(zelNo, mapIndex);
     if (units.Count() < kHelicalAxes) return kTooFewMapAxes;
-    if (center == nullptr) return BadArgument(3);
-    if (end == nullptr) return BadArgument(4);
-    if (speed == nullptr) return BadArgument(8);
+    if (const short error = CheckArrays(3, center, end)) return error;
+    if (const short error = CheckArrays(8, speed)) return error;
     NormalizeInterpSpeed(*speed);
 
     ArcCommand arc(kHelicalCode, mapIndex, HelicalMode(helicalOption, *speed, option), units,
@@ -202,9 +198,8 @@ short zelQ_IHelicalPE(short zelNo, short mapIndex, unsigned short option, const 
     if (option > 1) return BadArgument(2);
     const MappedUnits units(zelNo, mapIndex);
     if (units.Count() < kHelicalAxes) return kTooFewMapAxes;
-    if (pass == nullptr) return BadArgument(3);
-    if (end == nullptr) return BadArgument(4);
-    if (speed == nullptr) return BadArgument(7);
+    if (const short error = CheckArrays(3, pass, end)) return error;
+    if (const short error = CheckArrays(7, speed)) return error;
     NormalizeInterpSpeed(*speed);
 
     ArcCommand arc(kHelicalCode, mapIndex, HelicalMode(helicalOption, *speed, option), units,
@@ -222,8 +217,8 @@ short zelQ_IHelicalRE(short zelNo, short mapIndex, double radius, unsigned short
     if (option > 1) return BadArgument(4);
     const MappedUnits units(zelNo, mapIndex);
     if (units.Count() < kHelicalAxes) return kTooFewMapAxes;
-    if (end == nullptr) return BadArgument(5);
-    if (speed == nullptr) return BadArgument(9);
+    if (const short error = CheckArrays(5, end)) return error;
+    if (const short error = CheckArrays(9, speed)) return error;
     NormalizeInterpSpeed(*speed);
 
     ArcCommand arc(kHelicalCode, mapIndex, HelicalMode(helicalOption, *speed, option), units,

@@ -27,8 +27,7 @@ short SendLinearInterp(const LinearMove& move, InterpSpeedProfile* speed)
     const MappedUnits units(move.zelNo, move.mapIndex);
     if (units.Count() < 2) return kTooFewMapAxes;
     if (move.axisCount < 1 || move.axisCount > units.Count()) return BadArgument(3);
-    if (move.position == nullptr) return BadArgument(4);
-    if (speed == nullptr) return BadArgument(5);
+    if (const short error = CheckArrays(4, move.position, speed)) return error;
 
     Command command(kLinearCode);
     command.Word(move.mapIndex)

@@ -3,8 +3,9 @@
 #include "common/result_codes.h"
 #include "transport/engine.h"
 
+#include <algorithm>
+#include <concepts>
 #include <cstdint>
-#include <initializer_list>
 
 namespace zelq {
 
@@ -16,24 +17,38 @@ inline short Transact(short zelNo, RequestBuffer& request, ReplyData* reply = nu
     return static_cast<short>(TransactFrames(zelNo, request, reply, times));
 }
 
-/// Reads one block of registers.
-inline short ReadRegisters(short zelNo, std::uint16_t start, std::uint16_t quantity,
-                           ReplyData& reply)
+/// How a command over many items is cut into frames.
+struct Split
 {
-    RequestBuffer request;
-    if (!request.StartReadFrame(start, quantity)) return kOverflow;
-    return Transact(zelNo, request, &reply);
-}
+    int items;
+    int itemsPerFrame;
+    int readQuantity = 1; ///< registers that every frame reads back, the result being the first,
+    int readPerItem = 0;  ///< and how many more for each item that it carries
+};
 
-/// A command in one frame: its mark (frame 1 of 1) and code, then the fields appended to it.
+/// A command: its code, then the fields appended to it. It has one frame, unless it is split. Each
+/// frame starts with its mark (how many there are, and which it is), by which the controller joins
+/// them; only the first carries the code and the fields ahead of the items.
 class Command
 {
   public:
-    explicit Command(std::uint16_t code, std::uint16_t readQuantity = 1)
+    explicit Command(std::uint16_t code, int readQuantity = 1)
+        : Command(code, Split{.items = 1, .itemsPerFrame = 1, .readQuantity = readQuantity})
+    {}
+
+    Command(std::uint16_t code, const Split& split)
+        : split_(split), frames_((split.items + split.itemsPerFrame - 1) / split.itemsPerFrame)
     {
-        constexpr std::uint16_t kOnlyFrame = 0x0101;
-        request_.StartCommandFrame(readQuantity);
-        Word(kOnlyFrame).Word(code);
+        StartFrame();
+        Word(code);
+    }
+
+    /// Begins the next item of a split command, in a new frame where the last one is full.
+    Command& NextItem()
+    {
+        if (item_ != 0 && item_ % split_.itemsPerFrame == 0) StartFrame();
+        ++item_;
+        return *this;
     }
 
     /// One register; signed values travel as their two's complement.
@@ -62,59 +77,17 @@ class Command
         return *this;
     }
 
+    /// A read behind the command's frames, in the same exchange.
+    Command& ThenRead(int start, int quantity)
+    {
+        static_cast<void>(request_.StartReadFrame(static_cast<std::uint16_t>(start),
+                                                  static_cast<std::uint16_t>(quantity)));
+        return *this;
+    }
+
     [[nodiscard]] short Run(short zelNo, ReplyData* reply = nullptr, ExchangeTimes times = {})
     {
         return Transact(zelNo, request_, reply, times);
-    }
-
-  private:
-    RequestBuffer request_;
-};
-
-/// A command over many items, cut into frames of at most `itemsPerFrame`. Each frame starts with
-/// its mark (how many there are, and which it is), by which the controller joins them; only the
-/// first carries the code and the fields ahead of the items.
-class SplitCommand
-{
-  public:
-    SplitCommand(std::uint16_t code, int items, int itemsPerFrame,
-                 std::initializer_list<std::uint16_t> head, std::uint16_t readQuantity = 1)
-        : frames_((items + itemsPerFrame - 1) / itemsPerFrame),
-          itemsPerFrame_(itemsPerFrame),
-          readQuantity_(readQuantity)
-    {
-        StartFrame();
-        Word(code);
-        for (const std::uint16_t word : head) {
-            Word(word);
-        }
-    }
-
-    /// Begins the next item, in a new frame where the last one is full.
-    SplitCommand& NextItem()
-    {
-        if (item_ != 0 && item_ % itemsPerFrame_ == 0) StartFrame();
-        ++item_;
-        return *this;
-    }
-
-    template <std::integral T>
-    SplitCommand& Word(T value)
-    {
-        request_.AppendRegister(static_cast<std::uint16_t>(value));
-        return *this;
-    }
-
-    template <std::integral T>
-    SplitCommand& Long(T value)
-    {
-        request_.AppendRegister32(static_cast<std::uint32_t>(value));
-        return *this;
-    }
-
-    [[nodiscard]] short Run(short zelNo, ReplyData* reply = nullptr)
-    {
-        return Transact(zelNo, request_, reply);
     }
 
     /// Runs with the engine's own result, which tells a code of the library from a result of the
@@ -127,17 +100,44 @@ class SplitCommand
   private:
     void StartFrame()
     {
-        request_.StartCommandFrame(readQuantity_);
+        const int items = std::min(split_.items - item_, split_.itemsPerFrame);
+        const int quantity = split_.readQuantity + split_.readPerItem * items;
+        request_.StartCommandFrame(static_cast<std::uint16_t>(quantity));
         ++frame_;
         Word(frames_ << 8 | frame_);
     }
 
     RequestBuffer request_;
+    Split split_;
     int frames_;
-    int itemsPerFrame_;
-    std::uint16_t readQuantity_;
     int frame_ = 0;
     int item_ = 0;
 };
+
+/// A read of blocks of registers in one exchange; their data follow one another.
+class RegisterRead
+{
+  public:
+    RegisterRead& Block(std::uint16_t start, std::uint16_t quantity)
+    {
+        static_cast<void>(request_.StartReadFrame(start, quantity));
+        return *this;
+    }
+
+    [[nodiscard]] short Run(short zelNo, ReplyData& reply)
+    {
+        return Transact(zelNo, request_, &reply);
+    }
+
+  private:
+    RequestBuffer request_;
+};
+
+/// Reads one block of registers.
+inline short ReadRegisters(short zelNo, std::uint16_t start, std::uint16_t quantity,
+                           ReplyData& reply)
+{
+    return RegisterRead().Block(start, quantity).Run(zelNo, reply);
+}
 
 } // namespace zelq

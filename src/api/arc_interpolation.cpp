@@ -1,6 +1,7 @@
 #include "api/vocabulary/interpolation.h"
 #include "common/trace.h"
 
+#include <array>
 #include <cmath>
 #include <optional>
 
@@ -22,7 +23,7 @@ struct Helix
 };
 
 /// An arc as one of the eight calls describes it: what its form has no use for is left out. The
-/// positions of its arguments follow from the form, but for that of the speeds.
+/// form tells at which place of the call each argument stands.
 struct Arc
 {
     ArcForm form;
@@ -35,7 +36,6 @@ struct Arc
     std::optional<Helix> helix = {};
     std::uint16_t direction = 0;
     InterpSpeedProfile* speed;
-    int speedAt;
 
     /// The checks in their order; what passes them has its speeds normalized.
     [[nodiscard]] short Prepare(const MappedUnits& units) const
@@ -47,7 +47,7 @@ struct Arc
         if (byAngle && speed != nullptr) NormalizeInterpSpeed(*speed);
         if (units.Count() < (helix ? 3 : 2)) return kTooFewMapAxes;
         if (const short error = CheckPoints()) return error;
-        if (const short error = CheckArrays(speedAt, speed)) return error;
+        if (const short error = CheckArrays(SpeedPosition(), speed)) return error;
         if (!byAngle) NormalizeInterpSpeed(*speed);
         return kOk;
     }
@@ -67,6 +67,13 @@ struct Arc
     {
         if (form == ArcForm::kCenterAngle) return CheckArrays(3, first);
         return form == ArcForm::kRadiusEnd ? CheckArrays(5, end) : CheckArrays(3, first, end);
+    }
+
+    /// The speeds stand last; a helix has two arguments more.
+    [[nodiscard]] int SpeedPosition() const
+    {
+        constexpr std::array kPositions = {5, 6, 5, 7};
+        return kPositions[static_cast<std::size_t>(form)] + (helix ? 2 : 0);
     }
 
     /// Helices have one bit more than arcs, above the shape of the speed profile.
@@ -100,7 +107,7 @@ struct Arc
 /// The angle itself travels without its sign.
 std::uint16_t DirectionOf(double angle)
 {
-    return angle < 0.0 ? 1 : 0;
+    return std::isless(angle, 0.0) ? 1 : 0; // NaN raises no exception in it
 }
 
 } // namespace
@@ -114,8 +121,7 @@ short zelQ_IArc(short zelNo, short mapIndex, unsigned short option, const double
                   .first = center,
                   .angle = angle,
                   .direction = DirectionOf(angle),
-                  .speed = speed,
-                  .speedAt = 5};
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
     if (const short error = arc.Prepare(units)) return error;
 
@@ -132,8 +138,7 @@ short zelQ_IArcCE(short zelNo, short mapIndex, unsigned short option, const doub
                   .first = center,
                   .end = end,
                   .direction = direction,
-                  .speed = speed,
-                  .speedAt = 6};
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
     if (const short error = arc.Prepare(units)) return error;
 
@@ -145,12 +150,8 @@ short zelQ_IArcPE(short zelNo, short mapIndex, unsigned short option, const doub
                   const double* end, InterpSpeedProfile* speed)
 {
     if (const short error = CheckMapIndex(zelNo, mapIndex)) return error;
-    const Arc arc{.form = ArcForm::kPassEnd,
-                  .option = option,
-                  .first = pass,
-                  .end = end,
-                  .speed = speed,
-                  .speedAt = 5};
+    const Arc arc{
+        .form = ArcForm::kPassEnd, .option = option, .first = pass, .end = end, .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
     if (const short error = arc.Prepare(units)) return error;
 
@@ -170,8 +171,7 @@ short zelQ_IArcRE(short zelNo, short mapIndex, double radius, short arcSelect,
                   .radius = radius,
                   .arcSelect = static_cast<std::uint16_t>(arcSelect),
                   .direction = direction,
-                  .speed = speed,
-                  .speedAt = 7};
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
     if (const short error = arc.Prepare(units)) return error;
 
@@ -190,8 +190,7 @@ short zelQ_IHelical(short zelNo, short mapIndex, unsigned short option, const do
                   .angle = angle,
                   .helix = Helix{helicalOption, height},
                   .direction = DirectionOf(angle),
-                  .speed = speed,
-                  .speedAt = 7};
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
     if (const short error = arc.Prepare(units)) return error;
 
@@ -210,8 +209,7 @@ short zelQ_IHelicalCE(short zelNo, short mapIndex, unsigned short option, const 
                   .end = end,
                   .helix = Helix{helicalOption, height},
                   .direction = direction,
-                  .speed = speed,
-                  .speedAt = 8};
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
     if (const short error = arc.Prepare(units)) return error;
 
@@ -230,8 +228,7 @@ short zelQ_IHelicalPE(short zelNo, short mapIndex, unsigned short option, const 
                   .first = pass,
                   .end = end,
                   .helix = Helix{helicalOption, height},
-                  .speed = speed,
-                  .speedAt = 7};
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
     if (const short error = arc.Prepare(units)) return error;
 
@@ -252,8 +249,7 @@ short zelQ_IHelicalRE(short zelNo, short mapIndex, double radius, unsigned short
                   .arcSelect = arcSelect,
                   .helix = Helix{helicalOption, height},
                   .direction = direction,
-                  .speed = speed,
-                  .speedAt = 9};
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
     if (const short error = arc.Prepare(units)) return error;
 

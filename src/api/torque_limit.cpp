@@ -96,8 +96,9 @@ short zelQ_mTorqueLimitSet(unsigned short zelNo, short count, const unsigned sho
 {
     const auto number = static_cast<short>(zelNo);
     if (const short error = CheckAxes(number, count, axes, trqLimit1, trqLimit2, trqParam3,
-                                      trqCodeHi, trqCodeLo, trqValue))
+                                      trqCodeHi, trqCodeLo, trqValue)) {
         return error;
+    }
 
     const short result = SendLimits(number, count, axes, [=](int i) {
         const std::uint16_t codes = PackCodes(trqCodeHi[i], trqCodeLo[i]);

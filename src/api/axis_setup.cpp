@@ -1,8 +1,5 @@
 #include "api/vocabulary/axis_command.h"
-#include "api/vocabulary/checks.h"
-#include "api/vocabulary/command.h"
 #include "api/vocabulary/interpolation.h"
-#include "api/vocabulary/units.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 

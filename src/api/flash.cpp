@@ -1,6 +1,5 @@
 #include "api/vocabulary/byte_transfer.h"
 #include "api/vocabulary/checks.h"
-#include "api/vocabulary/command.h"
 #include "api/vocabulary/reply.h"
 #include "api/zelq.h"
 #include "common/trace.h"
@@ -18,13 +17,6 @@ constexpr std::uint16_t kEepromClearCode = 0x1006;
 
 constexpr short kMaxFlashBytes = 1024;
 constexpr int kWriteFrameRegisters = 116;
-
-/// At most 1024 bytes, so that one exchange brings them all. They stand directly behind the result
-/// register.
-LongReply FlashReply(std::size_t bytes)
-{
-    return {.dataRegisters = RegistersFor(bytes), .frameRegisters = 124, .extraRegisters = 1};
-}
 
 short CheckFlash(short zelNo, const std::uint8_t* data, short length)
 {
@@ -59,10 +51,12 @@ short WriteFlash(short zelNo, std::uint16_t mode, std::uint32_t address,
     return command.Run(zelNo);
 }
 
+/// At most 1024 bytes are read, so that one exchange brings them all.
 short ReadFlash(short zelNo, std::uint16_t mode, std::uint32_t address, std::size_t bytes,
                 ReplyData& reply)
 {
-    const LongReply expected = FlashReply(bytes);
+    const LongReply expected{
+        .dataRegisters = RegistersFor(bytes), .frameRegisters = 124, .extraRegisters = 1};
     Command command(kFlashCode, expected.FirstQuantity());
     command.Word(mode).Long(address).Word(bytes);
     expected.AddReads(command);

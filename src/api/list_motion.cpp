@@ -1,4 +1,3 @@
-#include "api/vocabulary/checks.h"
 #include "api/vocabulary/command.h"
 #include "api/vocabulary/status_registers.h"
 #include "api/vocabulary/units.h"

@@ -1,6 +1,4 @@
 #include "api/vocabulary/axis_command.h"
-#include "api/vocabulary/checks.h"
-#include "api/vocabulary/command.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 

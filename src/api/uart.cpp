@@ -1,6 +1,5 @@
 #include "api/vocabulary/byte_transfer.h"
 #include "api/vocabulary/checks.h"
-#include "api/vocabulary/command.h"
 #include "api/vocabulary/reply.h"
 #include "api/zelq.h"
 #include "common/trace.h"

@@ -1,6 +1,6 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/identification.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/identification.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 

@@ -1,7 +1,7 @@
 #include "transport/discovery.h"
 
-#include "api/command.h"
-#include "api/identification.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/identification.h"
 #include "api/zelq.h"
 #include "common/result_codes.h"
 #include "common/trace.h"

@@ -1,4 +1,4 @@
-#include "api/interpolation.h"
+#include "api/vocabulary/interpolation.h"
 #include "common/trace.h"
 
 #include <algorithm>

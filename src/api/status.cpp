@@ -1,6 +1,6 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/status_registers.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/status_registers.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 #include "transport/slave_reader.h"
@@ -142,17 +142,17 @@ bool FillController(ControllerStatus& status, const SlaveConfig& slaves,
            FillSlaves(slaves.outputSlaves, reader, status.outputs);
 }
 
-void AddStatusReads(RequestBuffer& request, const SlaveConfig& slaves)
+void AddStatusReads(RegisterRead& read, const SlaveConfig& slaves)
 {
-    request.StartReadFrame(kConfigurationRegister, 3);
+    read.Block(kConfigurationRegister, 3);
     for (const std::uint16_t axis : slaves.servoAxes.Numbers()) {
-        request.StartReadFrame(AxisRegister(axis, 0), kServoRegisters);
+        read.Block(AxisRegister(axis, 0), kServoRegisters);
     }
     for (const std::uint16_t slave : slaves.inputSlaves.Numbers()) {
-        request.StartReadFrame(AxisRegister(slave, kInputRegister), 2);
+        read.Block(AxisRegister(slave, kInputRegister), 2);
     }
     for (const std::uint16_t slave : slaves.outputSlaves.Numbers()) {
-        request.StartReadFrame(AxisRegister(slave, kOutputRegister), 2);
+        read.Block(AxisRegister(slave, kOutputRegister), 2);
     }
 }
 
@@ -193,10 +193,10 @@ short RunPasses(short zelNo, Read read)
 /// One pass over the whole controller.
 short ReadControllerStatus(short zelNo, ControllerStatus& status, Pass& pass, bool secondPass)
 {
-    RequestBuffer request;
-    AddStatusReads(request, pass.slaves);
+    RegisterRead read;
+    AddStatusReads(read, pass.slaves);
     ReplyData reply;
-    if (const short error = Transact(zelNo, request, &reply)) return error;
+    if (const short error = read.Run(zelNo, reply)) return error;
 
     ReplyReader reader(reply);
     std::uint16_t configuration = 0;
@@ -217,11 +217,10 @@ short ReadControllerStatus(short zelNo, ControllerStatus& status, Pass& pass, bo
 short ReadServoStatus(short zelNo, std::uint16_t axis, ServoStatus& status, Pass& pass,
                       bool secondPass)
 {
-    RequestBuffer request;
-    request.StartReadFrame(kConfigurationRegister, 1);
-    request.StartReadFrame(AxisRegister(axis, 0), kServoRegisters);
+    RegisterRead read;
+    read.Block(kConfigurationRegister, 1).Block(AxisRegister(axis, 0), kServoRegisters);
     ReplyData reply;
-    if (const short error = Transact(zelNo, request, &reply)) return error;
+    if (const short error = read.Run(zelNo, reply)) return error;
 
     ReplyReader reader(reply);
     std::uint16_t configuration = 0;

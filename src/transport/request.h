@@ -17,10 +17,10 @@ class RequestBuffer
   public:
     /// Adds a read of `quantity` registers. One behind an invalid first frame counts as one that
     /// did not fit.
-    bool StartReadFrame(std::uint16_t start, std::uint16_t quantity, std::uint8_t unit = kUnitId)
+    void StartReadFrame(std::uint16_t start, std::uint16_t quantity, std::uint8_t unit = kUnitId)
     {
         std::uint8_t* frame = OpenFrame(kReadFrameBytes);
-        if (frame == nullptr) return false;
+        if (frame == nullptr) return;
         WriteHead(frame, kReadFrameBytes, unit, kReadRegisters, start, quantity);
         if (quantity < 1 || quantity > kMaxReadQuantity) EndAt(frame);
         if (!ended_) {
@@ -28,7 +28,6 @@ class RequestBuffer
         } else if (frame != bytes_.data() && frames_ == 0) {
             overflowed_ = true;
         }
-        return !overflowed_;
     }
 
     /// Opens a command frame: it writes the registers appended next from address 0, and reads

@@ -1,4 +1,4 @@
-#include "api/checks.h"
+#include "api/vocabulary/checks.h"
 
 #include <algorithm>
 #include <span>

@@ -32,6 +32,25 @@ inline short CheckCount(short zelNo, short count, int errorCode = kBadAxisCount)
     return static_cast<short>(inRange ? kOk : errorCode);
 }
 
+/// What stands side by side in a call, from argument `first` on, and must not be null: the code of
+/// the first that is.
+template <typename... Arrays>
+short CheckArrays(int first, const Arrays*... arrays)
+{
+    int position = first;
+    const bool missing = ((arrays == nullptr || (++position, false)) || ...);
+    return static_cast<short>(missing ? BadArgument(position) : kOk);
+}
+
+/// The count, then the axes and whatever arrays go with them. The numbers in them are for the
+/// controller to judge.
+template <typename... Arrays>
+short CheckAxes(short zelNo, short count, const Arrays*... arrays)
+{
+    if (const short error = CheckCount(zelNo, count)) return error;
+    return CheckArrays(2, arrays...);
+}
+
 /// The session that CheckSession has found.
 inline DeviceSession& SessionOf(short zelNo)
 {

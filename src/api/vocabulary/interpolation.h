@@ -1,9 +1,11 @@
 #pragma once
 
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/units.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/units.h"
 #include "api/zelq.h"
+
+#include <atomic>
 
 namespace zelq {
 
@@ -36,7 +38,10 @@ class MappedUnits
     InterpMap map_;
 };
 
-/// While the library-wide flag is set, makes the end speed the start speed, and the drive speed of
+/// 1: interpolation calls end with the speed they start with. One flag for the whole library.
+extern std::atomic<short> equalStartAndStop;
+
+/// While that flag is set, makes the end speed the start speed, and the drive speed of
 /// either end that has no ramp. The caller's record keeps what was sent.
 void NormalizeInterpSpeed(InterpSpeedProfile& speed);
 

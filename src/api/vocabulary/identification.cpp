@@ -1,4 +1,4 @@
-#include "api/identification.h"
+#include "api/vocabulary/identification.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "api/checks.h"
+#include "api/vocabulary/checks.h"
 #include "common/pulses.h"
 
 namespace zelq {
@@ -10,8 +10,5 @@ inline std::int32_t ToPulses(short zelNo, unsigned axis, double value)
 {
     return TruncateToInt32(value / SessionOf(zelNo).UnitPerPulse(axis));
 }
-
-/// The library-wide flag by which interpolation calls end with the speed they start with.
-bool EqualStartAndStop();
 
 } // namespace zelq

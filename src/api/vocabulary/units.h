@@ -8,7 +8,7 @@ namespace zelq {
 /// Pulses of a value in user units: the quotient, truncated toward zero.
 inline std::int32_t ToPulses(short zelNo, unsigned axis, double value)
 {
-    return TruncateToInt32(value / SessionOf(zelNo).UnitPerPulse(axis));
+    return QuotientToInt32(value, SessionOf(zelNo).UnitPerPulse(axis));
 }
 
 } // namespace zelq

@@ -43,6 +43,15 @@ struct ApiCall
 
 std::string LineOf(const std::string& name, const std::string& arguments);
 
+/// A read of registers, as a function-3 frame asks for it.
+struct Read
+{
+    std::uint16_t start;
+    std::uint16_t quantity;
+
+    bool operator==(const Read&) const = default;
+};
+
 /// What a place holds that nothing has been written to.
 inline constexpr std::uint8_t kUntouched = 0xA5;
 

@@ -188,21 +188,27 @@ TEST_F(DriveModesTest, TorqueLimitsTravelFourteenToAFrame)
                     .Frames(frames(static_cast<U16>(count), false))
                     .Shows(std::to_string(count))});
     }
+}
+
+TEST_F(DriveModesTest, TorqueLimitsNeedCountAndArrays)
+{
+    const U16 words[] = {0};
+    const short axes[] = {0};
+    const unsigned int values[] = {0};
     for (int missing = 2; missing <= 8; ++missing) {
-        const auto given = [missing](int position, const auto& array) {
-            return missing == position ? nullptr : array.data();
+        const auto given = [missing](int position, const auto* array) {
+            return missing == position ? nullptr : array;
         };
         for (const short count : std::initializer_list<short>{0, 1, 33}) {
-            Refused(
-                static_cast<short>(count == 1 ? -1700 - missing : -2004),
-                {CALL(mTorqueLimitSet, count, given(2, axes), given(3, limit1), given(4, limit2),
-                      given(5, param3), given(6, high), given(7, low), given(8, values))});
+            Refused(static_cast<short>(count == 1 ? -1700 - missing : -2004),
+                    {CALL(mTorqueLimitSet, count, given(2, words), given(3, words), given(4, words),
+                          given(5, axes), given(6, words), given(7, words), given(8, values))});
         }
     }
     Refused(-2004, {CALL(mTorqueLimitFree, 0, nullptr, nullptr),
                     CALL(mTorqueLimitFree, 33, nullptr, nullptr)});
     Refused(-1702, {CALL(mTorqueLimitFree, 1, nullptr, nullptr)});
-    Refused(-1703, {CALL(mTorqueLimitFree, 1, signedAxes.data(), nullptr)});
+    Refused(-1703, {CALL(mTorqueLimitFree, 1, axes, nullptr)});
 }
 
 TEST_F(DriveModesTest, TorqueLimitStatusIsReadFromTheAxisRegisters)

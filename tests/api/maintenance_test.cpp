@@ -195,18 +195,24 @@ TEST_F(MaintenanceTest, SerialReadGoesOnInBatches)
     EXPECT_EQ(zelQ_UARTRead(kNumber, buffer.data(), 1501, &available), 0);
     EXPECT_EQ(SentFrames().size(), 6U);
     EXPECT_EQ(NextTrace(), "0=zelQ_UARTRead(5, 1501)");
+}
 
-    // What has been read before a later batch fails stays, and how much there was at first.
-    buffer.assign(2000, kUntouched);
+TEST_F(MaintenanceTest, SerialReadThatFailsInALaterBatchKeepsTheEarlierOnes)
+{
+    HoldBytes(0xF002, 1382);
     controller_.SetRegister(0xF001, 2000);
+    Bytes buffer(1500, kUntouched);
+    U16 available = 0;
     ThenProperReply();
     controller_.ThenResult(101);
     EXPECT_EQ(zelQ_UARTRead(kNumber, buffer.data(), 1500, &available), 101);
     EXPECT_EQ(NextTrace(), "101=zelQ_UARTRead(5, 1500)");
     EXPECT_EQ(available, 2000);
-    EXPECT_TRUE(std::equal(buffer.begin(), buffer.begin() + 1382, expected.begin()));
-    EXPECT_EQ(buffer[1382], kUntouched);
+    Bytes expected = Pattern(1382);
+    expected.resize(1500, kUntouched);
+    EXPECT_EQ(buffer, expected);
 
+    // How much there was is what the first batch has told.
     ThenProperReply();
     controller_.Then([this](const Request& request) {
         controller_.SetRegister(0xF001, 5);

@@ -159,6 +159,9 @@ TEST_F(InterpolationTest, LinesSendEachCoordinateByItsAxis)
     ExpectOnce(Row(CALL(ILinear, kMap, 1, 1, target, &wide), Join({{0x0072, kMap, 0, 7}, fewer}))
                    .Gives(6)
                    .Shows("2,1"));
+    SetMap({4, 1});
+    EXPECT_EQ(zelQ_ILinear(kNumber, kMap, 0, 2, target, &speed_), 0);
+    EXPECT_EQ(SentWords().size(), 20U);
     SetMap(std::vector<U16>(16, 0));
     EXPECT_EQ(zelQ_ILinear(kNumber, kMap, 0, 16, target, &speed_), 0);
     EXPECT_EQ(SentWords().size(), 48U);

@@ -50,7 +50,9 @@ TEST_F(OutputsTest, OutputSlavesByNumber)
     Expect({
         Row(CALL(RDOSet, 2, 0xFFFE1234U), {0x0190, 1, 2, 0x1234, 0xFFFE}).Shows("2,-126412"),
         {CALL(RDOSetPin, 31, 31, 1), {0x0191, 1, 31, 0x1F01, 0}},
+        {CALL(RDOSetPin, 0, 0, 0), {0x0191, 1, 0, 0, 0}},
         {CALL(RDOSetTogPin, 31, 30), {0x0192, 1, 31, 30}},
+        {CALL(RDOSetTogPin, 0, 0), {0x0192, 1, 0, 0}},
         // Pin 32 is pin 0, any state but 1 is off, both masks may have a pin.
         Row(CALL(RDOSetPins, 4, 4, pins, states), {0x0193, 1, 4, 0x0021, 0, 0x0020, 0x8000})
             .Shows("4,4"),
@@ -81,6 +83,7 @@ TEST_F(OutputsTest, OutputSlavesByIndex)
         Row(CALL(aRDOSet, 3, words), {0x0190, 3, 4, 1, 0, 9, 0, 0x8000, 31, 3, 2})
             .Line("zelQ_mRDOSet(5,3,0)"),
         Row(CALL(aRDOSetPin, 2, 31, 1), {0x0191, 1, 31, 0x1F01}).Shows("31,1"),
+        Row(CALL(aRDOSetPin, 0, 0, 0), {0x0191, 1, 4, 0}).Shows("0,0"),
         // A pin over all slaves; the last of all.
         Row(CALL(aRDOSetPin, 0xFFFF, 37, 1), {0x0191, 1, 9, 0x0501}).Shows("37,1"),
         Row(CALL(aRDOSetTogPin, 1, 8), {0x0192, 1, 9, 8}).Shows("8"),
@@ -115,7 +118,10 @@ TEST_F(OutputsTest, IndexesBeyondTheSlavesAreRefused)
              CALL(aRDOSetPins, 1, index, pin, pin), CALL(aRDOSetPins, 1, last, pin, pin),
              CALL(aRDOSetPins, 1, global, negativePin, pin),
              CALL(aRDOSetTogPins, 1, global, pastAll)});
-    Refused(-1702, {CALL(aRDOSet, 3, nullptr), CALL(aRDOSetTogPins, 1, nullptr, pin)});
+    Refused(-1702, {CALL(aRDOSet, 3, nullptr), CALL(aRDOSetPins, 1, nullptr, nullptr, nullptr),
+                    CALL(aRDOSetTogPins, 1, nullptr, nullptr)});
+    Refused(-1703,
+            {CALL(aRDOSetPins, 1, pin, nullptr, nullptr), CALL(aRDOSetTogPins, 1, pin, nullptr)});
     Refused(-1704, {CALL(aRDOSetPins, 1, pin, pin, nullptr)});
     ConnectWith({});
     Refused(-3080, {CALL(aRDOSet, 1, words), CALL(aRDOSetPin, 0xFFFF, 0, 1)});
@@ -166,6 +172,7 @@ TEST_F(OutputsTest, MainBoard)
         {CALL(MDOSetTogPin, 6), {0x01A2, 6}},
         // A state of 2 is off, pins that do not exist count for nothing, a pin may stand in both.
         Row(CALL(MDOSetPins, 5, pins, states), {0x01A3, 0x0001, 0x0088}).Shows("0,0,0"),
+        Row(CALL(MDOSetPins, 1, twice, states), {0x01A3, 0x0020, 0}).Shows("0,0,0"),
         Row(CALL(MDOSetPins, 2, twice, states), {0x01A3, 0x0020, 0x0020}).Shows("0,0,0"),
         Row(CALL(MDOSetTogPins, 4, toggled), {0x01A4, 0x0082}).Shows(""),
         Row(CALL(MDOSetLimitTime, 7, 2, 0xFFFFFFFEU), {0x01A5, 7, 2, 0xFFFE, 0xFFFF})

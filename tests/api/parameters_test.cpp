@@ -180,7 +180,7 @@ TEST_F(ParametersTest, AlarmResetHasATimeOutOfItsOwn)
     EXPECT_EQ(zelQ_AlarmResetReq(kNumber, 1), 0);
     const auto waited = std::chrono::steady_clock::now() - begin;
     EXPECT_GE(waited, 1200ms); // 200 + 400 + 600
-    EXPECT_LT(waited, 10s); // the session's would be 12
+    EXPECT_LT(waited, 10s);    // the session's would be 12
     EXPECT_EQ(controller_.TakeRequests().size(), 2U);
 }
 

@@ -39,7 +39,7 @@ TEST(Pulses, AreTruncatedQuotients)
         {1e-300, 1e-300, 1},
         {2147483647.9, 1.0, INT32_MAX},
         {-2147483648.9, 1.0, INT32_MIN},
-        {2147483.647, 0.001, INT32_MAX},
+        {2147483.6475, 0.001, INT32_MAX},
         {1e300, 2e300, 0},
     };
     for (const auto& [value, unit, pulses] : kCases) {

@@ -225,7 +225,10 @@ TEST(Discovery, AnswersEveryRequestAndNothingElse)
     command[6] = 255;
     // Silence follows what is no request: the next answer is that to the next request.
     const Bytes request = Request();
-    for (const Bytes& datagram : {Bytes(), Bytes(600, 0xFF), command, ReadFrame(1, 0xF407, 125),
+    Bytes otherFunction = request;
+    otherFunction[7] = 4;
+    for (const Bytes& datagram : {Bytes(), Bytes(600, 0xFF), command, otherFunction,
+                                  ReadFrame(1, 0xF407, 125),
                                   Bytes(request.begin(), request.end() - 1)}) {
         seeker.Send(datagram, server.Address(), port);
     }

@@ -141,6 +141,19 @@ TEST(Planner, ANewTargetInMotionNeverMakesTheSpeedJump)
     }
 }
 
+TEST(Planner, ATargetInsideTheStoppingWayIsPassedAndComeBackTo)
+{
+    const SpeedProfile profile = Profile(kT, 0, 20000, 5000, 10000, 0);
+    for (const double target : {1.0, 600.0, 1249.0}) {
+        for (const double sign : {1.0, -1.0}) {
+            const auto plan = PlanMove(profile, {0, sign * 5000, 0}, sign * target);
+            EXPECT_NEAR(plan->At(0.5).position, sign * 1250, 1e-6) << "where it can stop";
+            EXPECT_LE(Observe(*plan, plan->Duration()).steepestDown, 10000 * (1 + 1e-6));
+            EXPECT_EQ(plan->At(plan->Duration()).position, sign * target);
+        }
+    }
+}
+
 TEST(Planner, TheSameTargetAgainWhileBrakingEndsAtTheSameTime)
 {
     const SpeedProfile profile = Profile(kT, 0, 20000, 5000, 10000, 0);

@@ -114,59 +114,26 @@ class StatusTest : public testing::Test
 {
   protected:
     unsigned Bits() const { return controller.ReadRegister(10); }
-    unsigned Kind() const { return controller.ReadRegister(11) & 0x1FU; }
     unsigned Cause() const { return (controller.ReadRegister(11) >> 5U) & 0xFU; }
 
     Controller controller{Mixed()};
     Axis& axis = controller.AxisAt(0);
 };
 
-constexpr unsigned kServoOn = 1U << 0U;
 constexpr unsigned kReady = 1U << 1U;
-constexpr unsigned kActive = 1U << 2U;
 constexpr unsigned kAlarm = 1U << 3U;
 constexpr unsigned kWarning = 1U << 4U;
-constexpr unsigned kInMotion = 1U << 6U;
-constexpr unsigned kInPosition = 1U << 7U;
-
-TEST_F(StatusTest, FollowsAMoveFromBeginToEnd)
-{
-    EXPECT_EQ(Bits(), kReady);
-    controller.Execute({1, 1, 0, 1, 5000});
-    EXPECT_EQ(Bits(), kReady);
-    controller.Advance(Axis::kServoOnTime);
-    EXPECT_EQ(Bits(), kReady | kServoOn | kInPosition);
-
-    controller.Execute({0x11, 1, 0, 0xD8F0, 0xFFFF}); // to -10000
-    controller.Advance(std::chrono::milliseconds(500));
-    EXPECT_EQ(Bits(), kReady | kServoOn | kActive | kInMotion);
-    EXPECT_EQ(Kind(), 2U);
-    EXPECT_EQ(controller.ReadLong(0), -10'000);
-    EXPECT_EQ(controller.ReadLong(2), -50);
-    EXPECT_EQ(controller.ReadLong(4), -5);
-    EXPECT_EQ(controller.ReadLong(6), axis.CommandPosition());
-    EXPECT_EQ(controller.ReadLong(8), axis.CommandPosition() + 5);
-    EXPECT_EQ(controller.ReadLong(16), -10'000);
-
-    controller.Advance(std::chrono::seconds(2));
-    EXPECT_EQ(Bits(), kReady | kServoOn | kInPosition);
-    EXPECT_EQ(Kind(), 0U);
-    EXPECT_EQ(Cause(), 0U);
-    EXPECT_EQ(controller.ReadLong(6), -10'000);
-    EXPECT_EQ(controller.ReadLong(8), -10'000);
-}
 
 TEST_F(StatusTest, ShowsSensorsInputsAndAlarms)
 {
-    axis.SetInputs({true, false, false, false});
-    EXPECT_EQ(Bits(), kReady | 1U << 8U);
-    axis.SetInputs({false, true, false, false});
-    EXPECT_EQ(Bits(), kReady | 1U << 9U);
-    axis.SetInputs({false, false, true, false});
-    EXPECT_EQ(Bits(), kReady | 1U << 11U);
-    axis.SetInputs({false, false, false, true});
-    EXPECT_EQ(Bits(), kReady | 1U << 15U);
-    axis.SetInputs({});
+    for (const auto& [inputs, bit] : {std::pair{AxisInputs{.limitPositive = true}, 8U},
+                                      {{.limitNegative = true}, 9U},
+                                      {{.homeSensor = true}, 11U},
+                                      {{.configurable = true}, 15U},
+                                      {{}, 1U}}) {
+        axis.SetInputs(inputs);
+        EXPECT_EQ(Bits(), kReady | 1U << bit);
+    }
     axis.SetWarning(true);
     EXPECT_EQ(Bits(), kReady | kWarning);
     controller.Execute({1, 1, 0, 1, 5000});

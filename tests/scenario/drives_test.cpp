@@ -1,16 +1,13 @@
-#include "scenario_test.h"
+// Parameters, monitors and properties of the drives.
+
+#include "scenario/scenario_test.h"
 
 #include <array>
-#include <cstring>
 
 namespace zelq::test {
 
 namespace {
 
-using std::chrono::milliseconds;
-
-constexpr short kOutOfRange = 7;
-constexpr short kNoServo = 3;
 constexpr short kNoParameter = 82;
 constexpr short kReadOnly = 83;
 constexpr short kServoIsOn = 84;
@@ -19,16 +16,11 @@ constexpr short kNoMonitor = 85;
 class DriveParametersTest : public ScenarioTest
 {
   protected:
-    static int Get(unsigned short axis, unsigned short prmClass, unsigned short prmNo)
+    static int Get(U16 axis, U16 prmClass, U16 prmNo)
     {
         int value = -999;
         EXPECT_EQ(zelQ_ParamGet(kNumber, axis, prmClass, prmNo, &value), 0);
         return value;
-    }
-
-    void PowerCycle()
-    {
-        server_.With([](lumosim::Controller& c) { c.PowerCycle(); });
     }
 
     static int Monitor(short axis, short number)
@@ -41,12 +33,12 @@ class DriveParametersTest : public ScenarioTest
 
 TEST_F(DriveParametersTest, OnlyWhatWasSavedSurvivesThePowerCycle)
 {
-    constexpr std::array<unsigned short, 3> kGiven = {0, 2, 1};
+    constexpr std::array<U16, 3> kGiven = {0, 2, 1};
     constexpr std::array<int, 3> kValues = {11, -22, 33};
     ASSERT_EQ(zelQ_mParamSet(kNumber, 3, kGiven.data(), 2, 2, kValues.data()), 0);
     EXPECT_EQ(Get(2, 2, 2), -22);
     EXPECT_EQ(Get(3, 2, 2), 0) << "every drive has its own";
-    constexpr std::array<unsigned short, 2> kSaved = {0, 2};
+    constexpr std::array<U16, 2> kSaved = {0, 2};
     ASSERT_EQ(zelQ_mParamWriteEeprom(kNumber, 2, kSaved.data()), 0);
     ASSERT_EQ(zelQ_ParamSet(kNumber, 0, 2, 2, 44), 0);
     PowerCycle();
@@ -70,7 +62,7 @@ TEST_F(DriveParametersTest, WritesAreChecked)
     int value = 5;
     EXPECT_EQ(zelQ_ParamGet(kNumber, 0, 2, 99, &value), kNoParameter);
     EXPECT_EQ(value, 5);
-    constexpr std::array<unsigned short, 2> kBoth = {0, 1};
+    constexpr std::array<U16, 2> kBoth = {0, 1};
     constexpr std::array<int, 2> kOneWrong = {1, 101};
     EXPECT_EQ(zelQ_mParamSet(kNumber, 2, kBoth.data(), 2, 2, kOneWrong.data()), kOutOfRange);
     EXPECT_EQ(Get(0, 2, 2), 0) << "all or none";
@@ -88,7 +80,7 @@ TEST_F(DriveParametersTest, ValidationNeedsAServoThatIsOff)
     ASSERT_EQ(zelQ_ParamSet(kNumber, 0, 0, 2, 4096), 0);
     EXPECT_EQ(Get(0, 0, 2), 4096);
     EXPECT_EQ(pulsesPerTurn(), 10'000) << "not in force yet";
-    constexpr std::array<unsigned short, 2> kBoth = {1, 0};
+    constexpr std::array<U16, 2> kBoth = {1, 0};
     EXPECT_EQ(zelQ_mCParamValid(kNumber, 2, kBoth.data()), kServoIsOn);
     ASSERT_EQ(zelQ_ServoOn(kNumber, 0, 0), 0);
     ASSERT_EQ(zelQ_CParamValid(kNumber, 0), 0);
@@ -98,11 +90,10 @@ TEST_F(DriveParametersTest, ValidationNeedsAServoThatIsOff)
 
 TEST_F(DriveParametersTest, ParametersActOnTheDrive)
 {
-    server_.With([](lumosim::Controller& c) { c.AxisAt(0).SetPosition(0); });
-    ASSERT_EQ(zelQ_SpeedSet(kNumber, 0, 0, 0.0, 100'000.0, 100'000.0, 100'000.0), 0);
+    SetSpeed(0, 100'000, 100'000, 100'000);
     ServosOn({0});
     ASSERT_EQ(zelQ_MoveVel(kNumber, 0, 0), 0);
-    Advance(std::chrono::seconds(2));
+    Advance(seconds(2));
     EXPECT_EQ(Monitor(0, 2), 50) << "following error";
     EXPECT_EQ(StatusOf(0).alarm, 0);
     ASSERT_EQ(zelQ_ParamSet(kNumber, 0, 3, 0, 40), 0) << "its limit";
@@ -129,9 +120,9 @@ TEST_F(DriveParametersTest, MonitorsShowTheDrive)
     ServosOn({1});
     EXPECT_GT(Monitor(1, 5), cold);
     ASSERT_EQ(zelQ_MoveVel(kNumber, 1, 1), 0);
-    Advance(std::chrono::seconds(1));
+    Advance(seconds(1));
     constexpr std::array<short, 6> kItems = {1, 1, 1, 1, 1, 0};
-    constexpr std::array<unsigned short, 6> kMonitors = {0, 1, 2, 3, 4, 3};
+    constexpr std::array<U16, 6> kMonitors = {0, 1, 2, 3, 4, 3};
     std::array<unsigned int, 6> values{};
     ASSERT_EQ(zelQ_mMonitorRead(kNumber, 6, kItems.data(), kMonitors.data(), values.data()), 0);
     const ServoStatus status = StatusOf(1);
@@ -173,13 +164,12 @@ TEST_F(DriveParametersTest, PropertiesShowInTheTypeWord)
     EXPECT_EQ(Get(2, 0, 2), 131'072);
 
     // The configurable input is the emergency stop now.
-    server_.With([](lumosim::Controller& c) { c.AxisAt(2).SetInputs({.configurable = true}); });
+    SetInputs({.configurable = true}, 2);
     ControllerStatus after{};
     ASSERT_EQ(zelQ_GetAllStatus(kNumber, &after), 0) << "the counter has moved";
     EXPECT_EQ(after.servo[2].emergencyStop, 1);
     EXPECT_EQ(after.servo[2].seriesCode, 4);
 
-    constexpr short kBusy = 6;
     ServosOn({0});
     ASSERT_EQ(zelQ_MoveVel(kNumber, 0, 0), 0);
     EXPECT_EQ(zelQ_ServoPropertyCfg(kNumber, 0, 0, 1, 0, 0, 0, 0), kBusy);

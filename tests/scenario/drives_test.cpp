@@ -1,4 +1,4 @@
-// Parameters, monitors and properties of the drives.
+// Parameters, monitors, properties and alarms of the drives.
 
 #include "scenario/scenario_test.h"
 
@@ -8,12 +8,15 @@ namespace zelq::test {
 
 namespace {
 
-constexpr short kNoParameter = 82;
-constexpr short kReadOnly = 83;
 constexpr short kServoIsOn = 84;
-constexpr short kNoMonitor = 85;
 
-class DriveParametersTest : public ScenarioTest
+/// Parameters of the supervision, all of class 3.
+enum Limit : U16 { kFollowingError = 0, kOverCurrent = 1, kOverTravel = 2 };
+
+/// What a drive remembers of an alarm.
+using Entry = std::array<U16, 3>; ///< number, sub-number, seconds
+
+class Drives : public ScenarioTest
 {
   protected:
     static int Get(U16 axis, U16 prmClass, U16 prmNo)
@@ -29,9 +32,34 @@ class DriveParametersTest : public ScenarioTest
         EXPECT_EQ(zelQ_MonitorRead(kNumber, axis, number, &value), 0);
         return static_cast<int>(value);
     }
+
+    static Entry EntryOf(U16 axis, U16 index)
+    {
+        Entry entry{};
+        EXPECT_EQ(zelQ_AlarmListGet(kNumber, axis, index, &entry[0], &entry[1], &entry[2]), 0);
+        return entry;
+    }
+
+    /// The alarm that a jog of axis 0 ends in.
+    Entry JogIntoAlarm(U16 dir)
+    {
+        EXPECT_EQ(zelQ_MoveVel(kNumber, 0, dir), 0);
+        EXPECT_TRUE(AdvanceUntil([] { return StatusOf(0).alarm != 0; }, seconds(10)));
+        EXPECT_EQ(StatusOf(0).stopCause, kByAlarm);
+        EXPECT_EQ(StatusOf(0).servoOn, 0);
+        Entry entry = EntryOf(0, 0);
+        entry[2] = 0;
+        return entry;
+    }
+
+    /// Writes a parameter of the drive's supervision.
+    static void SetLimit(U16 number, int value)
+    {
+        ASSERT_EQ(zelQ_ParamSet(kNumber, 0, 3, number, value), 0);
+    }
 };
 
-TEST_F(DriveParametersTest, OnlyWhatWasSavedSurvivesThePowerCycle)
+TEST_F(Drives, OnlyWhatWasSavedSurvivesThePowerCycle)
 {
     constexpr std::array<U16, 3> kGiven = {0, 2, 1};
     constexpr std::array<int, 3> kValues = {11, -22, 33};
@@ -52,24 +80,7 @@ TEST_F(DriveParametersTest, OnlyWhatWasSavedSurvivesThePowerCycle)
     EXPECT_EQ(Get(1, 2, 2), -100);
 }
 
-TEST_F(DriveParametersTest, WritesAreChecked)
-{
-    EXPECT_EQ(zelQ_ParamSet(kNumber, 0, 2, 2, 101), kOutOfRange);
-    EXPECT_EQ(zelQ_ParamSet(kNumber, 0, 2, 2, -101), kOutOfRange);
-    EXPECT_EQ(zelQ_ParamSet(kNumber, 0, 200, 0, 1), kNoParameter);
-    EXPECT_EQ(zelQ_ParamSet(kNumber, 0, 5, 0, 1), kReadOnly);
-    EXPECT_EQ(zelQ_ParamSet(kNumber, kAxes, 2, 2, 1), kNoServo);
-    int value = 5;
-    EXPECT_EQ(zelQ_ParamGet(kNumber, 0, 2, 99, &value), kNoParameter);
-    EXPECT_EQ(value, 5);
-    constexpr std::array<U16, 2> kBoth = {0, 1};
-    constexpr std::array<int, 2> kOneWrong = {1, 101};
-    EXPECT_EQ(zelQ_mParamSet(kNumber, 2, kBoth.data(), 2, 2, kOneWrong.data()), kOutOfRange);
-    EXPECT_EQ(Get(0, 2, 2), 0) << "all or none";
-    EXPECT_EQ(Get(0, 5, 0), 10'203);
-}
-
-TEST_F(DriveParametersTest, ValidationNeedsAServoThatIsOff)
+TEST_F(Drives, ValidationNeedsAServoThatIsOff)
 {
     const auto pulsesPerTurn = [this] {
         return server_.With([](lumosim::Controller& c) {
@@ -88,33 +99,16 @@ TEST_F(DriveParametersTest, ValidationNeedsAServoThatIsOff)
     EXPECT_EQ(zelQ_mCParamValid(kNumber, 2, kBoth.data()), 0);
 }
 
-TEST_F(DriveParametersTest, ParametersActOnTheDrive)
-{
-    SetSpeed(0, 100'000, 100'000, 100'000);
-    ServosOn({0});
-    ASSERT_EQ(zelQ_MoveVel(kNumber, 0, 0), 0);
-    Advance(seconds(2));
-    EXPECT_EQ(Monitor(0, 2), 50) << "following error";
-    EXPECT_EQ(StatusOf(0).alarm, 0);
-    ASSERT_EQ(zelQ_ParamSet(kNumber, 0, 3, 0, 40), 0) << "its limit";
-    Advance(milliseconds(100));
-    EXPECT_EQ(StatusOf(0).alarm, 1);
-}
-
-TEST_F(DriveParametersTest, DrivesIdentifyThemselves)
+TEST_F(Drives, DrivesIdentifyThemselves)
 {
     std::array<char, 80> id{};
     ASSERT_EQ(zelQ_ParamGetSysID(kNumber, 3, id.data()), 0);
     const auto text = [&](std::size_t field) { return std::string(&id[16 * field]); };
-    EXPECT_EQ(text(0), "ZEL");
-    EXPECT_EQ(text(1), "Lumo Drive 400");
-    EXPECT_EQ(text(2), "D00903");
-    EXPECT_EQ(text(3), "Lumo Motor 400");
-    EXPECT_EQ(text(4), "M00903");
-    EXPECT_EQ(zelQ_ParamGetSysID(kNumber, 31, id.data()), kNoServo);
+    EXPECT_EQ(text(0) + ", " + text(1) + ", " + text(2) + ", " + text(3) + ", " + text(4),
+              "ZEL, Lumo Drive 400, D00903, Lumo Motor 400, M00903");
 }
 
-TEST_F(DriveParametersTest, MonitorsShowTheDrive)
+TEST_F(Drives, MonitorsShowTheDrive)
 {
     const int cold = Monitor(1, 5);
     ServosOn({1});
@@ -134,12 +128,9 @@ TEST_F(DriveParametersTest, MonitorsShowTheDrive)
     EXPECT_EQ(values[5], 0U);
     EXPECT_NEAR(Monitor(1, 6), 330, 30);
     EXPECT_NEAR(Monitor(1, 7), 3235, 10);
-    unsigned int value = 0;
-    EXPECT_EQ(zelQ_MonitorRead(kNumber, 1, 8, &value), kNoMonitor);
-    EXPECT_EQ(zelQ_MonitorRead(kNumber, 40, 0, &value), kNoServo);
 }
 
-TEST_F(DriveParametersTest, PropertiesShowInTheTypeWord)
+TEST_F(Drives, PropertiesShowInTheTypeWord)
 {
     ControllerStatus before{};
     ASSERT_EQ(zelQ_GetAllStatus(kNumber, &before), 0);
@@ -147,13 +138,10 @@ TEST_F(DriveParametersTest, PropertiesShowInTheTypeWord)
 
     SlaveProperty property{};
     ASSERT_EQ(zelQ_SlavePropertyGet(kNumber, 2, &property), 0);
-    EXPECT_EQ(property.axis, 2);
-    EXPECT_EQ(property.type, 1);
-    EXPECT_EQ(property.seriesCode, 4);
-    EXPECT_EQ(property.limitLogic, 3);
-    EXPECT_EQ(property.homeLogic, 2);
-    EXPECT_EQ(property.inputUse, 2);
-    EXPECT_EQ(property.absoluteEncoder, 1);
+    EXPECT_THAT(
+        (std::vector<U16>{property.axis, property.type, property.seriesCode, property.limitLogic,
+                          property.homeLogic, property.inputUse, property.absoluteEncoder}),
+        testing::ElementsAre(2, 1, 4, 3, 2, 2, 1));
     EXPECT_EQ(Get(2, 0, 2), 131'072) << "pulses of a turn";
     const auto counter = [this] {
         return server_.With([](lumosim::Controller& c) { return c.ConfigurationCounter(); });
@@ -173,12 +161,10 @@ TEST_F(DriveParametersTest, PropertiesShowInTheTypeWord)
     ServosOn({0});
     ASSERT_EQ(zelQ_MoveVel(kNumber, 0, 0), 0);
     EXPECT_EQ(zelQ_ServoPropertyCfg(kNumber, 0, 0, 1, 0, 0, 0, 0), kBusy);
-    EXPECT_EQ(zelQ_ServoPropertyCfg(kNumber, 1, 0, 1, 0, 0, 0, 0xFFFFFFFFU), kOutOfRange);
-    EXPECT_EQ(zelQ_ServoPropertyCfg(kNumber, 20, 0, 1, 0, 0, 0, 0), kNoServo);
     EXPECT_EQ(zelQ_SlavePropertyGet(kNumber, 20, &property), ZELQ_BAD_AXIS);
 }
 
-TEST_F(DriveParametersTest, AChangeOfTheSlavesIsSeen)
+TEST_F(Drives, AChangeOfTheSlavesIsSeen)
 {
     server_.With([](lumosim::Controller& c) {
         c.SetSlave({30, lumosim::SlaveType::kInput, {}});
@@ -194,6 +180,125 @@ TEST_F(DriveParametersTest, AChangeOfTheSlavesIsSeen)
     ASSERT_EQ(zelQ_GetAllStatus(kNumber, &status), 0);
     EXPECT_EQ(status.servoCount, 7);
     EXPECT_EQ(status.inputCount, 1);
+}
+
+TEST_F(Drives, AnAlarmStopsItsAxisUntilItIsReset)
+{
+    ServosOn({0, 1});
+    ASSERT_EQ(zelQ_MoveVel(kNumber, 0, 0), 0);
+    ASSERT_EQ(zelQ_MoveVel(kNumber, 1, 0), 0);
+    Advance(seconds(2));
+    Raise({16, 3}, 0);
+    const ServoStatus stopped = StatusOf(0);
+    EXPECT_THAT(
+        (std::vector<U16>{stopped.alarm, stopped.servoReady, stopped.servoOn, stopped.inMotion}),
+        testing::ElementsAre(1, 0, 0, 0));
+    EXPECT_EQ(stopped.stopCause, kByAlarm);
+    EXPECT_EQ(StatusOf(1).inMotion, 1) << "the other one goes on";
+    EXPECT_EQ(EntryOf(0, 0), (Entry{16, 3, 2}));
+    EXPECT_THAT((Results{zelQ_ServoOn(kNumber, 0, 1), zelQ_MoveVel(kNumber, 0, 0)}),
+                Each(kInAlarm));
+
+    WithAxis(0, [](lumosim::Axis& axis) { axis.SetWarning(true); });
+    ASSERT_EQ(zelQ_AlarmResetReq(kNumber, 0), 0);
+    EXPECT_EQ(StatusOf(0).alarm, 0);
+    EXPECT_EQ(StatusOf(0).servoReady, 1);
+    EXPECT_EQ(StatusOf(0).warning, 1);
+    EXPECT_EQ(zelQ_ServoOn(kNumber, 0, 1), 0);
+    ASSERT_EQ(zelQ_ServoReset(kNumber, 0), 0);
+    EXPECT_EQ(StatusOf(0).warning, 0);
+    EXPECT_EQ(EntryOf(0, 0), (Entry{16, 3, 2})) << "the list remembers";
+}
+
+TEST_F(Drives, SomeAlarmsLastUntilThePowerGoesOff)
+{
+    constexpr std::array<U16, 2> kBoth = {2, 3};
+    Raise({16, 0}, 2);
+    Raise(lumosim::kEncoderAlarm, 3);
+    EXPECT_EQ(zelQ_mAlarmResetReq(kNumber, 2, kBoth.data()), kAlarmLasts);
+    EXPECT_EQ(StatusOf(2).alarm, 1) << "all or none";
+    EXPECT_EQ(zelQ_AlarmResetReq(kNumber, 2), 0);
+    EXPECT_EQ(zelQ_ServoReset(kNumber, 3), 0);
+    EXPECT_EQ(StatusOf(3).alarm, 1);
+    PowerCycle();
+    EXPECT_EQ(StatusOf(3).alarm, 0);
+    EXPECT_EQ(EntryOf(3, 0)[0], 40) << "the list survives it";
+    EXPECT_EQ(zelQ_mAlarmResetReq(kNumber, 2, kBoth.data()), 0);
+}
+
+TEST_F(Drives, TheListKeepsTheLatestFifteen)
+{
+    for (std::uint8_t number = 1; number <= 17; ++number) {
+        Advance(seconds(1));
+        Raise({number, static_cast<std::uint8_t>(200 + number)}, 4);
+    }
+    EXPECT_EQ(EntryOf(4, 0), (Entry{17, 217, 17})) << "newest first";
+    EXPECT_EQ(EntryOf(4, 14), (Entry{3, 203, 3}));
+    EXPECT_EQ(EntryOf(5, 0), (Entry{0, 0, 0})) << "every drive has its own";
+    Raise({9, 8}, 5);
+
+    // The reply of the call for several drives runs out after half of them.
+    constexpr std::array<U16, 2> kGiven = {4, 5};
+    std::array<U16, 2> numbers = {99, 99};
+    std::array<U16, 2> subNumbers = {99, 99};
+    std::array<U16, 2> data = {99, 99};
+    EXPECT_EQ(zelQ_mAlarmListGet(kNumber, 2, kGiven.data(), 0, numbers.data(), subNumbers.data(),
+                                 data.data()),
+              ZELQ_REPLY_DATA_MISSING);
+    EXPECT_EQ(numbers, (std::array<U16, 2>{17, 99}));
+    EXPECT_EQ(subNumbers, (std::array<U16, 2>{217, 99}));
+
+    ASSERT_EQ(zelQ_AlarmListClear(kNumber, 4), 0);
+    EXPECT_EQ(EntryOf(4, 0), (Entry{0, 0, 0}));
+    EXPECT_EQ(StatusOf(4).alarm, 1) << "the alarm itself stays";
+    EXPECT_EQ(EntryOf(5, 0)[0], 9);
+    ASSERT_EQ(zelQ_mAlarmListClear(kNumber, 2, kGiven.data()), 0);
+    EXPECT_EQ(EntryOf(5, 0)[0], 0);
+}
+
+TEST_F(Drives, DrivesWatchTheFollowingError)
+{
+    // The motor runs half a millisecond behind: 31 pulses, rounded, at 61000 pulses/s.
+    SetSpeed(0, 100'000, 100'000, 100'000);
+    SetLimit(kFollowingError, 30);
+    ServosOn({0});
+    EXPECT_EQ(JogIntoAlarm(0), (Entry{20, 0, 0}));
+    EXPECT_NEAR(PositionOf(), 18'600.0, 100.0) << "at 61000 pulses/s";
+}
+
+TEST_F(Drives, DrivesWatchTheCurrent)
+{
+    // 45 % of the rated torque, of which a torque limit leaves 35 %.
+    SetSpeed(0, 2'000'000, 100'000, 2'000'000);
+    SetLimit(kOverCurrent, 40);
+    ServosOn({0});
+    ASSERT_EQ(zelQ_TorqueLimitSet(kNumber, 0, 35, 35, 0, 0, 0, 0), 0);
+    ASSERT_EQ(zelQ_MoveAbs(kNumber, 0, 50'000.0), 0);
+    Finish();
+    EXPECT_EQ(StatusOf(0).alarm, 0);
+
+    ASSERT_EQ(zelQ_TorqueLimitFree(kNumber, 0, 0), 0);
+    EXPECT_EQ(JogIntoAlarm(1), (Entry{10, 0, 0}));
+    EXPECT_EQ(PositionOf(), 50'000.0) << "as soon as it wanted to move";
+}
+
+TEST_F(Drives, DrivesWatchTheTravel)
+{
+    ChangeMachine([](lumosim::AxisMechanics& mechanics) {
+        mechanics.negativeLimit = -5000;
+        mechanics.positiveLimit = 5000;
+    });
+    ASSERT_EQ(zelQ_StopModeSensorOn(kNumber, 0, 0, 0), 0);
+    ASSERT_EQ(zelQ_StopModeSensorOn(kNumber, 0, 1, 0), 0);
+    SetLimit(kOverTravel, 700);
+    ServosOn({0});
+    EXPECT_EQ(JogIntoAlarm(0), (Entry{30, 0, 0}));
+    EXPECT_NEAR(PositionOf(), 5700.0, 15.0);
+
+    ASSERT_EQ(zelQ_AlarmResetReq(kNumber, 0), 0);
+    ServosOn({0});
+    EXPECT_EQ(JogIntoAlarm(1), (Entry{30, 1, 0})) << "the way back is free, to the other side";
+    EXPECT_NEAR(PositionOf(), -5700.0, 15.0);
 }
 
 } // namespace

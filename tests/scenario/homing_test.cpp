@@ -33,8 +33,7 @@ class Homing : public ScenarioTest
     {
         ASSERT_EQ(zelQ_CmdEncPosSet(kNumber, 0, PlaceOf()), 0);
         ASSERT_EQ(zelQ_MoveAbs(kNumber, 0, place), 0);
-        Finish();
-        ASSERT_EQ(PlaceOf(), place);
+        ASSERT_EQ(PlaceAtRest(), place);
     }
 
     /// The speeds that a run cruises with, and the lowest place that it comes to.
@@ -104,8 +103,7 @@ TEST_F(Homing, EveryKindFindsItsPlace)
         EXPECT_EQ(StatusOf(0).homeDone, 0);
         EXPECT_EQ(run.start(), kBusy);
         EXPECT_EQ(zelQ_MoveRel(kNumber, 0, 1), kBusy);
-        Finish();
-        EXPECT_EQ(PlaceOf(), run.home);
+        EXPECT_EQ(PlaceAtRest(), run.home);
         const ServoStatus status = StatusOf(0);
         EXPECT_EQ(double{status.commandPosition}, -700) << "home gets the position";
         EXPECT_EQ(double{status.encoderPosition}, -700);
@@ -139,10 +137,8 @@ TEST_F(Homing, ThePhasesHaveTheirSpeeds)
                   0);
         PlaceAt(20'000);
         ASSERT_EQ(Home(1), 0);
-        Advance(milliseconds(100));
-        EXPECT_NEAR(VelocityOf(), ratio == 10 ? -5'000 : -1'500, 1);
-        Finish();
-        EXPECT_EQ(PlaceOf(), -2'500);
+        EXPECT_NEAR(VelocityIn(milliseconds(100)), ratio == 10 ? -5'000 : -1'500, 1);
+        EXPECT_EQ(PlaceAtRest(), -2'500);
     }
 }
 
@@ -150,17 +146,14 @@ TEST_F(Homing, ItMayPauseAndMoveOn)
 {
     PlaceAt(-2'700);
     ASSERT_EQ(Home(1, 0, 2, 0, 800), 0);
-    Advance(milliseconds(400)); // off the sensor, at rest
-    EXPECT_EQ(VelocityOf(), 0);
-    Advance(milliseconds(500));
-    EXPECT_EQ(VelocityOf(), 0);
+    EXPECT_EQ(VelocityIn(milliseconds(400)), 0);
+    EXPECT_EQ(VelocityIn(milliseconds(500)), 0);
     EXPECT_EQ(StatusOf(0).homing, 1);
     Finish();
     EXPECT_EQ(StatusOf(0).homeDone, 1);
     for (const double way : {4'000.0, 0.0}) {
         ASSERT_EQ(Home(1, 0, 2, 1, 0, way), 0);
-        Finish();
-        EXPECT_EQ(PlaceOf(), -2'500 + way);
+        EXPECT_EQ(PlaceAtRest(), -2'500 + way);
         EXPECT_EQ(PositionOf(), 0);
         EXPECT_EQ(StatusOf(0).stopCause, kAtHome);
     }
@@ -204,8 +197,7 @@ TEST_F(Homing, SoftwareLimitsDoNotStopIt)
 {
     ASSERT_EQ(zelQ_StopModeSwLimit(kNumber, 0, 2, 50'000, 2, -1'000), 0);
     ASSERT_EQ(Home(1), 0);
-    Finish();
-    EXPECT_EQ(PlaceOf(), -2'500);
+    EXPECT_EQ(PlaceAtRest(), -2'500);
     EXPECT_EQ(StatusOf(0).homeDone, 1);
 }
 

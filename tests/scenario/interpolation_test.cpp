@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <numbers>
 
 namespace zelq::test {
 
@@ -136,46 +135,6 @@ class ContinuousPath : public PathScenario
         return remain.at(map);
     }
 };
-
-TEST_F(ContinuousPath, AHundredSegmentsRunWithoutAStop)
-{
-    constexpr std::size_t kSegments = 100;
-    constexpr double kRadius = 8'000;
-    constexpr double kDrive = 5'000;
-    std::vector<Coordinates> corners;
-    for (std::size_t i = 0; i <= kSegments; ++i) {
-        const double angle = 2 * std::numbers::pi * static_cast<double>(i) / kSegments;
-        corners.push_back({std::round(kRadius * std::sin(angle)),
-                           std::round(kRadius - kRadius * std::cos(angle))});
-    }
-    std::vector<Sample> samples;
-    std::size_t sent = 1;
-    const auto feed = [&] {
-        while (sent <= kSegments && Remaining() > 0) {
-            const InterpSpeedProfile speed =
-                Speeds(sent == 1 ? 0 : kDrive, kDrive, sent == kSegments ? 0 : kDrive);
-            ASSERT_EQ(LineTo(corners[sent], speed), 0);
-            ++sent;
-        }
-    };
-    ASSERT_TRUE(AdvanceUntil(
-        [&] {
-            feed();
-            samples.push_back(Look());
-            return sent > kSegments && !Running();
-        },
-        seconds(30), milliseconds(4)));
-    EXPECT_EQ(samples.back().at, corners.back());
-
-    const auto slow = [](const Sample& sample) { return sample.Speed() < kDrive - 3; };
-    const auto fast = std::ranges::find_if_not(samples, slow);
-    const auto braking = std::find_if(fast, samples.end(), slow);
-    EXPECT_TRUE(std::all_of(braking, samples.end(), slow)) << "it slowed down on the way";
-    EXPECT_NEAR(static_cast<double>(samples.end() - braking) * 0.004, kDrive / 50'000, 0.02);
-    for (const Sample& sample : samples) {
-        EXPECT_NEAR(std::hypot(sample.at[0], sample.at[1] - kRadius), kRadius, 6.0);
-    }
-}
 
 TEST_F(ContinuousPath, JointsTakeTheSlowerOfTheirSpeeds)
 {
@@ -339,8 +298,7 @@ TEST_F(PathOfThree, WhatTakesOneAxisOffBrakesTheOthersOnThePath)
         Advance(seconds(1));
         const double left = Look().at[1];
         leaving.leave();
-        Advance(microseconds(1));
-        EXPECT_EQ(StatusOf(0).inMotion, 1);
+        EXPECT_EQ(InMotionIn(microseconds(1), 0), 1);
         Watch(milliseconds(1));
         const Coordinates at = Look().at;
         EXPECT_EQ(StatusOf(0).stopCause, leaving.cause);
@@ -407,8 +365,7 @@ TEST_F(PathOfThree, PowerCyclesAndRemovedStationsEndPaths)
     Advance(milliseconds(100));
     server_.With([](lumosim::Controller& c) { c.SetSlave({1, lumosim::SlaveType::kNone, {}}); });
     EXPECT_EQ(Run(1), kNoServo);
-    Advance(milliseconds(100));
-    EXPECT_EQ(StatusOf(0).inMotion, 1);
+    EXPECT_EQ(InMotionIn(milliseconds(100), 0), 1);
     PowerCycle();
     EXPECT_EQ(StatusOf(0).inMotion, 0);
     U16 use = 9;

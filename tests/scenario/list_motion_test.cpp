@@ -94,17 +94,13 @@ TEST_F(ListMotion, EachNodeHasItsOwnPositionAndSpeed)
           {.position = 4'000, .start = 2'000, .drive = 2'000},
           {.position = 3'500}});
     EXPECT_EQ(ListOf(), (Show{1, true, true, false, 2, 253, 0, 0}));
-    Advance(milliseconds(500));
-    EXPECT_EQ(PositionOf(), 500);
+    EXPECT_EQ(PositionIn(milliseconds(500)), 500);
     EXPECT_EQ(StatusOf(0).motionKind, 9);
-    Advance(milliseconds(1'000));
-    EXPECT_EQ(PositionOf(), 2'000);
+    EXPECT_EQ(PositionIn(milliseconds(1'000)), 2'000);
     EXPECT_EQ(ListOf(), (Show{2, true, true, false, 1, 253, 1, 0}));
-    Advance(milliseconds(1'250));
-    EXPECT_EQ(PositionOf(), 3'750);
+    EXPECT_EQ(PositionIn(milliseconds(1'250)), 3'750);
     EXPECT_EQ(VelocityOf(), -1'000);
-    Advance(milliseconds(1'000));
-    EXPECT_EQ(PositionOf(), 3'500);
+    EXPECT_EQ(PositionIn(milliseconds(1'000)), 3'500);
     EXPECT_EQ(ListOf(), (Show{0, false, true, false, 3, 253, 3, 1}));
     EXPECT_EQ(StatusOf(0).stopCause, kAtTarget);
     ASSERT_EQ(Run(), 0) << "again";
@@ -121,8 +117,7 @@ TEST_F(ListMotion, ListsOfManyFramesRunSideBySide)
     ASSERT_EQ(Close(), 0);
     ASSERT_EQ(Run(), 0);
     Load({{.position = -300}, {.position = 0, .start = 2'000, .drive = 2'000}}, 1);
-    Advance(milliseconds(375));
-    EXPECT_EQ(PositionOf(0), 375);
+    EXPECT_EQ(PositionIn(milliseconds(375), 0), 375);
     EXPECT_EQ(PositionOf(1), -150);
     EXPECT_EQ(ListOf(), (Show{38, true, true, false, 12, 206, 37, 0}));
     Advance(milliseconds(200));
@@ -158,8 +153,7 @@ TEST_F(ListMotion, ANodeIsPassedWithTheStartSpeedOfTheNext)
         }
         EXPECT_TRUE(AdvanceUntil([] { return PositionOf() > 1'990; }, seconds(1)));
         EXPECT_NEAR(VelocityOf(), 1'050, 50) << "on its way to the list's stop speed";
-        Finish();
-        EXPECT_EQ(PositionOf(), 2'000);
+        EXPECT_EQ(PositionAtRest(), 2'000);
         return lowest;
     };
     EXPECT_NEAR(lowestSpeedBehind(0), 700, 10);
@@ -176,14 +170,11 @@ TEST_F(ListMotion, NodesCanBeRelativeAndCanBeDweltOn)
 {
     ASSERT_EQ(zelQ_CmdEncPosSet(kNumber, 0, 100), 0);
     Load({{.position = 200, .mode = 1, .dwell = 300}, {.position = -50, .mode = 1}});
-    Advance(milliseconds(499));
-    EXPECT_EQ(PositionOf(), 300);
+    EXPECT_EQ(PositionIn(milliseconds(499)), 300);
     EXPECT_EQ(StatusOf(0).inMotion, 1) << "it dwells as a part of its motion";
     EXPECT_EQ(ListOf().completed, 0U);
-    Advance(milliseconds(11));
-    EXPECT_EQ(PositionOf(), 290);
-    Advance(milliseconds(40));
-    EXPECT_EQ(PositionOf(), 250);
+    EXPECT_EQ(PositionIn(milliseconds(11)), 290);
+    EXPECT_EQ(PositionIn(milliseconds(40)), 250);
     EXPECT_EQ(StatusOf(0).inMotion, 0);
 }
 
@@ -191,13 +182,11 @@ TEST_F(ListMotion, RepetitionsAndPercentOfSpeed)
 {
     ASSERT_EQ(Configure(0, 2, 200), 0);
     Load({{.position = 100}, {.position = 0}});
-    Advance(milliseconds(225));
-    EXPECT_EQ(PositionOf(), 50); // the third way out
+    EXPECT_EQ(PositionIn(milliseconds(225)), 50); // the third way out
     EXPECT_EQ(ListOf(), (Show{1, true, true, false, 1, 254, 4, 2}));
     Advance(milliseconds(100));
     EXPECT_EQ(ListOf(), (Show{0, false, true, false, 2, 254, 6, 3}));
-    Advance(milliseconds(1'000));
-    EXPECT_EQ(PositionOf(), 0);
+    EXPECT_EQ(PositionIn(milliseconds(1'000)), 0);
     ASSERT_EQ(Configure(0, 255), 0);
     Load({{.position = 0}}); // a node without a way takes a moment all the same
     Advance(seconds(1));
@@ -213,14 +202,12 @@ TEST_F(ListMotion, AStreamIsFedOnTheWay)
     EXPECT_EQ(Add({{.position = 100}, {.position = 200}}), (std::vector<int>{0, 2, 254}));
     ASSERT_EQ(Run(), 0);
     EXPECT_EQ(ListOf(), (Show{1, true, false, false, 1, 255, 0, 0}));
-    Advance(milliseconds(1'000));
-    EXPECT_EQ(PositionOf(), 200);
+    EXPECT_EQ(PositionIn(milliseconds(1'000)), 200);
     EXPECT_EQ(ListOf(), (Show{2, true, false, false, 0, 256, 2, 0}));
     EXPECT_EQ(StatusOf(0).inMotion, 1) << "it waits for more";
     EXPECT_EQ(zelQ_MoveAbs(kNumber, 0, 0), kBusy);
     EXPECT_EQ(Add({{.position = 300}}), (std::vector<int>{0, 1, 256}));
-    Advance(milliseconds(50));
-    EXPECT_EQ(PositionOf(), 250);
+    EXPECT_EQ(PositionIn(milliseconds(50)), 250);
     Advance(milliseconds(100));
     ASSERT_EQ(Close(), 0);
     EXPECT_EQ(ListOf(), (Show{0, false, true, false, 0, 256, 3, 1}));
@@ -234,8 +221,7 @@ TEST_F(ListMotion, AStreamIsFedOnTheWay)
     ASSERT_EQ(Stop(), 0);
     Advance(milliseconds(500));
     ASSERT_EQ(Run(), 0);
-    Advance(milliseconds(1'000));
-    EXPECT_EQ(PositionOf(), 300);
+    EXPECT_EQ(PositionIn(milliseconds(1'000)), 300);
     EXPECT_EQ(ListOf(), (Show{0, false, true, false, 0, 256, 1, 1}));
 }
 
@@ -261,8 +247,7 @@ TEST_F(ListMotion, WhatStopsTheAxisEndsItsList)
             Load({{.position = 100, .dwell = dwell}, {.position = 100'000}});
             Advance(milliseconds(500));
             stop();
-            Advance(milliseconds(500));
-            EXPECT_EQ(StatusOf(0).inMotion, 0);
+            EXPECT_EQ(InMotionIn(milliseconds(500), 0), 0);
             EXPECT_LT(PositionOf(), 1'000);
             EXPECT_EQ(StatusOf(0).stopCause, cause);
             EXPECT_FALSE(ListOf().running);
@@ -280,8 +265,7 @@ TEST_F(ListMotion, WhatStopsTheAxisEndsItsList)
     ASSERT_EQ(Run(), 0);
     ASSERT_EQ(zelQ_StopSudden(kNumber, 0), 0);
     ASSERT_EQ(zelQ_MoveAbs(kNumber, 0, 50), 0);
-    Finish();
-    EXPECT_EQ(PositionOf(), 50);
+    EXPECT_EQ(PositionAtRest(), 50);
     EXPECT_TRUE(ListOf().endedEarly);
     ASSERT_EQ(Run(), 0);
     ASSERT_EQ(zelQ_StopSudden(kNumber, 0), 0);

@@ -176,6 +176,24 @@ TEST_F(Outputs, OfTheMainBoard)
     expect(zelQ_MDOSetTogPins(kNumber, 3, toggled.data()), 0xB9U);
 }
 
+TEST_F(Outputs, InputsShowBesideThem)
+{
+    server_.With([](lumosim::Controller& c) {
+        c.SetMainInputs(0x1A5);
+        c.SetSlaveInputs(30, 0x80000001U);
+    });
+    EXPECT_EQ(Joined(Status()->mainInputs), 0xA5U);
+    EXPECT_EQ(Joined(Status()->inputs[30].bits), 0x80000001U);
+    SetInputs({.limitPositive = true, .configurable = true});
+    SetInputs({.limitNegative = true, .homeSensor = true}, 1);
+    const auto shown = [](U16 axis) {
+        const ServoStatus s = Status()->servo[axis];
+        return std::vector<U16>{s.limitPositive, s.limitNegative, s.homeSensor, s.auxInput};
+    };
+    EXPECT_THAT(shown(0), testing::ElementsAre(1, 0, 0, 1));
+    EXPECT_THAT(shown(1), testing::ElementsAre(0, 1, 1, 0));
+}
+
 TEST_F(Outputs, LimitTimesRunFromWhenTheOutputCameOn)
 {
     ASSERT_EQ(zelQ_MDOSetLimitTime(kNumber, 0, 1, 200), 0);

@@ -45,8 +45,7 @@ class PointToPoint : public ScenarioTest
     void PlaceAt(double place)
     {
         ASSERT_EQ(zelQ_MoveAbs(kNumber, 0, place), 0);
-        Finish();
-        ASSERT_EQ(PositionOf(), place);
+        ASSERT_EQ(PositionAtRest(), place);
     }
 
     static SearchStatus SearchOf(U16 axis = 0)
@@ -123,13 +122,11 @@ TEST_F(PointToPoint, ANewMoveReplacesTheRunningOneWithoutAJump)
 
     constexpr std::array<double, 2> kWays = {-12, 30};
     ASSERT_EQ(zelQ_mMoveRel(kNumber, 2, kBoth.data(), kWays.data()), 0);
-    Advance(seconds(1));
-    EXPECT_EQ(PositionOf(0), 0);
+    EXPECT_EQ(PositionIn(seconds(1), 0), 0);
     EXPECT_EQ(PositionOf(1), 30);
     EXPECT_EQ(PlaceOf(1), 60);
     ASSERT_EQ(zelQ_mMoveAbs(kNumber, 2, kBoth.data(), kWays.data()), 0);
-    Finish();
-    EXPECT_EQ(PositionOf(0), -12);
+    EXPECT_EQ(PositionAtRest(0), -12);
     EXPECT_EQ(PositionOf(1), 30);
 }
 
@@ -147,8 +144,7 @@ TEST_F(PointToPoint, StopsOfOneAndOfSeveralAxes)
         const double here = PositionOf();
         ASSERT_EQ(stop.call(kNumber, 0), 0);
         EXPECT_EQ(StatusOf(0).inMotion, stop.way > 0);
-        Finish();
-        EXPECT_NEAR(PositionOf(), here + stop.way, 1);
+        EXPECT_NEAR(PositionAtRest(), here + stop.way, 1);
         EXPECT_EQ(StatusOf(0).stopCause, stop.cause);
     }
     SetSpeed(0, 0, 5'000, 0);
@@ -158,8 +154,7 @@ TEST_F(PointToPoint, StopsOfOneAndOfSeveralAxes)
 
     for (const U16 mode : {U16{0}, U16{1}}) {
         ASSERT_EQ(zelQ_mMoveVel(kNumber, 2, kBothList.data(), 1), 0);
-        Advance(seconds(1));
-        EXPECT_EQ(VelocityOf(1), -2'500);
+        EXPECT_EQ(VelocityIn(seconds(1), 1), -2'500);
         ASSERT_EQ(zelQ_mStop(kNumber, 2, kBothList.data(), mode), 0);
         EXPECT_EQ(StatusOf(0).inMotion, 0);
         EXPECT_EQ(StatusOf(1).inMotion, mode);
@@ -239,8 +234,7 @@ TEST_F(PointToPoint, CountersAreSetAtRestAndTakenFromTheEncoder)
     // Position counters run over.
     ASSERT_EQ(zelQ_CmdEncPosSet(kNumber, 0, 2'147'483'600), 0);
     ASSERT_EQ(zelQ_MoveRel(kNumber, 0, 100), 0);
-    Finish();
-    EXPECT_EQ(PositionOf(), -2'147'483'596.0);
+    EXPECT_EQ(PositionAtRest(), -2'147'483'596.0);
 }
 
 TEST_F(PointToPoint, TurnsOfAbsoluteEncodersAreCleared)
@@ -356,10 +350,8 @@ TEST_F(PointToPoint, OverridesGiveTheRunningMotionItsSpeed)
     Advance(seconds(1));
     ASSERT_EQ(zelQ_OverrideDriveSpeed(kNumber, 0, 2'000), 0);
     EXPECT_EQ(VelocityOf(), 5'000) << "no jump";
-    Advance(milliseconds(290));
-    EXPECT_NEAR(VelocityOf(), 2'100, 0.5) << "braking with the deceleration";
-    Advance(milliseconds(10));
-    EXPECT_EQ(VelocityOf(), 2'000);
+    EXPECT_NEAR(VelocityIn(milliseconds(290)), 2'100, 0.5) << "braking with the deceleration";
+    EXPECT_EQ(VelocityIn(milliseconds(10)), 2'000);
     ASSERT_EQ(zelQ_OverrideDriveSpeed(kNumber, 0, 8'000), 0);
     FinishSmoothly(20'000);
     EXPECT_EQ(PositionOf(), 20'000);
@@ -369,30 +361,24 @@ TEST_F(PointToPoint, OverridesGiveTheRunningMotionItsSpeed)
 
     JogFor(seconds(1), 1);
     ASSERT_EQ(zelQ_OverrideSpeed(kNumber, 0, 1'000, 6'000, 30'000), 0);
-    Advance(milliseconds(500));
-    EXPECT_EQ(VelocityOf(), -5'500);
-    Advance(seconds(1));
-    EXPECT_EQ(VelocityOf(), -6'000);
+    EXPECT_EQ(VelocityIn(milliseconds(500)), -5'500);
+    EXPECT_EQ(VelocityIn(seconds(1)), -6'000);
     ASSERT_EQ(zelQ_OverrideDriveSpeed(kNumber, 0, 3'000), 0) << "the rest stays as it was given";
-    Advance(milliseconds(100));
-    EXPECT_EQ(VelocityOf(), -3'000);
+    EXPECT_EQ(VelocityIn(milliseconds(100)), -3'000);
     ASSERT_EQ(zelQ_StopDec(kNumber, 0), 0);
-    Advance(milliseconds(101));
-    EXPECT_EQ(StatusOf(0).inMotion, 0);
+    EXPECT_EQ(InMotionIn(milliseconds(101), 0), 0);
 
     ASSERT_EQ(zelQ_mMoveVel(kNumber, 2, kBothList.data(), 0), 0);
     constexpr std::array<double, 2> kRates = {5'000, 5'000};
     constexpr std::array<double, 2> kSpeeds = {6'000, 1'000};
     ASSERT_EQ(zelQ_mOverrideDriveSpeed(kNumber, 2, kBoth.data(), kSpeeds.data()), 0);
-    Advance(seconds(1));
-    EXPECT_EQ(VelocityOf(0), 6'000);
+    EXPECT_EQ(VelocityIn(seconds(1), 0), 6'000);
     EXPECT_EQ(VelocityOf(1), 1'000);
     constexpr std::array<double, 2> kOthers = {2'000, 2'000};
     ASSERT_EQ(
         zelQ_mOverrideSpeed(kNumber, 2, kBoth.data(), kRates.data(), kOthers.data(), kRates.data()),
         0);
-    Advance(milliseconds(100));
-    EXPECT_EQ(VelocityOf(0), 5'500);
+    EXPECT_EQ(VelocityIn(milliseconds(100), 0), 5'500);
     EXPECT_EQ(VelocityOf(1), 1'500);
 }
 
@@ -409,8 +395,7 @@ TEST_F(PointToPoint, ANewTargetMayLieAnywhere)
     constexpr std::array<double, 2> kTargets = {40, 10};
     ASSERT_EQ(zelQ_mMoveRel(kNumber, 2, kBoth.data(), kTargets.data()), 0);
     ASSERT_EQ(zelQ_mOverrideAbs(kNumber, 2, kBoth.data(), kTargets.data()), 0);
-    Finish();
-    EXPECT_EQ(PositionOf(0), 40);
+    EXPECT_EQ(PositionAtRest(0), 40);
     EXPECT_EQ(PositionOf(1), 10);
 }
 
@@ -439,26 +424,19 @@ TEST_F(PointToPoint, ATorqueAcceleratesUpToItsSpeedLimit)
     // 25 % less 5 % friction: 1,000,000 pulses/s²; 600 turns a minute: 10,000 pulses/s.
     ASSERT_EQ(set(25.0, 600), 0);
     EXPECT_EQ(StatusOf(0).motionKind, kTorque);
-    Advance(milliseconds(5));
-    EXPECT_EQ(VelocityOf(), 5'000);
+    EXPECT_EQ(VelocityIn(milliseconds(5)), 5'000);
     EXPECT_NEAR(TorqueOf(), 25.0, 1e-9);
-    Advance(milliseconds(100));
-    EXPECT_EQ(VelocityOf(), 10'000);
+    EXPECT_EQ(VelocityIn(milliseconds(100)), 10'000);
     EXPECT_NEAR(TorqueOf(), 5.0, 1e-9) << "at the limit only friction is left";
     ASSERT_EQ(set(25.0, 480), 0);
-    Advance(milliseconds(1));
-    EXPECT_EQ(VelocityOf(), 8'000) << "the peak torque brakes what is too fast";
+    EXPECT_EQ(VelocityIn(milliseconds(1)), 8'000) << "the peak torque brakes what is too fast";
     ASSERT_EQ(set(-25.0, 600), 0); // against the motion: braked by it and friction
-    Advance(milliseconds(2));
-    EXPECT_EQ(VelocityOf(), 5'000);
+    EXPECT_EQ(VelocityIn(milliseconds(2)), 5'000);
     EXPECT_NEAR(TorqueOf(), -25.0, 1e-9);
-    Advance(milliseconds(100));
-    EXPECT_EQ(VelocityOf(), -10'000);
+    EXPECT_EQ(VelocityIn(milliseconds(100)), -10'000);
     ASSERT_EQ(set(-3.0, 600), 0); // less than friction: it runs out
-    Advance(milliseconds(50));
-    EXPECT_EQ(VelocityOf(), -5'000);
-    Advance(seconds(1));
-    EXPECT_EQ(VelocityOf(), 0);
+    EXPECT_EQ(VelocityIn(milliseconds(50)), -5'000);
+    EXPECT_EQ(VelocityIn(seconds(1)), 0);
     EXPECT_NEAR(TorqueOf(), -3.0, 1e-9);
     EXPECT_EQ(StatusOf(0).inMotion, 1) << "the mode lasts until it is stopped";
     EXPECT_EQ(zelQ_MoveVel(kNumber, 0, 0), kBusy);
@@ -470,8 +448,7 @@ TEST_F(PointToPoint, ATorqueAcceleratesUpToItsSpeedLimit)
     constexpr std::array<double, 2> kTorques = {4.0, 20.0};
     constexpr std::array<U16, 2> kLimits = {60, 60};
     ASSERT_EQ(zelQ_mCT_SetTorque(kNumber, 2, kBoth.data(), kTorques.data(), kLimits.data()), 0);
-    Advance(seconds(1));
-    EXPECT_EQ(VelocityOf(0), 0);
+    EXPECT_EQ(VelocityIn(seconds(1), 0), 0);
     EXPECT_EQ(VelocityOf(1), 500);
     // The motor's own speed is too high to stop between the switch and the stopper.
     ASSERT_EQ(set(25.0, 0), 0);
@@ -483,8 +460,7 @@ TEST_F(PointToPoint, AStopperHoldsATorqueAndAlarmsAPosition)
 {
     ChangeMachine([](lumosim::AxisMechanics& m) { m.stopperGap = -90'000; }); // at 10,000
     ASSERT_EQ(zelQ_CT_SetTorque(kNumber, 0, 25.0, 600), 0);
-    Advance(seconds(10));
-    EXPECT_EQ(PositionOf(), 10'000);
+    EXPECT_EQ(PositionIn(seconds(10)), 10'000);
     EXPECT_EQ(EncoderOf(), 10'000);
     EXPECT_EQ(VelocityOf(), 0);
     EXPECT_NEAR(TorqueOf(), 25.0, 1e-9);
@@ -514,21 +490,16 @@ TEST_F(PointToPoint, AVelocityIsRampedTo)
         return zelQ_CV_SetVelocity(kNumber, 0, velocity, 10'000, 20'000, 0);
     };
     ASSERT_EQ(set(4'000), 0);
-    Advance(milliseconds(200));
-    EXPECT_EQ(VelocityOf(), 2'000);
+    EXPECT_EQ(VelocityIn(milliseconds(200)), 2'000);
     EXPECT_EQ(StatusOf(0).motionKind, kVelocity);
     Advance(seconds(1));
     ASSERT_EQ(set(-4'000), 0);
-    Advance(milliseconds(100));
-    EXPECT_EQ(VelocityOf(), 2'000) << "braking";
-    Advance(milliseconds(300));
-    EXPECT_EQ(VelocityOf(), -2'000) << "the other way";
+    EXPECT_EQ(VelocityIn(milliseconds(100)), 2'000) << "braking";
+    EXPECT_EQ(VelocityIn(milliseconds(300)), -2'000) << "the other way";
     Advance(seconds(1));
     ASSERT_EQ(set(0), 0);
-    Advance(milliseconds(150));
-    EXPECT_EQ(VelocityOf(), -1'000);
-    Advance(milliseconds(51));
-    EXPECT_EQ(StatusOf(0).inMotion, 0) << "velocity 0 ends the mode";
+    EXPECT_EQ(VelocityIn(milliseconds(150)), -1'000);
+    EXPECT_EQ(InMotionIn(milliseconds(51), 0), 0) << "velocity 0 ends the mode";
     EXPECT_EQ(StatusOf(0).stopCause, kAtTarget);
     EXPECT_EQ(set(-2'147'483'648.0), kOutOfRange);
     EXPECT_EQ(zelQ_CV_SetVelocity(kNumber, 0, 1, 1, 1, 2), kOutOfRange);
@@ -540,8 +511,7 @@ TEST_F(PointToPoint, AVelocityIsRampedTo)
     ASSERT_EQ(zelQ_mCV_SetVelocity(kNumber, 2, kBoth.data(), kVelocities.data(), kRates.data(),
                                    kRates.data(), kShapes.data()),
               0);
-    Advance(seconds(1));
-    EXPECT_EQ(VelocityOf(0), 1'500);
+    EXPECT_EQ(VelocityIn(seconds(1), 0), 1'500);
     EXPECT_EQ(VelocityOf(1), -200);
     EXPECT_EQ(zelQ_CT_SetTorque(kNumber, 0, 10, 60), kBusy) << "another mode";
     EXPECT_EQ(zelQ_PP_SetTPosSpeed(kNumber, 0, 10, 60), kBusy);
@@ -550,13 +520,11 @@ TEST_F(PointToPoint, AVelocityIsRampedTo)
 TEST_F(PointToPoint, AProfilePositionHasItsOwnSpeed)
 {
     ASSERT_EQ(zelQ_PP_SetTPosSpeed(kNumber, 0, 10'000, 2'000), 0);
-    Advance(seconds(1));
-    EXPECT_EQ(VelocityOf(), 2'000);
+    EXPECT_EQ(VelocityIn(seconds(1)), 2'000);
     EXPECT_EQ(StatusOf(0).motionKind, kProfilePosition);
     ASSERT_EQ(zelQ_PP_SetTPosSpeed(kNumber, 0, -300, 8'000), 0) << "another target on the way";
     EXPECT_EQ(VelocityOf(), 2'000);
-    Finish();
-    EXPECT_EQ(PositionOf(), -300);
+    EXPECT_EQ(PositionAtRest(), -300);
     EXPECT_EQ(StatusOf(0).stopCause, kAtTarget);
     JogFor(seconds(1));
     EXPECT_EQ(VelocityOf(), 5'000) << "the axis keeps its own";

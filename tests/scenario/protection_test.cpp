@@ -28,8 +28,7 @@ class Protection : public ScenarioTest
 
     void ExpectStop(double position, StopCause cause, double tolerance = 0)
     {
-        Finish();
-        EXPECT_NEAR(PositionOf(), position, tolerance);
+        EXPECT_NEAR(PositionAtRest(), position, tolerance);
         EXPECT_EQ(StatusOf(0).stopCause, cause);
     }
 
@@ -95,8 +94,7 @@ TEST_F(Protection, SoftwareLimitsStopByTheirModes)
     // One that is set behind a running axis stops it there and then.
     SetSoftLimits(kOff, 0, kOff, 0);
     Jog();
-    Advance(milliseconds(1'050));
-    EXPECT_EQ(PositionOf(), 9'000);
+    EXPECT_EQ(PositionIn(milliseconds(1'050)), 9'000);
     SetSoftLimits(kSudden, 2'000, kOff, 0);
     Advance(microseconds(1));
     ExpectStop(9'000, kAtSoftwareLimit);
@@ -106,9 +104,7 @@ TEST_F(Protection, SoftwareLimitsStopByTheirModes)
 
 TEST_F(Protection, SoftwareLimitsAreReadBack)
 {
-    zelQ_UnitPerPulseSet(kNumber, 3, 0.5);
-    ASSERT_EQ(zelQ_StopModeSwLimit(kNumber, 3, 2, 35'000.0, 1, -1.5), 0);
-    SetSoftLimits(kDecelerate, 7.9, kOff, 0);
+    SetSoftLimits(kSudden, 70'007.9, kDecelerate, -3);
     constexpr std::array<U16, 2> kGiven = {3, 0};
     std::array<U16, 2> mode1{};
     std::array<U16, 2> mode2{};
@@ -117,13 +113,12 @@ TEST_F(Protection, SoftwareLimitsAreReadBack)
     ASSERT_EQ(zelQ_mSwLimitGet(kNumber, 2, kGiven.data(), mode1.data(), pos1.data(), mode2.data(),
                                pos2.data()),
               0);
-    EXPECT_EQ(mode1, (std::array<U16, 2>{2, 1}));
-    EXPECT_EQ(pos1, (std::array<double, 2>{35'000.0, 7.0}));
-    EXPECT_EQ(mode2, (std::array<U16, 2>{1, 0}));
-    EXPECT_EQ(pos2, (std::array<double, 2>{-1.5, 0.0}));
-    ASSERT_EQ(zelQ_SwLimitGet(kNumber, 3, mode1.data(), pos1.data(), mode2.data(), pos2.data()), 0);
-    EXPECT_EQ(pos1[0], 35'000.0);
-    EXPECT_EQ(zelQ_StopModeSwLimit(kNumber, 0, 1, -5.0, 1, 5.0), kOutOfRange) << "crossed limits";
+    EXPECT_EQ(mode1, (std::array<U16, 2>{kOff, kSudden}));
+    EXPECT_EQ(pos1, (std::array<double, 2>{0, 70'007}));
+    EXPECT_EQ(mode2, (std::array<U16, 2>{kOff, kDecelerate}));
+    EXPECT_EQ(pos2, (std::array<double, 2>{0, -3}));
+    ASSERT_EQ(zelQ_SwLimitGet(kNumber, 0, mode1.data(), pos1.data(), mode2.data(), pos2.data()), 0);
+    EXPECT_EQ(pos1[0], 70'007);
 }
 
 TEST_F(Protection, TheFirstOfTwoLimitsStops)
@@ -323,6 +318,9 @@ TEST_F(Protection, ThePowerCycleForgetsWhatIsNotSaved)
     ASSERT_EQ(zelQ_MPGSetCfg(kNumber, 0, 0, 3, 0, 1, 1), 0);
     PowerCycle();
     EXPECT_EQ(LimitOf().active, 0);
+    SpeedProfile profile{};
+    ASSERT_EQ(zelQ_SpeedGet(kNumber, 0, &profile), 0);
+    EXPECT_EQ(double{profile.acc}, lumosim::SpeedProfile().acc);
     ServosOn({0});
     EXPECT_EQ(TurnWheel(100), lumosim::Result::kDone);
     EXPECT_FALSE(Moving()) << "the wheel is off";
@@ -334,42 +332,6 @@ TEST_F(Protection, ThePowerCycleForgetsWhatIsNotSaved)
     SetInputs({.limitPositive = true});
     Finish();
     EXPECT_EQ(StatusOf(0).stopCause, kAtLimitSensor);
-}
-
-/// All stations servos.
-class ManyAxes : public ScenarioTest
-{
-  protected:
-    ManyAxes()
-        : ScenarioTest([] {
-              lumosim::ServerConfig config = Config({});
-              config.controller.axes = 32;
-              return config;
-          }())
-    {}
-};
-
-TEST_F(ManyAxes, TorqueLimitsTravelInSeveralFrames)
-{
-    std::array<U16, 32> axes{};
-    std::array<U16, 32> limits{};
-    std::array<short, 32> zeros{};
-    std::array<U16, 32> codes{};
-    std::array<unsigned, 32> values{};
-    for (U16 i = 0; i < 32; ++i) {
-        axes.at(i) = i;
-        limits.at(i) = static_cast<U16>(100 + i);
-        values.at(i) = i * 1000U;
-    }
-    EXPECT_EQ(zelQ_mTorqueLimitSet(kNumber, 32, axes.data(), limits.data(), limits.data(),
-                                   zeros.data(), codes.data(), codes.data(), values.data()),
-              0);
-    for (const U16 axis : axes) {
-        TorqueLimitStatus status{};
-        ASSERT_EQ(zelQ_TorqueLimitGetStatus(kNumber, axis, &status), 0);
-        EXPECT_EQ(status.word1, 100 + axis);
-        EXPECT_EQ(status.value6, axis * 1000U);
-    }
 }
 
 } // namespace

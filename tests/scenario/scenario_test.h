@@ -137,6 +137,33 @@ class ScenarioTest : public testing::Test
     static double VelocityOf(U16 axis = 0) { return StatusOf(axis).velocity; }
     static double TorqueOf(U16 axis = 0) { return StatusOf(axis).torque; }
 
+    /// The same, so much later, or when the axis has come to rest.
+    double PositionIn(std::chrono::nanoseconds time, U16 axis = 0)
+    {
+        Advance(time);
+        return PositionOf(axis);
+    }
+    double VelocityIn(std::chrono::nanoseconds time, U16 axis = 0)
+    {
+        Advance(time);
+        return VelocityOf(axis);
+    }
+    U16 InMotionIn(std::chrono::nanoseconds time, U16 axis = 0)
+    {
+        Advance(time);
+        return StatusOf(axis).inMotion;
+    }
+    double PositionAtRest(U16 axis = 0)
+    {
+        Finish(axis);
+        return PositionOf(axis);
+    }
+    double PlaceAtRest(U16 axis = 0)
+    {
+        Finish(axis);
+        return PlaceOf(axis);
+    }
+
     /// Switches servos on and lets the drives get ready.
     void ServosOn(std::initializer_list<U16> axes)
     {

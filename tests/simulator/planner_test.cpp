@@ -209,17 +209,5 @@ TEST(Trajectory, TellsWhenAPlaceIsReachedInADirection)
     EXPECT_NEAR(jog->TimeOfReaching(-1e6, -1, 0).value_or(0), 200, 1e-6);
 }
 
-TEST(SpeedProfile, RefusesWhatCannotBeDriven)
-{
-    EXPECT_TRUE(SpeedProfile().Valid());
-    EXPECT_TRUE(Profile(kS, 0, 0, 1, 0, 0).Valid());
-    EXPECT_FALSE(Profile(kT, 0, 1, 0, 1, 0).Valid());
-    EXPECT_FALSE(Profile(kT, -1, 1, 1, 1, 0).Valid());
-    EXPECT_FALSE(Profile(kT, 0, -1, 1, 1, 0).Valid());
-    EXPECT_FALSE(Profile(kT, 0, 1, 1, -1, 0).Valid());
-    EXPECT_FALSE(Profile(kT, 0, 1, 1, 1, -1).Valid());
-    EXPECT_FALSE(Profile(2, 0, 1, 1, 1, 0).Valid());
-}
-
 } // namespace
 } // namespace lumosim

@@ -12,13 +12,13 @@
 namespace lumosim {
 namespace {
 
+using test::Await;
 using test::Bytes;
 using test::CommandFrame;
 using test::Joined;
+using test::kPatience;
 using test::ReadFrame;
 using test::RegistersFrame;
-
-constexpr auto kPatience = std::chrono::seconds(10);
 
 // A host's connection. A server that never answers fails the test instead of hanging it.
 class Host
@@ -63,16 +63,6 @@ class Host
     asio::io_context io_;
     asio::ip::tcp::socket socket_{io_};
 };
-
-template <typename Condition>
-bool Await(Condition condition)
-{
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    while (!condition() && std::chrono::steady_clock::now() < end) {
-        std::this_thread::yield();
-    }
-    return condition();
-}
 
 ServerConfig ByHand()
 {

@@ -141,7 +141,7 @@ TEST_F(Drives, PropertiesShowInTheTypeWord)
     EXPECT_THAT(
         (std::vector<U16>{property.axis, property.type, property.seriesCode, property.limitLogic,
                           property.homeLogic, property.inputUse, property.absoluteEncoder}),
-        testing::ElementsAre(2, 1, 4, 3, 2, 2, 1));
+        ElementsAre(2, 1, 4, 3, 2, 2, 1));
     EXPECT_EQ(Get(2, 0, 2), 131'072) << "pulses of a turn";
     const auto counter = [this] {
         return server_.With([](lumosim::Controller& c) { return c.ConfigurationCounter(); });
@@ -192,7 +192,7 @@ TEST_F(Drives, AnAlarmStopsItsAxisUntilItIsReset)
     const ServoStatus stopped = StatusOf(0);
     EXPECT_THAT(
         (std::vector<U16>{stopped.alarm, stopped.servoReady, stopped.servoOn, stopped.inMotion}),
-        testing::ElementsAre(1, 0, 0, 0));
+        ElementsAre(1, 0, 0, 0));
     EXPECT_EQ(stopped.stopCause, kByAlarm);
     EXPECT_EQ(StatusOf(1).inMotion, 1) << "the other one goes on";
     EXPECT_EQ(EntryOf(0, 0), (Entry{16, 3, 2}));

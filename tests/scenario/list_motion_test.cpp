@@ -211,8 +211,7 @@ TEST_F(ListMotion, AStreamIsFedOnTheWay)
     Advance(milliseconds(100));
     ASSERT_EQ(Close(), 0);
     EXPECT_EQ(ListOf(), (Show{0, false, true, false, 0, 256, 3, 1}));
-    EXPECT_EQ(StatusOf(0).inMotion, 0);
-    EXPECT_EQ(StatusOf(0).stopCause, kAtTarget);
+    EXPECT_EQ(StoppedBy(0), kAtTarget);
 
     // A stopped one goes on behind the node that was stopped.
     ASSERT_EQ(Configure(1), 0);

@@ -190,8 +190,8 @@ TEST_F(Outputs, InputsShowBesideThem)
         const ServoStatus s = Status()->servo[axis];
         return std::vector<U16>{s.limitPositive, s.limitNegative, s.homeSensor, s.auxInput};
     };
-    EXPECT_THAT(shown(0), testing::ElementsAre(1, 0, 0, 1));
-    EXPECT_THAT(shown(1), testing::ElementsAre(0, 1, 1, 0));
+    EXPECT_THAT(shown(0), ElementsAre(1, 0, 0, 1));
+    EXPECT_THAT(shown(1), ElementsAre(0, 1, 1, 0));
 }
 
 TEST_F(Outputs, LimitTimesRunFromWhenTheOutputCameOn)

@@ -48,11 +48,12 @@ class PointToPoint : public ScenarioTest
         ASSERT_EQ(PositionAtRest(), place);
     }
 
-    static SearchStatus SearchOf(U16 axis = 0)
+    /// Code, flag, mode and position.
+    static std::vector<double> Search()
     {
-        SearchStatus status{};
-        EXPECT_EQ(zelQ_SearchGetStatus(kNumber, axis, &status), 0);
-        return status;
+        SearchStatus s{};
+        EXPECT_EQ(zelQ_SearchGetStatus(kNumber, 0, &s), 0);
+        return {1.0 * s.code, 1.0 * s.flag, 1.0 * s.mode, s.pos};
     }
 
     /// To the end of the motion; the speed may change no faster than by `rate`, pulses/s².
@@ -97,14 +98,11 @@ TEST_F(PointToPoint, AMoveShowsInTheStatusFromBeginToEnd)
     EXPECT_EQ(status.inPosition, 0);
     Advance(milliseconds(700));
     EXPECT_NEAR(TorqueOf(), -4.8, 1e-9) << "braking";
-    Finish();
-    status = StatusOf(0);
-    EXPECT_EQ(double{status.commandPosition}, -5'000);
-    EXPECT_EQ(double{status.encoderPosition}, -5'000);
-    EXPECT_EQ(double{status.torque}, 0);
-    EXPECT_EQ(status.inPosition, 1);
-    EXPECT_EQ(status.stopCause, kAtTarget);
-    EXPECT_EQ(status.motionKind, 0);
+    ExpectEnd(-5'000, kAtTarget);
+    EXPECT_EQ(EncoderOf(), -5'000);
+    EXPECT_EQ(TorqueOf(), 0);
+    EXPECT_EQ(StatusOf(0).inPosition, 1);
+    EXPECT_EQ(StatusOf(0).motionKind, 0);
 }
 
 TEST_F(PointToPoint, ANewMoveReplacesTheRunningOneWithoutAJump)
@@ -144,8 +142,7 @@ TEST_F(PointToPoint, StopsOfOneAndOfSeveralAxes)
         const double here = PositionOf();
         ASSERT_EQ(stop.call(kNumber, 0), 0);
         EXPECT_EQ(StatusOf(0).inMotion, stop.way > 0);
-        EXPECT_NEAR(PositionAtRest(), here + stop.way, 1);
-        EXPECT_EQ(StatusOf(0).stopCause, stop.cause);
+        ExpectEnd(here + stop.way, stop.cause, 1);
     }
     SetSpeed(0, 0, 5'000, 0);
     JogFor(milliseconds(10));
@@ -174,8 +171,7 @@ TEST_F(PointToPoint, WhatTakesTheServoEndsAMotion)
     ServosOn({0});
     JogFor(seconds(1));
     SetInputs({.configurable = true});
-    EXPECT_EQ(StatusOf(0).inMotion, 0);
-    EXPECT_EQ(StatusOf(0).stopCause, kByEmergencyStop);
+    EXPECT_EQ(StoppedBy(0), kByEmergencyStop);
     EXPECT_EQ(zelQ_MoveVel(kNumber, 0, 0), kEmergencyStopped);
     SetInputs({});
     EXPECT_EQ(zelQ_MoveVel(kNumber, 0, 0), 0);
@@ -190,8 +186,7 @@ TEST_F(PointToPoint, LimitSwitchesStopAndBlockTheirDirection)
     ASSERT_EQ(zelQ_CmdEncPosSet(kNumber, 0, 20'000), 0) << "the switches stay where they are";
     for (const U16 dir : {U16{0}, U16{1}}) {
         JogFor(seconds(100), dir); // in one step: the switch is met at its own moment
-        EXPECT_EQ(StatusOf(0).inMotion, 0);
-        EXPECT_EQ(StatusOf(0).stopCause, kAtLimitSensor);
+        EXPECT_EQ(StoppedBy(0), kAtLimitSensor);
         EXPECT_NEAR(PlaceOf(), dir == 0 ? 101'250 : -101'250, 1);
         EXPECT_EQ(zelQ_MoveVel(kNumber, 0, dir), kLimitBlocks);
         PlaceAt(20'000); // the way back is free
@@ -256,7 +251,7 @@ TEST_F(PointToPoint, TurnsOfAbsoluteEncodersAreCleared)
 
 TEST_F(PointToPoint, SearchesLatchEverySignalAtItsPlace)
 {
-    struct Search
+    struct Case
     {
         const char* name;
         U16 dir;
@@ -264,32 +259,25 @@ TEST_F(PointToPoint, SearchesLatchEverySignalAtItsPlace)
         U16 edge;
         double place;
     };
-    EXPECT_EQ(SearchOf().code, 0);
-    for (const Search& search :
-         {Search{"probe comes on", 0, 0, 0, 4'000}, Search{"probe goes off", 0, 0, 1, 4'201},
-          Search{"home sensor from above", 1, 1, 0, -2'500},
-          Search{"home sensor left", 1, 1, 1, -3'001}, Search{"Z phase", 0, 2, 0, 300},
-          Search{"Z phase the other way", 1, 2, 0, -700}}) {
+    EXPECT_EQ(Search()[0], 0);
+    for (const Case& search :
+         {Case{"probe comes on", 0, 0, 0, 4'000}, Case{"probe goes off", 0, 0, 1, 4'201},
+          Case{"home sensor from above", 1, 1, 0, -2'500},
+          Case{"home sensor left", 1, 1, 1, -3'001}, Case{"Z phase", 0, 2, 0, 300},
+          Case{"Z phase the other way", 1, 2, 0, -700}}) {
         SCOPED_TRACE(search.name);
         PlaceAt(0);
         ASSERT_EQ(zelQ_SearchMove(kNumber, 0, search.dir, search.signal, search.edge, 1), 0);
         EXPECT_EQ(StatusOf(0).motionKind, kSearch);
-        EXPECT_EQ(SearchOf().code, 1);
-        EXPECT_EQ(SearchOf().flag, 0);
-        Finish();
-        const SearchStatus found = SearchOf();
-        EXPECT_EQ(found.code, 2);
-        EXPECT_EQ(found.flag, 1);
-        EXPECT_EQ(found.mode, search.signal);
-        EXPECT_EQ(double{found.pos}, search.place);
-        EXPECT_EQ(PositionOf(), search.place) << "stopped at once";
-        EXPECT_EQ(StatusOf(0).stopCause, kLatched);
+        EXPECT_THAT(Search(), ElementsAre(1, 0, search.signal, 0));
+        ExpectEnd(search.place, kLatched); // stopped at once
+        EXPECT_THAT(Search(), ElementsAre(2, 1, search.signal, search.place));
     }
     PlaceAt(0);
     ASSERT_EQ(zelQ_CmdEncPosSet(kNumber, 0, -70'000), 0);
     ASSERT_EQ(zelQ_SearchMove(kNumber, 0, 0, 0, 0, 0), 0);
     ASSERT_EQ(zelQ_OverrideDriveSpeed(kNumber, 0, 4'000), 0) << "it keeps its signal";
-    ASSERT_TRUE(AdvanceUntil([] { return SearchOf().code == 2; }, seconds(2)));
+    ASSERT_TRUE(AdvanceUntil([] { return Search()[0] == 2; }, seconds(2)));
     EXPECT_EQ(StatusOf(0).inMotion, 1) << "latched while it still brakes";
     Finish();
     std::array<SearchStatus, 2> both{};
@@ -303,7 +291,7 @@ TEST_F(PointToPoint, SearchesTakeInputsFromOutsideAndEndWithoutTheirSignal)
 {
     enum Edge : U16 { kComesOn, kGoesOff };
     const auto search = [](U16 edge) { return zelQ_SearchMove(kNumber, 0, 1, 3, edge, 1); };
-    const auto searching = [] { return SearchOf().code == 1; };
+    const auto searching = [] { return Search()[0] == 1; };
     ASSERT_EQ(search(kComesOn), 0);
     EXPECT_EQ(search(kComesOn), kBusy);
     Advance(milliseconds(500));
@@ -312,7 +300,7 @@ TEST_F(PointToPoint, SearchesTakeInputsFromOutsideAndEndWithoutTheirSignal)
     EXPECT_TRUE(searching()) << "another signal";
     SetInputs({.configurable = true, .probe = true});
     EXPECT_EQ(StatusOf(0).inMotion, 0);
-    EXPECT_EQ(double{SearchOf().pos}, here);
+    EXPECT_EQ(Search()[3], here);
     ASSERT_EQ(search(kGoesOff), 0);
     Advance(milliseconds(100));
     EXPECT_TRUE(searching());
@@ -328,7 +316,7 @@ TEST_F(PointToPoint, SearchesTakeInputsFromOutsideAndEndWithoutTheirSignal)
     ChangeMachine([](lumosim::AxisMechanics& m) { m.stopperGap = 50'000; });
     ASSERT_EQ(zelQ_SearchMove(kNumber, 0, 1, 0, 0, 1), 0);
     Finish();
-    EXPECT_EQ(SearchOf().code, 3);
+    EXPECT_EQ(Search()[0], 3);
     EXPECT_EQ(StatusOf(0).stopCause, kAtLimitSensor);
     EXPECT_NEAR(PlaceOf(), -101'250, 1);
     EXPECT_EQ(StatusOf(0).limitNegative, 1);
@@ -339,9 +327,9 @@ TEST_F(PointToPoint, SearchesTakeInputsFromOutsideAndEndWithoutTheirSignal)
     ASSERT_EQ(zelQ_StopDec(kNumber, 0), 0);
     EXPECT_TRUE(searching());
     Finish();
-    EXPECT_EQ(SearchOf().code, 3);
+    EXPECT_EQ(Search()[0], 3);
     PowerCycle();
-    EXPECT_EQ(SearchOf().code, 0);
+    EXPECT_EQ(Search()[0], 0);
 }
 
 TEST_F(PointToPoint, OverridesGiveTheRunningMotionItsSpeed)
@@ -524,8 +512,7 @@ TEST_F(PointToPoint, AProfilePositionHasItsOwnSpeed)
     EXPECT_EQ(StatusOf(0).motionKind, kProfilePosition);
     ASSERT_EQ(zelQ_PP_SetTPosSpeed(kNumber, 0, -300, 8'000), 0) << "another target on the way";
     EXPECT_EQ(VelocityOf(), 2'000);
-    EXPECT_EQ(PositionAtRest(), -300);
-    EXPECT_EQ(StatusOf(0).stopCause, kAtTarget);
+    ExpectEnd(-300, kAtTarget);
     JogFor(seconds(1));
     EXPECT_EQ(VelocityOf(), 5'000) << "the axis keeps its own";
     EXPECT_EQ(zelQ_PP_SetTPosSpeed(kNumber, 0, 0, 0), kOutOfRange);

@@ -26,12 +26,6 @@ class Protection : public ScenarioTest
     static void MoveTo(double target) { ASSERT_EQ(zelQ_MoveAbs(kNumber, 0, target), 0); }
     static void Jog(U16 dir = 0) { ASSERT_EQ(zelQ_MoveVel(kNumber, 0, dir), 0); }
 
-    void ExpectStop(double position, StopCause cause, double tolerance = 0)
-    {
-        EXPECT_NEAR(PositionAtRest(), position, tolerance);
-        EXPECT_EQ(StatusOf(0).stopCause, cause);
-    }
-
     static void SetSoftLimits(U16 mode1, double pos1, U16 mode2, double pos2)
     {
         ASSERT_EQ(zelQ_StopModeSwLimit(kNumber, 0, mode1, pos1, mode2, pos2), 0);
@@ -66,30 +60,30 @@ TEST_F(Protection, SoftwareLimitsStopByTheirModes)
 {
     SetSoftLimits(kSudden, 5'000, kDecelerate, -2'000);
     MoveTo(7'000);
-    ExpectStop(5'000, kAtSoftwareLimit);
+    ExpectEnd(5'000, kAtSoftwareLimit);
     EXPECT_EQ(StatusOf(0).softLimit, 1);
     EXPECT_EQ(zelQ_MoveVel(kNumber, 0, 0), kSoftwareLimitBlocks);
     MoveTo(4'900); // the way back is free
-    ExpectStop(4'900, kAtTarget);
+    ExpectEnd(4'900, kAtTarget);
     EXPECT_EQ(StatusOf(0).softLimit, 0);
     MoveTo(5'000); // a move may end on the limit
-    ExpectStop(5'000, kAtTarget);
+    ExpectEnd(5'000, kAtTarget);
     Jog(1);
-    ExpectStop(-2'500, kAtSoftwareLimit, 1);
+    ExpectEnd(-2'500, kAtSoftwareLimit, 1);
     SetSoftLimits(kOff, 5'000, kOff, -2'000);
     MoveTo(-4'000);
-    ExpectStop(-4'000, kAtTarget);
+    ExpectEnd(-4'000, kAtTarget);
 
     // They follow the counter, also when it is set on the way.
     SetSoftLimits(kSudden, 1'000, kSudden, -1'000);
     ASSERT_EQ(zelQ_CmdEncPosSet(kNumber, 0, 900), 0);
     MoveTo(5'000);
-    ExpectStop(1'000, kAtSoftwareLimit);
+    ExpectEnd(1'000, kAtSoftwareLimit);
     EXPECT_EQ(PlaceOf(), -3'900);
     MoveTo(-5'000);
     Advance(milliseconds(100));
     WithAxis(0, [](lumosim::Axis& axis) { axis.SetPosition(-700); });
-    ExpectStop(-1'000, kAtSoftwareLimit);
+    ExpectEnd(-1'000, kAtSoftwareLimit);
 
     // One that is set behind a running axis stops it there and then.
     SetSoftLimits(kOff, 0, kOff, 0);
@@ -97,7 +91,7 @@ TEST_F(Protection, SoftwareLimitsStopByTheirModes)
     EXPECT_EQ(PositionIn(milliseconds(1'050)), 9'000);
     SetSoftLimits(kSudden, 2'000, kOff, 0);
     Advance(microseconds(1));
-    ExpectStop(9'000, kAtSoftwareLimit);
+    ExpectEnd(9'000, kAtSoftwareLimit);
     EXPECT_EQ(zelQ_MoveVel(kNumber, 0, 0), kSoftwareLimitBlocks);
     EXPECT_EQ(zelQ_MoveVel(kNumber, 0, 1), 0);
 }
@@ -127,12 +121,12 @@ TEST_F(Protection, TheFirstOfTwoLimitsStops)
     ChangeMachine([](lumosim::AxisMechanics& m) { m.positiveLimit = 2'400; });
     SetSensor(kPositive, kSudden);
     Jog();
-    ExpectStop(2'400, kAtLimitSensor); // a sudden one ends the braking
+    ExpectEnd(2'400, kAtLimitSensor); // a sudden one ends the braking
     SetSensor(kPositive, kDecelerate);
     MoveTo(1'000);
     Finish();
     Jog();
-    ExpectStop(2'500, kAtSoftwareLimit, 1); // who brakes already, goes on so
+    ExpectEnd(2'500, kAtSoftwareLimit, 1); // who brakes already, goes on so
 }
 
 TEST_F(Protection, SensorsStopByTheirModes)
@@ -175,15 +169,15 @@ TEST_F(Protection, TheHomeSensorStopsWhereItStands)
 {
     ChangeMachine([](lumosim::AxisMechanics& m) { m.homeSensor = {2'000, 2'100}; });
     MoveTo(6'000);
-    ExpectStop(6'000, kAtTarget); // of itself it stops nothing
+    ExpectEnd(6'000, kAtTarget); // of itself it stops nothing
     SetSensor(kHome, kSudden);
     MoveTo(0);
-    ExpectStop(2'100, kAtLimitSensor);
+    ExpectEnd(2'100, kAtLimitSensor);
     MoveTo(0);
-    ExpectStop(0, kAtTarget); // it is on already
+    ExpectEnd(0, kAtTarget); // it is on already
     SetInputs({.homeSensor = true});
     MoveTo(6'000);
-    ExpectStop(6'000, kAtTarget); // the same for one that is held on
+    ExpectEnd(6'000, kAtTarget); // the same for one that is held on
 }
 
 TEST_F(Protection, ALostHostStopsTheAxesAfterItsTime)
@@ -229,12 +223,12 @@ TEST_F(Protection, TheHandWheelTurnsItsAxis)
     EXPECT_EQ(StatusOf(0).motionKind, 13);
     Advance(milliseconds(10));
     EXPECT_EQ(TurnWheel(1), lumosim::Result::kDone) << "while the axis still moves";
-    ExpectStop(153, kAtTarget); // the half pulses add up
+    ExpectEnd(153, kAtTarget); // the half pulses add up
     ASSERT_EQ(zelQ_MPGSetCfg(kNumber, 0, 0, 2, 1, 1, 1), 0) << "reversed, negative only";
     TurnWheel(-100);
-    ExpectStop(153, kAtTarget);
+    ExpectEnd(153, kAtTarget);
     TurnWheel(100);
-    ExpectStop(53, kAtTarget);
+    ExpectEnd(53, kAtTarget);
     Jog();
     EXPECT_EQ(TurnWheel(100), lumosim::Result::kBusy) << "another motion is not disturbed";
     ASSERT_EQ(zelQ_MPGSetCfg(kNumber, 0, 0, 0, 0, 1, 1), 0);

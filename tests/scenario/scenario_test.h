@@ -17,6 +17,7 @@ using std::chrono::microseconds;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using testing::Each;
+using testing::ElementsAre;
 
 using U16 = unsigned short;
 using Results = std::vector<short>;
@@ -136,6 +137,20 @@ class ScenarioTest : public testing::Test
     static double EncoderOf(U16 axis = 0) { return StatusOf(axis).encoderPosition; }
     static double VelocityOf(U16 axis = 0) { return StatusOf(axis).velocity; }
     static double TorqueOf(U16 axis = 0) { return StatusOf(axis).torque; }
+
+    /// Why it stands; 0xFFFF while it moves.
+    static U16 StoppedBy(U16 axis)
+    {
+        const ServoStatus status = StatusOf(axis);
+        return status.inMotion == 0 ? status.stopCause : U16{0xFFFF};
+    }
+    /// Where axis 0 comes to rest, and why.
+    void ExpectEnd(double position, StopCause cause, double tolerance = 0)
+    {
+        Finish();
+        EXPECT_NEAR(PositionOf(), position, tolerance);
+        EXPECT_EQ(StatusOf(0).stopCause, cause);
+    }
 
     /// The same, so much later, or when the axis has come to rest.
     double PositionIn(std::chrono::nanoseconds time, U16 axis = 0)

@@ -97,6 +97,10 @@ TEST_F(Drives, ValidationNeedsAServoThatIsOff)
     ASSERT_EQ(zelQ_CParamValid(kNumber, 0), 0);
     EXPECT_EQ(pulsesPerTurn(), 4096);
     EXPECT_EQ(zelQ_mCParamValid(kNumber, 2, kBoth.data()), 0);
+    ASSERT_EQ(zelQ_ParamSet(kNumber, 0, 0, 2, 5000), 0);
+    ASSERT_EQ(zelQ_ParamWriteEeprom(kNumber, 0), 0);
+    PowerCycle();
+    EXPECT_EQ(pulsesPerTurn(), 5000) << "what was written is saved, in force or not";
 }
 
 TEST_F(Drives, DrivesIdentifyThemselves)
@@ -126,8 +130,9 @@ TEST_F(Drives, MonitorsShowTheDrive)
     EXPECT_EQ(static_cast<int>(values[3]), -10'000);
     EXPECT_EQ(static_cast<int>(values[4]), -50) << "friction";
     EXPECT_EQ(values[5], 0U);
-    EXPECT_NEAR(Monitor(1, 6), 330, 30);
-    EXPECT_NEAR(Monitor(1, 7), 3235, 10);
+    EXPECT_EQ(Monitor(1, 5), 250 + 120 + 7) << "drive: at rest, switched on, by its load";
+    EXPECT_EQ(Monitor(1, 6), 250 + 60 + 17) << "motor";
+    EXPECT_EQ(Monitor(1, 7), 3250 - 10 - 6) << "bus";
 }
 
 TEST_F(Drives, PropertiesShowInTheTypeWord)
@@ -264,6 +269,11 @@ TEST_F(Drives, DrivesWatchTheFollowingError)
     ServosOn({0});
     EXPECT_EQ(JogIntoAlarm(0), (Entry{20, 0, 0}));
     EXPECT_NEAR(PositionOf(), 18'600.0, 100.0) << "at 61000 pulses/s";
+    SetLimit(kFollowingError, 0);
+    ASSERT_EQ(zelQ_AlarmResetReq(kNumber, 0), 0);
+    ServosOn({0});
+    ASSERT_EQ(zelQ_MoveVel(kNumber, 0, 0), 0);
+    EXPECT_EQ(VelocityIn(seconds(2)), 100'000) << "0 is no limit";
 }
 
 TEST_F(Drives, DrivesWatchTheCurrent)

@@ -158,6 +158,21 @@ TEST_F(ListMotion, ANodeIsPassedWithTheStartSpeedOfTheNext)
     };
     EXPECT_NEAR(lowestSpeedBehind(0), 700, 10);
     EXPECT_EQ(lowestSpeedBehind(20), 0);
+    // The first node follows the last one where the list begins again.
+    const auto step = [](double start) {
+        return Node{.position = 1'000,
+                    .start = start,
+                    .acc = 10'000,
+                    .drive = 1'500,
+                    .dec = 10'000,
+                    .mode = 1};
+    };
+    ASSERT_EQ(zelQ_CmdEncPosSet(kNumber, 0, 0), 0);
+    ASSERT_EQ(Configure(0, 1), 0);
+    Load({step(700), step(100)});
+    ASSERT_TRUE(AdvanceUntil([] { return PositionOf() >= 1'999; }, seconds(5)));
+    EXPECT_NEAR(VelocityOf(), 700, 30);
+    Finish();
     // The ramps have the shape of the axis.
     ASSERT_EQ(zelQ_SpeedSet(kNumber, 0, 1, 0, 1'000, 1'000, 1'000), 0);
     ASSERT_EQ(Configure(0), 0);

@@ -114,7 +114,9 @@ TEST(Planner, TrapezoidTakesTheTimeThatItsRampsSay)
     EXPECT_NEAR(plan->At(1.0).velocity, 5000, 1e-6);
 
     const auto smooth = PlanMove(Profile(kS, 0, 10000, 5000, 5000, 0), {}, 10000);
-    EXPECT_GT(smooth->Duration(), plan->Duration());
+    EXPECT_NEAR(smooth->Duration(), 1.0 + 2.0 + (10000.0 - 2500 - 5000) / 5000, 1e-9);
+    EXPECT_NEAR(smooth->At(0.25).acceleration, 5000, 1e-6);
+    EXPECT_NEAR(smooth->At(0.5).acceleration, 10000, 1e-6);
 }
 
 TEST(Planner, ANewTargetInMotionNeverMakesTheSpeedJump)

@@ -60,7 +60,9 @@ TEST(Registers, ExistInTheirSpacesAlone)
     EXPECT_FALSE(readable(0x1FFF, 2));
     EXPECT_FALSE(readable(0xEFFF, 2));
     EXPECT_TRUE(readable(0xF000, 125));
-    EXPECT_TRUE(readable(0xF3FF, 2));
+    std::array<Word, 2> lastOfReply{};
+    EXPECT_TRUE(channel.Read(0xF3FF, lastOfReply));
+    EXPECT_EQ(lastOfReply[1], controller.ReadRegister(0xF400));
     EXPECT_TRUE(readable(0xF4FF, 1));
     EXPECT_FALSE(readable(0xF4FF, 2));
     EXPECT_FALSE(readable(0xFFFF, 125));

@@ -14,6 +14,10 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 
+# What a file has for itself, in its unnamed namespace, has a name that no neighbour uses.
+set(CMAKE_UNITY_BUILD ${ZELQ_UNITY})
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 8)
+
 find_program(ZELQ_CCACHE ccache)
 if(ZELQ_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_C_COMPILER_LAUNCHER "${ZELQ_CCACHE}")
@@ -37,6 +41,15 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   add_compile_definitions(_FILE_OFFSET_BITS=64)
 endif()
 
+# On 32-bit x86 doubles are evaluated by SSE, as everywhere else: the older unit is wider, which gives
+# other results.
+include(CheckCXXSourceCompiles)
+check_cxx_source_compiles("#ifndef __i386__\n#error\n#endif\nint main() {}" ZELQ_IS_X86_32)
+add_library(zelq_arithmetic INTERFACE)
+if(ZELQ_IS_X86_32)
+  target_compile_options(zelq_arithmetic INTERFACE -msse2 -mfpmath=sse)
+endif()
+
 # Warnings for our own code; every one is an error.
 add_library(zelq_warnings INTERFACE)
 target_compile_options(zelq_warnings INTERFACE
@@ -45,3 +58,4 @@ target_compile_options(zelq_warnings INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
                             -Wextra-semi>
   $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>)
+target_link_libraries(zelq_warnings INTERFACE zelq_arithmetic)

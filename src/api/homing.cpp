@@ -1,6 +1,4 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/units.h"
+#include "api/vocabulary/axis_command.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -77,8 +75,9 @@ PhaseSpeeds SpeedsOf(short zelNo, std::uint16_t axis, const std::array<double, 4
 {
     const double unit = SessionOf(zelNo).UnitPerPulse(axis);
     PhaseSpeeds phases{};
-    std::ranges::transform(speeds, phases.begin(),
-                           [&](double speed) { return phaseOf(speed / unit, unit); });
+    std::ranges::transform(speeds, phases.begin(), [&](double speed) {
+        return phaseOf(FiniteQuotient(speed, unit), unit);
+    });
     return phases;
 }
 
@@ -163,8 +162,8 @@ short zelQ_HomeSetDriveSpeed(short zelNo, unsigned short axis, unsigned short pr
 
     const PhaseSpeeds phases =
         SpeedsOf(zelNo, axis, {s0, s1, s2, s3}, [profile](double speed, double /*unit*/) {
-            const std::int32_t rate = TruncateToInt32(speed * 2.0);
-            return PhaseSpeed{profile, TruncateToInt32(speed / 10.0), rate, TruncateToInt32(speed),
+            const std::int32_t rate = ProductToInt32(speed, 2.0);
+            return PhaseSpeed{profile, QuotientToInt32(speed, 10.0), rate, TruncateToInt32(speed),
                               rate};
         });
     const short result = SendSpeeds(zelNo, axis, phases);
@@ -179,8 +178,8 @@ short zelQ_HomeSetSpeed(short zelNo, unsigned short axis, unsigned short profile
 
     const PhaseSpeeds phases =
         SpeedsOf(zelNo, axis, {s0, s1, s2, s3}, [=](double speed, double unit) {
-            const std::int32_t rate = TruncateToInt32(speed * accRatio);
-            return PhaseSpeed{profile, TruncateToInt32(start / unit), rate, TruncateToInt32(speed),
+            const std::int32_t rate = ProductToInt32(speed, accRatio);
+            return PhaseSpeed{profile, QuotientToInt32(start, unit), rate, TruncateToInt32(speed),
                               rate};
         });
     const short result = SendSpeeds(zelNo, axis, phases);
@@ -220,15 +219,14 @@ short zelQ_HomeDoneCancel(short zelNo, unsigned short axis)
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
 
-    const short result = Command(kHomeDoneCancelCode).Word(1).Word(axis).Run(zelNo);
+    const short result = SendToAxis(kHomeDoneCancelCode, zelNo, axis);
     return Traced("%d=zelQ_HomeDoneCancel(%d,%d)", result, zelNo, axis);
 }
 
 short zelQ_mHomeDoneCancel(short zelNo, short count, const unsigned short* axes)
 {
-    if (const short error = CheckCount(zelNo, count)) return error;
-    if (axes == nullptr) return BadArgument(2);
+    if (const short error = CheckAxes(zelNo, count, axes)) return error;
 
-    const short result = Command(kHomeDoneCancelCode).Word(count).Words(axes, count).Run(zelNo);
+    const short result = SendToAxes(kHomeDoneCancelCode, zelNo, count, axes);
     return Traced("%d=zelQ_mHomeDoneCancel(%d,%d)", result, zelNo, count);
 }

@@ -1,6 +1,6 @@
 #include "common/byte_order.h"
 #include "common/result_codes.h"
-#include "transport/frame.h"
+#include "transport/request.h"
 #include "transport/reply_pairing.h"
 
 #include <algorithm>

@@ -105,30 +105,30 @@ constexpr Point kUp = {0, kFive};
 constexpr Point kBack = {-kFive, 0};
 constexpr Point kDown = {0, -kFive};
 constexpr Point kCorner = {kFive, kFive};
-constexpr Point kNone = kOrigin;
+constexpr Point kUnused = kOrigin;
 
 TEST_F(ArcScenario, AllFormsGiveTheirArcs)
 {
     const double top = std::round(kFive * std::sqrt(0.75)); // of a triangle of equal sides
     // clang-format off
     const ArcCase arcs[] = {
-        {"quarter turn left", kAngle, kAside, kOrigin, kNone, 90, 0, kLeft, kOrigin, 90, kUp},
-        {"two turns and a half right", kAngle, kAside, kOrigin, kNone, -900, 0, kLeft, kOrigin, -900, kBack},
-        {"by distance, between pulses", kAngle, {1'000, 2'000}, kAside, kNone, 60, 0, kLeft, {6'000, 2'000}, 60, {3'500, 2'000 - top}, 1},
+        {"quarter turn left", kAngle, kAside, kOrigin, kUnused, 90, 0, kLeft, kOrigin, 90, kUp},
+        {"two turns and a half right", kAngle, kAside, kOrigin, kUnused, -900, 0, kLeft, kOrigin, -900, kBack},
+        {"by distance, between pulses", kAngle, {1'000, 2'000}, kAside, kUnused, 60, 0, kLeft, {6'000, 2'000}, 60, {3'500, 2'000 - top}, 1},
         {"centre and end, left", kCenterEnd, kAside, kOrigin, kDown, 0, 0, kLeft, kOrigin, 270, kDown},
         {"centre and end, right", kCenterEnd, kAside, kOrigin, kDown, 0, 0, kRight, kOrigin, -90, kDown},
         {"a whole circle", kCenterEnd, kUp, kOrigin, kUp, 0, 0, kRight, kOrigin, -360, kUp},
         {"through a point, left", kPassEnd, kAside, kBack, kDown, 0, 0, kLeft, kOrigin, 270, kDown},
         {"through a point by distances, right", kPassEnd, kUp, {kFive, -kFive}, {0, -2 * kFive}, 0, 0, kLeft, kOrigin, -180, kDown, 1},
-        {"radius, short, left", kRadiusEnd, kAside, kNone, kUp, kFive, 0, kLeft, kOrigin, 90, kUp},
-        {"radius, long, left", kRadiusEnd, kAside, kNone, kUp, kFive, 1, kLeft, kCorner, 270, kUp},
-        {"radius, short, right", kRadiusEnd, kAside, kNone, kUp, kFive, 0, kRight, kCorner, -90, kUp},
-        {"radius, long, right", kRadiusEnd, kAside, kNone, kUp, kFive, 1, kRight, kOrigin, -270, kUp},
-        {"radius of half a circle, a pulse short", kRadiusEnd, kAside, kNone, kBack, kFive - 1, 0, kLeft, kOrigin, 180, kBack},
-        {"helix, three turns down", kAngle, kAside, kOrigin, kNone, -1'080, 0, kLeft, kOrigin, -1'080, kAside, 0, -9'000},
+        {"radius, short, left", kRadiusEnd, kAside, kUnused, kUp, kFive, 0, kLeft, kOrigin, 90, kUp},
+        {"radius, long, left", kRadiusEnd, kAside, kUnused, kUp, kFive, 1, kLeft, kCorner, 270, kUp},
+        {"radius, short, right", kRadiusEnd, kAside, kUnused, kUp, kFive, 0, kRight, kCorner, -90, kUp},
+        {"radius, long, right", kRadiusEnd, kAside, kUnused, kUp, kFive, 1, kRight, kOrigin, -270, kUp},
+        {"radius of half a circle, a pulse short", kRadiusEnd, kAside, kUnused, kBack, kFive - 1, 0, kLeft, kOrigin, 180, kBack},
+        {"helix, three turns down", kAngle, kAside, kOrigin, kUnused, -1'080, 0, kLeft, kOrigin, -1'080, kAside, 0, -9'000},
         {"helix, centre and end", kCenterEnd, kAside, kOrigin, kUp, 0, 0, kRight, kOrigin, -270, kUp, 0, 700},
         {"helix through a point", kPassEnd, kAside, kUp, kBack, 0, 0, kLeft, kOrigin, 180, kBack, 0, 30'000},
-        {"helix, radius", kRadiusEnd, kAside, kNone, kUp, kFive, 1, kRight, kOrigin, -270, kUp, 0, -50},
+        {"helix, radius", kRadiusEnd, kAside, kUnused, kUp, kFive, 1, kRight, kOrigin, -270, kUp, 0, -50},
     };
     // clang-format on
     for (const ArcCase& arc : arcs) {

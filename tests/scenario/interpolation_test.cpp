@@ -209,10 +209,10 @@ TEST_F(ContinuousPath, TheCountsTellTheTruth)
 
 TEST_F(ContinuousPath, AStoppedPathBrakesOnItsCourse)
 {
-    enum Mode : U16 { kSudden, kDecelerate };
-    EXPECT_EQ(zelQ_StopIMap(kNumber, kMap, kDecelerate), 0) << "nothing runs";
+    enum Stopping : U16 { kAtOnce, kBraking };
+    EXPECT_EQ(zelQ_StopIMap(kNumber, kMap, kBraking), 0) << "nothing runs";
     const Coordinates corner = {6'000, 8'000};
-    for (const Mode mode : {kSudden, kDecelerate}) {
+    for (const Stopping mode : {kAtOnce, kBraking}) {
         ASSERT_NO_FATAL_FAILURE(StandAt({0, 0}));
         ASSERT_EQ(LineTo(corner, Speeds(0, 4'000, 4'000)), 0);
         ASSERT_EQ(LineTo({6'000, 0}, Speeds(4'000, 4'000, 0)), 0);
@@ -223,8 +223,8 @@ TEST_F(ContinuousPath, AStoppedPathBrakesOnItsCourse)
             EXPECT_LT(OffLine(sample.at, {0, 0}, corner), 2.0);
         }
         const double braked = (Look().at[0] - before) / 0.6; // 3 of 5 pulses are the first axis's
-        EXPECT_NEAR(braked, mode == kSudden ? 0 : 4'000.0 * 4'000 / 2 / 50'000, 3);
-        EXPECT_EQ(StatusAt(1).stopCause, mode == kSudden ? kSuddenlyStopped : kStopped);
+        EXPECT_NEAR(braked, mode == kAtOnce ? 0 : 4'000.0 * 4'000 / 2 / 50'000, 3);
+        EXPECT_EQ(StatusAt(1).stopCause, mode == kAtOnce ? kSuddenlyStopped : kStopped);
         EXPECT_EQ(Remaining(), 32);
     }
     // Across joints: the rest of the last ten pulses, then up along the next section.
@@ -235,7 +235,7 @@ TEST_F(ContinuousPath, AStoppedPathBrakesOnItsCourse)
     }
     ASSERT_TRUE(AdvanceUntil([&] { return Look().at[1] >= 4'000; }, seconds(5)));
     const double done = 3'000 - Look().at[0];
-    ASSERT_EQ(zelQ_StopIMap(kNumber, kMap, kDecelerate), 0);
+    ASSERT_EQ(zelQ_StopIMap(kNumber, kMap, kBraking), 0);
     EXPECT_EQ(LineBy({1, 1}, Speeds(0, 1, 0)), kBusy);
     EXPECT_EQ(Remaining(), 31) << "what it brakes on";
     Watch();
@@ -248,7 +248,7 @@ TEST_F(ContinuousPath, AStoppedPathBrakesOnItsCourse)
     ASSERT_EQ(LineTo({4'000}, Speeds(0, 4'000, 0)), 0);
     ASSERT_EQ(zelQ_MoveVel(kNumber, map_[1], 0), 0);
     Advance(milliseconds(100));
-    ASSERT_EQ(zelQ_StopIMap(kNumber, kMap, kSudden), 0);
+    ASSERT_EQ(zelQ_StopIMap(kNumber, kMap, kAtOnce), 0);
     EXPECT_FALSE(Running());
     EXPECT_EQ(StatusAt(1).stopCause, kSuddenlyStopped);
 }

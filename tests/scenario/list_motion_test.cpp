@@ -288,16 +288,16 @@ TEST_F(ListMotion, WhatStopsTheAxisEndsItsList)
 
 TEST_F(ListMotion, BadUseIsRefused)
 {
-    enum ListRefusal { kRunning = 60, kEmpty, kOpen, kClosed, kFull };
+    enum ListRefusal { kIsRunning = 60, kIsEmpty, kIsOpen, kIsClosed, kIsFull };
     const auto refused = [](int result) { return std::vector<int>{result}; };
-    EXPECT_EQ(Run(), kEmpty);
+    EXPECT_EQ(Run(), kIsEmpty);
     EXPECT_EQ(Add({{.position = 10}}).front(), 0);
-    EXPECT_EQ(Run(), kOpen);
+    EXPECT_EQ(Run(), kIsOpen);
     ASSERT_EQ(Close(), 0);
-    EXPECT_EQ(Close(), kClosed);
-    EXPECT_EQ(Add({{}}), refused(kClosed));
+    EXPECT_EQ(Close(), kIsClosed);
+    EXPECT_EQ(Add({{}}), refused(kIsClosed));
     ASSERT_EQ(Run(), 0);
-    EXPECT_THAT((Results{Run(), Configure(0)}), Each(kRunning));
+    EXPECT_THAT((Results{Run(), Configure(0)}), Each(kIsRunning));
     Advance(milliseconds(100));
     ASSERT_EQ(Configure(0), 0);
     EXPECT_EQ(ListOf(), (Show{0, false, false, false, 0, 256, 0, 0})) << "emptied";
@@ -312,7 +312,7 @@ TEST_F(ListMotion, BadUseIsRefused)
         EXPECT_EQ(Add(std::vector<Node>(50)), (std::vector<int>{0, 50, 256 - taken}));
     }
     EXPECT_EQ(Add(std::vector<Node>(50)), (std::vector<int>{0, 6, 0}));
-    EXPECT_EQ(Add({{}}), refused(kFull));
+    EXPECT_EQ(Add({{}}), refused(kIsFull));
     PowerCycle();
     EXPECT_EQ(ListOf().free, 256U);
 }

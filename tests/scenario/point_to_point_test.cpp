@@ -9,10 +9,10 @@ namespace zelq::test {
 
 namespace {
 
-constexpr std::array<short, 2> kBoth = {0, 1};
-constexpr std::array<U16, 2> kBothList = {0, 1};
+constexpr std::array<short, 2> kPair = {0, 1};
+constexpr std::array<U16, 2> kPairList = {0, 1};
 
-enum Kind : U16 {
+enum MotionKind : U16 {
     kJog = 1,
     kRelative = 3,
     kSearch = 4,
@@ -119,11 +119,11 @@ TEST_F(PointToPoint, ANewMoveReplacesTheRunningOneWithoutAJump)
     EXPECT_EQ(StatusOf(0).inMotion, 0) << "no way to go";
 
     constexpr std::array<double, 2> kWays = {-12, 30};
-    ASSERT_EQ(zelQ_mMoveRel(kNumber, 2, kBoth.data(), kWays.data()), 0);
+    ASSERT_EQ(zelQ_mMoveRel(kNumber, 2, kPair.data(), kWays.data()), 0);
     EXPECT_EQ(PositionIn(seconds(1), 0), 0);
     EXPECT_EQ(PositionOf(1), 30);
     EXPECT_EQ(PlaceOf(1), 60);
-    ASSERT_EQ(zelQ_mMoveAbs(kNumber, 2, kBoth.data(), kWays.data()), 0);
+    ASSERT_EQ(zelQ_mMoveAbs(kNumber, 2, kPair.data(), kWays.data()), 0);
     EXPECT_EQ(PositionAtRest(0), -12);
     EXPECT_EQ(PositionOf(1), 30);
 }
@@ -150,14 +150,14 @@ TEST_F(PointToPoint, StopsOfOneAndOfSeveralAxes)
     EXPECT_EQ(StatusOf(0).inMotion, 0) << "a deceleration of 0 stops at once";
 
     for (const U16 mode : {U16{0}, U16{1}}) {
-        ASSERT_EQ(zelQ_mMoveVel(kNumber, 2, kBothList.data(), 1), 0);
+        ASSERT_EQ(zelQ_mMoveVel(kNumber, 2, kPairList.data(), 1), 0);
         EXPECT_EQ(VelocityIn(seconds(1), 1), -2'500);
-        ASSERT_EQ(zelQ_mStop(kNumber, 2, kBothList.data(), mode), 0);
+        ASSERT_EQ(zelQ_mStop(kNumber, 2, kPairList.data(), mode), 0);
         EXPECT_EQ(StatusOf(0).inMotion, 0);
         EXPECT_EQ(StatusOf(1).inMotion, mode);
         Finish(1);
     }
-    EXPECT_EQ(zelQ_mStop(kNumber, 2, kBothList.data(), 1), 0) << "they stand already";
+    EXPECT_EQ(zelQ_mStop(kNumber, 2, kPairList.data(), 1), 0) << "they stand already";
 }
 
 TEST_F(PointToPoint, WhatTakesTheServoEndsAMotion)
@@ -202,7 +202,7 @@ TEST_F(PointToPoint, CountersAreSetAtRestAndTakenFromTheEncoder)
     ASSERT_EQ(zelQ_StopSudden(kNumber, 0), 0);
     const double place = PlaceOf();
     constexpr std::array<double, 2> kPositions = {-70'000, -7};
-    ASSERT_EQ(zelQ_mCmdEncPosSet(kNumber, 2, kBoth.data(), kPositions.data()), 0);
+    ASSERT_EQ(zelQ_mCmdEncPosSet(kNumber, 2, kPair.data(), kPositions.data()), 0);
     EXPECT_EQ(PositionOf(), -70'000);
     EXPECT_EQ(EncoderOf(1), -7);
     EXPECT_EQ(PlaceOf(), place) << "the motor has not moved";
@@ -217,7 +217,7 @@ TEST_F(PointToPoint, CountersAreSetAtRestAndTakenFromTheEncoder)
     push();
     EXPECT_EQ(PositionOf(), -70'080);
     EXPECT_EQ(double{StatusOf(0).followingError}, -42);
-    ASSERT_EQ(zelQ_mEncToCmdPos(kNumber, 2, kBothList.data()), 0);
+    ASSERT_EQ(zelQ_mEncToCmdPos(kNumber, 2, kPairList.data()), 0);
     EXPECT_EQ(PositionOf(), -70'038);
     push();
     ServosOn({0});
@@ -281,7 +281,7 @@ TEST_F(PointToPoint, SearchesLatchEverySignalAtItsPlace)
     EXPECT_EQ(StatusOf(0).inMotion, 1) << "latched while it still brakes";
     Finish();
     std::array<SearchStatus, 2> both{};
-    ASSERT_EQ(zelQ_mSearchGetStatus(kNumber, 2, kBoth.data(), both.data()), 0);
+    ASSERT_EQ(zelQ_mSearchGetStatus(kNumber, 2, kPair.data(), both.data()), 0);
     EXPECT_EQ(double{both[0].pos}, -66'000) << "in counter values";
     EXPECT_NEAR(PositionOf(), -66'000 + 800, 1);
     EXPECT_EQ(both[1].code, 0);
@@ -356,15 +356,15 @@ TEST_F(PointToPoint, OverridesGiveTheRunningMotionItsSpeed)
     ASSERT_EQ(zelQ_StopDec(kNumber, 0), 0);
     EXPECT_EQ(InMotionIn(milliseconds(101), 0), 0);
 
-    ASSERT_EQ(zelQ_mMoveVel(kNumber, 2, kBothList.data(), 0), 0);
+    ASSERT_EQ(zelQ_mMoveVel(kNumber, 2, kPairList.data(), 0), 0);
     constexpr std::array<double, 2> kRates = {5'000, 5'000};
     constexpr std::array<double, 2> kSpeeds = {6'000, 1'000};
-    ASSERT_EQ(zelQ_mOverrideDriveSpeed(kNumber, 2, kBoth.data(), kSpeeds.data()), 0);
+    ASSERT_EQ(zelQ_mOverrideDriveSpeed(kNumber, 2, kPair.data(), kSpeeds.data()), 0);
     EXPECT_EQ(VelocityIn(seconds(1), 0), 6'000);
     EXPECT_EQ(VelocityOf(1), 1'000);
     constexpr std::array<double, 2> kOthers = {2'000, 2'000};
     ASSERT_EQ(
-        zelQ_mOverrideSpeed(kNumber, 2, kBoth.data(), kRates.data(), kOthers.data(), kRates.data()),
+        zelQ_mOverrideSpeed(kNumber, 2, kPair.data(), kRates.data(), kOthers.data(), kRates.data()),
         0);
     EXPECT_EQ(VelocityIn(milliseconds(100), 0), 5'500);
     EXPECT_EQ(VelocityOf(1), 1'500);
@@ -381,8 +381,8 @@ TEST_F(PointToPoint, ANewTargetMayLieAnywhere)
         EXPECT_EQ(PositionOf(), target);
     }
     constexpr std::array<double, 2> kTargets = {40, 10};
-    ASSERT_EQ(zelQ_mMoveRel(kNumber, 2, kBoth.data(), kTargets.data()), 0);
-    ASSERT_EQ(zelQ_mOverrideAbs(kNumber, 2, kBoth.data(), kTargets.data()), 0);
+    ASSERT_EQ(zelQ_mMoveRel(kNumber, 2, kPair.data(), kTargets.data()), 0);
+    ASSERT_EQ(zelQ_mOverrideAbs(kNumber, 2, kPair.data(), kTargets.data()), 0);
     EXPECT_EQ(PositionAtRest(0), 40);
     EXPECT_EQ(PositionOf(1), 10);
 }
@@ -435,7 +435,7 @@ TEST_F(PointToPoint, ATorqueAcceleratesUpToItsSpeedLimit)
 
     constexpr std::array<double, 2> kTorques = {4.0, 20.0};
     constexpr std::array<U16, 2> kLimits = {60, 60};
-    ASSERT_EQ(zelQ_mCT_SetTorque(kNumber, 2, kBoth.data(), kTorques.data(), kLimits.data()), 0);
+    ASSERT_EQ(zelQ_mCT_SetTorque(kNumber, 2, kPair.data(), kTorques.data(), kLimits.data()), 0);
     EXPECT_EQ(VelocityIn(seconds(1), 0), 0);
     EXPECT_EQ(VelocityOf(1), 500);
     // The motor's own speed is too high to stop between the switch and the stopper.
@@ -496,7 +496,7 @@ TEST_F(PointToPoint, AVelocityIsRampedTo)
     constexpr std::array<double, 2> kVelocities = {1'500, -200};
     constexpr std::array<double, 2> kRates = {5'000, 5'000};
     constexpr std::array<short, 2> kShapes = {0, 1};
-    ASSERT_EQ(zelQ_mCV_SetVelocity(kNumber, 2, kBoth.data(), kVelocities.data(), kRates.data(),
+    ASSERT_EQ(zelQ_mCV_SetVelocity(kNumber, 2, kPair.data(), kVelocities.data(), kRates.data(),
                                    kRates.data(), kShapes.data()),
               0);
     EXPECT_EQ(VelocityIn(seconds(1), 0), 1'500);
@@ -519,7 +519,7 @@ TEST_F(PointToPoint, AProfilePositionHasItsOwnSpeed)
     ASSERT_EQ(zelQ_StopSudden(kNumber, 0), 0);
     constexpr std::array<double, 2> kTargets = {100, 60};
     constexpr std::array<double, 2> kSpeeds = {1'000, 500};
-    ASSERT_EQ(zelQ_mPP_SetTPosSpeed(kNumber, 2, kBoth.data(), kTargets.data(), kSpeeds.data()), 0);
+    ASSERT_EQ(zelQ_mPP_SetTPosSpeed(kNumber, 2, kPair.data(), kTargets.data(), kSpeeds.data()), 0);
     Finish(0);
     Finish(1);
     EXPECT_EQ(PositionOf(0), 100);

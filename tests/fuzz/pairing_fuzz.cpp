@@ -1,12 +1,10 @@
 #include "common/byte_order.h"
 #include "common/result_codes.h"
+#include "fuzz/input.h"
 #include "transport/frame.h"
 #include "transport/reply_pairing.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <vector>
 
 // An input chooses a request and gives the bytes that come back:
 //   byte 0          bit 0: gather any number of replies; bit 1: the caller wants no data;
@@ -16,44 +14,11 @@
 //   then one byte   the size of the pieces in which the replies come
 //   the rest        the replies
 
-namespace zelq {
+namespace zelq::fuzz {
 
 namespace {
 
 constexpr std::size_t kRawFrameBytes = 24;
-
-using Bytes = std::vector<std::uint8_t>;
-
-/// Reads the input from its front; 0 behind its end.
-class Input
-{
-  public:
-    Input(const std::uint8_t* data, std::size_t size) : rest_(data, size) {}
-
-    std::uint8_t Next()
-    {
-        if (rest_.empty()) return 0;
-        const std::uint8_t value = rest_.front();
-        rest_ = rest_.subspan(1);
-        return value;
-    }
-
-    Bytes Rest(std::size_t most)
-    {
-        const auto taken = rest_.first(std::min(most, rest_.size()));
-        return {taken.begin(), taken.end()};
-    }
-
-  private:
-    std::span<const std::uint8_t> rest_;
-};
-
-void Require(bool holds, const char* what)
-{
-    if (holds) return;
-    std::fprintf(stderr, "broken: %s\n", what);
-    std::abort();
-}
 
 /// The engine's view of a request: its valid frames, in order.
 std::size_t CountFrames(RequestBuffer& request)
@@ -143,8 +108,8 @@ Outcome Deliver(const Exchange& exchange, std::size_t piece)
     ReplyData data;
     const Bytes before(exchange.dataBefore, 0);
     Require(data.AppendReplyData(before), "there is room in the area");
-    ReplyPairing pairing(exchange.request, exchange.frames,
-                         exchange.wantsData ? &data : nullptr, exchange.mode);
+    ReplyPairing pairing(exchange.request, exchange.frames, exchange.wantsData ? &data : nullptr,
+                         exchange.mode);
     bool settled = false;
     std::size_t received = 0;
     do {
@@ -189,10 +154,10 @@ void Check(Input input)
 
 } // namespace
 
-} // namespace zelq
+} // namespace zelq::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    zelq::Check(zelq::Input(data, size));
+    zelq::fuzz::Check(zelq::fuzz::Input(data, size));
     return 0;
 }

@@ -26,18 +26,20 @@ TEST(Disconnect, IsNotUndoneByCallsThatWait)
         ASSERT_EQ(zelQ_Connect(kDisconnected, 127, 0, 0), 0);
         const int connections = controller.Connections();
         std::latch moving(kThreads);
+        std::atomic<bool> over = false;
         std::vector<std::thread> threads;
         for (int i = 0; i < kThreads; ++i) {
             threads.emplace_back([&] {
                 zelQ_ServoOn(kDisconnected, 0, 1);
                 moving.count_down();
-                while (zelQ_MoveAbs(kDisconnected, 0, 1.0) == 0) {
+                while (!over && zelQ_MoveAbs(kDisconnected, 0, 1.0) == 0) {
                 }
             });
         }
         moving.wait();
         zelQ_Disconnect(kDisconnected);
         EXPECT_EQ(zelQ_MoveAbs(kDisconnected, 0, 2.0), -4);
+        over = true;
         for (std::thread& thread : threads) {
             thread.join();
         }

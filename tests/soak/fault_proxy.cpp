@@ -91,12 +91,25 @@ class FaultProxy::Impl
     }
 
   private:
+    /// What is sent next, and when: so long after what is ahead of it.
+    struct Piece
+    {
+        Bytes bytes;
+        microseconds wait{0};
+        Fault end = Fault::kNone; ///< the connection's end behind it
+    };
+
     struct Client
     {
-        explicit Client(tcp::socket accepted) : socket(std::move(accepted)) {}
+        explicit Client(tcp::socket accepted)
+            : socket(std::move(accepted)), timer(socket.get_executor())
+        {}
         tcp::socket socket;
+        asio::steady_timer timer;
         std::array<std::uint8_t, 2048> area{};
         Bytes received;
+        std::deque<Piece> pieces; ///< a line keeps its order, whatever is late
+        bool sending = false;
     };
     using ClientPtr = std::shared_ptr<Client>;
 
@@ -179,35 +192,51 @@ class FaultProxy::Impl
     /// Lets the fault befall the reply.
     void Answer(const Running& call, Bytes reply)
     {
+        for (Piece& piece : PiecesOf(call.fault, std::move(reply))) {
+            call.client->pieces.push_back(std::move(piece));
+        }
+        if (!call.client->sending) SendNext(call.client);
+    }
+
+    std::vector<Piece> PiecesOf(Fault fault, Bytes reply)
+    {
         const std::size_t part = 1 + Below(reply.size() - 1);
-        switch (call.fault) {
+        const milliseconds aWhile(Below(3));
+        switch (fault) {
         case Fault::kLate:
-            return SendLater(call.client, std::move(reply), kAfterTheWaits);
+            return {{std::move(reply), kAfterTheWaits}};
         case Fault::kDelay:
-            return SendLater(call.client, std::move(reply), milliseconds(1 + Below(5)));
+            return {{std::move(reply), milliseconds(1 + Below(5))}};
         case Fault::kSlice:
-            return SendSliced(call.client, std::move(reply), 1 + reply.size() / (2 + Below(8)));
+            return Sliced(std::move(reply));
         case Fault::kDouble:
-            Send(*call.client, reply);
-            if (Below(2) == 0) return Send(*call.client, reply);
-            return SendLater(call.client, std::move(reply), kShortWhile);
+            return {{reply}, {reply, aWhile}};
         case Fault::kStray:
-            Send(*call.client, Stray(reply));
-            return SendLater(call.client, std::move(reply), milliseconds(Below(3)));
-        case Fault::kTorn:
-            Send(*call.client, TakeFront(reply, part));
-            return SendLater(call.client, std::move(reply), kAfterTheWaits);
+            return {{Stray(reply)}, {reply, aWhile}};
+        case Fault::kTorn: {
+            const Bytes first = TakeFront(reply, part);
+            return {{first}, {reply, kAfterTheWaits}};
+        }
         case Fault::kCorrupt:
             TurnABit(reply);
-            return Send(*call.client, reply);
+            return {{std::move(reply)}};
         case Fault::kCut:
         case Fault::kReset:
             reply.resize(part);
-            Send(*call.client, reply);
-            return Break(*call.client, call.fault);
+            return {{std::move(reply), {}, fault}};
         default:
-            return Send(*call.client, reply);
+            return {{std::move(reply)}};
         }
+    }
+
+    std::vector<Piece> Sliced(Bytes reply)
+    {
+        const std::size_t size = 1 + reply.size() / (2 + Below(8));
+        std::vector<Piece> pieces;
+        while (!reply.empty()) {
+            pieces.push_back({TakeFront(reply, std::min(size, reply.size())), kBetweenPieces});
+        }
+        return pieces;
     }
 
     static Bytes Stray(const Bytes& reply)
@@ -224,28 +253,23 @@ class FaultProxy::Impl
         reply[at] = static_cast<std::uint8_t>(reply[at] ^ 1U << Below(8));
     }
 
-    static void Send(Client& client, const Bytes& bytes)
+    static void SendNext(const ClientPtr& client)
     {
-        asio::error_code ignored; // it may have left
-        asio::write(client.socket, asio::buffer(bytes), ignored);
+        client->sending = !client->pieces.empty();
+        if (!client->sending) return;
+        if (client->pieces.front().wait.count() == 0) return SendPiece(client);
+        client->timer.expires_after(client->pieces.front().wait);
+        client->timer.async_wait([client](asio::error_code) { SendPiece(client); });
     }
 
-    void SendLater(const ClientPtr& client, Bytes bytes, milliseconds wait)
+    static void SendPiece(const ClientPtr& client)
     {
-        const auto timer = std::make_shared<asio::steady_timer>(io_, wait);
-        timer->async_wait(
-            [timer, client, bytes = std::move(bytes)](asio::error_code) { Send(*client, bytes); });
-    }
-
-    void SendSliced(const ClientPtr& client, Bytes bytes, std::size_t size)
-    {
-        Send(*client, TakeFront(bytes, std::min(size, bytes.size())));
-        if (bytes.empty()) return;
-        const auto timer = std::make_shared<asio::steady_timer>(io_, kBetweenPieces);
-        timer->async_wait(
-            [this, timer, client, bytes = std::move(bytes), size](asio::error_code) mutable {
-                SendSliced(client, std::move(bytes), size);
-            });
+        const Piece piece = std::move(client->pieces.front());
+        client->pieces.pop_front();
+        asio::error_code ignored; // the library may have left
+        asio::write(client->socket, asio::buffer(piece.bytes), ignored);
+        if (piece.end != Fault::kNone) Break(*client, piece.end);
+        SendNext(client);
     }
 
     static void Break(Client& client, Fault fault)

@@ -26,6 +26,8 @@ short NumberOf(int controller)
 constexpr unsigned short kClass = 3; // of a parameter that takes any value, and has no effect here
 constexpr unsigned short kParameter = 0;
 constexpr short kSpace = 0;
+constexpr unsigned short kFlashWrite = 1;
+constexpr unsigned short kFlashRead = 2;
 
 } // namespace
 
@@ -50,7 +52,8 @@ bool Worker::Prepare()
         }
         const auto number = static_cast<unsigned short>(NumberOf(controller));
         const auto address = static_cast<unsigned>(thread_ * kFlashBytes);
-        if (zelQ_FlashWrite(number, 1, address, bytes.data(), kFlashBytes) != 0) return false;
+        if (zelQ_FlashWrite(number, kFlashWrite, address, bytes.data(), kFlashBytes) != 0)
+            return false;
         Cells& cells = cells_[static_cast<std::size_t>(controller)];
         Write(controller, cells.parameter, &Worker::WriteParameter);
         Write(controller, cells.position, &Worker::WritePosition);
@@ -119,9 +122,8 @@ short Worker::WriteMemory(short number, std::uint32_t value)
 
 short Worker::ReadParameter(int controller)
 {
-    int value = 0;
+    int value = -1;
     const short result = zelQ_ParamGet(NumberOf(controller), Axis(), kClass, kParameter, &value);
-    // That a reply without the value is no error is the call's own.
     const auto read = static_cast<std::uint32_t>(value);
     if (result == 0) {
         Judge(cells_[static_cast<std::size_t>(controller)].parameter.Explains(read), "ParamGet",
@@ -195,7 +197,7 @@ short Worker::ReadFlash(int controller)
     std::array<unsigned char, kFlashBytes> bytes{};
     const auto number = static_cast<unsigned short>(NumberOf(controller));
     const auto address = static_cast<unsigned>(thread_ * kFlashBytes);
-    const short result = zelQ_FlashRead(number, 1, address, bytes.data(), kFlashBytes);
+    const short result = zelQ_FlashRead(number, kFlashRead, address, bytes.data(), kFlashBytes);
     for (int i = 0; result == 0 && i < kFlashBytes; ++i) {
         const std::uint8_t byte = bytes[static_cast<std::size_t>(i)];
         if (byte == FlashByte(controller, thread_, i)) continue;

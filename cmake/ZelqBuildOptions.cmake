@@ -37,6 +37,15 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   add_compile_definitions(_FILE_OFFSET_BITS=64)
 endif()
 
+# On 32-bit x86 doubles are evaluated by SSE, as everywhere else: the older unit is wider, which gives
+# other results.
+include(CheckCXXSourceCompiles)
+check_cxx_source_compiles("#ifndef __i386__\n#error\n#endif\nint main() {}" ZELQ_IS_X86_32)
+add_library(zelq_arithmetic INTERFACE)
+if(ZELQ_IS_X86_32)
+  target_compile_options(zelq_arithmetic INTERFACE -msse2 -mfpmath=sse)
+endif()
+
 # Warnings for our own code; every one is an error.
 add_library(zelq_warnings INTERFACE)
 target_compile_options(zelq_warnings INTERFACE
@@ -45,3 +54,4 @@ target_compile_options(zelq_warnings INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
                             -Wextra-semi>
   $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>)
+target_link_libraries(zelq_warnings INTERFACE zelq_arithmetic)

@@ -1,4 +1,5 @@
-#include "api/axis_command.h"
+#include "api/vocabulary/axis_command.h"
+#include "api/vocabulary/reply.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -60,8 +61,7 @@ short zelQ_AlarmListGet(short zelNo, unsigned short axis, unsigned short listInd
     ReplyData reply;
     const short result = command.Run(zelNo, &reply);
     if (result == kOk) {
-        ReplyReader reader(reply);
-        reader.SkipResult();
+        ReplyReader reader = DataOf(reply);
         AlarmEntry entry;
         if (!entry.ReadFrom(reader)) return kReplyDataMissing;
         if (alarmNo != nullptr) *alarmNo = entry.Number();
@@ -79,20 +79,17 @@ short zelQ_mAlarmListGet(unsigned short zelNo, short count, const unsigned short
     const auto number = static_cast<short>(zelNo);
     if (const short error = CheckCount(number, count)) return error;
     if (listIndex >= kListEntries) return BadArgument(3);
-    if (alarmNo == nullptr) return BadArgument(4);
-    if (alarmSubNo == nullptr) return BadArgument(5);
-    if (alarmData == nullptr) return BadArgument(6);
-    if (axes == nullptr) return BadArgument(2);
+    if (const short error = CheckArrays(4, alarmNo, alarmSubNo, alarmData)) return error;
+    if (const short error = CheckArrays(2, axes)) return error;
 
     // One register an axis is asked for, and two are taken: the reply runs out, the call ends in
     // -1004, and only the entries that were whole are stored. Applications know it like that.
-    Command command(kListGetCode, static_cast<std::uint16_t>(count + 1));
+    Command command(kListGetCode, count + 1);
     command.Word(count).Word(listIndex).Words(axes, count);
     ReplyData reply;
     const short result = command.Run(number, &reply);
     if (result == kOk) {
-        ReplyReader reader(reply);
-        reader.SkipResult();
+        ReplyReader reader = DataOf(reply);
         for (int i = 0; i < count; ++i) {
             AlarmEntry entry;
             if (!entry.ReadFrom(reader)) return kReplyDataMissing;

@@ -1,7 +1,9 @@
-#include "api/interpolation.h"
+#include "api/vocabulary/interpolation.h"
 #include "common/trace.h"
 
+#include <array>
 #include <cmath>
+#include <optional>
 
 using namespace zelq;
 
@@ -9,72 +11,103 @@ namespace {
 
 constexpr std::uint16_t kArcCode = 0x0073;
 constexpr std::uint16_t kHelicalCode = 0x0074;
-constexpr short kArcAxes = 2;
-constexpr short kHelicalAxes = 3;
 
 /// By what an arc is given; the number tells the controller.
 enum class ArcForm : std::uint16_t { kCenterAngle, kCenterEnd, kPassEnd, kRadiusEnd };
 
-/// The arc command up to its speeds, which all eight calls share; the geometry is added to it.
-class ArcCommand
+/// What makes a helix of an arc: the way of the map's third axis.
+struct Helix
 {
-  public:
-    ArcCommand(std::uint16_t code, short mapIndex, std::uint16_t mode, const MappedUnits& units,
-               const InterpSpeedProfile& speed, ArcForm form)
-        : command_(code), units_(units)
+    std::uint16_t option;
+    double height;
+};
+
+/// An arc as one of the eight calls describes it: what its form has no use for is left out. The
+/// form tells at which place of the call each argument stands.
+struct Arc
+{
+    ArcForm form;
+    std::uint16_t option;
+    const double* first = nullptr; ///< center or pass point
+    const double* end = nullptr;
+    double angle = 0.0;
+    double radius = 0.0;
+    std::uint16_t arcSelect = 0;
+    std::optional<Helix> helix = {};
+    std::uint16_t direction = 0;
+    InterpSpeedProfile* speed;
+
+    /// The checks in their order; what passes them has its speeds normalized.
+    [[nodiscard]] short Prepare(const MappedUnits& units) const
     {
-        command_.Word(mapIndex).Word(mode);
-        AddSpeeds(command_, units_, speed);
-        command_.Word(static_cast<std::uint16_t>(form));
+        const bool byAngle = form == ArcForm::kCenterAngle;
+        if (option > 1) return BadArgument(form == ArcForm::kRadiusEnd ? 4 : 2);
+        if (byAngle && angle == 0.0) return BadArgument(4);
+        // By an angle, the speeds change even for a map or a point that is refused.
+        if (byAngle && speed != nullptr) NormalizeInterpSpeed(*speed);
+        if (units.Count() < (helix ? 3 : 2)) return kTooFewMapAxes;
+        if (const short error = CheckPoints()) return error;
+        if (const short error = CheckArrays(SpeedPosition(), speed)) return error;
+        if (!byAngle) NormalizeInterpSpeed(*speed);
+        return kOk;
     }
 
-    /// Two coordinates, each by its own axis.
-    ArcCommand& Point(const double* point)
+    [[nodiscard]] short Run(short zelNo, short mapIndex, const MappedUnits& units) const
     {
-        command_.Long(units_.Pulses(0, point[0])).Long(units_.Pulses(1, point[1]));
-        return *this;
-    }
-
-    /// The angle without its sign, with a zero in place of a second point.
-    ArcCommand& Angle(double angle)
-    {
-        constexpr double kPerUnit = 10000.0;
-        command_.Long(TruncateToInt32(std::abs(angle) * kPerUnit)).Long(0);
-        return *this;
-    }
-
-    ArcCommand& Radius(double radius, std::uint16_t arcSelect)
-    {
-        command_.Long(units_.Pulses(0, radius)).Long(arcSelect);
-        return *this;
-    }
-
-    ArcCommand& Height(double height)
-    {
-        command_.Long(units_.Pulses(2, height));
-        return *this;
-    }
-
-    [[nodiscard]] short Run(short zelNo, std::uint16_t direction)
-    {
-        return command_.Word(direction).Run(zelNo);
+        Command command(helix ? kHelicalCode : kArcCode);
+        command.Word(mapIndex).Word(Mode());
+        AddSpeeds(command, units, *speed);
+        command.Word(static_cast<std::uint16_t>(form));
+        AddCurve(command, units);
+        return command.Word(direction).Run(zelNo);
     }
 
   private:
-    Command command_;
-    const MappedUnits& units_;
+    [[nodiscard]] short CheckPoints() const
+    {
+        if (form == ArcForm::kCenterAngle) return CheckArrays(3, first);
+        return form == ArcForm::kRadiusEnd ? CheckArrays(5, end) : CheckArrays(3, first, end);
+    }
+
+    /// The speeds stand last; a helix has two arguments more.
+    [[nodiscard]] int SpeedPosition() const
+    {
+        constexpr std::array kPositions = {5, 6, 5, 7};
+        return kPositions[static_cast<std::size_t>(form)] + (helix ? 2 : 0);
+    }
+
+    /// Helices have one bit more than arcs, above the shape of the speed profile.
+    [[nodiscard]] std::uint16_t Mode() const
+    {
+        const unsigned helixBit = helix ? helix->option * 2U : 0U;
+        return ModeWord(helixBit + speed->profileType, option);
+    }
+
+    /// Two pairs, whatever the form, and a helix's height.
+    void AddCurve(Command& command, const MappedUnits& units) const
+    {
+        const auto addPoint = [&](const double* point) {
+            command.Long(units.Pulses(0, point[0])).Long(units.Pulses(1, point[1]));
+        };
+        if (form == ArcForm::kRadiusEnd) {
+            command.Long(units.Pulses(0, radius)).Long(arcSelect);
+        } else {
+            addPoint(first);
+        }
+        if (form == ArcForm::kCenterAngle) {
+            constexpr double kPerUnit = 10000.0;
+            command.Long(TruncateToInt32(std::abs(angle) * kPerUnit)).Long(0);
+        } else {
+            addPoint(end);
+        }
+        if (helix) command.Long(units.Pulses(2, helix->height));
+    }
 };
 
-/// Helices have one bit more than arcs, above the shape of the speed profile.
-std::uint16_t HelicalMode(std::uint16_t helicalOption, const InterpSpeedProfile& speed,
-                          std::uint16_t option)
-{
-    return ModeWord(helicalOption * 2U + speed.profileType, option);
-}
-
+/// The angle itself travels without its sign.
 std::uint16_t DirectionOf(double angle)
 {
-    return angle < 0.0 ? 1 : 0;
+    return std::isless(angle, 0.0) ? 1 : 0; // NaN raises no exception in it
 }
 
 } // namespace
@@ -83,18 +116,16 @@ short zelQ_IArc(short zelNo, short mapIndex, unsigned short option, const double
                 double angle, InterpSpeedProfile* speed)
 {
     if (const short error = CheckMapIndex(zelNo, mapIndex)) return error;
-    if (option > 1) return BadArgument(2);
-    if (angle == 0.0) return BadArgument(4);
-    // As in zelQ_IHelical, the speeds change even for a map that is refused.
-    if (speed != nullptr) NormalizeInterpSpeed(*speed);
+    const Arc arc{.form = ArcForm::kCenterAngle,
+                  .option = option,
+                  .first = center,
+                  .angle = angle,
+                  .direction = DirectionOf(angle),
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
-    if (units.Count() < kArcAxes) return kTooFewMapAxes;
-    if (center == nullptr) return BadArgument(3);
-    if (speed == nullptr) return BadArgument(5);
+    if (const short error = arc.Prepare(units)) return error;
 
-    ArcCommand arc(kArcCode, mapIndex, ModeWord(speed->profileType, option), units, *speed,
-                   ArcForm::kCenterAngle);
-    const short result = arc.Point(center).Angle(angle).Run(zelNo, DirectionOf(angle));
+    const short result = arc.Run(zelNo, mapIndex, units);
     return Traced("%d=zelQ_IArc(%d,%d)", result, zelNo, mapIndex);
 }
 
@@ -102,17 +133,16 @@ short zelQ_IArcCE(short zelNo, short mapIndex, unsigned short option, const doub
                   const double* end, unsigned short direction, InterpSpeedProfile* speed)
 {
     if (const short error = CheckMapIndex(zelNo, mapIndex)) return error;
-    if (option > 1) return BadArgument(2);
+    const Arc arc{.form = ArcForm::kCenterEnd,
+                  .option = option,
+                  .first = center,
+                  .end = end,
+                  .direction = direction,
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
-    if (units.Count() < kArcAxes) return kTooFewMapAxes;
-    if (center == nullptr) return BadArgument(3);
-    if (end == nullptr) return BadArgument(4);
-    if (speed == nullptr) return BadArgument(6);
-    NormalizeInterpSpeed(*speed);
+    if (const short error = arc.Prepare(units)) return error;
 
-    ArcCommand arc(kArcCode, mapIndex, ModeWord(speed->profileType, option), units, *speed,
-                   ArcForm::kCenterEnd);
-    const short result = arc.Point(center).Point(end).Run(zelNo, direction);
+    const short result = arc.Run(zelNo, mapIndex, units);
     return Traced("%d=zelQ_IArcCE(%d,%d)", result, zelNo, mapIndex);
 }
 
@@ -120,17 +150,12 @@ short zelQ_IArcPE(short zelNo, short mapIndex, unsigned short option, const doub
                   const double* end, InterpSpeedProfile* speed)
 {
     if (const short error = CheckMapIndex(zelNo, mapIndex)) return error;
-    if (option > 1) return BadArgument(2);
+    const Arc arc{
+        .form = ArcForm::kPassEnd, .option = option, .first = pass, .end = end, .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
-    if (units.Count() < kArcAxes) return kTooFewMapAxes;
-    if (pass == nullptr) return BadArgument(3);
-    if (end == nullptr) return BadArgument(4);
-    if (speed == nullptr) return BadArgument(5);
-    NormalizeInterpSpeed(*speed);
+    if (const short error = arc.Prepare(units)) return error;
 
-    ArcCommand arc(kArcCode, mapIndex, ModeWord(speed->profileType, option), units, *speed,
-                   ArcForm::kPassEnd);
-    const short result = arc.Point(pass).Point(end).Run(zelNo, 0);
+    const short result = arc.Run(zelNo, mapIndex, units);
     return Traced("%d=zelQ_IArcPE(%d,%d)", result, zelNo, mapIndex);
 }
 
@@ -140,17 +165,17 @@ short zelQ_IArcRE(short zelNo, short mapIndex, double radius, short arcSelect,
 {
     if (const short error = CheckMapIndex(zelNo, mapIndex)) return error;
     if (arcSelect != 0 && arcSelect != 1) return BadArgument(3);
-    if (option > 1) return BadArgument(4);
+    const Arc arc{.form = ArcForm::kRadiusEnd,
+                  .option = option,
+                  .end = end,
+                  .radius = radius,
+                  .arcSelect = static_cast<std::uint16_t>(arcSelect),
+                  .direction = direction,
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
-    if (units.Count() < kArcAxes) return kTooFewMapAxes;
-    if (end == nullptr) return BadArgument(5);
-    if (speed == nullptr) return BadArgument(7);
-    NormalizeInterpSpeed(*speed);
+    if (const short error = arc.Prepare(units)) return error;
 
-    ArcCommand arc(kArcCode, mapIndex, ModeWord(speed->profileType, option), units, *speed,
-                   ArcForm::kRadiusEnd);
-    arc.Radius(radius, static_cast<std::uint16_t>(arcSelect));
-    const short result = arc.Point(end).Run(zelNo, direction);
+    const short result = arc.Run(zelNo, mapIndex, units);
     return Traced("%d=zelQ_IArcRE(%d,%d)", result, zelNo, mapIndex);
 }
 
@@ -159,18 +184,17 @@ short zelQ_IHelical(short zelNo, short mapIndex, unsigned short option, const do
                     InterpSpeedProfile* speed)
 {
     if (const short error = CheckMapIndex(zelNo, mapIndex)) return error;
-    if (option > 1) return BadArgument(2);
-    if (angle == 0.0) return BadArgument(4);
-    if (speed != nullptr) NormalizeInterpSpeed(*speed);
+    const Arc arc{.form = ArcForm::kCenterAngle,
+                  .option = option,
+                  .first = center,
+                  .angle = angle,
+                  .helix = Helix{helicalOption, height},
+                  .direction = DirectionOf(angle),
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
-    if (units.Count() < kHelicalAxes) return kTooFewMapAxes;
-    if (center == nullptr) return BadArgument(3);
-    if (speed == nullptr) return BadArgument(7);
+    if (const short error = arc.Prepare(units)) return error;
 
-    ArcCommand arc(kHelicalCode, mapIndex, HelicalMode(helicalOption, *speed, option), units,
-                   *speed, ArcForm::kCenterAngle);
-    arc.Point(center).Angle(angle).Height(height);
-    const short result = arc.Run(zelNo, DirectionOf(angle));
+    const short result = arc.Run(zelNo, mapIndex, units);
     return Traced("%d=zelQ_IHelical(%d,%d)", result, zelNo, mapIndex);
 }
 
@@ -179,17 +203,17 @@ short zelQ_IHelicalCE(short zelNo, short mapIndex, unsigned short option, const 
                       unsigned short direction, InterpSpeedProfile* speed)
 {
     if (const short error = CheckMapIndex(zelNo, mapIndex)) return error;
-    if (option > 1) return BadArgument(2);
+    const Arc arc{.form = ArcForm::kCenterEnd,
+                  .option = option,
+                  .first = center,
+                  .end = end,
+                  .helix = Helix{helicalOption, height},
+                  .direction = direction,
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
-    if (units.Count() < kHelicalAxes) return kTooFewMapAxes;
-    if (center == nullptr) return BadArgument(3);
-    if (end == nullptr) return BadArgument(4);
-    if (speed == nullptr) return BadArgument(8);
-    NormalizeInterpSpeed(*speed);
+    if (const short error = arc.Prepare(units)) return error;
 
-    ArcCommand arc(kHelicalCode, mapIndex, HelicalMode(helicalOption, *speed, option), units,
-                   *speed, ArcForm::kCenterEnd);
-    const short result = arc.Point(center).Point(end).Height(height).Run(zelNo, direction);
+    const short result = arc.Run(zelNo, mapIndex, units);
     // Traced under the name of the arc.
     return Traced("%d=zelQ_IArcCE(%d,%d)", result, zelNo, mapIndex);
 }
@@ -199,17 +223,16 @@ short zelQ_IHelicalPE(short zelNo, short mapIndex, unsigned short option, const 
                       InterpSpeedProfile* speed)
 {
     if (const short error = CheckMapIndex(zelNo, mapIndex)) return error;
-    if (option > 1) return BadArgument(2);
+    const Arc arc{.form = ArcForm::kPassEnd,
+                  .option = option,
+                  .first = pass,
+                  .end = end,
+                  .helix = Helix{helicalOption, height},
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
-    if (units.Count() < kHelicalAxes) return kTooFewMapAxes;
-    if (pass == nullptr) return BadArgument(3);
-    if (end == nullptr) return BadArgument(4);
-    if (speed == nullptr) return BadArgument(7);
-    NormalizeInterpSpeed(*speed);
+    if (const short error = arc.Prepare(units)) return error;
 
-    ArcCommand arc(kHelicalCode, mapIndex, HelicalMode(helicalOption, *speed, option), units,
-                   *speed, ArcForm::kPassEnd);
-    const short result = arc.Point(pass).Point(end).Height(height).Run(zelNo, 0);
+    const short result = arc.Run(zelNo, mapIndex, units);
     return Traced("%d=zelQ_IHelicalPE(%d,%d)", result, zelNo, mapIndex);
 }
 
@@ -219,16 +242,17 @@ short zelQ_IHelicalRE(short zelNo, short mapIndex, double radius, unsigned short
 {
     if (const short error = CheckMapIndex(zelNo, mapIndex)) return error;
     // Unlike in zelQ_IArcRE, any arcSelect goes out.
-    if (option > 1) return BadArgument(4);
+    const Arc arc{.form = ArcForm::kRadiusEnd,
+                  .option = option,
+                  .end = end,
+                  .radius = radius,
+                  .arcSelect = arcSelect,
+                  .helix = Helix{helicalOption, height},
+                  .direction = direction,
+                  .speed = speed};
     const MappedUnits units(zelNo, mapIndex);
-    if (units.Count() < kHelicalAxes) return kTooFewMapAxes;
-    if (end == nullptr) return BadArgument(5);
-    if (speed == nullptr) return BadArgument(9);
-    NormalizeInterpSpeed(*speed);
+    if (const short error = arc.Prepare(units)) return error;
 
-    ArcCommand arc(kHelicalCode, mapIndex, HelicalMode(helicalOption, *speed, option), units,
-                   *speed, ArcForm::kRadiusEnd);
-    const short result =
-        arc.Radius(radius, arcSelect).Point(end).Height(height).Run(zelNo, direction);
+    const short result = arc.Run(zelNo, mapIndex, units);
     return Traced("%d=zelQ_IHelicalRE(%d,%d)", result, zelNo, mapIndex);
 }

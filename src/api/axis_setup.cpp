@@ -1,12 +1,9 @@
-#include "api/axis_values.h"
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/units.h"
+#include "api/vocabulary/axis_command.h"
+#include "api/vocabulary/interpolation.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
 #include <array>
-#include <atomic>
 
 using namespace zelq;
 
@@ -19,27 +16,7 @@ constexpr std::uint16_t kAccCode = 3;
 constexpr std::uint16_t kDecCode = 4;
 constexpr int kSpeedsPerFrame = 9;
 
-/// One axis's speeds in the order in which they travel.
-using Speeds = std::array<double, 5>;
-
-short SendSpeed(short zelNo, short axis, short profile, const Speeds& speeds)
-{
-    Command command(kSpeedCode);
-    command.Word(1).Word(axis).Word(profile);
-    for (const double speed : speeds) {
-        command.Long(ToPulses(zelNo, static_cast<unsigned>(axis), speed));
-    }
-    return command.Run(zelNo);
-}
-
-short SendRate(std::uint16_t code, short zelNo, std::uint16_t axis, double value)
-{
-    Command command(code);
-    command.Word(1).Word(axis).Long(ToPulses(zelNo, axis, value));
-    return command.Run(zelNo);
-}
-
-/// The arrays of the multi-axis speed calls, element i for one axis each.
+/// Speeds of several axes, element i for one axis each.
 struct SpeedArrays
 {
     const unsigned short* axes;
@@ -49,19 +26,17 @@ struct SpeedArrays
     /// The missing array's code. dec reports the number of drive, and drive is looked at last.
     [[nodiscard]] short Check() const
     {
-        if (axes == nullptr) return BadArgument(2);
-        if (profiles == nullptr) return BadArgument(3);
-        if (speeds[0] == nullptr) return BadArgument(4);
-        if (speeds[1] == nullptr) return BadArgument(5);
-        if (speeds[3] == nullptr) return BadArgument(6);
-        if (speeds[4] == nullptr) return BadArgument(8);
-        return static_cast<short>(speeds[2] == nullptr ? BadArgument(6) : kOk);
+        const auto& [start, acc, drive, dec, stop] = speeds;
+        if (const short error = CheckArrays(2, axes, profiles, start, acc, dec)) return error;
+        if (const short error = CheckArrays(8, stop)) return error;
+        return CheckArrays(6, drive);
     }
 };
 
 short SendSpeeds(short zelNo, short count, const SpeedArrays& arrays)
 {
-    SplitCommand command(kSpeedCode, count, kSpeedsPerFrame, {static_cast<std::uint16_t>(count)});
+    Command command(kSpeedCode, Split{.items = count, .itemsPerFrame = kSpeedsPerFrame});
+    command.Word(count);
     for (int i = 0; i < count; ++i) {
         const std::uint16_t axis = arrays.axes[i];
         command.NextItem().Word(axis).Word(arrays.profiles[i]);
@@ -72,14 +47,7 @@ short SendSpeeds(short zelNo, short count, const SpeedArrays& arrays)
     return command.Run(zelNo);
 }
 
-std::atomic<short> equalStartAndStop = 0;
-
 } // namespace
-
-bool zelq::EqualStartAndStop()
-{
-    return equalStartAndStop != 0;
-}
 
 short zelQ_UnitPerPulseSet(short zelNo, short axis, double unitPerPulse)
 {
@@ -115,9 +83,11 @@ short zelQ_SpeedEqualStartAndStopGet(void)
 short zelQ_SpeedSet(short zelNo, short axis, short profile, double start, double acc, double drive,
                     double dec)
 {
-    if (const short error = CheckAxis(zelNo, static_cast<std::uint16_t>(axis))) return error;
+    const auto index = static_cast<std::uint16_t>(axis);
+    if (const short error = CheckAxis(zelNo, index)) return error;
 
-    const short result = SendSpeed(zelNo, axis, profile, {start, acc, drive, dec, start});
+    const SpeedArrays speeds{&index, &profile, {&start, &acc, &drive, &dec, &start}};
+    const short result = SendSpeeds(zelNo, 1, speeds);
     return Traced("%d=zelQ_SpeedSet(%d,%d,%d,%g,%g,%g,%g)", result, zelNo, axis, profile, start,
                   acc, drive, dec);
 }
@@ -125,9 +95,11 @@ short zelQ_SpeedSet(short zelNo, short axis, short profile, double start, double
 short zelQ_SpeedWithStopSet(short zelNo, short axis, short profile, double start, double acc,
                             double drive, double dec, double stop)
 {
-    if (const short error = CheckAxis(zelNo, static_cast<std::uint16_t>(axis))) return error;
+    const auto index = static_cast<std::uint16_t>(axis);
+    if (const short error = CheckAxis(zelNo, index)) return error;
 
-    const short result = SendSpeed(zelNo, axis, profile, {start, acc, drive, dec, stop});
+    const SpeedArrays speeds{&index, &profile, {&start, &acc, &drive, &dec, &stop}};
+    const short result = SendSpeeds(zelNo, 1, speeds);
     return Traced("%d=zelQ_SpeedWithStopSet(%d,%d,%d,%g,%g,%g,%g,%g)", result, zelNo, axis, profile,
                   start, acc, drive, dec, stop);
 }
@@ -160,7 +132,7 @@ short zelQ_SpeedSetAcc(short zelNo, unsigned short axis, double value)
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
 
-    const short result = SendRate(kAccCode, zelNo, axis, value);
+    const short result = SendAxisValue(kAccCode, zelNo, axis, value);
     return Traced("%d=zelQ_SpeedSetAcc(%d,%d,%g)", result, zelNo, axis, value);
 }
 
@@ -168,13 +140,13 @@ short zelQ_SpeedSetDec(short zelNo, unsigned short axis, double value)
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
 
-    const short result = SendRate(kDecCode, zelNo, axis, value);
+    const short result = SendAxisValue(kDecCode, zelNo, axis, value);
     return Traced("%d=zelQ_SpeedSetDec(%d,%d,%g)", result, zelNo, axis, value);
 }
 
 short zelQ_mSpeedSetAcc(short zelNo, short count, const unsigned short* axes, const double* values)
 {
-    if (const short error = CheckAxisValues(zelNo, count, axes, values)) return error;
+    if (const short error = CheckAxes(zelNo, count, axes, values)) return error;
 
     const short result = SendAxisValues(kAccCode, zelNo, count, axes, values);
     return Traced("%d=zelQ_mSpeedSetAcc(%d,%d)", result, zelNo, count);
@@ -182,7 +154,7 @@ short zelQ_mSpeedSetAcc(short zelNo, short count, const unsigned short* axes, co
 
 short zelQ_mSpeedSetDec(short zelNo, short count, const unsigned short* axes, const double* values)
 {
-    if (const short error = CheckAxisValues(zelNo, count, axes, values)) return error;
+    if (const short error = CheckAxes(zelNo, count, axes, values)) return error;
 
     const short result = SendAxisValues(kDecCode, zelNo, count, axes, values);
     return Traced("%d=zelQ_mSpeedSetDec(%d,%d)", result, zelNo, count);
@@ -191,17 +163,14 @@ short zelQ_mSpeedSetDec(short zelNo, short count, const unsigned short* axes, co
 short zelQ_SpeedGet(short zelNo, short axis, SpeedProfile* profile)
 {
     if (const short error = CheckAxis(zelNo, static_cast<std::uint16_t>(axis))) return error;
-    if (profile == nullptr) return BadArgument(1);
+    if (const short error = CheckArrays(1, profile)) return error;
 
     constexpr unsigned kSpeedRegister = 25;
     constexpr std::uint16_t kSpeedRegisters = 11; // the profile and five speeds
-    RequestBuffer request;
     const auto index = static_cast<unsigned>(axis);
-    if (!request.StartReadFrame(AxisRegister(index, kSpeedRegister), kSpeedRegisters)) {
-        return kOverflow;
-    }
     ReplyData reply;
-    const short result = Transact(zelNo, request, &reply);
+    const short result =
+        ReadRegisters(zelNo, AxisRegister(index, kSpeedRegister), kSpeedRegisters, reply);
     if (result == kOk) {
         ReplyReader reader(reply);
         std::uint16_t shape = 0;
@@ -225,16 +194,15 @@ short zelQ_ServoReset(short zelNo, unsigned short axis)
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
 
-    const short result = Command(kServoResetCode).Word(1).Word(axis).Run(zelNo);
+    const short result = SendToAxis(kServoResetCode, zelNo, axis);
     return Traced("%d=zelQ_ServoReset(%d,%d)", result, zelNo, axis);
 }
 
 short zelQ_mServoReset(short zelNo, short count, const unsigned short* axes)
 {
-    if (const short error = CheckCount(zelNo, count)) return error;
-    if (axes == nullptr) return BadArgument(2);
+    if (const short error = CheckAxes(zelNo, count, axes)) return error;
 
-    const short result = Command(kServoResetCode).Word(count).Words(axes, count).Run(zelNo);
+    const short result = SendToAxes(kServoResetCode, zelNo, count, axes);
     return Traced("%d=zelQ_mServoReset(%d,%d)", result, zelNo, count);
 }
 
@@ -244,10 +212,10 @@ short zelQ_aServoReset(short zelNo)
     const SlaveList servos = SessionOf(zelNo).Slaves().servoAxes;
     if (servos.count == 0) return kBadAxis;
 
-    Command command(kServoResetCode);
-    command.Word(servos.count).Words(servos.numbers.data(), servos.count);
+    const auto count = static_cast<short>(servos.count);
+    const short result = SendToAxes(kServoResetCode, zelNo, count, servos.numbers.data());
     // Traced under the name of the call for several axes, with the controller only.
-    return Traced("%d=zelQ_mServoReset(%d)", command.Run(zelNo), zelNo);
+    return Traced("%d=zelQ_mServoReset(%d)", result, zelNo);
 }
 
 short zelQ_ServoOn(short zelNo, unsigned short axis, unsigned short on)
@@ -264,8 +232,7 @@ short zelQ_ServoOn(short zelNo, unsigned short axis, unsigned short on)
 
 short zelQ_mServoOn(short zelNo, short count, const short* axes, unsigned short on)
 {
-    if (const short error = CheckCount(zelNo, count)) return error;
-    if (axes == nullptr) return BadArgument(2);
+    if (const short error = CheckAxes(zelNo, count, axes)) return error;
 
     const std::uint16_t timeOut = SessionOf(zelNo).servoOnTimeOut;
     Command command(kServoOnCode);

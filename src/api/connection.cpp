@@ -1,10 +1,11 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/status_registers.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/status_registers.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 #include "platform/echo.h"
 #include "transport/slave_reader.h"
+#include "transport/turn.h"
 
 #include <cstdio>
 
@@ -16,21 +17,26 @@ namespace {
 int OpenSession(short zelNo, std::array<std::int32_t, 3> octets)
 {
     DeviceSession& session = Sessions().FindOrCreate(zelNo);
-    const SessionLock lock(session);
-    if (lock.Failed()) return kConnectFailed;
+    const Turn turn(session.Lock());
+    if (turn.Failed()) return kConnectFailed;
     session.SetAddress(octets, Sessions().PortOf(zelNo));
     return session.Open() ? kOk : kConnectFailed;
 }
 
-short ReadConfigurationCounter(short zelNo)
+/// Learns which slaves there are, and to which count of changes they belong. A controller whose
+/// slaves cannot be read is connected all the same: then the count is one that none sends, so that
+/// the next status call reads them.
+short ReadSlaves(short zelNo)
 {
-    RequestBuffer request;
-    if (!request.StartReadFrame(kConfigurationRegister, 1)) return kOverflow;
+    const bool known = ReadSlaveTypes(zelNo) == kOk;
     ReplyData reply;
-    const short result = Transact(zelNo, request, &reply);
+    const short result = ReadRegisters(zelNo, kConfigurationRegister, 1, reply);
     std::uint16_t word = 0;
-    if (result == kOk && ReplyReader(reply).Read(word)) {
-        SessionOf(zelNo).configurationCounter = ConfigurationCounter(word);
+    const bool counted = result == kOk && ReplyReader(reply).Read(word);
+    if (!known) {
+        SessionOf(zelNo).SetConfigurationCounter(SlaveConfig::kUnknownCounter);
+    } else if (counted) {
+        SessionOf(zelNo).SetConfigurationCounter(ConfigurationCounter(word));
     }
     return result;
 }
@@ -69,12 +75,7 @@ short zelQ_Connect(short zelNo, short ip1, short ip2, unsigned short ip3)
     if (!IsControllerNumber(zelNo)) return kBadControllerNumber;
 
     auto result = static_cast<short>(OpenSession(zelNo, {ip1, ip2, ip3}));
-    if (result == kOk) {
-        // A controller whose slaves cannot be read now is connected all the same: the first status
-        // call sees another configuration counter, or tells what is wrong.
-        static_cast<void>(ReadSlaveTypes(zelNo));
-        result = ReadConfigurationCounter(zelNo);
-    }
+    if (result == kOk) result = ReadSlaves(zelNo);
     return Traced("%d=zelQ_Connect(%d,%d,%d,%d)", result, zelNo, ip1, ip2, ip3);
 }
 
@@ -83,8 +84,8 @@ void zelQ_Disconnect(short zelNo)
     DeviceSession* session = Sessions().Find(zelNo);
     if (session == nullptr) return;
     {
-        const SessionLock lock(*session);
-        if (!lock.Failed()) session->Close();
+        const Turn turn(session->Lock());
+        session->Link().Close();
     }
     TraceCall("zelQ_Disconnect(%d)", zelNo);
 }

@@ -1,9 +1,8 @@
-#include "api/checks.h"
-#include "api/command.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/reply.h"
 #include "api/zelq.h"
 #include "common/trace.h"
-
-#include <span>
 
 using namespace zelq;
 
@@ -12,7 +11,7 @@ namespace {
 constexpr std::uint16_t kUseCode = 0x01C1;
 constexpr std::uint16_t kRemainCode = 0x01C2;
 constexpr std::uint16_t kUseRegister = 0xF417;
-constexpr std::uint16_t kCounts = 16;
+constexpr int kCounts = 16;
 
 } // namespace
 
@@ -28,16 +27,13 @@ short zelQ_CP_PreRegUseGet(unsigned short zelNo, unsigned short* use)
 {
     const auto number = static_cast<short>(zelNo);
     if (const short error = CheckSession(number)) return error;
-    if (use == nullptr) return BadArgument(0);
+    if (const short error = CheckArrays(0, use)) return error;
 
-    RequestBuffer request;
-    if (!request.StartReadFrame(kUseRegister, 1)) return kOverflow;
     ReplyData reply;
-    const short result = Transact(number, request, &reply);
+    const short result = ReadRegisters(number, kUseRegister, 1, reply);
     std::uint16_t value = 0;
     if (result == kOk) {
-        ReplyReader reader(reply);
-        if (!reader.Read(value)) return kReplyDataMissing;
+        if (!ReplyReader(reply).Read(value)) return kReplyDataMissing;
         *use = value;
     }
     // "UsePreReg" in the line, "PreRegUse" in the name.
@@ -47,17 +43,10 @@ short zelQ_CP_PreRegUseGet(unsigned short zelNo, unsigned short* use)
 short zelQ_CP_PreRegGetRemain(short zelNo, unsigned short* remain)
 {
     if (const short error = CheckSession(zelNo)) return error;
-    if (remain == nullptr) return BadArgument(0);
+    if (const short error = CheckArrays(0, remain)) return error;
 
     ReplyData reply;
     const short result = Command(kRemainCode, 1 + kCounts).Run(zelNo, &reply);
-    if (result == kOk) {
-        ReplyReader reader(reply);
-        reader.SkipResult();
-        // Counts that came before the data end are kept.
-        for (unsigned short& count : std::span(remain, kCounts)) {
-            if (!reader.Read(count)) return kReplyDataMissing;
-        }
-    }
+    if (result == kOk && !ReadValues(reply, remain, kCounts)) return kReplyDataMissing;
     return Traced("%d=zelQ_CP_PreRegGetRemain(%d)", result, zelNo);
 }

@@ -1,6 +1,6 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/identification.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/identification.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -40,12 +40,10 @@ short PutText(std::string_view value, char* text, short size)
 /// Reads the identification; `complete` tells whether it came whole.
 short ReadIdentification(short zelNo, Identification& identification)
 {
-    RequestBuffer request;
-    if (!request.StartReadFrame(kIdentificationRegister, kIdentificationRegisters)) {
-        return kOverflow;
-    }
     ReplyData reply;
-    if (const short error = Transact(zelNo, request, &reply)) return error;
+    const short error =
+        ReadRegisters(zelNo, kIdentificationRegister, kIdentificationRegisters, reply);
+    if (error != kOk) return error;
     ReplyReader reader(reply);
     const bool exact = identification.ReadFrom(reader) && reader.Rest().empty();
     return static_cast<short>(exact ? kOk : kReplyDataMissing);
@@ -92,10 +90,8 @@ short zelQ_GetPowerResetCount(short zelNo, unsigned int* count)
     if (const short error = CheckSession(zelNo)) return error;
     if (count == nullptr) return BadArgument(1);
 
-    RequestBuffer request;
-    if (!request.StartReadFrame(kPowerResetRegister, 2)) return kOverflow;
     ReplyData reply;
-    const short result = Transact(zelNo, request, &reply);
+    const short result = ReadRegisters(zelNo, kPowerResetRegister, 2, reply);
     std::uint32_t resets = 0;
     if (result == kOk) {
         if (!ReplyReader(reply).Read(resets)) return kReplyDataMissing;

@@ -1,7 +1,7 @@
 #include "transport/discovery.h"
 
-#include "api/command.h"
-#include "api/identification.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/identification.h"
 #include "api/zelq.h"
 #include "common/result_codes.h"
 #include "common/trace.h"
@@ -44,9 +44,7 @@ short zelQ_GetEnumList(const unsigned short* address, short /*unused*/, unsigned
     if (address == nullptr) return BadArgument(0);
 
     RequestBuffer request;
-    if (!request.StartReadFrame(kIdentificationRegister, kIdentificationRegisters, kAnyUnit)) {
-        return kOverflow;
-    }
+    request.StartReadFrame(kIdentificationRegister, kIdentificationRegisters, kAnyUnit);
     ReplyData reply;
     short error = kOk;
     {

@@ -1,6 +1,4 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/units.h"
+#include "api/vocabulary/axis_command.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -37,8 +35,7 @@ bool IsAxis(short axis)
 /// Unlike one axis, several take no negative torque, and their limits are not looked at.
 short CheckTorques(short count, const short* axes, const double* torques)
 {
-    if (axes == nullptr) return BadArgument(2);
-    if (torques == nullptr) return BadArgument(3);
+    if (const short error = CheckArrays(2, axes, torques)) return error;
     for (int i = 0; i < count; ++i) {
         if (!IsAxis(axes[i])) return BadArgument(2);
         const auto torque = static_cast<std::uint32_t>(ToTorque(torques[i]));
@@ -68,7 +65,7 @@ short zelQ_mCT_SetTorque(short zelNo, short count, const short* axes, const doub
 {
     if (const short error = CheckCount(zelNo, count, BadArgument(1))) return error;
     if (const short error = CheckTorques(count, axes, torques)) return error;
-    if (limits == nullptr) return BadArgument(4);
+    if (const short error = CheckArrays(4, limits)) return error;
 
     Command command(kTorqueCode);
     command.Word(count);
@@ -96,23 +93,18 @@ short zelQ_mCV_SetVelocity(short zelNo, short count, const short* axes, const do
                            const double* val2, const double* val3, const short* words)
 {
     if (const short error = CheckCount(zelNo, count, BadArgument(1))) return error;
-    if (axes == nullptr) return BadArgument(2);
+    if (const short error = CheckArrays(2, axes)) return error;
     for (int i = 0; i < count; ++i) {
         if (!IsAxis(axes[i])) return BadArgument(2);
     }
-    if (val1 == nullptr) return BadArgument(3);
-    if (val2 == nullptr) return BadArgument(4);
-    if (val3 == nullptr) return BadArgument(5);
-    if (words == nullptr) return BadArgument(6);
+    if (const short error = CheckArrays(3, val1, val2, val3, words)) return error;
 
     Command command(kVelocityCode);
     command.Word(count);
     for (int i = 0; i < count; ++i) {
         const auto axis = static_cast<std::uint16_t>(axes[i]);
         command.Word(axis);
-        for (const double value : {val1[i], val2[i], val3[i]}) {
-            command.Long(ToPulses(zelNo, axis, value));
-        }
+        AppendPulses(command, zelNo, axis, {val1[i], val2[i], val3[i]});
         command.Long(words[i]);
     }
     return Traced("%d=zelQ_mCV_SetVelocity(%d,%d)", command.Run(zelNo), zelNo, count);
@@ -136,16 +128,14 @@ short zelQ_mPP_SetTPosSpeed(unsigned short zelNo, short count, const short* axes
 {
     const auto number = static_cast<short>(zelNo);
     if (const short error = CheckCount(number, count, BadArgument(1))) return error;
-    if (axes == nullptr) return BadArgument(2);
-    if (pos == nullptr) return BadArgument(3);
-    if (speed == nullptr) return BadArgument(4);
+    if (const short error = CheckArrays(2, axes, pos, speed)) return error;
 
     Command command(kProfilePositionCode);
     command.Word(count);
     for (int i = 0; i < count; ++i) {
         const auto axis = static_cast<std::uint16_t>(axes[i]);
         command.Word(axis);
-        command.Long(ToPulses(number, axis, pos[i])).Long(ToPulses(number, axis, speed[i]));
+        AppendPulses(command, number, axis, {pos[i], speed[i]});
     }
     return Traced("%d=zelQ_mPPSetTPosSpeed(%d,%d)", command.Run(number), zelNo, count);
 }

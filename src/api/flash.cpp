@@ -1,6 +1,6 @@
-#include "api/byte_transfer.h"
-#include "api/checks.h"
-#include "api/command.h"
+#include "api/vocabulary/byte_transfer.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/reply.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -18,26 +18,12 @@ constexpr std::uint16_t kEepromClearCode = 0x1006;
 constexpr short kMaxFlashBytes = 1024;
 constexpr int kWriteFrameRegisters = 116;
 
-/// The data stand directly behind the result register.
-constexpr BatchLayout kReadLayout = {
-    .batchRegisters = 697, .frameRegisters = 124, .extraRegisters = 1};
-
-constexpr std::uint16_t Low(std::uint32_t value)
-{
-    return static_cast<std::uint16_t>(value);
-}
-
-constexpr std::uint16_t High(std::uint32_t value)
-{
-    return static_cast<std::uint16_t>(value >> 16U);
-}
-
 short CheckFlash(short zelNo, const std::uint8_t* data, short length)
 {
     if (const short error = CheckSession(zelNo)) return error;
     if (length % 2 != 0) return BadArgument(3);
     if (length > kMaxFlashBytes) return kOverflow;
-    return static_cast<short>(length > 0 && data == nullptr ? BadArgument(3) : kOk);
+    return length > 0 && data == nullptr ? BadArgument(3) : short{kOk};
 }
 
 std::size_t ByteCount(short length)
@@ -45,26 +31,36 @@ std::size_t ByteCount(short length)
     return static_cast<std::size_t>(std::max<short>(length, 0));
 }
 
-/// The frames of a write. Each asks for as many registers back as it carries data.
-void AddWriteFrames(RequestBuffer& request, std::uint16_t mode, std::uint32_t address,
-                    std::span<const std::uint8_t> data)
+/// Without data there is no frame, and the exchange itself refuses to send nothing.
+short SendNothing(short zelNo)
 {
-    const int registers = RegistersFor(data.size());
-    const int frames = (registers + kWriteFrameRegisters - 1) / kWriteFrameRegisters;
-    for (int frame = 1; frame <= frames; ++frame) {
-        const int first = (frame - 1) * kWriteFrameRegisters;
-        const int end = std::min(registers, first + kWriteFrameRegisters);
-        request.StartCommandFrame(static_cast<std::uint16_t>(end - first));
-        request.AppendRegister(static_cast<std::uint16_t>(frames << 8 | frame));
-        if (frame == 1) {
-            request.AppendRegister(kFlashCode);
-            request.AppendRegister(mode);
-            request.AppendRegister32(address);
-        }
-        for (int i = first; i < end; ++i) {
-            request.AppendRegister(PackedRegister(data, static_cast<std::size_t>(i)));
-        }
-    }
+    RequestBuffer nothing;
+    return Transact(zelNo, nothing);
+}
+
+short WriteFlash(short zelNo, std::uint16_t mode, std::uint32_t address,
+                 std::span<const std::uint8_t> data)
+{
+    // Each frame asks for as many registers back as it carries data.
+    Command command(kFlashCode, Split{.items = RegistersFor(data.size()),
+                                      .itemsPerFrame = kWriteFrameRegisters,
+                                      .readQuantity = 0,
+                                      .readPerItem = 1});
+    command.Word(mode).Long(address);
+    AppendBytes(command, data);
+    return command.Run(zelNo);
+}
+
+/// At most 1024 bytes are read, so that one exchange brings them all.
+short ReadFlash(short zelNo, std::uint16_t mode, std::uint32_t address, std::size_t bytes,
+                ReplyData& reply)
+{
+    const LongReply expected{
+        .dataRegisters = RegistersFor(bytes), .frameRegisters = 124, .extraRegisters = 1};
+    Command command(kFlashCode, expected.FirstQuantity());
+    command.Word(mode).Long(address).Word(bytes);
+    expected.AddReads(command);
+    return command.Run(zelNo, &reply);
 }
 
 } // namespace
@@ -83,10 +79,9 @@ short zelQ_FlashWrite(unsigned short zelNo, unsigned short mode, unsigned int ad
     const auto number = static_cast<short>(zelNo);
     if (const short error = CheckFlash(number, data, length)) return error;
 
-    // Without data there is no frame, and the exchange itself refuses to send nothing.
-    RequestBuffer request;
-    AddWriteFrames(request, mode, address, std::span(data, ByteCount(length)));
-    const short result = Transact(number, request);
+    const std::span area(data, ByteCount(length));
+    const short result =
+        area.empty() ? SendNothing(number) : WriteFlash(number, mode, address, area);
     return Traced("%d=zelQ_FlashWrite(%d,%d,%d,%d)", result, zelNo, mode, address, length);
 }
 
@@ -97,25 +92,10 @@ short zelQ_FlashRead(unsigned short zelNo, unsigned short mode, unsigned int add
     if (const short error = CheckFlash(number, data, length)) return error;
 
     const std::span area(data, ByteCount(length));
-    RequestBuffer nothing;
-    short result = area.empty() ? Transact(number, nothing) : short{kOk};
-    for (std::size_t done = 0; done < area.size();) {
-        const std::span rest = area.subspan(done);
-        const int registers = std::min(RegistersFor(rest.size()), kReadLayout.batchRegisters);
-        const std::span batch = rest.first(2 * static_cast<std::size_t>(registers));
-        const std::uint32_t from = address + static_cast<std::uint32_t>(done);
-        ReplyData reply;
-        result = RunBatchRead(
-            number, kReadLayout, registers,
-            {kFlashCode, mode, Low(from), High(from), static_cast<std::uint16_t>(batch.size())},
-            reply);
-        if (result != kOk) break;
-
-        ReplyReader reader(reply);
-        reader.SkipResult();
-        if (reader.ReadBytes(batch) < batch.size()) return kReplyDataMissing;
-        done += batch.size();
-    }
+    ReplyData reply;
+    const short result =
+        area.empty() ? SendNothing(number) : ReadFlash(number, mode, address, area.size(), reply);
+    if (result == kOk && DataOf(reply).ReadBytes(area) < area.size()) return kReplyDataMissing;
     return Traced("%d=zelQ_FlashRead(%d,%d,%d,%d)", result, zelNo, mode, address, length);
 }
 
@@ -129,9 +109,7 @@ short zelQ_CPUPeek(short zelNo, short space, unsigned int address, unsigned int*
         Command(kCpuPeekCode, kResultAndLong).Word(space).Long(address).Run(zelNo, &reply);
     std::uint32_t read = 0;
     if (result == kOk) {
-        ReplyReader reader(reply);
-        reader.SkipResult();
-        if (!reader.Read(read)) return kReplyDataMissing;
+        if (!ReadData(reply, read)) return kReplyDataMissing;
         if (value != nullptr) *value = read;
     }
     return Traced("%d=zelQ_CPUPeek(%d,%d,%d,%d)", result, zelNo, space, address, read);

@@ -1,5 +1,5 @@
-#include "api/checks.h"
-#include "api/command.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 

@@ -1,6 +1,4 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/units.h"
+#include "api/vocabulary/axis_command.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -220,15 +218,14 @@ short zelQ_HomeDoneCancel(short zelNo, unsigned short axis)
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
 
-    const short result = Command(kHomeDoneCancelCode).Word(1).Word(axis).Run(zelNo);
+    const short result = SendToAxis(kHomeDoneCancelCode, zelNo, axis);
     return Traced("%d=zelQ_HomeDoneCancel(%d,%d)", result, zelNo, axis);
 }
 
 short zelQ_mHomeDoneCancel(short zelNo, short count, const unsigned short* axes)
 {
-    if (const short error = CheckCount(zelNo, count)) return error;
-    if (axes == nullptr) return BadArgument(2);
+    if (const short error = CheckAxes(zelNo, count, axes)) return error;
 
-    const short result = Command(kHomeDoneCancelCode).Word(count).Words(axes, count).Run(zelNo);
+    const short result = SendToAxes(kHomeDoneCancelCode, zelNo, count, axes);
     return Traced("%d=zelQ_mHomeDoneCancel(%d,%d)", result, zelNo, count);
 }

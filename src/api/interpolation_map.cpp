@@ -1,4 +1,4 @@
-#include "api/interpolation.h"
+#include "api/vocabulary/interpolation.h"
 #include "common/trace.h"
 
 #include <algorithm>
@@ -36,11 +36,12 @@ short zelQ_IMapSet(short zelNo, short mapIndex, short axisCount, const unsigned 
 
     Command command(kMapCode);
     command.Word(mapIndex).Word(axisCount).Words(axes, axisCount);
-    const short result = command.Run(zelNo);
-    if (result == kOk) {
-        SessionOf(zelNo).SetMapAxes(static_cast<std::size_t>(mapIndex),
-                                    {axes, static_cast<std::size_t>(axisCount)});
-    }
+    // Within the turn: whoever sets the map next is the next to mirror it, too.
+    const auto mirror = [=](DeviceSession& session) {
+        session.SetMapAxes(static_cast<std::size_t>(mapIndex),
+                           {axes, static_cast<std::size_t>(axisCount)});
+    };
+    const short result = command.Run(zelNo, nullptr, {}, TurnAction(mirror));
     // "ISetMap" in the line, "IMapSet" in the name.
     return Traced("%d=zelQ_ISetMap(%d,%d,%d)", result, zelNo, mapIndex, axisCount);
 }
@@ -49,8 +50,11 @@ short zelQ_IMapClear(short zelNo, short mapIndex)
 {
     if (const short error = CheckMapIndex(zelNo, mapIndex)) return error;
 
-    const short result = Command(kMapCode).Word(mapIndex).Word(0).Run(zelNo);
-    if (result == kOk) SessionOf(zelNo).ClearMap(static_cast<std::size_t>(mapIndex));
+    const auto mirror = [=](DeviceSession& session) {
+        session.ClearMap(static_cast<std::size_t>(mapIndex));
+    };
+    const short result =
+        Command(kMapCode).Word(mapIndex).Word(0).Run(zelNo, nullptr, {}, TurnAction(mirror));
     return Traced("%d=zelQ_IMapClear(%d,%d)", result, zelNo, mapIndex);
 }
 
@@ -60,11 +64,9 @@ short zelQ_IMapGet(short zelNo, unsigned short mapIndex, short* mapOut)
     if (mapIndex >= kMapCount) return BadArgument(1);
     if (mapOut == nullptr) return BadArgument(2);
 
-    RequestBuffer request;
     const auto start = static_cast<std::uint16_t>(kMapRegister + kMapRegisters * mapIndex);
-    if (!request.StartReadFrame(start, kMapRegisters)) return kOverflow;
     ReplyData reply;
-    const short result = Transact(zelNo, request, &reply);
+    const short result = ReadRegisters(zelNo, start, kMapRegisters, reply);
     std::uint8_t count = 0;
     if (result == kOk) {
         ReplyReader reader(reply);

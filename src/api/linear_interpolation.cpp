@@ -1,27 +1,7 @@
-#include "api/interpolation.h"
+#include "api/vocabulary/interpolation.h"
 #include "common/trace.h"
 
 using namespace zelq;
-
-namespace zelq {
-
-void NormalizeInterpSpeed(InterpSpeedProfile& speed)
-{
-    if (!EqualStartAndStop()) return;
-    speed.endSpeed = speed.startSpeed;
-    if (speed.acc == 0.0) speed.startSpeed = speed.driveSpeed;
-    if (speed.dec == 0.0) speed.endSpeed = speed.driveSpeed;
-}
-
-void AddSpeeds(Command& command, const MappedUnits& units, const InterpSpeedProfile& speed)
-{
-    for (const double value :
-         {speed.startSpeed, speed.acc, speed.driveSpeed, speed.dec, speed.endSpeed}) {
-        command.Long(units.Pulses(0, value));
-    }
-}
-
-} // namespace zelq
 
 namespace {
 
@@ -47,8 +27,7 @@ short SendLinearInterp(const LinearMove& move, InterpSpeedProfile* speed)
     const MappedUnits units(move.zelNo, move.mapIndex);
     if (units.Count() < 2) return kTooFewMapAxes;
     if (move.axisCount < 1 || move.axisCount > units.Count()) return BadArgument(3);
-    if (move.position == nullptr) return BadArgument(4);
-    if (speed == nullptr) return BadArgument(5);
+    if (const short error = CheckArrays(4, move.position, speed)) return error;
 
     Command command(kLinearCode);
     command.Word(move.mapIndex)

@@ -1,7 +1,6 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/status_registers.h"
-#include "api/units.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/status_registers.h"
+#include "api/vocabulary/units.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -28,25 +27,19 @@ struct NodeArrays
     /// None may be null: the call's arguments 3 to 9.
     [[nodiscard]] short Check() const
     {
-        int argument = 3;
-        for (const double* array : values) {
-            if (array == nullptr) return BadArgument(argument);
-            ++argument;
-        }
-        for (const short* array : codes) {
-            if (array == nullptr) return BadArgument(argument);
-            ++argument;
-        }
-        return kOk;
+        const auto& [a, b, c, d, e] = values;
+        const auto& [f, g] = codes;
+        return CheckArrays(3, a, b, c, d, e, f, g);
     }
 };
 
 int SendNodes(short zelNo, std::uint16_t axis, short count, const NodeArrays& nodes,
               ReplyData& reply)
 {
-    constexpr std::uint16_t kReadQuantity = 3; // the result and two words, for each frame
-    SplitCommand command(kAddNodesCode, count, kNodesPerFrame,
-                         {axis, static_cast<std::uint16_t>(count)}, kReadQuantity);
+    // Each frame reads its result and two words.
+    Command command(kAddNodesCode,
+                    Split{.items = count, .itemsPerFrame = kNodesPerFrame, .readQuantity = 3});
+    command.Word(axis).Word(count);
     for (int k = 0; k < count; ++k) {
         command.NextItem();
         for (const double* values : nodes.values) {
@@ -78,13 +71,8 @@ bool ReadReplyWords(const ReplyData& reply, int frames, unsigned short* reply1,
 }
 
 constexpr unsigned kStatusRegister = 18;
-using ListRegisters = RegisterBlock<7>;
-
-bool StartStatusRead(RequestBuffer& request, unsigned axis)
-{
-    constexpr auto kQuantity = static_cast<std::uint16_t>(ListRegisters().words.size());
-    return request.StartReadFrame(AxisRegister(axis, kStatusRegister), kQuantity);
-}
+constexpr std::uint16_t kStatusRegisters = 7;
+using ListRegisters = RegisterBlock<kStatusRegisters>;
 
 void FillStatus(LmStatus& status, std::uint16_t axis, const ListRegisters& registers)
 {
@@ -160,13 +148,12 @@ short zelQ_LmRunStop(short zelNo, unsigned short axis, unsigned short run)
 short zelQ_LmGetStatus(short zelNo, short axis, LmStatus* status)
 {
     if (const short error = CheckSession(zelNo)) return error;
-    if (status == nullptr) return BadArgument(2);
+    if (const short error = CheckArrays(2, status)) return error;
 
     const auto index = static_cast<std::uint16_t>(axis);
-    RequestBuffer request;
-    if (!StartStatusRead(request, index)) return kOverflow;
     ReplyData reply;
-    const short result = Transact(zelNo, request, &reply);
+    const short result =
+        ReadRegisters(zelNo, AxisRegister(index, kStatusRegister), kStatusRegisters, reply);
     if (result == kOk) {
         ReplyReader reader(reply);
         ListRegisters registers;
@@ -179,17 +166,17 @@ short zelQ_LmGetStatus(short zelNo, short axis, LmStatus* status)
 short zelQ_LmGetAllStatus(short zelNo, LmStatus* status)
 {
     if (const short error = CheckSession(zelNo)) return error;
-    if (status == nullptr) return BadArgument(1);
+    if (const short error = CheckArrays(1, status)) return error;
     const SlaveList axes = SessionOf(zelNo).Slaves().servoAxes;
     // The code of a changed configuration stands for an empty one here.
     if (axes.count == 0) return kConfigurationChanged;
 
-    RequestBuffer request;
+    RegisterRead read;
     for (const std::uint16_t axis : axes.Numbers()) {
-        if (!StartStatusRead(request, axis)) return kOverflow;
+        read.Block(AxisRegister(axis, kStatusRegister), kStatusRegisters);
     }
     ReplyData reply;
-    if (const short error = Transact(zelNo, request, &reply)) return error;
+    if (const short error = read.Run(zelNo, reply)) return error;
 
     std::array<ListRegisters, kAxisCount> registers;
     ReplyReader reader(reply);

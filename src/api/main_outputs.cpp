@@ -1,5 +1,6 @@
-#include "api/checks.h"
-#include "api/command.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/reply.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -27,7 +28,7 @@ short CheckMainPins(short zelNo, short count, const void* pins)
 {
     if (const short error = CheckSession(zelNo)) return error;
     if (count < 1 || count > static_cast<short>(kMainPins)) return BadArgument(1);
-    return static_cast<short>(pins == nullptr ? BadArgument(2) : kOk);
+    return CheckArrays(2, pins);
 }
 
 /// A pin that the board does not have counts for nothing.
@@ -40,13 +41,6 @@ struct LimitTime
 {
     std::uint16_t packed = 0; ///< three fields
     std::uint32_t time = 0;
-
-    [[nodiscard]] bool ReadFrom(const ReplyData& reply)
-    {
-        ReplyReader reader(reply);
-        reader.SkipResult();
-        return reader.Read(packed) && reader.Read(time);
-    }
 
     [[nodiscard]] unsigned short Field(unsigned first, unsigned bits) const
     {
@@ -86,7 +80,7 @@ short zelQ_MDOSetPins(short zelNo, short count, const unsigned short* pins,
                       const unsigned short* states)
 {
     if (const short error = CheckMainPins(zelNo, count, pins)) return error;
-    if (states == nullptr) return BadArgument(3);
+    if (const short error = CheckArrays(3, states)) return error;
 
     unsigned on = 0;
     unsigned off = 0;
@@ -132,7 +126,7 @@ short zelQ_MDOGetLimitTime(short zelNo, unsigned short pin, unsigned short* limi
     const short result = Command(kGetLimitTimeCode, kResultAndThree).Word(pin).Run(zelNo, &reply);
     if (result == kOk) {
         LimitTime limit;
-        if (!limit.ReadFrom(reply)) return kReplyDataMissing;
+        if (!ReadData(reply, limit.packed, limit.time)) return kReplyDataMissing;
         // Without a place for limitB, none of the three is wanted.
         if (limitB != nullptr) {
             *limitB = limit.Field(0, 2);

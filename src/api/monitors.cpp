@@ -1,5 +1,6 @@
-#include "api/checks.h"
-#include "api/command.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/reply.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -9,15 +10,15 @@ namespace {
 
 constexpr std::uint16_t kMonitorCode = 0x0155;
 
-/// Reads `count` values; those in front of the first missing one are stored.
-bool ReadValues(const ReplyData& reply, short count, unsigned int* values)
+short ReadMonitors(short zelNo, short count, const short* axes, const unsigned short* monitorNos,
+                   ReplyData& reply)
 {
-    ReplyReader reader(reply);
-    reader.SkipResult();
+    Command command(kMonitorCode, 1 + 2 * count);
+    command.Word(count);
     for (int i = 0; i < count; ++i) {
-        if (!reader.Read(values[i])) return false;
+        command.Word(axes[i]).Word(monitorNos[i]);
     }
-    return true;
+    return command.Run(zelNo, &reply);
 }
 
 } // namespace
@@ -28,13 +29,12 @@ short zelQ_MonitorRead(short zelNo, short axis, short monitorNo, unsigned int* v
 {
     if (const short error = CheckSession(zelNo)) return error;
     // The code is that of the call for several items.
-    if (value == nullptr) return BadArgument(4);
+    if (const short error = CheckArrays(4, value)) return error;
 
-    Command command(kMonitorCode, 3);
-    command.Word(1).Word(axis).Word(monitorNo);
+    const auto number = static_cast<unsigned short>(monitorNo);
     ReplyData reply;
-    const short result = command.Run(zelNo, &reply);
-    if (result == kOk && !ReadValues(reply, 1, value)) return kReplyDataMissing;
+    const short result = ReadMonitors(zelNo, 1, &axis, &number, reply);
+    if (result == kOk && !ReadData(reply, *value)) return kReplyDataMissing;
     return Traced("%d=zelQ_MonitorGet(%d,%d,%d)", result, zelNo, axis, monitorNo);
 }
 
@@ -42,17 +42,11 @@ short zelQ_mMonitorRead(short zelNo, short count, const short* axes,
                         const unsigned short* monitorNos, unsigned int* values)
 {
     if (const short error = CheckCount(zelNo, count)) return error;
-    if (values == nullptr) return BadArgument(4);
-    if (axes == nullptr) return BadArgument(2);
-    if (monitorNos == nullptr) return BadArgument(3);
+    if (const short error = CheckArrays(4, values)) return error;
+    if (const short error = CheckArrays(2, axes, monitorNos)) return error;
 
-    Command command(kMonitorCode, static_cast<std::uint16_t>(2 * count + 1));
-    command.Word(count);
-    for (int i = 0; i < count; ++i) {
-        command.Word(axes[i]).Word(monitorNos[i]);
-    }
     ReplyData reply;
-    const short result = command.Run(zelNo, &reply);
-    if (result == kOk && !ReadValues(reply, count, values)) return kReplyDataMissing;
+    const short result = ReadMonitors(zelNo, count, axes, monitorNos, reply);
+    if (result == kOk && !ReadValues(reply, values, count)) return kReplyDataMissing;
     return Traced("%d=zelQ_MonitorGet(%d,%d)", result, zelNo, count);
 }

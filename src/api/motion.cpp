@@ -1,7 +1,4 @@
-#include "api/axis_values.h"
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/units.h"
+#include "api/vocabulary/axis_command.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -12,11 +9,6 @@ namespace {
 constexpr std::uint16_t kMoveVelCode = 0x0010;
 constexpr std::uint16_t kMoveAbsCode = 0x0011;
 constexpr std::uint16_t kMoveRelCode = 0x0012;
-
-short SendMove(std::uint16_t code, short zelNo, std::uint16_t axis, double value)
-{
-    return Command(code).Word(1).Word(axis).Long(ToPulses(zelNo, axis, value)).Run(zelNo);
-}
 
 } // namespace
 
@@ -34,7 +26,7 @@ short zelQ_mMoveVel(short zelNo, short count, const unsigned short* axes, unsign
 {
     if (const short error = CheckCount(zelNo, count)) return error;
     if (dir > 1) return BadArgument(2);
-    if (axes == nullptr) return BadArgument(2);
+    if (const short error = CheckArrays(2, axes)) return error;
 
     Command command(kMoveVelCode);
     command.Word(count).Word(dir).Words(axes, count);
@@ -45,7 +37,7 @@ short zelQ_MoveAbs(short zelNo, unsigned short axis, double pos)
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
 
-    const short result = SendMove(kMoveAbsCode, zelNo, axis, pos);
+    const short result = SendAxisValue(kMoveAbsCode, zelNo, axis, pos);
     return Traced("%d=zelQ_MoveAbs(%d,%d,%g)", result, zelNo, axis, pos);
 }
 
@@ -53,13 +45,13 @@ short zelQ_MoveRel(short zelNo, unsigned short axis, double dist)
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
 
-    const short result = SendMove(kMoveRelCode, zelNo, axis, dist);
+    const short result = SendAxisValue(kMoveRelCode, zelNo, axis, dist);
     return Traced("%d=zelQ_MoveRel(%d,%d,%g)", result, zelNo, axis, dist);
 }
 
 short zelQ_mMoveAbs(short zelNo, short count, const short* axes, const double* pos)
 {
-    if (const short error = CheckAxisValues(zelNo, count, axes, pos)) return error;
+    if (const short error = CheckAxes(zelNo, count, axes, pos)) return error;
 
     const short result = SendAxisValues(kMoveAbsCode, zelNo, count, axes, pos);
     return Traced("%d=zelQ_mMoveAbs(%d,%d)", result, zelNo, count);
@@ -67,7 +59,7 @@ short zelQ_mMoveAbs(short zelNo, short count, const short* axes, const double* p
 
 short zelQ_mMoveRel(short zelNo, short count, const short* axes, const double* dist)
 {
-    if (const short error = CheckAxisValues(zelNo, count, axes, dist)) return error;
+    if (const short error = CheckAxes(zelNo, count, axes, dist)) return error;
 
     const short result = SendAxisValues(kMoveRelCode, zelNo, count, axes, dist);
     return Traced("%d=zelQ_mMoveRel(%d,%d)", result, zelNo, count);

@@ -1,9 +1,8 @@
-#include "api/axis_values.h"
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/units.h"
+#include "api/vocabulary/axis_command.h"
 #include "api/zelq.h"
 #include "common/trace.h"
+
+#include <array>
 
 using namespace zelq;
 
@@ -14,9 +13,19 @@ constexpr std::uint16_t kSpeedCode = 0x0021;
 constexpr std::uint16_t kTargetCode = 0x0022;
 constexpr int kSpeedsPerFrame = 16;
 
-short SendValue(std::uint16_t code, short zelNo, std::uint16_t axis, double value)
+/// Gives each axis its element of each of three arrays.
+template <typename Axis>
+short SendSpeeds(short zelNo, short count, const Axis* axes,
+                 const std::array<const double*, 3>& speeds)
 {
-    return Command(code).Word(1).Word(axis).Long(ToPulses(zelNo, axis, value)).Run(zelNo);
+    Command command(kSpeedCode, Split{.items = count, .itemsPerFrame = kSpeedsPerFrame});
+    command.Word(count);
+    for (int i = 0; i < count; ++i) {
+        const auto axis = static_cast<std::uint16_t>(axes[i]);
+        command.NextItem().Word(axis);
+        AppendPulses(command, zelNo, axis, {speeds[0][i], speeds[1][i], speeds[2][i]});
+    }
+    return command.Run(zelNo);
 }
 
 } // namespace
@@ -25,13 +34,13 @@ short zelQ_OverrideDriveSpeed(short zelNo, unsigned short axis, double speed)
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
 
-    const short result = SendValue(kDriveSpeedCode, zelNo, axis, speed);
+    const short result = SendAxisValue(kDriveSpeedCode, zelNo, axis, speed);
     return Traced("%d=zelQ_OverrideDriveSpeed(%d,%d,%g)", result, zelNo, axis, speed);
 }
 
 short zelQ_mOverrideDriveSpeed(short zelNo, short count, const short* axes, const double* speeds)
 {
-    if (const short error = CheckAxisValues(zelNo, count, axes, speeds)) return error;
+    if (const short error = CheckAxes(zelNo, count, axes, speeds)) return error;
 
     const short result = SendAxisValues(kDriveSpeedCode, zelNo, count, axes, speeds);
     return Traced("%d=zelQ_mOverrideDriveSpeed(%d,%d)", result, zelNo, count);
@@ -41,14 +50,9 @@ short zelQ_OverrideSpeed(short zelNo, unsigned short axis, double val1, double v
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
 
-    Command command(kSpeedCode);
-    command.Word(1).Word(axis);
-    for (const double value : {val1, val2, val3}) {
-        command.Long(ToPulses(zelNo, axis, value));
-    }
+    const short result = SendSpeeds(zelNo, 1, &axis, {&val1, &val2, &val3});
     // Traced in another order than they are sent in.
-    return Traced("%d=zelQ_OverrideSpeed(%d,%d,%g,%g,%g)", command.Run(zelNo), zelNo, axis, val1,
-                  val3, val2);
+    return Traced("%d=zelQ_OverrideSpeed(%d,%d,%g,%g,%g)", result, zelNo, axis, val1, val3, val2);
 }
 
 short zelQ_mOverrideSpeed(unsigned short zelNo, short count, const short* axes, const double* val1,
@@ -56,35 +60,26 @@ short zelQ_mOverrideSpeed(unsigned short zelNo, short count, const short* axes, 
 {
     const auto number = static_cast<short>(zelNo);
     if (const short error = CheckCount(number, count, BadArgument(1))) return error;
-    if (axes == nullptr) return BadArgument(2);
-    if (val1 == nullptr) return BadArgument(3);
-    if (val2 == nullptr) return BadArgument(4);
-    if (val3 == nullptr) return BadArgument(5);
+    if (const short error = CheckArrays(2, axes, val1, val2, val3)) return error;
 
-    SplitCommand command(kSpeedCode, count, kSpeedsPerFrame, {static_cast<std::uint16_t>(count)});
-    for (int i = 0; i < count; ++i) {
-        const auto axis = static_cast<std::uint16_t>(axes[i]);
-        command.NextItem().Word(axis);
-        for (const double value : {val1[i], val2[i], val3[i]}) {
-            command.Long(ToPulses(number, axis, value));
-        }
-    }
+    const short result = SendSpeeds(number, count, axes, {val1, val2, val3});
     // Traced under another name.
-    return Traced("%d=zelQ_mSetSpeed(%d,%d)", command.Run(number), zelNo, count);
+    return Traced("%d=zelQ_mSetSpeed(%d,%d)", result, zelNo, count);
 }
 
 short zelQ_OverrideAbs(short zelNo, unsigned short axis, double pos)
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
 
-    const short result = SendValue(kTargetCode, zelNo, axis, pos);
+    const short result = SendAxisValue(kTargetCode, zelNo, axis, pos);
     return Traced("%d=zelQ_OverrideAbs(%d,%d,%g)", result, zelNo, axis, pos);
 }
 
 short zelQ_mOverrideAbs(short zelNo, short count, const short* axes, const double* pos)
 {
     // A bad count has another code here than in zelQ_mOverrideDriveSpeed.
-    if (const short error = CheckAxisValues(zelNo, count, axes, pos, BadArgument(1))) return error;
+    if (const short error = CheckCount(zelNo, count, BadArgument(1))) return error;
+    if (const short error = CheckArrays(2, axes, pos)) return error;
 
     const short result = SendAxisValues(kTargetCode, zelNo, count, axes, pos);
     return Traced("%d=zelQ_mOverrideAbs(%d,%d)", result, zelNo, count);

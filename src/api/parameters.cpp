@@ -1,4 +1,5 @@
-#include "api/axis_command.h"
+#include "api/vocabulary/axis_command.h"
+#include "api/vocabulary/reply.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -46,8 +47,8 @@ short zelQ_mParamSet(short zelNo, short count, const unsigned short* axes, unsig
     // Count, class and number report each other's codes here.
     if (const short error = CheckCount(zelNo, count, BadArgument(3))) return error;
     if (const short error = CheckParameter(prmClass, prmNo, 1)) return error;
-    if (axes == nullptr) return BadArgument(2);
-    if (values == nullptr) return BadArgument(5);
+    if (const short error = CheckArrays(2, axes)) return error;
+    if (const short error = CheckArrays(5, values)) return error;
 
     Command command(kSetCode);
     command.Word(prmClass).Word(prmNo).Word(count);
@@ -70,11 +71,9 @@ short zelQ_ParamGet(short zelNo, unsigned short axis, unsigned short prmClass, u
     ReplyData reply;
     const short result = command.Run(zelNo, &reply);
     if (result == kOk) {
-        ReplyReader reader(reply);
-        reader.SkipResult();
         std::int32_t read = 0;
         // A reply without the value is no error here.
-        if (reader.Read(read) && value != nullptr) *value = read;
+        if (ReadData(reply, read) && value != nullptr) *value = read;
     }
     return Traced("%d=zelQ_ParamGet(%d,%d,%d,%d)", result, zelNo, axis, prmClass, prmNo);
 }
@@ -86,20 +85,14 @@ short zelQ_mParamGet(unsigned short zelNo, short count, const unsigned short* ax
     if (const short error = CheckSession(number)) return error;
     if (const short error = CheckParameter(prmClass, prmNo, 1)) return error;
     if (const short error = CheckCount(number, count)) return error;
-    if (values == nullptr) return BadArgument(5);
-    if (axes == nullptr) return BadArgument(2);
+    if (const short error = CheckArrays(5, values)) return error;
+    if (const short error = CheckArrays(2, axes)) return error;
 
-    Command command(kGetCode, static_cast<std::uint16_t>(2 * count + 1));
+    Command command(kGetCode, 1 + 2 * count);
     command.Word(prmClass).Word(prmNo).Word(count).Words(axes, count);
     ReplyData reply;
     const short result = command.Run(number, &reply);
-    if (result == kOk) {
-        ReplyReader reader(reply);
-        reader.SkipResult();
-        for (int i = 0; i < count; ++i) {
-            if (!reader.Read(values[i])) return kReplyDataMissing;
-        }
-    }
+    if (result == kOk && !ReadValues(reply, values, count)) return kReplyDataMissing;
     return Traced("%d=zelQ_mParamGet(%d,%d,%d,%d)", result, zelNo, count, prmClass, prmNo);
 }
 
@@ -138,7 +131,7 @@ short zelQ_mParamWriteEeprom(short zelNo, short count, const unsigned short* axe
 short zelQ_ParamGetSysID(short zelNo, unsigned short axis, void* sysId)
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
-    if (sysId == nullptr) return BadArgument(2);
+    if (const short error = CheckArrays(2, sysId)) return error;
 
     constexpr std::size_t kRegisters = 40;
     // The axis follows the code at once: this command has no count.
@@ -147,15 +140,8 @@ short zelQ_ParamGetSysID(short zelNo, unsigned short axis, void* sysId)
     ReplyData reply;
     const short result = command.Run(zelNo, &reply);
     if (result == kOk) {
-        ReplyReader reader(reply);
-        reader.SkipResult();
-        std::array<unsigned char, 2 * kRegisters> bytes{};
-        for (std::size_t i = 0; i < kRegisters; ++i) {
-            std::uint16_t word = 0;
-            if (!reader.Read(word)) return kReplyDataMissing;
-            bytes[2 * i] = static_cast<unsigned char>(word & 0xFFU);
-            bytes[2 * i + 1] = static_cast<unsigned char>(word >> 8U);
-        }
+        std::array<std::uint8_t, 2 * kRegisters> bytes{};
+        if (DataOf(reply).ReadBytes(bytes) < bytes.size()) return kReplyDataMissing;
         std::memcpy(sysId, bytes.data(), bytes.size());
     }
     return Traced("%d=zelQ_ParamGetSysID(%d,%d)", result, zelNo, axis);

@@ -1,7 +1,4 @@
-#include "api/axis_values.h"
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/units.h"
+#include "api/vocabulary/axis_command.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -16,12 +13,6 @@ constexpr std::uint16_t kMultiTurnClearCode = 0x0051;
 constexpr std::uint16_t kGivenPosition = 0;
 constexpr std::uint16_t kEncoderPosition = 1;
 
-short CheckAxes(short zelNo, short count, const unsigned short* axes)
-{
-    if (const short error = CheckCount(zelNo, count, BadArgument(1))) return error;
-    return static_cast<short>(axes == nullptr ? BadArgument(2) : kOk);
-}
-
 } // namespace
 
 short zelQ_CmdEncPosSet(short zelNo, unsigned short axis, double pos)
@@ -35,7 +26,8 @@ short zelQ_CmdEncPosSet(short zelNo, unsigned short axis, double pos)
 
 short zelQ_mCmdEncPosSet(short zelNo, short count, const short* axes, const double* pos)
 {
-    if (const short error = CheckAxisValues(zelNo, count, axes, pos, BadArgument(1))) return error;
+    if (const short error = CheckCount(zelNo, count, BadArgument(1))) return error;
+    if (const short error = CheckArrays(2, axes, pos)) return error;
 
     Command command(kPositionSetCode);
     command.Word(kGivenPosition).Word(count);
@@ -54,7 +46,8 @@ short zelQ_EncToCmdPos(short zelNo, unsigned short axis)
 
 short zelQ_mEncToCmdPos(short zelNo, short count, const unsigned short* axes)
 {
-    if (const short error = CheckAxes(zelNo, count, axes)) return error;
+    if (const short error = CheckCount(zelNo, count, BadArgument(1))) return error;
+    if (const short error = CheckArrays(2, axes)) return error;
 
     Command command(kPositionSetCode);
     command.Word(kEncoderPosition).Word(count).Words(axes, count);
@@ -65,14 +58,15 @@ short zelQ_AbsEncMultiTurnClear(short zelNo, unsigned short axis)
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
 
-    const short result = Command(kMultiTurnClearCode).Word(1).Word(axis).Run(zelNo);
+    const short result = SendToAxis(kMultiTurnClearCode, zelNo, axis);
     return Traced("%d=zelQ_AbsEncMultiTurnClear(%d,%d)", result, zelNo, axis);
 }
 
 short zelQ_mAbsEncMultiTurnClear(short zelNo, short count, const unsigned short* axes)
 {
-    if (const short error = CheckAxes(zelNo, count, axes)) return error;
+    if (const short error = CheckCount(zelNo, count, BadArgument(1))) return error;
+    if (const short error = CheckArrays(2, axes)) return error;
 
-    const short result = Command(kMultiTurnClearCode).Word(count).Words(axes, count).Run(zelNo);
+    const short result = SendToAxes(kMultiTurnClearCode, zelNo, count, axes);
     return Traced("%d=zelQ_mAbsEncMultiTurnClear(%d,%d)", result, zelNo, count);
 }

@@ -1,5 +1,6 @@
-#include "api/checks.h"
-#include "api/command.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/reply.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -87,7 +88,7 @@ short CheckPins(short zelNo, unsigned short slave, short count, const unsigned s
 {
     if (const short error = CheckAxis(zelNo, slave)) return error;
     if (count < 1 || count > kPinsPerSlave) return BadArgument(2);
-    if (pins == nullptr) return BadArgument(3);
+    if (const short error = CheckArrays(3, pins)) return error;
     const bool tooHigh =
         std::any_of(pins, pins + count, [](unsigned pin) { return pin > kPinsPerSlave; });
     return static_cast<short>(tooHigh ? kBadOutputSlave : kOk);
@@ -128,7 +129,7 @@ short zelQ_aRDOSet(short zelNo, short count, const unsigned int* values)
     if (const short error = CheckCount(zelNo, count, BadArgument(1))) return error;
     const SlaveList outputs = SessionOf(zelNo).Slaves().outputSlaves;
     if (count > static_cast<short>(outputs.count)) return kBadOutputSlave;
-    if (values == nullptr) return BadArgument(2);
+    if (const short error = CheckArrays(2, values)) return error;
 
     Command command(kRemoteSetCode);
     command.Word(count);
@@ -189,7 +190,7 @@ short zelQ_RDOSetPins(short zelNo, unsigned short slave, short count, const unsi
                       const unsigned short* states)
 {
     if (const short error = CheckPins(zelNo, slave, count, pins)) return error;
-    if (states == nullptr) return BadArgument(4);
+    if (const short error = CheckArrays(4, states)) return error;
 
     PinMasks masks;
     for (int i = 0; i < count; ++i) {
@@ -204,9 +205,9 @@ short zelQ_aRDOSetPins(short zelNo, short count, const unsigned short* slaveInde
                        const unsigned short* pins, const unsigned short* states)
 {
     if (const short error = CheckSession(zelNo)) return error;
-    if (count > 0 && slaveIndexes == nullptr) return BadArgument(2);
-    if (count > 0 && pins == nullptr) return BadArgument(3);
-    if (count > 0 && states == nullptr) return BadArgument(4);
+    if (count > 0) {
+        if (const short error = CheckArrays(2, slaveIndexes, pins, states)) return error;
+    }
     SlaveMasks masks;
     if (const short error = CollectPins(zelNo, count, slaveIndexes, pins, states, masks)) {
         return error;
@@ -236,8 +237,9 @@ short zelQ_aRDOSetTogPins(short zelNo, short count, const unsigned short* slaveI
                           const unsigned short* pins)
 {
     if (const short error = CheckSession(zelNo)) return error;
-    if (count > 0 && slaveIndexes == nullptr) return BadArgument(2);
-    if (count > 0 && pins == nullptr) return BadArgument(3);
+    if (count > 0) {
+        if (const short error = CheckArrays(2, slaveIndexes, pins)) return error;
+    }
     SlaveMasks masks;
     if (const short error = CollectPins(zelNo, count, slaveIndexes, pins, nullptr, masks)) {
         return error;
@@ -267,9 +269,7 @@ short zelQ_RDOLinkFailKeepOutGet(short zelNo, unsigned int* value)
         Command(kLinkFailKeepOutCode, kResultAndLong).Word(kGet).Run(zelNo, &reply);
     std::uint32_t read = 0;
     if (result == kOk) {
-        ReplyReader reader(reply);
-        reader.SkipResult();
-        if (!reader.Read(read)) return kReplyDataMissing;
+        if (!ReadData(reply, read)) return kReplyDataMissing;
         if (value != nullptr) *value = read;
     }
     return Traced("%d=zelQ_RDOLinkFailKeepOutGet(%d,%d)", result, zelNo, read);

@@ -1,9 +1,8 @@
-#include "api/checks.h"
-#include "api/command.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/reply.h"
 #include "api/zelq.h"
 #include "common/trace.h"
-
-#include <array>
 
 using namespace zelq;
 
@@ -14,17 +13,6 @@ constexpr std::uint16_t kRtexCycleCode = 0x1008;
 
 constexpr std::uint16_t kSet = 0;
 constexpr std::uint16_t kGet = 1;
-
-template <std::size_t Count>
-bool ReadWords(const ReplyData& reply, std::array<std::uint16_t, Count>& words)
-{
-    ReplyReader reader(reply);
-    reader.SkipResult();
-    for (std::uint16_t& word : words) {
-        if (!reader.Read(word)) return false;
-    }
-    return true;
-}
 
 } // namespace
 
@@ -45,12 +33,12 @@ short zelQ_UseMaroDefParamGet(short zelNo, unsigned short* use)
     ReplyData reply;
     const short result =
         Command(kDefaultParametersCode, kResultAndWord).Word(kGet).Run(zelNo, &reply);
-    std::array<std::uint16_t, 1> words{};
+    std::uint16_t read = 0;
     if (result == kOk) {
-        if (!ReadWords(reply, words)) return kReplyDataMissing;
-        if (use != nullptr) *use = words[0];
+        if (!ReadData(reply, read)) return kReplyDataMissing;
+        if (use != nullptr) *use = read;
     }
-    return Traced("%d=zelQ_UseMaroDefParamGet(%d,%d)", result, zelNo, words[0]);
+    return Traced("%d=zelQ_UseMaroDefParamGet(%d,%d)", result, zelNo, read);
 }
 
 short zelQ_RtexCycleSet(short zelNo, short first, short second, int third)
@@ -70,11 +58,12 @@ short zelQ_RtexCycleGet(short zelNo, unsigned short* first, unsigned short* seco
     constexpr std::uint16_t kResultAndTwo = 3;
     ReplyData reply;
     const short result = Command(kRtexCycleCode, kResultAndTwo).Word(kGet).Run(zelNo, &reply);
-    std::array<std::uint16_t, 2> words{};
+    std::uint16_t read1 = 0;
+    std::uint16_t read2 = 0;
     if (result == kOk) {
-        if (!ReadWords(reply, words)) return kReplyDataMissing;
-        if (first != nullptr) *first = words[0];
-        if (second != nullptr) *second = words[1];
+        if (!ReadData(reply, read1, read2)) return kReplyDataMissing;
+        if (first != nullptr) *first = read1;
+        if (second != nullptr) *second = read2;
     }
-    return Traced("%d=zelQ_RtexCycleGet(%d,%d,%d)", result, zelNo, words[0], words[1]);
+    return Traced("%d=zelQ_RtexCycleGet(%d,%d,%d)", result, zelNo, read1, read2);
 }

@@ -1,5 +1,6 @@
-#include "api/checks.h"
-#include "api/command.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/reply.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -55,15 +56,14 @@ short zelQ_SearchMove(unsigned short zelNo, unsigned short axis, unsigned short 
 short zelQ_SearchGetStatus(short zelNo, unsigned short axis, SearchStatus* out)
 {
     if (const short error = CheckSession(zelNo)) return error;
-    if (out == nullptr) return BadArgument(2);
+    if (const short error = CheckArrays(2, out)) return error;
 
     Command command(kSearchStatusCode, StatusQuantity(1));
     command.Word(1).Word(axis);
     ReplyData reply;
     const short result = command.Run(zelNo, &reply);
     if (result == kOk) {
-        ReplyReader reader(reply);
-        reader.SkipResult();
+        ReplyReader reader = DataOf(reply);
         if (!ReadStatus(reader, SessionOf(zelNo).UnitPerPulse(axis), *out)) {
             return kReplyDataMissing;
         }
@@ -74,8 +74,7 @@ short zelQ_SearchGetStatus(short zelNo, unsigned short axis, SearchStatus* out)
 short zelQ_mSearchGetStatus(short zelNo, short count, const short* axes, SearchStatus* out)
 {
     if (const short error = CheckSession(zelNo)) return error;
-    if (axes == nullptr) return BadArgument(2);
-    if (out == nullptr) return BadArgument(3);
+    if (const short error = CheckArrays(2, axes, out)) return error;
 
     constexpr short kMostAxes = 118; // that a frame can carry, beside mark, code and count
     Command command(kSearchStatusCode, StatusQuantity(count));
@@ -85,8 +84,7 @@ short zelQ_mSearchGetStatus(short zelNo, short count, const short* axes, SearchS
     ReplyData reply;
     const short result = command.Run(zelNo, &reply);
     if (result == kOk) {
-        ReplyReader reader(reply);
-        reader.SkipResult();
+        ReplyReader reader = DataOf(reply);
         for (int i = 0; i < count; ++i) {
             const double unit = SessionOf(zelNo).UnitPerPulse(static_cast<std::uint16_t>(axes[i]));
             if (!ReadStatus(reader, unit, out[i])) return kReplyDataMissing;

@@ -1,6 +1,6 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/status_registers.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/status_registers.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -51,8 +51,8 @@ Command WaitInput(InputSource source, InputForm form)
 }
 
 constexpr std::uint16_t kStatusRegister = 0xF4AA;
-using SeqRegisters = RegisterBlock<6>;
-constexpr auto kStatusRegisters = static_cast<std::uint16_t>(SeqRegisters().words.size());
+constexpr std::uint16_t kStatusRegisters = 6; // of one program
+using SeqRegisters = RegisterBlock<kStatusRegisters>;
 
 void FillStatus(SeqStatus& status, const SeqRegisters& registers)
 {
@@ -152,7 +152,7 @@ short zelQ_SeqResume(short zelNo, unsigned short seq)
 short zelQ_SeqFuncWaitMovDone(short zelNo, short waitMode, short count, const unsigned short* axes)
 {
     if (const short error = CheckCount(zelNo, count)) return error;
-    if (axes == nullptr) return BadArgument(3);
+    if (const short error = CheckArrays(3, axes)) return error;
 
     Command command(kWaitMotionCode);
     command.Word(waitMode).Word(count).Words(axes, count);
@@ -166,7 +166,7 @@ short zelQ_SeqFuncWaitPreRegEmpty(short zelNo, short waitMode, short count,
     if (const short error = CheckSession(zelNo)) return error;
     if (waitMode < 1 || waitMode > 3) return BadArgument(1);
     if (const short error = CheckCount(zelNo, count)) return error;
-    if (items == nullptr) return BadArgument(3);
+    if (const short error = CheckArrays(3, items)) return error;
 
     Command command(kWaitPreRegisterCode);
     command.Word(waitMode).Word(count).Words(items, count);
@@ -245,13 +245,11 @@ short zelQ_SeqGetStatus(short zelNo, unsigned short seq, SeqStatus* status)
     if (const short error = CheckSession(zelNo)) return error;
     // Unlike the program calls, this one counts its arguments as all others do.
     if (seq >= kPrograms) return BadArgument(1);
-    if (status == nullptr) return BadArgument(2);
+    if (const short error = CheckArrays(2, status)) return error;
 
-    RequestBuffer request;
     const auto first = static_cast<std::uint16_t>(kStatusRegister + seq * kStatusRegisters);
-    if (!request.StartReadFrame(first, kStatusRegisters)) return kOverflow;
     ReplyData reply;
-    const short result = Transact(zelNo, request, &reply);
+    const short result = ReadRegisters(zelNo, first, kStatusRegisters, reply);
     if (result == kOk) {
         ReplyReader reader(reply);
         SeqRegisters registers;
@@ -264,12 +262,13 @@ short zelQ_SeqGetStatus(short zelNo, unsigned short seq, SeqStatus* status)
 short zelQ_SeqGetAllStatus(short zelNo, SeqAllStatus* status)
 {
     if (const short error = CheckSession(zelNo)) return error;
-    if (status == nullptr) return BadArgument(1);
+    if (const short error = CheckArrays(1, status)) return error;
 
-    RequestBuffer request;
-    if (!request.StartReadFrame(kStatusRegister, kPrograms * kStatusRegisters)) return kOverflow;
+    constexpr std::uint16_t kAllRegisters = kPrograms * kStatusRegisters;
     ReplyData reply;
-    if (const short error = Transact(zelNo, request, &reply)) return error;
+    if (const short error = ReadRegisters(zelNo, kStatusRegister, kAllRegisters, reply)) {
+        return error;
+    }
 
     ReplyReader reader(reply);
     std::array<SeqRegisters, kPrograms> programs;

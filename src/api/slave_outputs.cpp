@@ -1,5 +1,5 @@
-#include "api/checks.h"
-#include "api/command.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -43,10 +43,7 @@ short zelQ_SDOSet(short zelNo, unsigned short axis, unsigned short out1, unsigne
 short zelQ_mSDOSet(short zelNo, short count, const unsigned short* axes,
                    const unsigned short* out1Values, const unsigned short* out2Values)
 {
-    if (const short error = CheckCount(zelNo, count)) return error;
-    if (axes == nullptr) return BadArgument(2);
-    if (out1Values == nullptr) return BadArgument(3);
-    if (out2Values == nullptr) return BadArgument(4);
+    if (const short error = CheckAxes(zelNo, count, axes, out1Values, out2Values)) return error;
 
     Command command(kDriveOutputSetCode);
     command.Word(count);

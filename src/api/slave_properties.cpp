@@ -1,6 +1,5 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/type_word.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 #include "transport/slave_reader.h"
@@ -10,18 +9,17 @@ using namespace zelq;
 namespace {
 
 constexpr std::uint16_t kPropertyCode = 0x01B0;
-constexpr unsigned kTypeWordRegister = 0x38;
 
 /// What both reading calls report, beside the number.
-void FillProperty(SlaveProperty& property, std::uint32_t typeWord)
+void FillProperty(SlaveProperty& property, SlaveTypeWord typeWord)
 {
-    property.type = TypeBits(typeWord, 0, 3);
-    property.seriesCode = TypeBits(typeWord, 4, 6);
-    property.motorCode = TypeBits(typeWord, 7, 10);
-    property.encoderCode = TypeBits(typeWord, 11, 14);
-    property.limitLogic = TypeBits(typeWord, 15, 16);
-    property.homeLogic = TypeBits(typeWord, 17, 18);
-    property.absoluteEncoder = TypeBits(typeWord, 23, 23);
+    property.type = static_cast<std::uint16_t>(typeWord.Type());
+    property.seriesCode = typeWord.SeriesCode();
+    property.motorCode = typeWord.MotorCode();
+    property.encoderCode = typeWord.EncoderCode();
+    property.limitLogic = typeWord.LimitLogic();
+    property.homeLogic = typeWord.HomeLogic();
+    property.absoluteEncoder = typeWord.AbsoluteEncoder();
 }
 
 } // namespace
@@ -58,13 +56,14 @@ short zelQ_SlavePropertyGet(unsigned short zelNo, short axis, SlaveProperty* pro
     ReplyData reply;
     const short result = ReadRegisters(number, AxisRegister(index, kTypeWordRegister), 2, reply);
     if (result == kOk) {
-        std::uint32_t typeWord = 0;
-        if (!ReplyReader(reply).Read(typeWord)) return kReplyDataMissing;
-        const auto type = static_cast<SlaveType>(TypeBits(typeWord, 0, 3));
+        std::uint32_t bits = 0;
+        if (!ReplyReader(reply).Read(bits)) return kReplyDataMissing;
+        const SlaveTypeWord typeWord(bits);
+        const SlaveType type = typeWord.Type();
         if (type == SlaveType::kNone) return kBadAxis;
         if (type == SlaveType::kServo) {
             FillProperty(*property, typeWord);
-            property->inputUse = TypeBits(typeWord, 19, 21);
+            property->inputUse = typeWord.InputUse();
         }
         if (type <= SlaveType::kOutput) {
             property->axis = index;
@@ -83,7 +82,7 @@ short zelQ_SlavePropertyGetAll(short zelNo, SlaveProperty* properties)
     if (result == kOk) {
         const SlaveConfig slaves = SessionOf(zelNo).Slaves();
         for (std::size_t i = 0; i < kAxisCount; ++i) {
-            const bool absent = slaves.TypeOf(i) == SlaveType::kNone;
+            const bool absent = slaves.typeWords[i].Type() == SlaveType::kNone;
             properties[i].axis = absent ? kNoSlave : static_cast<std::uint16_t>(i);
             FillProperty(properties[i], slaves.typeWords[i]);
         }

@@ -1,5 +1,5 @@
-#include "api/checks.h"
-#include "api/command.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -39,7 +39,7 @@ short zelQ_mStop(short zelNo, short count, const unsigned short* axes, unsigned 
 {
     if (const short error = CheckCount(zelNo, count, BadArgument(1))) return error;
     if (mode > 1) return BadArgument(2);
-    if (axes == nullptr) return BadArgument(2);
+    if (const short error = CheckArrays(2, axes)) return error;
 
     Command command(kStopAxesCode);
     command.Word(mode).Word(count).Words(axes, count);

@@ -1,6 +1,5 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/units.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/units.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -41,10 +40,7 @@ struct SwLimitOutputs
     /// The code of the first missing one, which is the call's argument `first`.
     [[nodiscard]] short Check(int first) const
     {
-        if (mode1 == nullptr) return BadArgument(first);
-        if (pos1 == nullptr) return BadArgument(first + 1);
-        if (mode2 == nullptr) return BadArgument(first + 2);
-        return static_cast<short>(pos2 == nullptr ? BadArgument(first + 3) : kOk);
+        return CheckArrays(first, mode1, pos1, mode2, pos2);
     }
 
     void Store(int i, const SwLimits& limits, double unitPerPulse) const
@@ -96,19 +92,17 @@ short zelQ_mSwLimitGet(short zelNo, short count, const unsigned short* axes,
                        unsigned short* slMode1, double* slPos1, unsigned short* slMode2,
                        double* slPos2)
 {
-    if (const short error = CheckCount(zelNo, count)) return error;
-    if (axes == nullptr) return BadArgument(2);
+    if (const short error = CheckAxes(zelNo, count, axes)) return error;
     if (const short error = ValidateAxisList(zelNo, count, axes)) return error;
     const SwLimitOutputs outputs{slMode1, slPos1, slMode2, slPos2};
     if (const short error = outputs.Check(3)) return error;
 
-    RequestBuffer request;
+    RegisterRead read;
     for (int i = 0; i < count; ++i) {
-        const std::uint16_t start = AxisRegister(axes[i], kSwLimitRegister);
-        if (!request.StartReadFrame(start, kSwLimitRegisters)) return kOverflow;
+        read.Block(AxisRegister(axes[i], kSwLimitRegister), kSwLimitRegisters);
     }
     ReplyData reply;
-    const short result = Transact(zelNo, request, &reply);
+    const short result = read.Run(zelNo, reply);
     if (result == kOk) {
         ReplyReader reader(reply);
         for (int i = 0; i < count; ++i) {

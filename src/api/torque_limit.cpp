@@ -1,6 +1,6 @@
-#include "api/checks.h"
-#include "api/command.h"
-#include "api/status_registers.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/command.h"
+#include "api/vocabulary/status_registers.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -35,32 +35,23 @@ std::uint16_t PackCodes(unsigned high, unsigned low)
     return static_cast<std::uint16_t>((high & 0xFFU) << 8U | (low & 0xFFU));
 }
 
-template <typename AnyCommand>
-void AppendLimit(AnyCommand& command, std::uint16_t axis, const TorqueLimit& limit)
-{
-    command.Word(axis).Word(limit.enable).Word(limit.limit1).Word(limit.limit2);
-    command.Word(limit.param3).Word(limit.codes).Long(limit.value);
-}
-
-short SendLimit(short zelNo, std::uint16_t axis, const TorqueLimit& limit)
-{
-    Command command(kTorqueLimitCode);
-    command.Word(1);
-    AppendLimit(command, axis, limit);
-    return command.Run(zelNo);
-}
-
 /// `limitOf(i)` is what axes[i] is told.
 template <typename AxisNumber, typename LimitOf>
 short SendLimits(short zelNo, short count, const AxisNumber* axes, LimitOf limitOf)
 {
-    SplitCommand command(kTorqueLimitCode, count, kAxesPerFrame,
-                         {static_cast<std::uint16_t>(count)});
+    Command command(kTorqueLimitCode, Split{.items = count, .itemsPerFrame = kAxesPerFrame});
+    command.Word(count);
     for (int i = 0; i < count; ++i) {
-        command.NextItem();
-        AppendLimit(command, static_cast<std::uint16_t>(axes[i]), limitOf(i));
+        const TorqueLimit limit = limitOf(i);
+        command.NextItem().Word(axes[i]).Word(limit.enable).Word(limit.limit1).Word(limit.limit2);
+        command.Word(limit.param3).Word(limit.codes).Long(limit.value);
     }
     return command.Run(zelNo);
+}
+
+short SendLimit(short zelNo, std::uint16_t axis, const TorqueLimit& limit)
+{
+    return SendLimits(zelNo, 1, &axis, [&limit](int) { return limit; });
 }
 
 using StatusRegisters = RegisterBlock<8>;
@@ -104,14 +95,10 @@ short zelQ_mTorqueLimitSet(unsigned short zelNo, short count, const unsigned sho
                            const unsigned short* trqCodeLo, const unsigned int* trqValue)
 {
     const auto number = static_cast<short>(zelNo);
-    if (const short error = CheckCount(number, count)) return error;
-    if (axes == nullptr) return BadArgument(2);
-    if (trqLimit1 == nullptr) return BadArgument(3);
-    if (trqLimit2 == nullptr) return BadArgument(4);
-    if (trqParam3 == nullptr) return BadArgument(5);
-    if (trqCodeHi == nullptr) return BadArgument(6);
-    if (trqCodeLo == nullptr) return BadArgument(7);
-    if (trqValue == nullptr) return BadArgument(8);
+    if (const short error = CheckAxes(number, count, axes, trqLimit1, trqLimit2, trqParam3,
+                                      trqCodeHi, trqCodeLo, trqValue)) {
+        return error;
+    }
 
     const short result = SendLimits(number, count, axes, [=](int i) {
         const std::uint16_t codes = PackCodes(trqCodeHi[i], trqCodeLo[i]);
@@ -132,9 +119,7 @@ short zelQ_mTorqueLimitFree(unsigned short zelNo, short count, const short* axes
                             const unsigned int* values)
 {
     const auto number = static_cast<short>(zelNo);
-    if (const short error = CheckCount(number, count)) return error;
-    if (axes == nullptr) return BadArgument(2);
-    if (values == nullptr) return BadArgument(3);
+    if (const short error = CheckAxes(number, count, axes, values)) return error;
 
     // Unlike the call for one axis this leaves the limit on, at values that limit nothing.
     const short result =
@@ -145,7 +130,7 @@ short zelQ_mTorqueLimitFree(unsigned short zelNo, short count, const short* axes
 short zelQ_TorqueLimitGetStatus(short zelNo, unsigned short axis, TorqueLimitStatus* status)
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
-    if (status == nullptr) return BadArgument(2);
+    if (const short error = CheckArrays(2, status)) return error;
     if (!AxisIsServo(zelNo, axis)) return kBadAxis;
 
     constexpr unsigned kStatusRegister = 47;

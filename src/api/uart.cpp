@@ -1,6 +1,6 @@
-#include "api/byte_transfer.h"
-#include "api/checks.h"
-#include "api/command.h"
+#include "api/vocabulary/byte_transfer.h"
+#include "api/vocabulary/checks.h"
+#include "api/vocabulary/reply.h"
 #include "api/zelq.h"
 #include "common/trace.h"
 
@@ -18,9 +18,20 @@ constexpr std::uint16_t kUartReadCode = 0x0173;
 constexpr short kMaxWriteBytes = 1024;
 constexpr int kWriteFrameRegisters = 118;
 
-/// Behind the result register stands how many bytes the controller has; then the bytes come.
-constexpr BatchLayout kReadLayout = {
-    .batchRegisters = 691, .frameRegisters = 123, .extraRegisters = 2};
+/// The data registers of one exchange at most.
+constexpr int kBatchRegisters = 691;
+
+/// What the controller sends of what it has received, `registers` at most: behind the result
+/// register how many bytes it has, then the bytes.
+short ReadBatch(short zelNo, int registers, ReplyData& reply)
+{
+    const LongReply expected{
+        .dataRegisters = registers, .frameRegisters = 123, .extraRegisters = 2};
+    Command command(kUartReadCode, expected.FirstQuantity());
+    command.Word(2 * registers);
+    expected.AddReads(command);
+    return command.Run(zelNo, &reply);
+}
 
 } // namespace
 
@@ -52,22 +63,20 @@ short zelQ_UARTWrite(unsigned short zelNo, const void* data, short len)
     const auto number = static_cast<short>(zelNo);
     if (const short error = CheckSession(number)) return error;
     if (len < 1 || len > kMaxWriteBytes) return BadArgument(2);
-    if (data == nullptr) return BadArgument(1);
+    if (const short error = CheckArrays(1, data)) return error;
 
     const std::span bytes(static_cast<const std::uint8_t*>(data), static_cast<std::size_t>(len));
-    const int registers = RegistersFor(bytes.size());
-    SplitCommand command(kUartWriteCode, registers, kWriteFrameRegisters,
-                         {static_cast<std::uint16_t>(len)});
-    for (int i = 0; i < registers; ++i) {
-        command.NextItem().Word(PackedRegister(bytes, static_cast<std::size_t>(i)));
-    }
+    Command command(kUartWriteCode, Split{.items = RegistersFor(bytes.size()),
+                                          .itemsPerFrame = kWriteFrameRegisters});
+    command.Word(len);
+    AppendBytes(command, bytes);
     return Traced("%d=zelQ_UARTWrite(%d,%d)", command.Run(number), zelNo, len);
 }
 
 short zelQ_UARTRead(short zelNo, void* buf, short maxLen, unsigned short* readLen)
 {
     if (const short error = CheckSession(zelNo)) return error;
-    if (readLen == nullptr) return BadArgument(3);
+    if (const short error = CheckArrays(3, readLen)) return error;
     if (maxLen > 0 && buf == nullptr) return BadArgument(1);
 
     const std::size_t room = static_cast<std::size_t>(std::max<short>(maxLen, 0));
@@ -75,15 +84,13 @@ short zelQ_UARTRead(short zelNo, void* buf, short maxLen, unsigned short* readLe
     short result = kOk;
     for (std::size_t done = 0; done < room;) {
         const std::span rest = area.subspan(done);
-        const int registers = std::min(RegistersFor(rest.size()), kReadLayout.batchRegisters);
+        const int registers = std::min(RegistersFor(rest.size()), kBatchRegisters);
         const std::size_t batchBytes = 2 * static_cast<std::size_t>(registers);
         ReplyData reply;
-        result = RunBatchRead(zelNo, kReadLayout, registers,
-                              {kUartReadCode, static_cast<std::uint16_t>(batchBytes)}, reply);
+        result = ReadBatch(zelNo, registers, reply);
         if (result != kOk) break;
 
-        ReplyReader reader(reply);
-        reader.SkipResult();
+        ReplyReader reader = DataOf(reply);
         std::uint16_t available = 0;
         if (!reader.Read(available)) return kReplyDataMissing;
         if (done == 0) *readLen = available;

@@ -27,7 +27,11 @@
  * @section threads Threads
  * Every function may be called from any thread at any time. Calls for one controller take turns,
  * among the threads and among the processes of one user; calls for different controllers run in
- * parallel. A call blocks its own thread until it is done; the library has no thread of its own.
+ * parallel. A call blocks its own thread until it is done; the library has no thread of its own. A
+ * caller that has waited 4 s for its turn goes on without it: what held it is stuck.
+ *
+ * On Linux a process that was forked has none of its parent's connections: its calls give
+ * #ZELQ_NOT_OPEN until it connects for itself.
  *
  * @section tracing Trace
  * Every finished call writes one line (the result, the function's name and its arguments) to the
@@ -126,6 +130,10 @@ ZELQ_API short ZELQ_CALL zelQ_Connect(short zelNo, short ip1, short ip2, unsigne
 /**
  * Closes the connection to a controller. Its session stays: units, time-outs and settings are
  * there again after the next zelQ_Connect(). Unknown controllers are ignored.
+ *
+ * A call in progress is waited for. Once this has returned, and for every call whose turn comes
+ * after it, the answer is #ZELQ_NOT_OPEN until the next zelQ_Connect(): a call that was waiting
+ * meanwhile sends nothing.
  *
  * @param zelNo controller number, 1..254
  * @note Threads: any; waits up to 4 s for a call in progress.

@@ -1,17 +1,42 @@
 #pragma once
 
+#include <cfloat>
+#include <cmath>
 #include <cstdint>
+
+// A wider evaluation rounds twice: 10 / 0.001 would be 9999 pulses.
+static_assert(FLT_EVAL_METHOD == 0 || FLT_EVAL_METHOD == 1,
+              "doubles are to be evaluated as doubles, on 32-bit x86 by -msse2 -mfpmath=sse");
 
 namespace zelq {
 
-/// Truncates toward zero; what a signed 32-bit number cannot hold, infinities and NaN give
-/// 0x80000000, on every system and in every family of calls.
+// Some applications have the processor trap on floating-point exceptions. No conversion raises one,
+// but that its result is inexact: what has no result is found by quiet comparisons, which are false
+// for NaN, before anything is calculated from it.
+
+/// What a signed 32-bit number cannot hold becomes this, on every system and in every family of
+/// calls, and so do infinities and NaN.
+inline constexpr std::int32_t kNoInt32 = INT32_MIN;
+
+/// Truncates toward zero.
 inline std::int32_t TruncateToInt32(double value)
 {
     constexpr double kAboveMax = 2147483648.0;
     constexpr double kBelowMin = -2147483649.0;
-    if (value > kBelowMin && value < kAboveMax) return static_cast<std::int32_t>(value);
-    return INT32_MIN;
+    if (!std::isgreater(value, kBelowMin) || !std::isless(value, kAboveMax)) return kNoInt32;
+    return static_cast<std::int32_t>(value);
+}
+
+/// `value` / `unit`, truncated toward zero.
+inline std::int32_t QuotientToInt32(double value, double unit)
+{
+    constexpr double kBeyondAll = 4294967296.0;
+    const double size = std::abs(value);
+    const double unitSize = std::abs(unit);
+    if (std::isless(size, unitSize)) return 0;
+    if (!std::isgreaterequal(size, unitSize) || std::isinf(size)) return kNoInt32;
+    if (std::isless(unitSize, 1.0) && !std::isless(size, unitSize * kBeyondAll)) return kNoInt32;
+    return TruncateToInt32(value / unit);
 }
 
 } // namespace zelq

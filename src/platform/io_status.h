@@ -10,7 +10,7 @@ enum class IoStatus {
     kBlocked,  ///< nothing can be moved now: wait for readiness, or try again
     kTimedOut, ///< nothing came in time
     kClosed,   ///< the peer has closed, or the connection is broken
-    kFailed,   ///< any other error, told by LastError
+    kFailed,   ///< any other error
 };
 
 struct IoResult

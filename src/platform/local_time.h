@@ -4,7 +4,7 @@
 
 namespace zelq::platform {
 
-/// The local wall-clock time.
-std::tm LocalTime();
+/// The local wall-clock time at `time`.
+std::tm LocalTime(std::time_t time);
 
 } // namespace zelq::platform

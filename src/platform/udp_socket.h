@@ -1,5 +1,6 @@
 #pragma once
 
+#include "native/udp_state.h"
 #include "platform/clock.h"
 #include "platform/io_status.h"
 
@@ -30,11 +31,7 @@ class UdpSocket
     WaitStatus WaitReadable(Deadline deadline);
 
   private:
-    using Handle = std::intptr_t;
-    static constexpr Handle kNone = -1;
-
-    Handle handle_ = kNone;
-    Handle event_ = kNone; ///< readiness event where the system has one
+    UdpState state_;
     alignas(8) std::array<std::byte, 32> destination_{}; ///< the system's form of the address
 };
 

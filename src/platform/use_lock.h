@@ -1,35 +1,12 @@
 #pragma once
 
-#include <shared_mutex>
+// The system's own state of what is declared here stands in its own folder; the build names it.
+#include "native/use_lock.h"
 
 namespace zelq::platform {
 
-// Shared by those who use a thing, exclusive to whoever takes it away.
-
-#ifdef _WIN32
-
-/// The system's own slim lock: the language's shared mutex comes without its clean-up here, and
-/// would leave memory behind with every object.
-class UseLock
-{
-  public:
-    UseLock() = default;
-    UseLock(const UseLock&) = delete;
-    UseLock& operator=(const UseLock&) = delete;
-
-    void lock();
-    void unlock();
-    void lock_shared();
-    void unlock_shared();
-
-  private:
-    void* state_ = nullptr;
-};
-
-#else
-
-using UseLock = std::shared_mutex;
-
-#endif
+// UseLock: shared by those who use a thing, exclusive to whoever changes it or takes it away. It
+// needs no clean-up, so in a forked child, whose locks may be held by threads that are not there,
+// a new one can be set up in its place.
 
 } // namespace zelq::platform

@@ -2,16 +2,15 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <mutex>
+#include <new>
+#include <shared_mutex>
 
 namespace zelq {
 
 DeviceSession::DeviceSession(std::uint32_t controllerNumber, const TimeOuts& timeOuts)
-    : controllerNumber_(controllerNumber), timeOuts_(timeOuts)
-{
-    std::array<char, 32> name{};
-    std::snprintf(name.data(), name.size(), "Local\\Lumo=%u", controllerNumber);
-    lock_.Open(name.data()); // calls that find no lock report it
-}
+    : controllerNumber_(controllerNumber), timeOuts_(timeOuts), lock_(controllerNumber)
+{}
 
 void DeviceSession::SetAddress(std::array<std::int32_t, 3> octets, std::uint32_t port)
 {
@@ -21,56 +20,65 @@ void DeviceSession::SetAddress(std::array<std::int32_t, 3> octets, std::uint32_t
     port_ = port;
 }
 
+DeviceSession::Address DeviceSession::AddressText() const
+{
+    Address text{};
+    std::snprintf(text.data(), text.size(), "%d.%d.%d.%u", octets_[0].load(), octets_[1].load(),
+                  octets_[2].load(), controllerNumber_);
+    return text;
+}
+
 bool DeviceSession::Open()
 {
-    std::array<char, 64> address{};
-    std::snprintf(address.data(), address.size(), "%d.%d.%d.%u", octets_[0].load(),
-                  octets_[1].load(), octets_[2].load(), controllerNumber_);
-    return socket_.Open(address.data(), port_, std::chrono::milliseconds(timeOuts_.connect));
+    return connection_.Open(AddressText().data(), port_, ConnectTime());
 }
 
-void DeviceSession::ShutDown()
+bool DeviceSession::Reopen()
 {
-    {
-        const SessionLock lock(*this);
-        socket_.Close();
-    }
-    lock_.Close();
+    return connection_.Reopen(AddressText().data(), port_, ConnectTime());
 }
 
-double DeviceSession::UnitPerPulse(unsigned axis) const
+void DeviceSession::Abandon()
 {
-    if (axis >= kAxisCount) return 1.0;
-    const double stored = unitsPerPulse_[axis].load(std::memory_order_relaxed);
-    return stored == 0.0 ? 1.0 : stored;
-}
-
-void DeviceSession::SetUnitPerPulse(unsigned axis, double unitPerPulse)
-{
-    unitsPerPulse_[axis].store(unitPerPulse, std::memory_order_relaxed);
+    connection_.Abandon();
+    // Threads that may have held these are not in this process.
+    new (&slavesLock_) platform::UseLock;
+    new (&mapsLock_) platform::UseLock;
 }
 
 SlaveConfig DeviceSession::Slaves() const
 {
-    const std::lock_guard guard(slavesMutex_);
+    const std::shared_lock guard(slavesLock_);
     return slaves_;
 }
 
 void DeviceSession::SetSlaves(const SlaveConfig& slaves)
 {
-    const std::lock_guard guard(slavesMutex_);
+    const std::lock_guard guard(slavesLock_);
     slaves_ = slaves;
+}
+
+void DeviceSession::SetSlaveTypes(const SlaveConfig::TypeWords& words)
+{
+    const std::lock_guard guard(slavesLock_);
+    slaves_ = SlaveConfig(words, slaves_.counter);
+}
+
+void DeviceSession::SetConfigurationCounter(std::uint16_t counter)
+{
+    const std::lock_guard guard(slavesLock_);
+    slaves_.counter = counter;
 }
 
 InterpMap DeviceSession::Map(std::size_t index) const
 {
-    const std::lock_guard guard(mapsMutex_);
+    const std::shared_lock guard(mapsLock_);
     return maps_[index];
 }
 
 void DeviceSession::SetMapAxes(std::size_t index, std::span<const std::uint16_t> axes)
 {
-    const std::lock_guard guard(mapsMutex_);
+    const std::lock_guard guard(mapsLock_);
     InterpMap& map = maps_[index];
     map.count = static_cast<std::uint8_t>(axes.size());
     std::ranges::transform(axes, map.axes.begin(),
@@ -79,17 +87,8 @@ void DeviceSession::SetMapAxes(std::size_t index, std::span<const std::uint16_t>
 
 void DeviceSession::ClearMap(std::size_t index)
 {
-    const std::lock_guard guard(mapsMutex_);
+    const std::lock_guard guard(mapsLock_);
     maps_[index] = InterpMap();
-}
-
-SessionLock::SessionLock(DeviceSession& session)
-    : lock_(session.Lock()), status_(lock_.Wait(kLockTimeOut))
-{}
-
-SessionLock::~SessionLock()
-{
-    if (status_ == platform::LockStatus::kHeld) lock_.Release();
 }
 
 } // namespace zelq

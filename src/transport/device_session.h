@@ -1,14 +1,15 @@
 #pragma once
 
-#include "platform/named_lock.h"
-#include "platform/tcp_socket.h"
+#include "platform/shared_lock.h"
+#include "platform/use_lock.h"
+#include "transport/connection.h"
 #include "transport/interp_map.h"
 #include "transport/slave_config.h"
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
-#include <mutex>
 #include <span>
 
 namespace zelq {
@@ -21,12 +22,8 @@ struct TimeOuts
     std::atomic<std::uint16_t> receive = 30;
 };
 
-/// Bounds every wait for a session's lock.
-inline constexpr std::chrono::milliseconds kLockTimeOut{4000};
-
-/// What the library knows of one controller, from the first connect until it is unloaded. The
-/// lock guards the connection for one exchange at a time; all else is read and written by any
-/// thread at any time.
+/// What the library knows of one controller, from the first connect until it is unloaded. Whoever
+/// has the turn leads the connection; all else is read and written by any thread at any time.
 class DeviceSession
 {
   public:
@@ -37,23 +34,34 @@ class DeviceSession
     /// Where the next Open connects to: ip1.ip2.ip3.controller number.
     void SetAddress(std::array<std::int32_t, 3> octets, std::uint32_t port);
 
-    /// (Re)opens the connection to the stored address. The caller holds the lock.
+    /// Connects to the stored address, whatever was before. The caller has the turn.
     bool Open();
-    /// Closes the connection; the session stays.
-    void Close() { socket_.Close(); }
-    /// Closes everything, as the library is unloaded.
-    void ShutDown();
+    /// Connects anew in the middle of an exchange; not once the application has disconnected.
+    bool Reopen();
+    /// What others share of the session is theirs from here on: nothing is sent or closed.
+    void Abandon();
 
-    [[nodiscard]] platform::TcpSocket& Socket() { return socket_; }
-    [[nodiscard]] platform::NamedLock& Lock() { return lock_; }
+    [[nodiscard]] Connection& Link() { return connection_; }
+    [[nodiscard]] platform::SharedLock& Lock() { return lock_; }
     [[nodiscard]] const TimeOuts& Times() const { return timeOuts_; }
 
-    [[nodiscard]] double UnitPerPulse(unsigned axis) const;
-    void SetUnitPerPulse(unsigned axis, double unitPerPulse);
+    [[nodiscard]] double UnitPerPulse(unsigned axis) const
+    {
+        if (axis >= kAxisCount) return 1.0;
+        const double stored = unitsPerPulse_[axis].load(std::memory_order_relaxed);
+        return stored == 0.0 ? 1.0 : stored;
+    }
+    void SetUnitPerPulse(unsigned axis, double unitPerPulse)
+    {
+        unitsPerPulse_[axis].store(unitPerPulse, std::memory_order_relaxed);
+    }
 
     /// A copy of the whole: a re-read that comes in between is seen entirely or not at all.
     [[nodiscard]] SlaveConfig Slaves() const;
     void SetSlaves(const SlaveConfig& slaves);
+    /// Replaces all but the counter.
+    void SetSlaveTypes(const SlaveConfig::TypeWords& words);
+    void SetConfigurationCounter(std::uint16_t counter);
 
     /// A copy of one map. The table mirrors what the controller was told, so that interpolation
     /// calls know the factors of their axes; the index is below kMapCount.
@@ -64,37 +72,27 @@ class DeviceSession
     void ClearMap(std::size_t index);
 
     std::atomic<std::uint16_t> servoOnTimeOut = 5000; ///< ms, also told to the controller
-    std::atomic<std::uint16_t> configurationCounter = 0;
 
   private:
+    /// The stored address as text.
+    using Address = std::array<char, 64>;
+    [[nodiscard]] Address AddressText() const;
+    [[nodiscard]] std::chrono::milliseconds ConnectTime() const
+    {
+        return std::chrono::milliseconds(timeOuts_.connect);
+    }
+
     const std::uint32_t controllerNumber_;
     const TimeOuts& timeOuts_;
-    platform::TcpSocket socket_;
-    platform::NamedLock lock_;
+    Connection connection_;
+    platform::SharedLock lock_;
     std::array<std::atomic<std::int32_t>, 3> octets_{};
     std::atomic<std::uint32_t> port_ = 0;
     std::array<std::atomic<double>, kAxisCount> unitsPerPulse_{}; ///< 0 stands for 1.0
-    mutable std::mutex slavesMutex_;
+    mutable platform::UseLock slavesLock_;
     SlaveConfig slaves_;
-    mutable std::mutex mapsMutex_;
+    mutable platform::UseLock mapsLock_;
     InterpMapTable maps_;
-};
-
-/// Holds a session's lock while it lives. A wait that merely times out goes on without the lock,
-/// and then nothing is released.
-class SessionLock
-{
-  public:
-    explicit SessionLock(DeviceSession& session);
-    ~SessionLock();
-    SessionLock(const SessionLock&) = delete;
-    SessionLock& operator=(const SessionLock&) = delete;
-
-    [[nodiscard]] bool Failed() const { return status_ == platform::LockStatus::kFailed; }
-
-  private:
-    platform::NamedLock& lock_;
-    platform::LockStatus status_;
 };
 
 } // namespace zelq

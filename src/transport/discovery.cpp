@@ -1,41 +1,28 @@
 #include "transport/discovery.h"
 
 #include "common/result_codes.h"
-#include "transport/frame.h"
+#include "transport/reply_pairing.h"
+#include "transport/turn.h"
 
 #include <atomic>
 #include <cstdio>
+#include <new>
 
 namespace zelq {
 
 namespace {
 
-std::mutex oneAtATime;
+platform::UseLock oneAtATime;
 std::atomic<DiscoveryContext*> current = nullptr;
 std::atomic<std::uint16_t> destinationPort = kDiscoveryPort;
 
-/// Holds the lock that the processes of this user share.
-class ProcessTurn
+/// Whether a datagram is made of nothing but answers to the request.
+bool IsAnswer(const RequestBuffer& request, std::span<const std::uint8_t> datagram)
 {
-  public:
-    explicit ProcessTurn(platform::NamedLock& lock)
-        : lock_(lock), held_(lock.Wait(kAsLongAsItTakes) == platform::LockStatus::kHeld)
-    {}
-    ~ProcessTurn()
-    {
-        if (held_) lock_.Release();
-    }
-    ProcessTurn(const ProcessTurn&) = delete;
-    ProcessTurn& operator=(const ProcessTurn&) = delete;
-
-    [[nodiscard]] bool Held() const { return held_; }
-
-  private:
-    static constexpr std::chrono::hours kAsLongAsItTakes{24};
-
-    platform::NamedLock& lock_;
-    bool held_;
-};
+    ReplyPairing pairing(request, nullptr, PairingMode::kGather);
+    pairing.Advance(datagram);
+    return pairing.Matched() > 0 && pairing.Taken() == datagram.size();
+}
 
 } // namespace
 
@@ -44,14 +31,19 @@ void SetDiscoveryPort(std::uint16_t port)
     destinationPort = port;
 }
 
-DiscoveryContext::DiscoveryContext() : alone_(oneAtATime)
+DiscoveryContext::DiscoveryContext() : alone_(oneAtATime), lock_(0)
 {
-    lock_.Open("Local\\UDP"); // Open and Exchange report it when there is none
     current = this;
 }
 
 DiscoveryContext::~DiscoveryContext()
 {
+    current = nullptr;
+}
+
+void DiscoveryContext::Abandon()
+{
+    new (&oneAtATime) platform::UseLock; // the thread that may have held it is not in this process
     current = nullptr;
 }
 
@@ -65,17 +57,17 @@ bool DiscoveryContext::Open(const std::array<std::uint16_t, 4>& octets)
     std::array<char, 32> address{};
     std::snprintf(address.data(), address.size(), "%d.%d.%d.%d", octets[0], octets[1], octets[2],
                   octets[3]);
-    const ProcessTurn turn(lock_);
-    return turn.Held() && socket_.Open(address.data(), destinationPort);
+    const Turn turn(lock_);
+    return !turn.Failed() && socket_.Open(address.data(), destinationPort);
 }
 
-int DiscoveryContext::Exchange(std::span<const std::uint8_t> datagram, ReplyPairing& pairing,
+int DiscoveryContext::Exchange(const RequestBuffer& request, ReplyData* reply,
                                std::chrono::milliseconds wait)
 {
-    const ProcessTurn turn(lock_);
-    if (!turn.Held()) return kLockFailed;
-    const int error = SendTwice(datagram);
-    return error != kOk ? error : Gather(pairing, wait);
+    const Turn turn(lock_);
+    if (turn.Failed()) return kLockFailed;
+    const int error = SendTwice(request.Bytes());
+    return error != kOk ? error : Gather(request, reply, wait);
 }
 
 /// A datagram may get lost: two make it likelier that one arrives everywhere.
@@ -90,7 +82,9 @@ int DiscoveryContext::SendTwice(std::span<const std::uint8_t> datagram)
     return kOk;
 }
 
-int DiscoveryContext::Gather(ReplyPairing& pairing, std::chrono::milliseconds wait)
+/// Datagrams that are no answer are dropped whole, so that they hide none of the others.
+int DiscoveryContext::Gather(const RequestBuffer& request, ReplyData* reply,
+                             std::chrono::milliseconds wait)
 {
     constexpr int kWaits = 3;
     constexpr std::size_t kLeastBytes = 10;
@@ -100,11 +94,14 @@ int DiscoveryContext::Gather(ReplyPairing& pairing, std::chrono::milliseconds wa
     // The time is looked at for every datagram, so that no flood of them holds the caller up.
     while (platform::Clock::now() < deadline &&
            socket_.WaitReadable(deadline) == platform::WaitStatus::kReady) {
-        count += socket_.Receive(std::span(area).subspan(count)).bytes;
+        const auto room = std::span(area).subspan(count);
+        const auto datagram = room.first(socket_.Receive(room).bytes);
+        if (IsAnswer(request, datagram)) count += datagram.size();
     }
     if (count < kLeastBytes) return kNoReply;
+    ReplyPairing pairing(request, reply, PairingMode::kGather);
     pairing.Advance(std::span(area).first(count));
-    return kOk;
+    return pairing.Result();
 }
 
 } // namespace zelq

@@ -1,8 +1,10 @@
 #pragma once
 
-#include "platform/named_lock.h"
+#include "platform/shared_lock.h"
 #include "platform/udp_socket.h"
-#include "transport/reply_pairing.h"
+#include "platform/use_lock.h"
+#include "transport/reply.h"
+#include "transport/request.h"
 
 #include <array>
 #include <chrono>
@@ -37,16 +39,18 @@ class DiscoveryContext
     /// no address, or there is no socket or lock to be had.
     bool Open(const std::array<std::uint16_t, 4>& octets);
 
-    /// Sends the datagram and pairs the replies that come within three waits of `wait` in all.
-    int Exchange(std::span<const std::uint8_t> datagram, ReplyPairing& pairing,
-                 std::chrono::milliseconds wait);
+    /// Sends the request and collects the answers that come within three waits of `wait` in all.
+    int Exchange(const RequestBuffer& request, ReplyData* reply, std::chrono::milliseconds wait);
+
+    /// In a forked child: no discovery is under way in this process.
+    static void Abandon();
 
   private:
     int SendTwice(std::span<const std::uint8_t> datagram);
-    int Gather(ReplyPairing& pairing, std::chrono::milliseconds wait);
+    int Gather(const RequestBuffer& request, ReplyData* reply, std::chrono::milliseconds wait);
 
-    const std::lock_guard<std::mutex> alone_;
-    platform::NamedLock lock_; ///< among the processes
+    const std::lock_guard<platform::UseLock> alone_;
+    platform::SharedLock lock_; ///< among the processes
     platform::UdpSocket socket_;
 };
 

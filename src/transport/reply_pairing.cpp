@@ -3,6 +3,8 @@
 #include "common/byte_order.h"
 #include "common/result_codes.h"
 
+#include <cstring>
+
 namespace zelq {
 
 namespace {
@@ -16,15 +18,18 @@ int ExceptionResult(const ReplyFrame& frame)
 
 } // namespace
 
-ReplyPairing::ReplyPairing(const RequestBuffer& request, std::size_t frames, ReplyData* reply,
-                           PairingMode mode)
+ReplyPairing::ReplyPairing(std::span<const std::uint8_t> request, std::size_t frames,
+                           ReplyData* reply, PairingMode mode)
     : request_(request), reply_(reply), frames_(frames), mode_(mode), result_(kReplyMismatch)
 {}
 
 bool ReplyPairing::Advance(std::span<const std::uint8_t> received)
 {
     while (!ended_) {
-        if (mode_ == PairingMode::kOneReplyEach && matched_ == frames_) break;
+        if (mode_ == PairingMode::kOneReplyEach) {
+            TakeUsual(received);
+            if (matched_ == frames_) break;
+        }
         ReplyFrame frame;
         const ReplyForm form = DecodeReply(received.subspan(replyOffset_), frame);
         if (form == ReplyForm::kIncomplete) return false;
@@ -37,6 +42,29 @@ bool ReplyPairing::Advance(std::span<const std::uint8_t> received)
     return true;
 }
 
+/// All but the registers of a usual reply follows from its request: such replies are taken at a
+/// glance, up to the first that is anything else.
+void ReplyPairing::TakeUsual(std::span<const std::uint8_t> received)
+{
+    constexpr std::size_t kRegistersAt = 9; // behind their byte count
+    while (matched_ < frames_ && received.size() - replyOffset_ >= kRegistersAt) {
+        const std::uint8_t* request = &request_[requestOffset_];
+        const std::uint8_t* reply = &received[replyOffset_];
+        const std::size_t bytes = std::size_t{2} * LoadWire16(request + field::kQuantity);
+        const bool isRead = request[field::kFunction] == kReadRegisters;
+        const bool isCommand = request[field::kFunction] == kReadWriteRegisters;
+        const bool usual = (isRead || isCommand) &&
+                           std::memcmp(request, reply, field::kLength) == 0 &&
+                           std::memcmp(request + field::kUnit, reply + field::kUnit, 2) == 0 &&
+                           FrameSize(reply) == kRegistersAt + bytes && reply[8] == bytes &&
+                           received.size() - replyOffset_ >= kRegistersAt + bytes;
+        if (!usual || (isCommand && LoadWire16(reply + kRegistersAt) != kOk)) return;
+        if (reply_ != nullptr && !reply_->AppendReplyData({reply + kRegistersAt, bytes})) return;
+        if (isCommand) result_ = kOk;
+        Matched(kRegistersAt + bytes);
+    }
+}
+
 int ReplyPairing::Result() const
 {
     if (decided_) return result_;
@@ -47,17 +75,17 @@ int ReplyPairing::Result() const
 
 bool ReplyPairing::BelongsTogether(const ReplyFrame& frame) const
 {
-    const std::uint8_t* request = &request_.Bytes()[requestOffset_];
-    return frame.TransactionId() == LoadHost16(request + field::kTransactionId) &&
-           frame.ProtocolId() == LoadHost16(request + field::kProtocolId) &&
+    const std::uint8_t* request = &request_[requestOffset_];
+    return frame.TransactionId() == LoadWire16(request + field::kTransactionId) &&
+           frame.ProtocolId() == LoadWire16(request + field::kProtocolId) &&
            (mode_ == PairingMode::kGather || frame.Unit() == request[field::kUnit]);
 }
 
 ReplyPairing::Request ReplyPairing::CurrentRequest() const
 {
-    const std::uint8_t* request = &request_.Bytes()[requestOffset_];
-    return {request[field::kFunction], LoadHost16(request + field::kStart),
-            LoadHost16(request + field::kQuantity)};
+    const std::uint8_t* request = &request_[requestOffset_];
+    return {request[field::kFunction], LoadWire16(request + field::kStart),
+            LoadWire16(request + field::kQuantity)};
 }
 
 void ReplyPairing::Pair(const ReplyFrame& frame)
@@ -85,7 +113,6 @@ void ReplyPairing::TakeException(const Request& request, const ReplyFrame& frame
         EndWith(kReplyMismatch);
         return;
     }
-    if (reply_ != nullptr) reply_->SetFirstByte(frame.Byte8());
     EndWith(ExceptionResult(frame));
 }
 
@@ -127,7 +154,7 @@ void ReplyPairing::Matched(std::size_t replyBytes)
     ++matched_;
     replyOffset_ += replyBytes;
     if (mode_ == PairingMode::kOneReplyEach) {
-        requestOffset_ += ValidateFrame(request_.Bytes().subspan(requestOffset_));
+        requestOffset_ += FrameSize(&request_[requestOffset_]);
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "transport/frame.h"
+#include "transport/reply.h"
+#include "transport/request.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -18,8 +19,13 @@ enum class PairingMode {
 class ReplyPairing
 {
   public:
-    /// `request` is the numbered request in host order with `frames` frames; `reply` may be null.
-    ReplyPairing(const RequestBuffer& request, std::size_t frames, ReplyData* reply,
+    /// `request` is finished, numbered, and outlives the pairing; `reply` may be null.
+    explicit ReplyPairing(const RequestBuffer& request, ReplyData* reply = nullptr,
+                          PairingMode mode = PairingMode::kOneReplyEach)
+        : ReplyPairing(request.Bytes(), request.Frames(), reply, mode)
+    {}
+    /// The same with the request's frames as they travel.
+    ReplyPairing(std::span<const std::uint8_t> request, std::size_t frames, ReplyData* reply,
                  PairingMode mode = PairingMode::kOneReplyEach);
 
     /// Takes all bytes received so far. True when nothing that may still come could change the
@@ -28,6 +34,11 @@ class ReplyPairing
 
     /// The call's result, judged by what has been paired so far.
     [[nodiscard]] int Result() const;
+
+    /// How many replies have been paired, and how many bytes they had. A reply that ended the
+    /// pairing is not among them.
+    [[nodiscard]] std::size_t Matched() const { return matched_; }
+    [[nodiscard]] std::size_t Taken() const { return replyOffset_; }
 
   private:
     /// The fields of a request frame that its reply must fit.
@@ -38,6 +49,7 @@ class ReplyPairing
         std::uint16_t quantity; ///< to be read, or echoed by a write
     };
 
+    void TakeUsual(std::span<const std::uint8_t> received);
     void Pair(const ReplyFrame& frame);
     [[nodiscard]] bool BelongsTogether(const ReplyFrame& frame) const;
     [[nodiscard]] Request CurrentRequest() const;
@@ -47,7 +59,7 @@ class ReplyPairing
     void Matched(std::size_t replyBytes);
     void EndWith(int result);
 
-    const RequestBuffer& request_;
+    std::span<const std::uint8_t> request_;
     ReplyData* reply_;
     std::size_t frames_;
     PairingMode mode_;

@@ -1,7 +1,9 @@
 #include "transport/session_table.h"
 
 #include "platform/process.h"
+#include "transport/turn.h"
 
+#include <mutex>
 #include <new>
 
 namespace zelq {
@@ -21,11 +23,26 @@ DeviceSession& SessionTable::FindOrCreate(short zelNo)
 
 SessionTable::~SessionTable()
 {
-    if (platform::ProcessIsEnding()) return;
-    for (const auto& entry : sessions_) {
-        DeviceSession* session = entry.load(std::memory_order_acquire);
-        if (session != nullptr) session->ShutDown();
+    if (platform::ProcessIsEnding()) {
+        ForEach([](DeviceSession& session) { session.Lock().ReleaseForEndedThreads(); });
+        return;
     }
+    // All are told before any is waited for: so silent controllers hold the end up once, not each.
+    ForEach([](DeviceSession& session) { session.Link().Interrupt(); });
+    const platform::Deadline deadline = platform::Clock::now() + kTurnTimeOut;
+    ForEach([deadline](DeviceSession& session) {
+        {
+            const Turn turn(session.Lock(), platform::Left(deadline));
+            session.Link().Close();
+        }
+        session.Lock().Close();
+    });
+}
+
+void SessionTable::Abandon()
+{
+    new (&creation_) platform::UseLock; // the thread that may have held it is not in this process
+    ForEach([](DeviceSession& session) { session.Abandon(); });
 }
 
 namespace {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "platform/use_lock.h"
 #include "transport/device_session.h"
 
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 
 namespace zelq {
 
@@ -49,7 +49,20 @@ class SessionTable
         return ports_[static_cast<std::size_t>(zelNo)];
     }
 
+    /// In a forked child: every session counts as not connected.
+    void Abandon();
+
   private:
+    /// All sessions that there are, in order.
+    template <typename Action>
+    void ForEach(Action action) const
+    {
+        for (const auto& entry : sessions_) {
+            DeviceSession* session = entry.load(std::memory_order_acquire);
+            if (session != nullptr) action(*session);
+        }
+    }
+
     struct Port : std::atomic<std::uint32_t>
     {
         Port() : std::atomic<std::uint32_t>(kDefaultPort) {}
@@ -59,7 +72,7 @@ class SessionTable
         std::array<std::byte, sizeof(DeviceSession)> bytes;
     };
 
-    std::mutex creation_;
+    platform::UseLock creation_;
     std::array<std::atomic<DeviceSession*>, kTableEntries> sessions_{};
     std::array<Port, kTableEntries> ports_;
     std::array<TimeOuts, kTableEntries> timeOuts_;

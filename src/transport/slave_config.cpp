@@ -19,13 +19,11 @@ bool SlaveList::Contains(std::uint16_t number) const
     return std::ranges::find(Numbers(), number) != Numbers().end();
 }
 
-SlaveConfig::SlaveConfig(const std::array<std::uint32_t, kAxisCount>& words) : typeWords(words)
+SlaveConfig::SlaveConfig(const TypeWords& words, std::uint16_t configurationCounter)
+    : typeWords(words), counter(configurationCounter)
 {
-    index.fill(kNoSlave);
     for (std::uint16_t axis = 0; axis < kAxisCount; ++axis) {
-        const SlaveType type = TypeOf(axis);
-        if (type == SlaveType::kNone) continue;
-        index[axis] = count++;
+        const SlaveType type = words[axis].Type();
         if (type == SlaveType::kServo) servoAxes.Add(axis);
         if (type == SlaveType::kInput) inputSlaves.Add(axis);
         if (type == SlaveType::kOutput) outputSlaves.Add(axis);

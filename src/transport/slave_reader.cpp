@@ -6,23 +6,29 @@
 
 namespace zelq {
 
-int ReadSlaveTypes(short zelNo)
+int ReadSlaveTypes(short zelNo, std::optional<std::uint16_t> counter)
 {
-    constexpr unsigned kTypeWordRegister = 0x38;
     RequestBuffer request;
     for (unsigned axis = 0; axis < kAxisCount; ++axis) {
-        if (!request.StartReadFrame(AxisRegister(axis, kTypeWordRegister), 2)) return kOverflow;
+        request.StartReadFrame(AxisRegister(axis, kTypeWordRegister), 2);
     }
     ReplyData reply;
     const int error = TransactFrames(zelNo, request, &reply);
     if (error != kOk) return error;
 
-    std::array<std::uint32_t, kAxisCount> words{};
+    SlaveConfig::TypeWords words;
     ReplyReader reader(reply);
-    for (std::uint32_t& word : words) {
-        if (!reader.Read(word)) return kReplyMismatch;
+    for (SlaveTypeWord& word : words) {
+        std::uint32_t bits = 0;
+        if (!reader.Read(bits)) return kReplyMismatch;
+        word = SlaveTypeWord(bits);
     }
-    Sessions().Find(zelNo)->SetSlaves(SlaveConfig(words));
+    DeviceSession& session = *Sessions().Find(zelNo);
+    if (counter) {
+        session.SetSlaves(SlaveConfig(words, *counter));
+    } else {
+        session.SetSlaveTypes(words);
+    }
     return kOk;
 }
 

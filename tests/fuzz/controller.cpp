@@ -7,6 +7,7 @@
 #include "transport/discovery.h"
 #include "transport/engine.h"
 #include "transport/reply_pairing.h"
+#include "transport/session_table.h"
 
 #include <utility>
 
@@ -32,16 +33,14 @@ struct Asked
 /// Numbers the frames as the engine does.
 std::vector<Asked> NumberFrames(RequestBuffer& request)
 {
+    request.Finish();
+    request.Number(static_cast<std::uint16_t>(lastId + 1));
     std::vector<Asked> frames;
-    std::size_t at = 0;
-    while (at < kBufferBytes) {
-        const std::size_t size = ValidateFrame(request.Bytes().subspan(at));
-        if (size == 0) break;
-        std::uint8_t* frame = request.Data() + at;
-        StoreHost16(frame + field::kTransactionId, ++lastId);
-        frames.push_back({lastId, frame[field::kUnit], frame[field::kFunction],
-                          LoadHost16(frame + field::kQuantity)});
-        at += size;
+    const std::uint8_t* frame = request.Bytes().data();
+    for (std::size_t i = 0; i < request.Frames(); ++i) {
+        frames.push_back({++lastId, frame[field::kUnit], frame[field::kFunction],
+                          LoadWire16(frame + field::kQuantity)});
+        frame += FrameSize(frame);
     }
     return frames;
 }
@@ -125,7 +124,7 @@ int Deliver(const Bytes& replies, std::size_t piece, ReplyPairing& pairing)
 int ExchangeWithOne(RequestBuffer& request, ReplyData* reply)
 {
     const std::vector<Asked> frames = NumberFrames(request);
-    if (request.Overflowed()) return kOverflow;
+    if (request.TooLong()) return kOverflow;
     if (frames.empty()) return kReplyMismatch;
     const std::uint8_t how = answers->Next();
     if ((how & 0x80U) != 0) return -static_cast<int>(answers->Next() % 12U) - 1;
@@ -134,7 +133,7 @@ int ExchangeWithOne(RequestBuffer& request, ReplyData* reply)
         const Bytes one = ReplyTo(asked);
         replies.insert(replies.end(), one.begin(), one.end());
     }
-    ReplyPairing pairing(request, frames.size(), reply);
+    ReplyPairing pairing(request, reply);
     return Deliver(replies, how == 0 ? replies.size() : how, pairing);
 }
 
@@ -142,13 +141,8 @@ int ExchangeWithAll(RequestBuffer& request, ReplyData* reply)
 {
     DiscoveryContext* discovery = DiscoveryContext::Current();
     if (discovery == nullptr) return kConnectFailed;
-    const std::size_t frames = NumberFrames(request).size();
-    Bytes wire(request.Bytes().begin(), request.Bytes().end());
-    const std::size_t size = ValidateFrame(std::span(wire), true);
-    ReplyPairing pairing(request, frames, reply, PairingMode::kGather);
-    const int error =
-        discovery->Exchange(std::span(wire).first(size), pairing, std::chrono::milliseconds(1));
-    return error != kOk ? error : pairing.Result();
+    NumberFrames(request);
+    return discovery->Exchange(request, reply, std::chrono::milliseconds(1));
 }
 
 } // namespace
@@ -166,13 +160,17 @@ Traffic TakeTraffic()
 
 } // namespace fuzz
 
-int TransactFrames(short zelNo, RequestBuffer& request, ReplyData* reply, ExchangeTimes)
+int TransactFrames(short zelNo, RequestBuffer& request, ReplyData* reply, ExchangeTimes,
+                   TurnAction onSuccess)
 {
     constexpr int kMost = 64; // the longest serial read takes less
     fuzz::Require(++fuzz::traffic.exchanges <= kMost, "a call ends");
-    fuzz::traffic.engineResult = zelNo == kAllControllers ? fuzz::ExchangeWithAll(request, reply)
-                                                          : fuzz::ExchangeWithOne(request, reply);
-    return fuzz::traffic.engineResult;
+    const bool all = zelNo == kAllControllers;
+    const int result =
+        all ? fuzz::ExchangeWithAll(request, reply) : fuzz::ExchangeWithOne(request, reply);
+    if (result == kOk && !all) onSuccess(*Sessions().Find(zelNo));
+    fuzz::traffic.engineResult = result;
+    return result;
 }
 
 namespace platform {

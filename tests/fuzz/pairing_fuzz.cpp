@@ -1,7 +1,6 @@
 #include "common/byte_order.h"
 #include "common/result_codes.h"
 #include "fuzz/input.h"
-#include "transport/frame.h"
 #include "transport/reply_pairing.h"
 
 #include <algorithm>
@@ -9,8 +8,7 @@
 // An input chooses a request and gives the bytes that come back:
 //   byte 0          bit 0: gather any number of replies; bit 1: the caller wants no data;
 //                   bit 2: its area for them is almost full; bits 4..6: number of frames
-//   each frame      its kind (0 read, 1 write, 2 command, 3 the next 24 bytes as they are),
-//                   quantity, high byte of the start address
+//   each frame      its kind (0 read, 1 write, 2 command), quantity, high byte of the start address
 //   then one byte   the size of the pieces in which the replies come
 //   the rest        the replies
 
@@ -18,76 +16,29 @@ namespace zelq::fuzz {
 
 namespace {
 
-constexpr std::size_t kRawFrameBytes = 24;
-
-/// The engine's view of a request: its valid frames, in order.
-std::size_t CountFrames(RequestBuffer& request)
+/// A request frame as it travels, with `id`.
+Bytes RequestFrame(Input& input, std::uint8_t id)
 {
-    std::size_t frames = 0;
-    std::size_t at = 0;
-    while (at < kBufferBytes) {
-        const auto rest = request.Bytes().subspan(at);
-        const std::size_t size = ValidateFrame(rest);
-        Require(size <= rest.size(), "a frame stays in its buffer");
-        if (size == 0) break;
-        StoreHost16(request.Data() + at, static_cast<std::uint16_t>(++frames));
-        at += size;
+    constexpr std::uint8_t kFunctions[] = {kReadRegisters, kWriteRegisters, kReadWriteRegisters};
+    const std::uint8_t function = kFunctions[input.Next() % 3];
+    const auto quantity = static_cast<std::uint8_t>(std::max(input.Next() % 126, 1));
+    Bytes frame{0, id, 0, 0, 0, 6, kUnitId, function, input.Next(), 0, 0, quantity};
+    if (function == kWriteRegisters) {
+        frame.insert(frame.end(), {2, 0, 0});
+        frame[5] = 9;
     }
-    return frames;
-}
-
-/// Sixteen-bit fields change their byte order and nothing else changes.
-void CheckConversion(const RequestBuffer& request)
-{
-    Bytes wire(request.Bytes().begin(), request.Bytes().end());
-    const std::size_t size = ValidateFrame(std::span(wire), true);
-    Require(size == ValidateFrame(request.Bytes()), "converting does not change the judgement");
-    for (std::size_t at = size; at < kBufferBytes; ++at) {
-        Require(wire[at] == request.Bytes()[at], "only the frame is converted");
+    if (function == kReadWriteRegisters) {
+        frame.insert(frame.end(), {0, 0, 0, 1, 2, 0, 0});
+        frame[5] = 13;
     }
-    if (size == 0) return;
-    for (const std::size_t at : {field::kTransactionId, field::kLength, field::kStart}) {
-        Require(LoadWire16(&wire[at]) == LoadHost16(&request.Bytes()[at]), "fields are swapped");
-    }
-    Require(wire[field::kUnit] == request.Bytes()[field::kUnit], "bytes stay");
-}
-
-/// A frame as the input has it, valid or not, behind what has been built.
-void PutRaw(RequestBuffer& request, Input& input)
-{
-    if (!request.StartReadFrame(0, 1)) return;
-    std::size_t at = 0;
-    while (at + kRawFrameBytes < kBufferBytes && ValidateFrame(request.Bytes().subspan(at)) != 0) {
-        at += ValidateFrame(request.Bytes().subspan(at));
-    }
-    if (at < 12 || at + kRawFrameBytes > kBufferBytes) return;
-    for (std::size_t i = 0; i < kRawFrameBytes; ++i) {
-        request.Data()[at - 12 + i] = input.Next();
-    }
-}
-
-RequestBuffer BuildRequest(Input& input, std::size_t frames)
-{
-    RequestBuffer request;
-    for (std::size_t i = 0; i < frames; ++i) {
-        const std::uint8_t kind = input.Next() & 3U;
-        const std::uint8_t quantity = input.Next();
-        const auto start = static_cast<std::uint16_t>(input.Next() << 8U);
-        if (kind == 0 && !request.StartReadFrame(start, quantity)) break;
-        if (kind == 3) PutRaw(request, input);
-        if (kind != 1 && kind != 2) continue;
-        request.StartCommandFrame(quantity);
-        for (unsigned words = kind == 2 ? quantity : quantity * 16U; words > 0; --words) {
-            request.AppendRegister(start);
-        }
-    }
-    return request;
+    return frame;
 }
 
 struct Outcome
 {
     int result;
     bool settled;
+    std::size_t matched;
     Bytes data;
 
     bool operator==(const Outcome&) const = default;
@@ -95,7 +46,7 @@ struct Outcome
 
 struct Exchange
 {
-    RequestBuffer request;
+    Bytes request;
     std::size_t frames;
     PairingMode mode;
     bool wantsData;
@@ -127,23 +78,27 @@ Outcome Deliver(const Exchange& exchange, std::size_t piece)
             "an open end is a shortage");
     Require(pairing.Result() <= UINT16_MAX && pairing.Result() >= kReplyMismatch,
             "the result is one of the described ones");
-    Require(pairing.Result() != kOk || exchange.frames > 0, "nothing cannot succeed");
-    return {pairing.Result(), settled, {collected.begin(), collected.end()}};
+    Require(pairing.Taken() <= received, "no more is taken than has come");
+    Require(exchange.mode == PairingMode::kGather || pairing.Matched() <= exchange.frames,
+            "no frame has two replies");
+    return {pairing.Result(), settled, pairing.Matched(), {collected.begin(), collected.end()}};
 }
 
 void Check(Input input)
 {
     const std::uint8_t flags = input.Next();
     Exchange exchange{};
-    exchange.request = BuildRequest(input, flags >> 4U & 7U);
-    CheckConversion(exchange.request);
-    exchange.frames = CountFrames(exchange.request);
+    exchange.frames = flags >> 4U & 7U;
+    if (exchange.frames == 0) return; // the engine exchanges nothing then
+    for (std::uint8_t id = 1; id <= exchange.frames; ++id) {
+        const Bytes frame = RequestFrame(input, id);
+        exchange.request.insert(exchange.request.end(), frame.begin(), frame.end());
+    }
     exchange.mode = (flags & 1U) != 0 ? PairingMode::kGather : PairingMode::kOneReplyEach;
     exchange.wantsData = (flags & 2U) == 0;
     exchange.dataBefore = (flags & 4U) != 0 ? kBufferBytes - 10 : 0;
     const std::size_t piece = input.Next() % 32U + 1U;
     exchange.replies = input.Rest(kBufferBytes);
-    if (exchange.frames == 0) return; // the engine exchanges nothing then
 
     const Outcome whole = Deliver(exchange, kBufferBytes);
     Require(Deliver(exchange, piece) == whole, "pieces give what the whole gives");

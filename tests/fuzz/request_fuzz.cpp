@@ -1,6 +1,5 @@
-#include "common/byte_order.h"
 #include "fuzz/input.h"
-#include "transport/frame.h"
+#include "transport/request.h"
 
 // An input is a row of building steps, a byte each, with its arguments behind it: a read frame
 // (start, quantity), a command frame (read quantity), registers (how many, value).
@@ -33,8 +32,8 @@ void PutWord(Bytes& bytes, std::size_t value)
     bytes.push_back(static_cast<std::uint8_t>(value));
 }
 
-/// How it must travel, with transaction id 0.
-Bytes Encoded(const Wanted& wanted)
+/// How it must travel.
+Bytes Encoded(const Wanted& wanted, std::uint16_t id)
 {
     Bytes body{kUnitId, wanted.function};
     PutWord(body, wanted.start);
@@ -47,7 +46,9 @@ Bytes Encoded(const Wanted& wanted)
             PutWord(body, value);
         }
     }
-    Bytes frame{0, 0, 0, 0};
+    Bytes frame;
+    PutWord(frame, id);
+    PutWord(frame, 0);
     PutWord(frame, body.size());
     frame.insert(frame.end(), body.begin(), body.end());
     return frame;
@@ -66,14 +67,14 @@ void Append(RequestBuffer& request, std::vector<Wanted>& wanted, unsigned count,
 std::vector<Wanted> Build(RequestBuffer& request, Input& input)
 {
     std::vector<Wanted> wanted;
-    while (!input.AtEnd() && !request.Overflowed()) {
+    while (!input.AtEnd() && !request.TooLong()) {
         switch (input.Next() & 3U) {
         case 0: {
             const std::uint16_t start = input.NextWord();
             const std::uint16_t quantity = input.Next();
             const bool added = request.StartReadFrame(start, quantity);
-            Require(added || request.Overflowed() || !wanted.empty(), "there is room at first");
-            if (!request.Overflowed()) wanted.push_back({kReadRegisters, start, quantity, {}});
+            Require(added || request.TooLong(), "what fits is added");
+            if (!request.TooLong()) wanted.push_back({kReadRegisters, start, quantity, {}});
             break;
         }
         case 1: {
@@ -96,21 +97,21 @@ std::vector<Wanted> Build(RequestBuffer& request, Input& input)
 /// What will be sent are the frames that were asked for, up to the first that must not be sent.
 void Check(Input input)
 {
+    constexpr std::uint16_t kFirstId = 0xFFFE; // and round
     RequestBuffer request;
     const std::vector<Wanted> wanted = Build(request, input);
-    if (request.Overflowed()) return; // and so will not be sent
-    Bytes wire(request.Bytes().begin(), request.Bytes().end());
-    std::size_t at = 0;
-    for (const Wanted& frame : wanted) {
-        const std::size_t size = ValidateFrame(std::span(wire).subspan(at), true);
-        Require((size != 0) == frame.Valid(), "a frame within its limits is valid");
-        if (size == 0) return;
-        const Bytes sent(wire.begin() + static_cast<std::ptrdiff_t>(at),
-                         wire.begin() + static_cast<std::ptrdiff_t>(at + size));
-        Require(sent == Encoded(frame), "a frame travels as it was asked for");
-        at += size;
+    request.Finish();
+    request.Number(kFirstId);
+    if (request.TooLong()) return; // and so will not be sent
+    Bytes expected;
+    std::size_t frames = 0;
+    while (frames < wanted.size() && wanted[frames].Valid()) {
+        const Bytes frame = Encoded(wanted[frames], static_cast<std::uint16_t>(kFirstId + frames));
+        expected.insert(expected.end(), frame.begin(), frame.end());
+        ++frames;
     }
-    Require(ValidateFrame(std::span(wire).subspan(at), false) == 0, "no frame behind the last");
+    Require(request.Frames() == frames, "frames within their limits are valid");
+    Require(std::ranges::equal(request.Bytes(), expected), "they travel as they were asked for");
 }
 
 } // namespace

@@ -13,4 +13,7 @@ std::size_t InheritableDescriptors();
 /// Bytes of memory that this process occupies.
 std::size_t ResidentBytes();
 
+/// Bytes of memory that are allocated in this process and not freed.
+std::size_t AllocatedBytes();
+
 } // namespace zelq::test

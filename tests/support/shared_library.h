@@ -33,7 +33,7 @@ std::string ZelqLibraryPath();
 /// Whether a file whose path ends in `name` is mapped into this process as a library or memory.
 bool IsMapped(const std::string& name);
 
-/// Whether any process keeps the lock of a controller.
-bool SessionLockExists(short number);
+/// Whether this process has the lock of a controller open.
+bool HasSessionLock(short number);
 
 } // namespace zelq::test

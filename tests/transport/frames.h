@@ -1,8 +1,8 @@
 #pragma once
 
-#include "common/byte_order.h"
 #include "support/scripted_controller.h"
-#include "transport/frame.h"
+#include "transport/reply.h"
+#include "transport/request.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,42 +10,12 @@
 
 namespace zelq::test {
 
-/// A frame's fields that the validity test looks at, in host order as they are built.
-struct FrameFields
+/// Gives the frames the ids 1, 2, 3 ... as the engine does.
+inline RequestBuffer Numbered(RequestBuffer request, std::uint16_t first = 1)
 {
-    std::uint8_t function;
-    std::uint16_t quantity; ///< read by function 3, else written
-    std::uint8_t byteCount; ///< not of function 3
-    std::uint16_t length;
-    std::uint16_t protocolId = 0;
-};
-
-inline void PutFrame(std::uint8_t* at, const FrameFields& fields)
-{
-    const bool isCommand = fields.function == kReadWriteRegisters;
-    StoreHost16(at + field::kProtocolId, fields.protocolId);
-    StoreHost16(at + field::kLength, fields.length);
-    at[field::kUnit] = kUnitId;
-    at[field::kFunction] = fields.function;
-    StoreHost16(at + (isCommand ? 14 : field::kQuantity), fields.quantity);
-    if (fields.function != kReadRegisters) at[isCommand ? 16 : 12] = fields.byteCount;
-}
-
-inline std::size_t Validity(const RequestBuffer& buffer, std::size_t at = 0)
-{
-    return ValidateFrame(buffer.Bytes().subspan(at));
-}
-
-/// Gives the frames the ids 1, 2, 3 ... as the engine does; returns how many there are.
-inline std::size_t NumberFrames(RequestBuffer& request)
-{
-    std::size_t frames = 0;
-    std::size_t at = 0;
-    while (const std::size_t size = Validity(request, at)) {
-        StoreHost16(request.Data() + at, static_cast<std::uint16_t>(++frames));
-        at += size;
-    }
-    return frames;
+    request.Finish();
+    request.Number(first);
+    return request;
 }
 
 /// The reply to a read, or to a command whose first word is its result.

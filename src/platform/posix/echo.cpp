@@ -1,14 +1,15 @@
 #include "platform/echo.h"
 
+#include "platform/posix/echo_reply.h"
 #include "platform/posix/poll_time.h"
 
 #include <arpa/inet.h>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <netinet/ip.h>
 #include <netinet/ip_icmp.h>
 #include <span>
 #include <sys/socket.h>
@@ -18,8 +19,7 @@ namespace zelq::platform {
 
 namespace {
 
-constexpr std::size_t kDataBytes = 32;
-constexpr std::size_t kRequestBytes = sizeof(icmphdr) + kDataBytes;
+constexpr std::size_t kRequestBytes = kEchoHeaderBytes + kEchoDataBytes;
 constexpr std::size_t kReplyBytes = 60 + kRequestBytes; // the longest IPv4 header, then the echo
 
 /// An ICMP socket: the unprivileged kind, which the kernel numbers and filters by itself, else a
@@ -30,7 +30,7 @@ class EchoSocket
     EchoSocket() : descriptor_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_ICMP))
     {
         if (descriptor_ >= 0) return;
-        raw_ = true;
+        form_ = EchoForm::kPacket;
         descriptor_ = socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
     }
     ~EchoSocket()
@@ -42,11 +42,11 @@ class EchoSocket
 
     [[nodiscard]] bool IsOpen() const { return descriptor_ >= 0; }
     [[nodiscard]] int Descriptor() const { return descriptor_; }
-    [[nodiscard]] bool IsRaw() const { return raw_; }
+    [[nodiscard]] EchoForm Form() const { return form_; }
 
   private:
     int descriptor_;
-    bool raw_ = false;
+    EchoForm form_ = EchoForm::kMessage;
 };
 
 /// A dotted address, or else a host name.
@@ -75,14 +75,23 @@ std::uint16_t Checksum(std::span<const std::uint8_t> bytes)
     return htons(static_cast<std::uint16_t>(~sum));
 }
 
-std::array<std::uint8_t, kRequestBytes> EchoRequest(std::uint16_t id)
+/// The numbers of one echo, which no other call of this process has. The unprivileged kind of
+/// socket puts an id of its own in place of ours.
+EchoNumbers NextNumbers()
+{
+    static std::atomic<std::uint16_t> sequence = 0;
+    return {static_cast<std::uint16_t>(getpid()), ++sequence};
+}
+
+std::array<std::uint8_t, kRequestBytes> EchoRequest(EchoNumbers numbers)
 {
     std::array<std::uint8_t, kRequestBytes> request{};
     request.fill(0xFF);
     icmphdr header{};
+    static_assert(sizeof(header) == kEchoHeaderBytes);
     header.type = ICMP_ECHO;
-    header.un.echo.id = htons(id);
-    header.un.echo.sequence = htons(1);
+    header.un.echo.id = htons(numbers.id);
+    header.un.echo.sequence = htons(numbers.sequence);
     std::memcpy(request.data(), &header, sizeof(header));
     header.checksum = Checksum(request);
     std::memcpy(request.data(), &header, sizeof(header));
@@ -110,35 +119,25 @@ std::uint32_t EchoError(int error)
     }
 }
 
-/// Whether a received packet answers our request. A raw socket sees every ICMP packet of the host.
-bool IsOurReply(std::span<const std::uint8_t> packet, bool raw, std::uint16_t id)
-{
-    const std::size_t start = raw && !packet.empty() ? (packet[0] & 0x0FU) * 4U : 0;
-    if (packet.size() < start + kRequestBytes) return false;
-    icmphdr header{};
-    std::memcpy(&header, packet.data() + start, sizeof(header));
-    return header.type == ICMP_ECHOREPLY && (!raw || ntohs(header.un.echo.id) == id);
-}
-
-/// Waits for the reply; 0, or the system's error number.
-int AwaitReply(const EchoSocket& echo, std::uint16_t id, Deadline deadline, sockaddr_in& from)
+/// Waits for the reply of `target`; 0, or the system's error number.
+int AwaitReply(const EchoSocket& echo, const sockaddr_in& target, EchoNumbers numbers,
+               Deadline deadline)
 {
     std::array<std::uint8_t, kReplyBytes> packet{};
-    while (true) {
-        pollfd entry{echo.Descriptor(), POLLIN, 0};
-        const int ready = poll(&entry, 1, PollTime(deadline));
-        if (ready == 0) return ETIMEDOUT;
-        if (ready < 0 && errno == EINTR) continue;
-        if (ready < 0) return errno;
+    do {
+        const WaitStatus ready = Poll(echo.Descriptor(), POLLIN, deadline);
+        if (ready == WaitStatus::kTimedOut) return ETIMEDOUT;
+        if (ready == WaitStatus::kFailed) return errno;
+        sockaddr_in from{};
         socklen_t size = sizeof(from);
         const ssize_t got = recvfrom(echo.Descriptor(), packet.data(), packet.size(), MSG_DONTWAIT,
                                      reinterpret_cast<sockaddr*>(&from), &size);
         if (got < 0 && errno != EAGAIN && errno != EINTR) return errno;
-        if (got < 0) continue;
+        if (got < 0 || from.sin_addr.s_addr != target.sin_addr.s_addr) continue;
         const std::span<const std::uint8_t> received(packet.data(), static_cast<std::size_t>(got));
-        if (IsOurReply(received, echo.IsRaw(), id)) return 0;
-        if (Clock::now() >= deadline) return ETIMEDOUT;
-    }
+        if (AnswersEcho(received, echo.Form(), numbers)) return 0;
+    } while (Clock::now() < deadline);
+    return ETIMEDOUT;
 }
 
 } // namespace
@@ -151,17 +150,16 @@ EchoResult SendEcho(const char* host, std::uint32_t timeoutMs)
     const EchoSocket echo;
     if (!echo.IsOpen()) return result;
 
-    const auto id = static_cast<std::uint16_t>(getpid());
-    const auto request = EchoRequest(id);
+    const EchoNumbers numbers = NextNumbers();
+    const auto request = EchoRequest(numbers);
     const Deadline deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
     const ssize_t sent = sendto(echo.Descriptor(), request.data(), request.size(), MSG_NOSIGNAL,
                                 reinterpret_cast<const sockaddr*>(&target), sizeof(target));
-    sockaddr_in from{};
-    const int error = sent < 0 ? errno : AwaitReply(echo, id, deadline, from);
+    const int error = sent < 0 ? errno : AwaitReply(echo, target, numbers, deadline);
     result.status = error == 0 ? EchoStatus::kReply : EchoStatus::kNoReply;
     result.error = error == 0 ? 0 : EchoError(error);
     if (error == 0) {
-        inet_ntop(AF_INET, &from.sin_addr, result.sender.data(), result.sender.size());
+        inet_ntop(AF_INET, &target.sin_addr, result.sender.data(), result.sender.size());
     }
     return result;
 }

@@ -2,11 +2,10 @@
 
 namespace zelq::platform {
 
-std::tm LocalTime()
+std::tm LocalTime(std::time_t time)
 {
-    const std::time_t now = std::time(nullptr);
     std::tm local{};
-    localtime_r(&now, &local);
+    localtime_r(&time, &local);
     return local;
 }
 

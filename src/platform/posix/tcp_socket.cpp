@@ -2,27 +2,19 @@
 
 #include "platform/posix/poll_time.h"
 
-#include <algorithm>
 #include <arpa/inet.h>
-#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <mutex>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <shared_mutex>
-#include <sys/ioctl.h>
+#include <new>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace zelq::platform {
 
 namespace {
-
-std::uint32_t ErrorNumber()
-{
-    return static_cast<std::uint32_t>(errno);
-}
 
 /// A non-blocking connect ends when the socket becomes writable, refused or not: ask it which.
 int FinishConnect(int descriptor, Deadline deadline)
@@ -57,27 +49,55 @@ bool MakeBlocking(int descriptor)
     return flags >= 0 && fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK) == 0;
 }
 
-/// The errors that mean that the connection is gone; EPIPE is this system's word for it.
-bool MeansBroken(int error)
+/// What an error comes to. Some mean that the connection is gone; EPIPE is this system's word for
+/// it.
+IoResult Failed(int error)
 {
-    return error == ENETDOWN || error == ENETRESET || error == ECONNABORTED ||
-           error == ECONNRESET || error == ENOTCONN || error == EPIPE;
+    switch (error) {
+    case EAGAIN:
+    case EINTR:
+        return {IoStatus::kBlocked, 0};
+    case ENETDOWN:
+    case ENETRESET:
+    case ECONNABORTED:
+    case ECONNRESET:
+    case ENOTCONN:
+    case EPIPE:
+        return {IoStatus::kClosed, 0};
+    default:
+        return {IoStatus::kFailed, 0};
+    }
+}
+
+IoResult Receive(int descriptor, std::span<std::uint8_t> area, int flags)
+{
+    const ssize_t got = recv(descriptor, area.data(), area.size(), flags);
+    if (got < 0) return Failed(errno);
+    if (got == 0) return {IoStatus::kClosed, 0};
+    return {IoStatus::kDone, static_cast<std::size_t>(got)};
+}
+
+/// Has the system let a receive wait for the larger part of `wait`, which takes one call where
+/// waiting and receiving take two; 0 ms where the part is too small. It ends such a wait up to an
+/// eighth and two ticks too late, so the rest must be waited for otherwise. Most waits are equally
+/// long: the system is told when that changes.
+std::chrono::milliseconds LetReceiveWait(TcpState& state, std::chrono::milliseconds wait)
+{
+    constexpr std::chrono::milliseconds kTwoTicks{20};
+    const std::int64_t most = (wait * 3 / 4 - kTwoTicks).count();
+    const std::int64_t set = state.receiveLimit.load(std::memory_order_relaxed);
+    if (set > 0 && set <= most && most <= 2 * set) return std::chrono::milliseconds(set);
+    if (most <= 0) return std::chrono::milliseconds(0);
+    const timeval limit{static_cast<time_t>(most / 1000),
+                        static_cast<suseconds_t>(most % 1000 * 1000)};
+    if (setsockopt(state.descriptor.load(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit)) != 0) {
+        return std::chrono::milliseconds(0);
+    }
+    state.receiveLimit.store(most, std::memory_order_relaxed);
+    return std::chrono::milliseconds(most);
 }
 
 } // namespace
-
-TcpSocket::~TcpSocket()
-{
-    Close();
-}
-
-IoStatus TcpSocket::Failed(std::uint32_t error)
-{
-    const int number = static_cast<int>(error);
-    if (number == EAGAIN || number == EWOULDBLOCK || number == EINTR) return IoStatus::kBlocked;
-    lastError_.store(error, std::memory_order_relaxed);
-    return MeansBroken(number) ? IoStatus::kClosed : IoStatus::kFailed;
-}
 
 bool TcpSocket::Open(const char* address, std::uint32_t port, std::chrono::milliseconds timeout)
 {
@@ -85,120 +105,78 @@ bool TcpSocket::Open(const char* address, std::uint32_t port, std::chrono::milli
     sockaddr_in target{};
     target.sin_family = AF_INET;
     target.sin_port = htons(static_cast<std::uint16_t>(port));
-    if (port > UINT16_MAX || inet_pton(AF_INET, address, &target.sin_addr) != 1) {
-        lastError_.store(EINVAL, std::memory_order_relaxed);
+    if (port > UINT16_MAX || inet_pton(AF_INET, address, &target.sin_addr) != 1) return false;
+    const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_TCP);
+    if (descriptor < 0) return false;
+    if (ConnectTo(descriptor, target, timeout) != 0 || !MakeBlocking(descriptor)) {
+        close(descriptor);
         return false;
     }
-    const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_TCP);
-    int error = descriptor < 0 ? errno : ConnectTo(descriptor, target, timeout);
-    if (error == 0 && !MakeBlocking(descriptor)) error = errno;
-    if (error == 0) {
-        const std::unique_lock alone(inUse_);
-        receiveLimit_ = 0;
-        const Handle replaced = handle_.exchange(descriptor);
-        if (replaced != kNone) close(static_cast<int>(replaced));
-        return true;
-    }
-    lastError_.store(static_cast<std::uint32_t>(error), std::memory_order_relaxed);
-    if (descriptor >= 0) close(descriptor);
-    return false;
+    const std::unique_lock alone(inUse_);
+    state_.receiveLimit = 0;
+    const int replaced = state_.descriptor.exchange(descriptor);
+    if (replaced != TcpState::kNone) close(replaced);
+    return true;
 }
 
 void TcpSocket::Close()
 {
-    const Handle handle = handle_.exchange(kNone);
-    if (handle == kNone) return;
-    {
-        // Whoever still waits on the descriptor is woken by this, and lets go of it.
-        const std::shared_lock step(inUse_);
-        shutdown(static_cast<int>(handle), SHUT_RDWR);
+    const int descriptor = state_.descriptor.exchange(TcpState::kNone);
+    if (descriptor != TcpState::kNone) {
+        const Use use(*this);
+        shutdown(descriptor, SHUT_RDWR);
     }
     const std::unique_lock alone(inUse_);
-    close(static_cast<int>(handle));
+    if (descriptor != TcpState::kNone) close(descriptor);
 }
 
-IoStatus TcpSocket::Drain()
+void TcpSocket::Interrupt()
 {
-    const std::shared_lock step(inUse_);
-    std::uint8_t first = 0;
-    const ssize_t got = recv(static_cast<int>(handle_.load()), &first, 1, MSG_DONTWAIT);
-    if (got == 0) return IoStatus::kClosed;
-    if (got > 0) return DiscardPending();
-    const IoStatus status = Failed(ErrorNumber());
-    return status == IoStatus::kBlocked ? IoStatus::kDone : status;
+    const Use use(*this);
+    const int descriptor = state_.descriptor.load();
+    if (descriptor != TcpState::kNone) shutdown(descriptor, SHUT_RDWR);
 }
 
-IoStatus TcpSocket::DiscardPending()
+void TcpSocket::Abandon()
 {
-    const int descriptor = static_cast<int>(handle_.load());
-    int pending = 0;
-    if (ioctl(descriptor, FIONREAD, &pending) != 0) return Failed(ErrorNumber());
-    // No more than stood there at the start: a peer that never stops sending holds nobody up.
-    std::array<std::uint8_t, 4096> waste; // NOLINT(*-member-init): overwritten before any use
-    while (pending > 0) {
-        const auto wanted = std::min(waste.size(), static_cast<std::size_t>(pending));
-        const ssize_t got = recv(descriptor, waste.data(), wanted, MSG_DONTWAIT);
-        if (got == 0) return IoStatus::kClosed;
-        if (got < 0) return Failed(ErrorNumber());
-        pending -= static_cast<int>(got);
-    }
-    return IoStatus::kDone;
+    new (&inUse_) UseLock;
+    const int descriptor = state_.descriptor.exchange(TcpState::kNone);
+    if (descriptor != TcpState::kNone) close(descriptor);
+}
+
+IoResult TcpSocket::ReceivePending(std::span<std::uint8_t> area)
+{
+    return Receive(state_.descriptor.load(), area, MSG_DONTWAIT);
 }
 
 IoResult TcpSocket::Send(std::span<const std::uint8_t> bytes)
 {
-    const std::shared_lock step(inUse_);
-    const ssize_t sent = send(static_cast<int>(handle_.load()), bytes.data(), bytes.size(),
-                              MSG_NOSIGNAL | MSG_DONTWAIT);
-    if (sent < 0) return {Failed(ErrorNumber()), 0};
+    const ssize_t sent =
+        send(state_.descriptor.load(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent < 0) return Failed(errno);
     return {IoStatus::kDone, static_cast<std::size_t>(sent)};
-}
-
-IoResult TcpSocket::Receive(std::span<std::uint8_t> area)
-{
-    const std::shared_lock step(inUse_);
-    const ssize_t got =
-        recv(static_cast<int>(handle_.load()), area.data(), area.size(), MSG_DONTWAIT);
-    if (got < 0) return {Failed(ErrorNumber()), 0};
-    if (got == 0) return {IoStatus::kClosed, 0};
-    return {IoStatus::kDone, static_cast<std::size_t>(got)};
 }
 
 IoResult TcpSocket::ReceiveWithin(std::span<std::uint8_t> area, std::chrono::milliseconds wait)
 {
-    const std::shared_lock step(inUse_);
-    const int descriptor = static_cast<int>(handle_.load());
-    // Most receives wait equally long: the system is told when that changes. It takes a limit of
-    // 0 for none at all.
-    if (wait.count() > 0 && receiveLimit_.exchange(wait.count()) != wait.count()) {
-        const timeval limit{static_cast<time_t>(wait.count() / 1000),
-                            static_cast<suseconds_t>(wait.count() % 1000 * 1000)};
-        setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+    const int descriptor = state_.descriptor.load();
+    const Deadline deadline = Clock::now() + wait;
+    if (LetReceiveWait(state_, wait).count() > 0) {
+        const IoResult received = Receive(descriptor, area, 0);
+        // The signal that interrupts it is the caller's to look at before he goes on.
+        if (received.status != IoStatus::kBlocked || errno == EINTR) return received;
     }
-    const int flags = wait.count() > 0 ? 0 : MSG_DONTWAIT;
-    const ssize_t got = recv(descriptor, area.data(), area.size(), flags);
-    if (got > 0) return {IoStatus::kDone, static_cast<std::size_t>(got)};
-    if (got == 0) return {IoStatus::kClosed, 0};
-    if (errno == EAGAIN || errno == EWOULDBLOCK) return {IoStatus::kTimedOut, 0};
-    return {Failed(ErrorNumber()), 0};
-}
-
-WaitStatus TcpSocket::Wait(bool forWriting, Deadline deadline)
-{
-    const std::shared_lock step(inUse_);
-    const int descriptor = static_cast<int>(handle_.load());
-    if (descriptor == kNone) return WaitStatus::kFailed;
-    return Poll(descriptor, static_cast<short>(forWriting ? POLLOUT : POLLIN), deadline);
+    const WaitStatus ready = Poll(descriptor, POLLIN, deadline);
+    if (ready == WaitStatus::kTimedOut) return {IoStatus::kTimedOut, 0};
+    if (ready == WaitStatus::kFailed) return {IoStatus::kFailed, 0};
+    return ReceivePending(area);
 }
 
 WaitStatus TcpSocket::WaitWritable(Deadline deadline)
 {
-    return Wait(true, deadline);
-}
-
-WaitStatus TcpSocket::WaitReadable(Deadline deadline)
-{
-    return Wait(false, deadline);
+    const int descriptor = state_.descriptor.load();
+    if (descriptor == TcpState::kNone) return WaitStatus::kFailed;
+    return Poll(descriptor, POLLOUT, deadline);
 }
 
 } // namespace zelq::platform

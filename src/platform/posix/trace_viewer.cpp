@@ -1,9 +1,11 @@
 #include "platform/trace_viewer.h"
 
 #include "platform/posix/debug_output.h"
+#include "platform/process.h"
 
 #include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -17,49 +19,72 @@ namespace {
 /// Name of the abstract datagram socket that a viewer binds.
 constexpr char kViewerName[] = "Quillet";
 
-/// The library's end: one unbound datagram socket for all threads, closed at unload.
+/// The library's end: one unbound datagram socket for all threads, made for the first line and
+/// closed at unload. One that cannot be made now is tried again for the next line.
 class ViewerSocket
 {
   public:
-    ViewerSocket() : descriptor_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
-    {
-        const timeval limit{0, 100'000};
-        setsockopt(descriptor_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
-        viewer_.sun_family = AF_UNIX;
-        std::memcpy(viewer_.sun_path + 1, kViewerName, sizeof(kViewerName) - 1);
-    }
+    ViewerSocket() = default;
     ~ViewerSocket()
     {
         // A thread that is still in a call, as when main returns before its threads, keeps it: its
         // number must not become another socket's under that thread's hands.
-        const int descriptor = descriptor_.exchange(-1);
+        const int descriptor = descriptor_.exchange(kGone);
         if (descriptor >= 0 && users_ == 0) close(descriptor);
     }
     ViewerSocket(const ViewerSocket&) = delete;
     ViewerSocket& operator=(const ViewerSocket&) = delete;
 
     /// False when no viewer is there. A hung one costs the send's time-out and loses the line.
-    bool Send(const char* line, std::size_t length) const
+    bool Send(const char* line, std::size_t length)
     {
         ++users_;
-        const bool taken = SendOn(descriptor_, line, length);
+        const int descriptor = Opened();
+        const bool taken = descriptor >= 0 && SendOn(descriptor, line, length);
         --users_;
         return taken;
     }
 
+    /// In a forked child: the socket stays the parent's.
+    void Abandon()
+    {
+        const int descriptor = descriptor_.exchange(kNone);
+        if (descriptor >= 0) close(descriptor);
+        users_ = 0;
+        connected_ = false;
+    }
+
   private:
-    bool SendOn(int descriptor, const char* line, std::size_t length) const
+    static constexpr int kNone = -1; ///< not made yet
+    static constexpr int kGone = -2; ///< and none is to be made any more
+
+    int Opened()
+    {
+        int descriptor = descriptor_.load();
+        if (descriptor != kNone) return descriptor;
+        const int made = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        if (made < 0) return kNone;
+        const timeval limit{0, 100'000};
+        setsockopt(made, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
+        if (descriptor_.compare_exchange_strong(descriptor, made)) return made;
+        close(made);
+        return descriptor;
+    }
+
+    bool SendOn(int descriptor, const char* line, std::size_t length)
     {
         // Connected, a line costs no look-up. A viewer that has gone is noticed by the send, and
         // looking for one costs less than a send that nobody takes.
         if (SendToConnected(descriptor, line, length)) return true;
+        sockaddr_un viewer{};
+        viewer.sun_family = AF_UNIX;
+        std::memcpy(viewer.sun_path + 1, kViewerName, sizeof(kViewerName) - 1);
         constexpr socklen_t kSize = offsetof(sockaddr_un, sun_path) + sizeof(kViewerName);
-        const auto* address = reinterpret_cast<const sockaddr*>(&viewer_);
-        connected_ = connect(descriptor, address, kSize) == 0;
+        connected_ = connect(descriptor, reinterpret_cast<sockaddr*>(&viewer), kSize) == 0;
         return SendToConnected(descriptor, line, length);
     }
 
-    bool SendToConnected(int descriptor, const char* line, std::size_t length) const
+    bool SendToConnected(int descriptor, const char* line, std::size_t length)
     {
         if (!connected_) return false;
         const ssize_t sent = send(descriptor, line, length, MSG_NOSIGNAL);
@@ -68,18 +93,21 @@ class ViewerSocket
         return false;
     }
 
-    std::atomic<int> descriptor_;
-    mutable std::atomic<int> users_ = 0; ///< threads that are sending
-    mutable std::atomic<bool> connected_ = false;
-    sockaddr_un viewer_{};
+    std::atomic<int> descriptor_ = kNone;
+    std::atomic<int> users_ = 0; ///< threads that are sending
+    std::atomic<bool> connected_ = false;
 };
+
+ViewerSocket viewerSocket;
+
+[[maybe_unused]] const bool abandonsInChild =
+    (CallInForkedChild([] { viewerSocket.Abandon(); }), true);
 
 } // namespace
 
 void DeliverTraceLine(const char* line, std::size_t length)
 {
-    static const ViewerSocket kViewer;
-    if (!kViewer.Send(line, length)) zelq_debug_output(line);
+    if (!viewerSocket.Send(line, length)) zelq_debug_output(line);
 }
 
 } // namespace zelq::platform

@@ -3,6 +3,7 @@
 #include "platform/posix/poll_time.h"
 
 #include <arpa/inet.h>
+#include <cerrno>
 #include <cstring>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -22,7 +23,7 @@ bool UdpSocket::Open(const char* address, std::uint16_t port)
 
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_UDP);
     if (descriptor < 0) return false;
-    handle_ = descriptor;
+    state_.descriptor = descriptor;
     const int on = 1;
     if (setsockopt(descriptor, SOL_SOCKET, SO_BROADCAST, &on, sizeof(on)) == 0) return true;
     Close();
@@ -31,15 +32,14 @@ bool UdpSocket::Open(const char* address, std::uint16_t port)
 
 void UdpSocket::Close()
 {
-    if (handle_ == kNone) return;
-    close(static_cast<int>(handle_));
-    handle_ = kNone;
+    if (state_.descriptor >= 0) close(state_.descriptor);
+    state_.descriptor = -1;
 }
 
 IoStatus UdpSocket::Send(std::span<const std::uint8_t> datagram)
 {
     const ssize_t sent =
-        sendto(static_cast<int>(handle_), datagram.data(), datagram.size(), 0,
+        sendto(state_.descriptor, datagram.data(), datagram.size(), 0,
                reinterpret_cast<const sockaddr*>(destination_.data()), sizeof(sockaddr_in));
     if (sent >= 0) return IoStatus::kDone;
     return errno == EAGAIN || errno == EWOULDBLOCK ? IoStatus::kBlocked : IoStatus::kFailed;
@@ -47,7 +47,7 @@ IoStatus UdpSocket::Send(std::span<const std::uint8_t> datagram)
 
 IoResult UdpSocket::Receive(std::span<std::uint8_t> area)
 {
-    const ssize_t got = recv(static_cast<int>(handle_), area.data(), area.size(), MSG_TRUNC);
+    const ssize_t got = recv(state_.descriptor, area.data(), area.size(), MSG_TRUNC);
     if (got < 0) {
         // What a datagram sent earlier met on its way is reported here: it ends nothing.
         return {IoStatus::kBlocked, 0};
@@ -58,7 +58,7 @@ IoResult UdpSocket::Receive(std::span<std::uint8_t> area)
 
 WaitStatus UdpSocket::WaitReadable(Deadline deadline)
 {
-    return Poll(static_cast<int>(handle_), POLLIN, deadline);
+    return Poll(state_.descriptor, POLLIN, deadline);
 }
 
 } // namespace zelq::platform

@@ -69,10 +69,14 @@ EchoResult SendEcho(const char* host, std::uint32_t timeoutMs)
                                        area.data(), kReplyBytes, timeoutMs);
     ICMP_ECHO_REPLY reply{};
     std::memcpy(&reply, area.data(), sizeof(reply));
+    result.status = EchoStatus::kNoReply;
     if (replies == 0 || reply.Status != IP_SUCCESS) {
         // What a router says, such as "host unreachable", is no reply of the host.
-        result.status = EchoStatus::kNoReply;
         result.error = replies == 0 ? static_cast<std::uint32_t>(WSAGetLastError()) : reply.Status;
+        return result;
+    }
+    if (reply.Address != target.s_addr) {
+        result.error = kEchoTimedOut; // nor is what somebody else sends
         return result;
     }
     result.status = EchoStatus::kReply;

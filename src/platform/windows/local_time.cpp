@@ -2,12 +2,11 @@
 
 namespace zelq::platform {
 
-std::tm LocalTime()
+std::tm LocalTime(std::time_t time)
 {
-    // 64 bits also where this system's time_t has 32.
-    const __time64_t now = _time64(nullptr);
+    const __time64_t seconds = time;
     std::tm local{};
-    _localtime64_s(&local, &now);
+    _localtime64_s(&local, &seconds);
     return local;
 }
 

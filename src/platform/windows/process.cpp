@@ -12,4 +12,7 @@ bool ProcessIsEnding()
     return RtlDllShutdownInProgress() != FALSE;
 }
 
+// No process of this system is a copy of another.
+void CallInForkedChild(void (* /*function*/)()) {}
+
 } // namespace zelq::platform

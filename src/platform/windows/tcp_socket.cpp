@@ -4,8 +4,6 @@
 #include "platform/windows/wait_time.h"
 #include "platform/windows/winsock_use.h"
 
-#include <algorithm>
-#include <array>
 #include <mutex>
 #include <shared_mutex>
 
@@ -13,13 +11,7 @@ namespace zelq::platform {
 
 namespace {
 
-constexpr std::intptr_t kNoEvent = -1;
 constexpr long kBlockingMode = static_cast<long>(FIONBIO);
-
-std::uint32_t LastErrorNumber()
-{
-    return static_cast<std::uint32_t>(WSAGetLastError());
-}
 
 SOCKET Native(std::intptr_t handle)
 {
@@ -37,19 +29,21 @@ timeval SelectTime(std::chrono::milliseconds time)
     return {static_cast<long>(count / 1000), static_cast<long>(count % 1000 * 1000)};
 }
 
-/// Whether the socket becomes writable, or its connect fails, within the time.
-int SelectForWriting(SOCKET handle, std::chrono::milliseconds time)
+/// Waits until the socket becomes writable or, where `failed` is asked for, its connect fails; 0
+/// when neither happened within the time.
+int SelectForWriting(SOCKET handle, std::chrono::milliseconds time, fd_set* failed)
 {
     fd_set writable{1, {handle}};
-    fd_set failed{1, {handle}};
     timeval limit = SelectTime(time);
-    return select(0, nullptr, &writable, &failed, &limit);
+    return select(0, nullptr, &writable, failed, &limit);
 }
 
-/// A non-blocking connect ends writable or with an exception: ask the socket which error it has.
+/// A non-blocking connect ends writable or with an exception: the socket tells which error it has.
+/// An exception whose error it does not know is none the less one.
 int FinishConnect(SOCKET handle, std::chrono::milliseconds timeout)
 {
-    const int ready = SelectForWriting(handle, timeout);
+    fd_set failed{1, {handle}};
+    const int ready = SelectForWriting(handle, timeout, &failed);
     if (ready == 0) return WSAETIMEDOUT;
     int error = 0;
     int size = sizeof(error);
@@ -57,7 +51,7 @@ int FinishConnect(SOCKET handle, std::chrono::milliseconds timeout)
     if (ready < 0 || getsockopt(handle, SOL_SOCKET, SO_ERROR, result, &size) != 0) {
         return WSAGetLastError();
     }
-    return error;
+    return error == 0 && failed.fd_count > 0 ? WSAECONNREFUSED : error;
 }
 
 bool SetOn(SOCKET handle, int level, int option)
@@ -92,27 +86,29 @@ int OpenConnected(const char* address, std::uint32_t port, std::chrono::millisec
     return handle == INVALID_SOCKET ? WSAGetLastError() : ConnectTo(handle, target, timeout);
 }
 
-/// The errors that mean that the connection is gone.
-bool MeansBroken(int error)
+/// What an error comes to; some mean that the connection is gone.
+IoResult Failed(int error)
 {
-    return error == WSAENETDOWN || error == WSAENETRESET || error == WSAECONNABORTED ||
-           error == WSAECONNRESET || error == WSAENOTCONN;
-}
-
-/// Whether a step would not block now. Looking for bytes is a receive, after which the system
-/// sets the event for the next ones.
-bool IsReady(SOCKET handle, bool forWriting)
-{
-    if (forWriting) return SelectForWriting(handle, std::chrono::milliseconds{0}) != 0;
-    char next = 0;
-    return recv(handle, &next, 1, MSG_PEEK) >= 0 || WSAGetLastError() != WSAEWOULDBLOCK;
+    switch (error) {
+    case WSAEWOULDBLOCK:
+        return {IoStatus::kBlocked, 0};
+    case WSAENETDOWN:
+    case WSAENETRESET:
+    case WSAECONNABORTED:
+    case WSAECONNRESET:
+    case WSAENOTCONN:
+    case WSAESHUTDOWN:
+        return {IoStatus::kClosed, 0};
+    default:
+        return {IoStatus::kFailed, 0};
+    }
 }
 
 /// Has the event set whenever the socket becomes readable, writable or closed. An event that serves
 /// several connections may be set late, for one that is gone, which costs no more than a look.
 bool SignalReadiness(SOCKET handle, std::atomic<std::intptr_t>& event)
 {
-    if (event.load() == kNoEvent) {
+    if (event.load() == TcpState::kNone) {
         const WSAEVENT created = WSACreateEvent();
         if (created == WSA_INVALID_EVENT) return false;
         event.store(reinterpret_cast<std::intptr_t>(created));
@@ -122,8 +118,8 @@ bool SignalReadiness(SOCKET handle, std::atomic<std::intptr_t>& event)
 
 void CloseEvent(std::atomic<std::intptr_t>& event)
 {
-    const std::intptr_t closed = event.exchange(kNoEvent);
-    if (closed != kNoEvent) WSACloseEvent(NativeEvent(closed));
+    const std::intptr_t closed = event.exchange(TcpState::kNone);
+    if (closed != TcpState::kNone) WSACloseEvent(NativeEvent(closed));
 }
 
 void CloseSocket(SOCKET handle)
@@ -132,150 +128,141 @@ void CloseSocket(SOCKET handle)
     WSACleanup();
 }
 
+/// Shuts the connection down and wakes all who wait on it.
+void Break(SOCKET handle, const std::atomic<std::intptr_t>& event)
+{
+    shutdown(handle, SD_BOTH);
+    WSASetEvent(NativeEvent(event.load()));
+}
+
+enum class Turn {
+    kLook,   ///< something may have changed
+    kClosed, ///< the peer has closed, or the connection is broken
+    kTimedOut,
+    kFailed, ///< the connection was closed or broken by another thread
+};
+
+/// Waits until it is worth looking at the socket again. The event only says when; what is seen
+/// there counts. So it may be set for something that was taken long ago, or another thread may have
+/// reset it.
+Turn AwaitChange(TcpState& state, Deadline deadline)
+{
+    const WSAEVENT event = NativeEvent(state.event.load());
+    const std::intptr_t handle = state.handle.load();
+    if (handle == TcpState::kNone || state.broken) {
+        // It was set for all, but this thread may have reset it before others saw it.
+        if (state.event.load() != TcpState::kNone) WSASetEvent(event);
+        return Turn::kFailed;
+    }
+    const auto left = Left(deadline);
+    if (left.count() == 0) return Turn::kTimedOut;
+    const DWORD wait = WSAWaitForMultipleEvents(1, &event, FALSE, WaitTime(left), FALSE);
+    if (wait == WSA_WAIT_FAILED) return Turn::kFailed;
+    if (wait != WSA_WAIT_EVENT_0) return Turn::kLook;
+    WSANETWORKEVENTS seen{};
+    if (WSAEnumNetworkEvents(Native(handle), event, &seen) != 0) return Turn::kFailed;
+    return (seen.lNetworkEvents & FD_CLOSE) != 0 ? Turn::kClosed : Turn::kLook;
+}
+
 } // namespace
-
-TcpSocket::~TcpSocket()
-{
-    Close();
-}
-
-IoStatus TcpSocket::Failed(std::uint32_t error)
-{
-    const int number = static_cast<int>(error);
-    if (number == WSAEWOULDBLOCK) return IoStatus::kBlocked;
-    lastError_.store(error, std::memory_order_relaxed);
-    return MeansBroken(number) ? IoStatus::kClosed : IoStatus::kFailed;
-}
 
 bool TcpSocket::Open(const char* address, std::uint32_t port, std::chrono::milliseconds timeout)
 {
     Close();
     WinsockUse winsock;
     SOCKET handle = INVALID_SOCKET;
-    int error = winsock.Error();
-    if (error == 0) error = OpenConnected(address, port, timeout, handle);
-    if (error == 0) {
+    if (winsock.Error() != 0) return false;
+    bool opened = OpenConnected(address, port, timeout, handle) == 0;
+    if (opened) {
         const std::unique_lock alone(inUse_);
-        if (SignalReadiness(handle, event_)) {
-            const Handle replaced = handle_.exchange(static_cast<Handle>(handle));
-            if (replaced != kNone) CloseSocket(Native(replaced));
+        opened = SignalReadiness(handle, state_.event);
+        if (opened) {
+            state_.broken = false;
+            const auto replaced = state_.handle.exchange(static_cast<std::intptr_t>(handle));
+            if (replaced != TcpState::kNone) CloseSocket(Native(replaced));
             winsock.Keep();
-            return true;
+        } else if (!state_.IsOpen()) {
+            CloseEvent(state_.event);
         }
-        error = WSAGetLastError();
-        if (handle_.load() == kNone) CloseEvent(event_);
     }
-    lastError_.store(static_cast<std::uint32_t>(error), std::memory_order_relaxed);
-    if (handle != INVALID_SOCKET) closesocket(handle);
-    return false;
+    if (!opened && handle != INVALID_SOCKET) closesocket(handle);
+    return opened;
 }
 
 void TcpSocket::Close()
 {
-    const Handle handle = handle_.exchange(kNone);
-    if (handle == kNone) return;
-    {
-        // Whoever still waits on the socket is woken by this, and lets go of it.
-        const std::shared_lock step(inUse_);
-        shutdown(Native(handle), SD_BOTH);
-        WSASetEvent(NativeEvent(event_.load()));
+    const std::intptr_t handle = state_.handle.exchange(TcpState::kNone);
+    if (handle != TcpState::kNone) {
+        const Use use(*this);
+        Break(Native(handle), state_.event);
     }
     const std::unique_lock alone(inUse_);
+    if (handle == TcpState::kNone) return;
     CloseSocket(Native(handle));
     // Another thread may have connected meanwhile, and waits by the same event.
-    if (handle_.load() == kNone) CloseEvent(event_);
+    if (!state_.IsOpen()) CloseEvent(state_.event);
 }
 
-IoStatus TcpSocket::Drain()
+void TcpSocket::Interrupt()
 {
-    const std::shared_lock step(inUse_);
-    char first = 0;
-    const int got = recv(Native(handle_.load()), &first, 1, 0);
-    if (got == 0) return IoStatus::kClosed;
-    if (got > 0) return DiscardPending();
-    const IoStatus status = Failed(LastErrorNumber());
-    return status == IoStatus::kBlocked ? IoStatus::kDone : status;
+    const Use use(*this);
+    const std::intptr_t handle = state_.handle.load();
+    if (handle == TcpState::kNone) return;
+    state_.broken = true;
+    Break(Native(handle), state_.event);
 }
 
-IoStatus TcpSocket::DiscardPending()
+// No process of this system is a copy of another, which would inherit a connection.
+void TcpSocket::Abandon()
 {
-    const SOCKET handle = Native(handle_.load());
-    u_long pending = 0;
-    if (ioctlsocket(handle, FIONREAD, &pending) != 0) return Failed(LastErrorNumber());
-    // No more than stood there at the start: a peer that never stops sending holds nobody up.
-    std::array<char, 4096> waste; // NOLINT(*-member-init): overwritten before any use
-    while (pending > 0) {
-        const auto wanted = std::min(waste.size(), static_cast<std::size_t>(pending));
-        const int got = recv(handle, waste.data(), static_cast<int>(wanted), 0);
-        if (got == 0) return IoStatus::kClosed;
-        if (got < 0) return Failed(LastErrorNumber());
-        pending -= static_cast<u_long>(got);
-    }
-    return IoStatus::kDone;
+    Close();
 }
 
-IoResult TcpSocket::Send(std::span<const std::uint8_t> bytes)
+IoResult TcpSocket::ReceivePending(std::span<std::uint8_t> area)
 {
-    const std::shared_lock step(inUse_);
-    const auto* data = reinterpret_cast<const char*>(bytes.data());
-    const int sent = send(Native(handle_.load()), data, static_cast<int>(bytes.size()), 0);
-    if (sent < 0) return {Failed(LastErrorNumber()), 0};
-    return {IoStatus::kDone, static_cast<std::size_t>(sent)};
-}
-
-IoResult TcpSocket::Receive(std::span<std::uint8_t> area)
-{
-    const std::shared_lock step(inUse_);
     auto* data = reinterpret_cast<char*>(area.data());
-    const int got = recv(Native(handle_.load()), data, static_cast<int>(area.size()), 0);
-    if (got < 0) return {Failed(LastErrorNumber()), 0};
+    const int got = recv(Native(state_.handle.load()), data, static_cast<int>(area.size()), 0);
+    if (got < 0) return Failed(WSAGetLastError());
     if (got == 0) return {IoStatus::kClosed, 0};
     return {IoStatus::kDone, static_cast<std::size_t>(got)};
 }
 
-IoResult TcpSocket::ReceiveWithin(std::span<std::uint8_t> area, std::chrono::milliseconds wait)
+IoResult TcpSocket::Send(std::span<const std::uint8_t> bytes)
 {
-    const WaitStatus ready = Wait(false, Clock::now() + wait);
-    if (ready == WaitStatus::kTimedOut) return {IoStatus::kTimedOut, 0};
-    if (ready == WaitStatus::kFailed) return {IoStatus::kFailed, 0};
-    return Receive(area);
+    const auto* data = reinterpret_cast<const char*>(bytes.data());
+    const int size = static_cast<int>(bytes.size());
+    const int sent = send(Native(state_.handle.load()), data, size, 0);
+    if (sent < 0) return Failed(WSAGetLastError());
+    return {IoStatus::kDone, static_cast<std::size_t>(sent)};
 }
 
-WaitStatus TcpSocket::Wait(bool forWriting, Deadline deadline)
+IoResult TcpSocket::ReceiveWithin(std::span<std::uint8_t> area, std::chrono::milliseconds wait)
 {
-    const std::shared_lock step(inUse_);
-    const WSAEVENT event = NativeEvent(event_.load());
-    bool broken = false;
+    const Deadline deadline = Clock::now() + wait;
+    bool closed = false;
     while (true) {
-        const Handle handle = handle_.load();
-        if (handle == kNone) {
-            // Close has set the event, but this thread may have reset it before others saw it.
-            if (event_.load() != kNone) WSASetEvent(event);
-            return WaitStatus::kFailed;
-        }
-        // The event only says when to look again; what is seen here counts. So it may be set for
-        // something that was taken long ago, or another thread may have reset it.
-        if (broken || IsReady(Native(handle), forWriting)) return WaitStatus::kReady;
-        const auto left = Left(deadline);
-        if (left.count() == 0) return WaitStatus::kTimedOut;
-        const DWORD wait = WSAWaitForMultipleEvents(1, &event, FALSE, WaitTime(left), FALSE);
-        if (wait == WSA_WAIT_FAILED) return WaitStatus::kFailed;
-        WSANETWORKEVENTS seen{};
-        if (wait == WSA_WAIT_EVENT_0 && WSAEnumNetworkEvents(Native(handle), event, &seen) != 0) {
-            return WaitStatus::kFailed;
-        }
-        broken = (seen.lNetworkEvents & FD_CLOSE) != 0;
+        const IoResult received = ReceivePending(area);
+        if (received.status != IoStatus::kBlocked) return received;
+        // What came before the close has been taken by now.
+        if (closed) return {IoStatus::kClosed, 0};
+        const Turn turn = AwaitChange(state_, deadline);
+        if (turn == Turn::kTimedOut) return {IoStatus::kTimedOut, 0};
+        if (turn == Turn::kFailed) return {IoStatus::kFailed, 0};
+        closed = turn == Turn::kClosed;
     }
 }
 
 WaitStatus TcpSocket::WaitWritable(Deadline deadline)
 {
-    return Wait(true, deadline);
-}
-
-WaitStatus TcpSocket::WaitReadable(Deadline deadline)
-{
-    return Wait(false, deadline);
+    while (state_.IsOpen()) {
+        const SOCKET handle = Native(state_.handle.load());
+        if (SelectForWriting(handle, std::chrono::milliseconds{0}, nullptr) != 0) break;
+        const Turn turn = AwaitChange(state_, deadline);
+        if (turn == Turn::kTimedOut) return WaitStatus::kTimedOut;
+        if (turn == Turn::kFailed) return WaitStatus::kFailed;
+        if (turn == Turn::kClosed) break;
+    }
+    return state_.IsOpen() ? WaitStatus::kReady : WaitStatus::kFailed;
 }
 
 } // namespace zelq::platform

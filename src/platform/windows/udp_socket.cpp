@@ -68,31 +68,31 @@ bool UdpSocket::Open(const char* address, std::uint16_t port)
 
     const SOCKET handle = MakeSocket();
     if (handle == INVALID_SOCKET) return false;
-    event_ = SignalDatagrams(handle);
-    if (event_ == kNone) {
+    state_.event = SignalDatagrams(handle);
+    if (state_.event == kNoHandle) {
         closesocket(handle);
         return false;
     }
-    handle_ = static_cast<Handle>(handle);
+    state_.handle = static_cast<std::intptr_t>(handle);
     winsock.Keep();
     return true;
 }
 
 void UdpSocket::Close()
 {
-    if (handle_ == kNone) return;
-    closesocket(Native(handle_));
-    WSACloseEvent(NativeEvent(event_));
+    if (state_.handle == kNoHandle) return;
+    closesocket(Native(state_.handle));
+    WSACloseEvent(NativeEvent(state_.event));
     WSACleanup();
-    handle_ = kNone;
-    event_ = kNone;
+    state_.handle = kNoHandle;
+    state_.event = kNoHandle;
 }
 
 IoStatus UdpSocket::Send(std::span<const std::uint8_t> datagram)
 {
     const auto* data = reinterpret_cast<const char*>(datagram.data());
     const auto* to = reinterpret_cast<const sockaddr*>(destination_.data());
-    const int sent = sendto(Native(handle_), data, static_cast<int>(datagram.size()), 0, to,
+    const int sent = sendto(Native(state_.handle), data, static_cast<int>(datagram.size()), 0, to,
                             sizeof(sockaddr_in));
     if (sent >= 0) return IoStatus::kDone;
     return WSAGetLastError() == WSAEWOULDBLOCK ? IoStatus::kBlocked : IoStatus::kFailed;
@@ -101,7 +101,7 @@ IoStatus UdpSocket::Send(std::span<const std::uint8_t> datagram)
 IoResult UdpSocket::Receive(std::span<std::uint8_t> area)
 {
     auto* data = reinterpret_cast<char*>(area.data());
-    const int got = recv(Native(handle_), data, static_cast<int>(area.size()), 0);
+    const int got = recv(Native(state_.handle), data, static_cast<int>(area.size()), 0);
     if (got >= 0) return {IoStatus::kDone, static_cast<std::size_t>(got)};
     if (WSAGetLastError() == WSAEMSGSIZE) return {IoStatus::kDone, 0};
     // What a datagram sent earlier met on its way is reported here: it ends nothing.
@@ -110,8 +110,8 @@ IoResult UdpSocket::Receive(std::span<std::uint8_t> area)
 
 WaitStatus UdpSocket::WaitReadable(Deadline deadline)
 {
-    const WSAEVENT event = NativeEvent(event_);
-    while (!IsReadable(Native(handle_))) {
+    const WSAEVENT event = NativeEvent(state_.event);
+    while (!IsReadable(Native(state_.handle))) {
         const auto left = Left(deadline);
         if (left.count() == 0) return WaitStatus::kTimedOut;
         const DWORD wait = WSAWaitForMultipleEvents(1, &event, FALSE, WaitTime(left), FALSE);

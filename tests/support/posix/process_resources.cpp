@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <malloc.h>
 #include <string>
 #include <unistd.h>
 
@@ -32,6 +33,12 @@ std::size_t ResidentBytes()
     std::size_t resident = 0;
     std::ifstream("/proc/self/statm") >> total >> resident;
     return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+std::size_t AllocatedBytes()
+{
+    const auto heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
 }
 
 } // namespace zelq::test

@@ -1,5 +1,7 @@
 #include "support/process_resources.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 
 // In this order, since the second needs the first.
@@ -44,6 +46,22 @@ std::size_t ResidentBytes()
     PROCESS_MEMORY_COUNTERS counters{};
     K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));
     return counters.WorkingSetSize;
+}
+
+std::size_t AllocatedBytes()
+{
+    std::array<HANDLE, 64> heaps{};
+    const DWORD count = GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
+    std::size_t bytes = 0;
+    for (std::size_t i = 0; i < std::min<std::size_t>(count, heaps.size()); ++i) {
+        PROCESS_HEAP_ENTRY entry{};
+        HeapLock(heaps[i]);
+        while (HeapWalk(heaps[i], &entry) != FALSE) {
+            if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) bytes += entry.cbData;
+        }
+        HeapUnlock(heaps[i]);
+    }
+    return bytes;
 }
 
 } // namespace zelq::test

@@ -33,7 +33,7 @@ bool IsMapped(const std::string& name)
     return GetModuleHandleA(name.c_str()) != nullptr;
 }
 
-bool SessionLockExists(short number)
+bool HasSessionLock(short number)
 {
     const std::string name = "Local\\Lumo=" + std::to_string(number);
     const HANDLE semaphore = OpenSemaphoreA(SYNCHRONIZE, FALSE, name.c_str());

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace zelq::platform {
+
+struct SharedLockState
+{
+    std::atomic<std::atomic<std::uint32_t>*> word = nullptr; ///< in the page of all locks
+};
+
+} // namespace zelq::platform

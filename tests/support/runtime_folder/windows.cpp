@@ -1,0 +1,1 @@
+// Locks stand in no folder here.

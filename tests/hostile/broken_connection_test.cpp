@@ -201,7 +201,8 @@ TEST_F(BrokenConnection, EndlessRepliesAnswerOnlyTheirOwnCall)
     controller_.Then([&](const Request& request) {
         return Answer{.bytes = controller_.ProperReply(request), .then = Then::kRepeat};
     });
-    EXPECT_EQ(zelQ_MoveAbs(kNumber, 0, 1.0), 0);
+    // More than any reply can be may have come by the time it is looked at.
+    EXPECT_THAT(zelQ_MoveAbs(kNumber, 0, 1.0), AnyOf(0, -9));
     // Whatever has come by the next call, and wherever in a frame it ends: nobody waits for it, and
     // no call but the next can be troubled by it.
     const auto spent = Spent([] { zelQ_MoveAbs(kNumber, 0, 2.0); });

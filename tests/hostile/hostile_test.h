@@ -48,7 +48,7 @@ class HostileTest : public WireTest
   protected:
     /// A reply's waits add up to six times the session's receive time-out.
     static constexpr milliseconds Waits(short receiveMs) { return milliseconds(6 * receiveMs); }
-    static constexpr short kBriefMs = 50;       ///< for waits that are meant to end
+    static constexpr short kBriefMs = 30;       ///< for waits that are meant to end
     static constexpr short kPatientMs = 1000;   ///< for those that are not
     static constexpr milliseconds kSlack{2500}; ///< what a busy machine may add
     static constexpr std::size_t kSerialBytes = 20;

@@ -83,7 +83,7 @@ TEST_F(Pieces, DoNotStretchTheWaits)
     controller_.Then([&](const Request& request) {
         return Answer{.bytes = controller_.ProperReply(request),
                       .pieceSize = 1,
-                      .pause = milliseconds(kBriefMs - 10)};
+                      .pause = milliseconds(kBriefMs * 3 / 4)};
     });
     short result = 0;
     const auto spent = Spent([&] { result = zelQ_MoveAbs(kNumber, 0, 1.0); });

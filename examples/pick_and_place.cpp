@@ -74,8 +74,6 @@ class PickAndPlace
 
     void SetUp() const
     {
-        // A record whose reply is late would be sent, and appended, once more: wait longer.
-        Check(zelQ_TMOSet(zelNo_, 1000, 1000, 1000), "time-outs");
         for (const unsigned short axis : {kCarrier, kLift}) {
             const auto number = static_cast<short>(axis);
             Check(zelQ_UnitPerPulseSet(zelNo_, number, kUnitPerPulse), "units");

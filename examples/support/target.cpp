@@ -38,6 +38,10 @@ Target::Target(CLI::App& app)
                    "First three octets of a real controller's address, such as 192.168.0; "
                    "without it, a simulated controller inside this program is used");
     app.add_option("--port", port_, "TCP port of a real controller")->capture_default_str();
+    app.add_option("--time-scale", simulatorConfig_.timeScale,
+                   "Simulated seconds in one second, of a simulated controller")
+        ->check(CLI::Range(0.01, 100.0))
+        ->capture_default_str();
 }
 
 void Target::Connect()
@@ -58,6 +62,10 @@ void Target::Connect()
                                  " cannot be connected: zelQ_Connect gives " +
                                  std::to_string(result));
     }
+    // A command whose reply is late is sent once more: what it appends to a path or a program, or
+    // moves by, would count twice. On a busy computer the usual waits are soon over.
+    constexpr short kPatienceMs = 1000;
+    zelQ_TMOSet(number_, kPatienceMs, kPatienceMs, kPatienceMs);
     std::printf("connected to %s controller %d at %d.%d.%d.%d, port %d\n",
                 IsSimulated() ? "simulated" : "real", number_, octets[0], octets[1], octets[2],
                 number_, port_);

@@ -13,7 +13,7 @@ namespace example {
 class Target
 {
   public:
-    /// Adds --controller, --network and --port.
+    /// Adds --controller, --network, --port and --time-scale.
     explicit Target(CLI::App& app);
 
     /// Starts the simulator where no network was given, and connects. Throws std::runtime_error

@@ -33,7 +33,6 @@ std::unique_ptr<Family> MakeRemoteOutputs(Controller& controller);
 std::unique_ptr<Family> MakeSerialPort(Controller& controller);
 std::unique_ptr<Family> MakeDrives(Controller& controller);
 std::unique_ptr<Family> MakeHandWheel(Controller& controller);
-std::unique_ptr<Family> MakeMoves(Controller& controller);
 std::unique_ptr<Family> MakeSlaveProperties(Controller& controller);
 std::unique_ptr<Family> MakeStopModes(Controller& controller);
 std::unique_ptr<Family> MakeSystemStatus(Controller& controller);

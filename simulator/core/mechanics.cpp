@@ -8,7 +8,7 @@ namespace lumosim {
 
 namespace {
 
-constexpr double kEndless = std::numeric_limits<double>::infinity();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 struct Range
 {
@@ -48,13 +48,13 @@ std::optional<Range> RangeAhead(const AxisMechanics& mechanics, Signal signal, d
     case Signal::kZPhase:
         return ZPhaseAhead(mechanics, here, direction);
     case Signal::kLimitPositive:
-        return Range{static_cast<double>(mechanics.positiveLimit), kEndless};
+        return Range{static_cast<double>(mechanics.positiveLimit), kInfinity};
     case Signal::kLimitNegative:
-        return Range{-kEndless, static_cast<double>(mechanics.negativeLimit)};
+        return Range{-kInfinity, static_cast<double>(mechanics.negativeLimit)};
     case Signal::kStopperPositive:
-        return Range{mechanics.Stopper(1), kEndless};
+        return Range{mechanics.Stopper(1), kInfinity};
     case Signal::kStopperNegative:
-        return Range{-kEndless, mechanics.Stopper(-1)};
+        return Range{-kInfinity, mechanics.Stopper(-1)};
     case Signal::kConfigurableInput:
         break; // it has no place
     }

@@ -12,7 +12,6 @@ using asio::ip::udp;
 constexpr std::size_t kRequestSize = 12;
 constexpr std::size_t kUnitAt = 6;
 constexpr std::size_t kFunctionAt = 7;
-constexpr std::uint8_t kReadFunction = 3;
 constexpr std::uint8_t kAnyUnit = 255;
 
 // Where broadcasts arrive for a controller at this address.

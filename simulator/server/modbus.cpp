@@ -17,7 +17,6 @@ constexpr std::size_t kHeaderSize = 6;
 constexpr std::size_t kSmallestLength = 2;
 constexpr std::size_t kLargestLength = 254;
 
-constexpr std::uint8_t kReadFunction = 3;
 constexpr std::uint8_t kWriteFunction = 16;
 constexpr std::uint8_t kReadWriteFunction = 23;
 constexpr std::uint8_t kExceptionFlag = 0x80;

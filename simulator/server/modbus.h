@@ -11,6 +11,8 @@ namespace lumosim {
 
 class Controller;
 
+constexpr std::uint8_t kReadFunction = 3;
+
 // One connection's side of the protocol. Frames may come in any pieces; every complete one is
 // answered in order.
 class ModbusSession

@@ -96,7 +96,7 @@ struct Arc
         }
         if (form == ArcForm::kCenterAngle) {
             constexpr double kPerUnit = 10000.0;
-            command.Long(TruncateToInt32(std::abs(angle) * kPerUnit)).Long(0);
+            command.Long(ProductToInt32(std::abs(angle), kPerUnit)).Long(0);
         } else {
             addPoint(end);
         }

@@ -17,7 +17,7 @@ constexpr short kHighestLimit = 20000;
 
 std::int32_t ToTorque(double torque)
 {
-    return TruncateToInt32(torque * 10.0);
+    return ProductToInt32(torque, 10.0);
 }
 
 /// Whether the low 16 bits of a value are at most `highest`. Values of more than 16 bits have

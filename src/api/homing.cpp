@@ -75,8 +75,9 @@ PhaseSpeeds SpeedsOf(short zelNo, std::uint16_t axis, const std::array<double, 4
 {
     const double unit = SessionOf(zelNo).UnitPerPulse(axis);
     PhaseSpeeds phases{};
-    std::ranges::transform(speeds, phases.begin(),
-                           [&](double speed) { return phaseOf(speed / unit, unit); });
+    std::ranges::transform(speeds, phases.begin(), [&](double speed) {
+        return phaseOf(FiniteQuotient(speed, unit), unit);
+    });
     return phases;
 }
 
@@ -161,8 +162,8 @@ short zelQ_HomeSetDriveSpeed(short zelNo, unsigned short axis, unsigned short pr
 
     const PhaseSpeeds phases =
         SpeedsOf(zelNo, axis, {s0, s1, s2, s3}, [profile](double speed, double /*unit*/) {
-            const std::int32_t rate = TruncateToInt32(speed * 2.0);
-            return PhaseSpeed{profile, TruncateToInt32(speed / 10.0), rate, TruncateToInt32(speed),
+            const std::int32_t rate = ProductToInt32(speed, 2.0);
+            return PhaseSpeed{profile, QuotientToInt32(speed, 10.0), rate, TruncateToInt32(speed),
                               rate};
         });
     const short result = SendSpeeds(zelNo, axis, phases);
@@ -177,8 +178,8 @@ short zelQ_HomeSetSpeed(short zelNo, unsigned short axis, unsigned short profile
 
     const PhaseSpeeds phases =
         SpeedsOf(zelNo, axis, {s0, s1, s2, s3}, [=](double speed, double unit) {
-            const std::int32_t rate = TruncateToInt32(speed * accRatio);
-            return PhaseSpeed{profile, TruncateToInt32(start / unit), rate, TruncateToInt32(speed),
+            const std::int32_t rate = ProductToInt32(speed, accRatio);
+            return PhaseSpeed{profile, QuotientToInt32(start, unit), rate, TruncateToInt32(speed),
                               rate};
         });
     const short result = SendSpeeds(zelNo, axis, phases);

@@ -39,4 +39,26 @@ inline std::int32_t QuotientToInt32(double value, double unit)
     return TruncateToInt32(value / unit);
 }
 
+/// `value` * `factor`, truncated toward zero; the factor is a finite one below 2^20.
+inline std::int32_t ProductToInt32(double value, double factor)
+{
+    constexpr double kLargest = DBL_MAX / (1U << 20U);
+    constexpr double kSmallest = DBL_MIN * (1U << 20U);
+    const double size = std::abs(value);
+    if (!std::isless(size, kLargest)) return kNoInt32;
+    return std::isless(size, kSmallest) ? 0 : TruncateToInt32(value * factor);
+}
+
+/// `value` / `unit`, for calculating on; where that is no finite number, one that none of the above
+/// can hold.
+inline double FiniteQuotient(double value, double unit)
+{
+    const double size = std::abs(value);
+    const double unitSize = std::abs(unit);
+    const double largest = std::isless(unitSize, 1.0) ? unitSize * DBL_MAX : DBL_MAX;
+    if (!std::isless(size, largest) || std::isnan(unit)) return HUGE_VAL;
+    if (std::isgreater(unitSize, 1.0) && std::isless(size, unitSize * DBL_MIN)) return 0.0;
+    return value / unit;
+}
+
 } // namespace zelq

@@ -1,34 +1,61 @@
-#include "support/wire_test.h"
-#include "zelq.h"
+#include "support/calls.h"
 
-#include <array>
-#include <cstring>
+#include <chrono>
 
 namespace zelq::test {
 
 namespace {
 
-using AxisSetupTest = WireTest;
+/// Units, speeds and servo on; ten axes and more for what takes several frames.
+class AxisSetupTest : public CallTest
+{
+  protected:
+    AxisSetupTest()
+    {
+        for (std::size_t i = 0; i < 32; ++i) {
+            profiles_[i] = static_cast<short>(i % 2);
+            for (std::size_t k = 0; k < 5; ++k) {
+                s_[k][i] = static_cast<double>(100 * (k + 1) + i);
+            }
+        }
+    }
+
+    /// Nine axes to a frame, each with the k-th speed at place k of `order`.
+    static std::vector<Words> Frames(U16 count, const std::array<int, 5>& order)
+    {
+        const int total = (count + 8) / 9;
+        std::vector<Words> frames;
+        for (U16 i = 0; i < count; ++i) {
+            if (i % 9 == 0) frames.push_back({static_cast<U16>(total << 8 | (i / 9 + 1))});
+            if (i == 0) frames[0] = Join({frames[0], {2, count}});
+            frames.back() = Join({frames.back(), {i, static_cast<U16>(i % 2)}});
+            for (const int k : order) {
+                frames.back() = Join({frames.back(), Long(100 * (k + 1) + i)});
+            }
+        }
+        return frames;
+    }
+
+    const std::array<U16, 32> axes_ = Counting<U16, 32>(0);
+    std::array<short, 32> profiles_{};
+    std::array<std::array<double, 32>, 5> s_{};
+};
 
 TEST_F(AxisSetupTest, UnitsAreKeptForServoAxesOnly)
 {
     EXPECT_EQ(zelQ_UnitPerPulseGet(kNumber, 7), 1.0);
-    Run({
-        {.name = "set",
-         .call = [] { return zelQ_UnitPerPulseSet(kNumber, 7, 0.25); },
-         .trace = "0=zel_UnitPerPulseSet(5,7,0.25)",
-         .check = [] { EXPECT_EQ(zelQ_UnitPerPulseGet(kNumber, 7), 0.25); }},
-        {.name = "0 counts as 1",
-         .call = [] { return zelQ_UnitPerPulseSet(kNumber, 7, 0.0); },
-         .trace = "0=zel_UnitPerPulseSet(5,7,1)",
-         .check = [] { EXPECT_EQ(zelQ_UnitPerPulseGet(kNumber, 7), 1.0); }},
+    Expect({
+        Row(CALL(UnitPerPulseSet, 7, 0.25)).Line("zel_UnitPerPulseSet(5,7,0.25)").Then([] {
+            EXPECT_EQ(zelQ_UnitPerPulseGet(kNumber, 7), 0.25);
+        }),
+        // 0 counts as 1.
+        Row(CALL(UnitPerPulseSet, 7, 0.0)).Line("zel_UnitPerPulseSet(5,7,1)").Then([] {
+            EXPECT_EQ(zelQ_UnitPerPulseGet(kNumber, 7), 1.0);
+        }),
     });
-    ExpectNumberChecks([](short zelNo) { return zelQ_UnitPerPulseSet(zelNo, 99, 1.0); });
     // No servo, an input slave, out of range on either side: all the same.
-    ExpectRefused(-2007, {[] { return zelQ_UnitPerPulseSet(kNumber, 8, 1.0); },
-                          [] { return zelQ_UnitPerPulseSet(kNumber, 30, 1.0); },
-                          [] { return zelQ_UnitPerPulseSet(kNumber, 32, 1.0); },
-                          [] { return zelQ_UnitPerPulseSet(kNumber, -1, 1.0); }});
+    Refused(-2007, {CALL(UnitPerPulseSet, 8, 1), CALL(UnitPerPulseSet, 30, 1),
+                    CALL(UnitPerPulseSet, 32, 1), CALL(UnitPerPulseSet, -1, 1)});
     EXPECT_EQ(zelQ_UnitPerPulseGet(kNumber, 32), 1.0);
     EXPECT_EQ(zelQ_UnitPerPulseGet(kNumber, -1), 1.0);
     EXPECT_EQ(zelQ_UnitPerPulseGet(0, 0), -2.0);
@@ -39,307 +66,162 @@ TEST_F(AxisSetupTest, UnitsAreKeptForServoAxesOnly)
 
 TEST_F(AxisSetupTest, StartStopFlagIsLibraryWide)
 {
-    Run({
-        {.name = "set",
-         .call = [] { return zelQ_SpeedEqualStartAndStopSet(1); },
-         .trace = "0=zelQ_SpeedEqualStartAndStopSet(1)"},
-        {.name = "get returns the flag",
-         .call = [] { return zelQ_SpeedEqualStartAndStopGet(); },
-         .result = 1,
-         .trace = "1=zelQ_SpeedEqualStartAndStopGet()"},
-        {.name = "clear",
-         .call = [] { return zelQ_SpeedEqualStartAndStopSet(0); },
-         .trace = "0=zelQ_SpeedEqualStartAndStopSet(0)"},
-        {.name = "get",
-         .call = [] { return zelQ_SpeedEqualStartAndStopGet(); },
-         .trace = "0=zelQ_SpeedEqualStartAndStopGet()"},
-    });
-    ExpectRefused(-1700, {[] { return zelQ_SpeedEqualStartAndStopSet(2); },
-                          [] { return zelQ_SpeedEqualStartAndStopSet(-1); }});
+    for (const short flag : std::initializer_list<short>{1, 0}) {
+        const std::string text = std::to_string(flag);
+        EXPECT_EQ(zelQ_SpeedEqualStartAndStopSet(flag), 0);
+        EXPECT_EQ(NextTrace(), "0=zelQ_SpeedEqualStartAndStopSet(" + text + ")");
+        EXPECT_EQ(zelQ_SpeedEqualStartAndStopGet(), flag);
+        EXPECT_EQ(NextTrace(), text + "=zelQ_SpeedEqualStartAndStopGet()");
+    }
+    EXPECT_EQ(zelQ_SpeedEqualStartAndStopSet(2), -1700);
+    EXPECT_EQ(zelQ_SpeedEqualStartAndStopSet(-1), -1700);
+    EXPECT_TRUE(capture_.Lines().empty());
 }
 
 TEST_F(AxisSetupTest, OneAxisSpeeds)
 {
-    zelQ_UnitPerPulseSet(kNumber, 2, 0.001);
-    capture_.Lines();
-    Run({
-        {.name = "stop speed equals start speed",
-         .call = [] { return zelQ_SpeedSet(kNumber, 2, 1, 1.0, 2.0, 10.0, 4.0); },
-         .frames = {Join(
-             {{0x0101, 2, 1, 2, 1}, Long(1000), Long(2000), Long(10000), Long(4000), Long(1000)})},
-         .trace = "0=zelQ_SpeedSet(5,2,1,1,2,10,4)"},
-        {.name = "stop speed of its own, fractions of a pulse cut",
-         .call =
-             [] { return zelQ_SpeedWithStopSet(kNumber, 2, -1, 0.0029999, 2.0, 10.0, 4.0, 0.5); },
-         .result = 7,
-         .frames = {Join(
-             {{0x0101, 2, 1, 2, 0xFFFF}, Long(2), Long(2000), Long(10000), Long(4000), Long(500)})},
-         .controllerResult = 7,
-         .trace = "7=zelQ_SpeedWithStopSet(5,2,-1,0.0029999,2,10,4,0.5)"},
-        {.name = "acceleration",
-         .call = [] { return zelQ_SpeedSetAcc(kNumber, 2, 70.0); },
-         .frames = {Join({{0x0101, 3, 1, 2}, Long(70000)})},
-         .trace = "0=zelQ_SpeedSetAcc(5,2,70)"},
-        {.name = "deceleration",
-         .call = [] { return zelQ_SpeedSetDec(kNumber, 2, 80.0); },
-         .frames = {Join({{0x0101, 4, 1, 2}, Long(80000)})},
-         .trace = "0=zelQ_SpeedSetDec(5,2,80)"},
+    SetUnits({{2, 0.001}});
+    Expect({
+        // The stop speed equals the start speed, or is of its own.
+        {CALL(SpeedSet, 2, 1, 1, 2, 10, 4),
+         Join({{2, 1, 2, 1}, Long(1000), Long(2000), Long(10000), Long(4000), Long(1000)})},
+        {CALL(SpeedWithStopSet, 2, -1, 0.0029999, 2, 10, 4, 0.5),
+         Join({{2, 1, 2, 0xFFFF}, Long(2), Long(2000), Long(10000), Long(4000), Long(500)})},
+        {CALL(SpeedSetAcc, 2, 70), Join({{3, 1, 2}, Long(70000)})},
+        {CALL(SpeedSetDec, 2, 80), Join({{4, 1, 2}, Long(80000)})},
     });
-    ExpectNumberChecks([](short n) { return zelQ_SpeedSet(n, 99, 0, 1, 1, 1, 1); });
-    ExpectNumberChecks([](short n) { return zelQ_SpeedWithStopSet(n, 99, 0, 1, 1, 1, 1, 1); });
-    ExpectNumberChecks([](short n) { return zelQ_SpeedSetAcc(n, 99, 1); });
-    ExpectNumberChecks([](short n) { return zelQ_SpeedSetDec(n, 99, 1); });
-    ExpectRefused(-2002, {[] { return zelQ_SpeedSet(kNumber, 32, 0, 1, 1, 1, 1); },
-                          [] { return zelQ_SpeedSet(kNumber, -1, 0, 1, 1, 1, 1); },
-                          [] { return zelQ_SpeedWithStopSet(kNumber, 32, 0, 1, 1, 1, 1, 1); },
-                          [] { return zelQ_SpeedSetAcc(kNumber, 32, 1); },
-                          [] { return zelQ_SpeedSetDec(kNumber, 32, 1); }});
+    Refused(-2002,
+            {CALL(SpeedSet, 32, 0, 1, 1, 1, 1), CALL(SpeedSet, -1, 0, 1, 1, 1, 1),
+             CALL(SpeedWithStopSet, 32, 0, 1, 1, 1, 1, 1), CALL(SpeedSetAcc, 32, 1),
+             CALL(SpeedSetDec, 32, 1), CALL(SpeedGet, -1, nullptr), CALL(SpeedGet, 32, nullptr)});
 }
 
-/// Ten axes, so that the command takes two frames.
-struct TenAxes
+TEST_F(AxisSetupTest, SpeedsOfManyAxesTravelNineToAFrame)
 {
-    std::array<unsigned short, 32> axes{};
-    std::array<short, 32> profiles{};
-    std::array<std::array<double, 32>, 5> speeds{};
-
-    TenAxes()
-    {
-        for (unsigned short i = 0; i < 32; ++i) {
-            axes[i] = i;
-            profiles[i] = static_cast<short>(i % 2);
-            for (std::size_t k = 0; k < speeds.size(); ++k) {
-                speeds[k][i] = static_cast<double>(100 * (k + 1) + i);
-            }
-        }
-    }
-
-    /// Registers of axis `i`, with the k-th speed at place k of `order`.
-    [[nodiscard]] Words Row(std::uint16_t i, const std::array<int, 5>& order) const
-    {
-        Words row = {i, static_cast<std::uint16_t>(i % 2)};
-        for (const int k : order) {
-            row = Join({row, Long(100 * (k + 1) + i)});
-        }
-        return row;
-    }
-
-    [[nodiscard]] std::vector<Words> Frames(const std::array<int, 5>& order) const
-    {
-        Words first = {0x0201, 2, 10};
-        for (std::uint16_t i = 0; i < 9; ++i) {
-            first = Join({first, Row(i, order)});
-        }
-        return {first, Join({{0x0202}, Row(9, order)})};
-    }
-};
-
-TEST_F(AxisSetupTest, ManyAxesAreSplitOverFrames)
-{
-    const TenAxes ten;
-    const auto& s = ten.speeds;
-    const auto setSpeeds = [&](short count) {
-        return zelQ_mSpeedSet(kNumber, count, ten.axes.data(), ten.profiles.data(), s[0].data(),
-                              s[1].data(), s[2].data(), s[3].data());
-    };
-    Run({
-        {.name = "nine axes in one frame",
-         .call = [&] { return setSpeeds(1); },
-         .frames = {Join({{0x0101, 2, 1}, ten.Row(0, {0, 1, 2, 3, 0})})},
-         .trace = "0=zelQ_mSpeedSet(5,1)"},
-        {.name = "ten axes, stop as start",
-         .call = [&] { return setSpeeds(10); },
-         .frames = ten.Frames({0, 1, 2, 3, 0}),
-         .trace = "0=zelQ_mSpeedSet(5,10)"},
-        {.name = "ten axes with stop speeds",
-         .call =
-             [&] {
-                 return zelQ_mSpeedWithStopSet(kNumber, 10, ten.axes.data(), ten.profiles.data(),
-                                               s[0].data(), s[1].data(), s[2].data(), s[3].data(),
-                                               s[4].data());
-             },
-         .frames = ten.Frames({0, 1, 2, 3, 4}),
-         .trace = "0=zelQ_mSpeedWithStopSet(5,10)"},
+    SetUnits({{1, 0.5}, {3, 0.1}});
+    const U16 two[] = {3, 1};
+    const double rates[] = {100, 35000.45};
+    const Words rows = Join({{3}, Long(1000), {1}, Long(70000)});
+    Expect({
+        Row(CALL(mSpeedSetAcc, 2, two, rates), Join({{3, 2}, rows})).Shows("2"),
+        Row(CALL(mSpeedSetDec, 2, two, rates), Join({{4, 2}, rows})).Shows("2"),
     });
-    // All in one request, so that no other caller comes in between.
-    EXPECT_EQ(setSpeeds(32), 0);
-    const std::vector<Request> requests = controller_.TakeRequests();
-    ASSERT_EQ(requests.size(), 1U);
-    EXPECT_EQ(requests.front().size(), 4U);
-    EXPECT_EQ(requests.front().back().written.front(), 0x0404);
+    SetUnits({{1, 1}, {3, 1}});
+    const auto* axes = axes_.data();
+    const auto* p = profiles_.data();
+    for (const short count : std::initializer_list<short>{1, 9, 10, 32}) {
+        const auto frames = static_cast<U16>(count);
+        Expect({
+            Row(CALL(mSpeedSet, count, axes, p, s_[0].data(), s_[1].data(), s_[2].data(),
+                     s_[3].data()))
+                .Frames(Frames(frames, {0, 1, 2, 3, 0}))
+                .Shows(std::to_string(count)),
+            Row(CALL(mSpeedWithStopSet, count, axes, p, s_[0].data(), s_[1].data(), s_[2].data(),
+                     s_[3].data(), s_[4].data()))
+                .Frames(Frames(frames, {0, 1, 2, 3, 4}))
+                .Shows(std::to_string(count)),
+        });
+    }
 }
 
 TEST_F(AxisSetupTest, MissingArraysAreNamed)
 {
-    const TenAxes ten;
-    const auto* axes = ten.axes.data();
-    const auto* profiles = ten.profiles.data();
-    const double* v = ten.speeds[0].data();
+    const auto* a = axes_.data();
+    const auto* p = profiles_.data();
+    const double* v = s_[0].data();
     const double* none = nullptr;
-    const auto set = [&](const unsigned short* a, const short* p, const double* start,
-                         const double* acc, const double* drive, const double* dec,
-                         const double* stop) {
-        return
-            [=] { return zelQ_mSpeedWithStopSet(kNumber, 1, a, p, start, acc, drive, dec, stop); };
-    };
-    ExpectRefused(-1702, {set(nullptr, nullptr, none, none, none, none, none)});
-    ExpectRefused(-1703, {set(axes, nullptr, none, none, none, none, none)});
-    ExpectRefused(-1704, {set(axes, profiles, none, none, none, none, none)});
-    ExpectRefused(-1705,
-                  {set(axes, profiles, v, none, none, none, none),
-                   [&] { return zelQ_mSpeedSet(kNumber, 1, axes, profiles, none, v, v, v); },
-                   [&] { return zelQ_mSpeedSet(kNumber, 1, axes, profiles, v, none, v, v); }});
-    ExpectRefused(-1706, {set(axes, profiles, v, v, none, none, none),
-                          set(axes, profiles, v, v, none, v, v)});
-    ExpectRefused(-1708, {set(axes, profiles, v, v, none, v, none)});
-    ExpectRefused(-2004, {[] {
-                              return zelQ_mSpeedSet(kNumber, 33, nullptr, nullptr, nullptr, nullptr,
-                                                    nullptr, nullptr);
-                          },
-                          [] {
-                              return zelQ_mSpeedWithStopSet(kNumber, 0, nullptr, nullptr, nullptr,
-                                                            nullptr, nullptr, nullptr, nullptr);
-                          }});
-    ExpectNumberChecks([](short n) {
-        return zelQ_mSpeedSet(n, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
-    });
-    ExpectNumberChecks([](short n) {
-        return zelQ_mSpeedWithStopSet(n, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                      nullptr);
-    });
-}
-
-TEST_F(AxisSetupTest, ManyAccelerations)
-{
-    static constexpr std::array<unsigned short, 2> kAxes = {3, 1};
-    static constexpr std::array<double, 2> kValues = {1000.0, 70000.9};
-    const Words rows = Join({{3}, Long(1000), {1}, Long(70000)});
-    Run({
-        {.name = "acc",
-         .call = [] { return zelQ_mSpeedSetAcc(kNumber, 2, kAxes.data(), kValues.data()); },
-         .frames = {Join({{0x0101, 3, 2}, rows})},
-         .trace = "0=zelQ_mSpeedSetAcc(5,2)"},
-        {.name = "dec",
-         .call = [] { return zelQ_mSpeedSetDec(kNumber, 2, kAxes.data(), kValues.data()); },
-         .frames = {Join({{0x0101, 4, 2}, rows})},
-         .trace = "0=zelQ_mSpeedSetDec(5,2)"},
-    });
-    ExpectNumberChecks([](short n) { return zelQ_mSpeedSetAcc(n, 0, nullptr, nullptr); });
-    ExpectNumberChecks([](short n) { return zelQ_mSpeedSetDec(n, 0, nullptr, nullptr); });
-    ExpectRefused(-2004, {[] { return zelQ_mSpeedSetAcc(kNumber, 33, nullptr, nullptr); },
-                          [] { return zelQ_mSpeedSetDec(kNumber, 0, nullptr, nullptr); }});
-    ExpectRefused(-1702, {[] { return zelQ_mSpeedSetAcc(kNumber, 1, nullptr, nullptr); }});
-    ExpectRefused(-1703, {[] { return zelQ_mSpeedSetDec(kNumber, 1, kAxes.data(), nullptr); }});
+    for (const short count : std::initializer_list<short>{0, 33}) {
+        Refused(-2004, {CALL(mSpeedSet, count, nullptr, nullptr, none, none, none, none),
+                        CALL(mSpeedWithStopSet, count, a, p, none, none, none, none, none),
+                        CALL(mSpeedSetAcc, count, nullptr, none),
+                        CALL(mSpeedSetDec, count, nullptr, none)});
+    }
+    Refused(-1702, {CALL(mSpeedWithStopSet, 1, nullptr, nullptr, none, none, none, none, none),
+                    CALL(mSpeedSet, 1, nullptr, nullptr, v, none, none, none),
+                    CALL(mSpeedSetAcc, 1, nullptr, none), CALL(mSpeedSetDec, 1, nullptr, none)});
+    Refused(-1703, {CALL(mSpeedWithStopSet, 1, a, nullptr, none, none, none, none, none),
+                    CALL(mSpeedSetAcc, 1, a, none), CALL(mSpeedSetDec, 1, a, none)});
+    Refused(-1704, {CALL(mSpeedWithStopSet, 1, a, p, none, none, none, none, none)});
+    Refused(-1705,
+            {CALL(mSpeedWithStopSet, 1, a, p, v, none, none, none, none),
+             CALL(mSpeedSet, 1, a, p, none, v, v, v), CALL(mSpeedSet, 1, a, p, v, none, v, v)});
+    // dec reports the number of drive, and drive is looked at last.
+    Refused(-1706, {CALL(mSpeedWithStopSet, 1, a, p, v, v, none, none, none),
+                    CALL(mSpeedWithStopSet, 1, a, p, v, v, none, v, v)});
+    Refused(-1708, {CALL(mSpeedWithStopSet, 1, a, p, v, v, none, v, none)});
 }
 
 TEST_F(AxisSetupTest, SpeedsAreReadBack)
 {
-    SpeedProfile profile;
-    std::memset(&profile, 0xA5, sizeof(profile));
+    SpeedProfile profile{};
+    auto wanted = Untouched<SpeedProfile>();
+    wanted.profile = 1;
+    wanted.start = 50.0;
+    wanted.acc = -100.0;
+    wanted.drive = 35000.0;
+    wanted.dec = 200.0;
     controller_.SetRegisters(0x0319,
                              Join({{1}, Long(100), Long(-200), Long(70000), Long(400), Long(500)}));
-    zelQ_UnitPerPulseSet(kNumber, 3, 0.5);
-    capture_.Lines();
-    Run({{.name = "get",
-          .call = [&] { return zelQ_SpeedGet(kNumber, 3, &profile); },
-          .reads = {{0x0319, 11}},
-          .trace = "0=zelQ_SpeedGet(5,3)"}});
-    EXPECT_EQ(profile.profile, 1);
-    EXPECT_EQ(profile.reserved, 0xA5A5);
-    EXPECT_EQ(double{profile.start}, 50.0);
-    EXPECT_EQ(double{profile.acc}, -100.0);
-    EXPECT_EQ(double{profile.drive}, 35000.0);
-    EXPECT_EQ(double{profile.dec}, 200.0);
-
-    ExpectNumberChecks([](short n) { return zelQ_SpeedGet(n, 99, nullptr); });
-    ExpectRefused(-2002, {[] { return zelQ_SpeedGet(kNumber, -1, nullptr); },
-                          [] { return zelQ_SpeedGet(kNumber, 32, nullptr); }});
-    ExpectRefused(-1701, {[] { return zelQ_SpeedGet(kNumber, 31, nullptr); }});
+    SetUnits({{3, 0.5}});
+    Expect(
+        {Row(CALL(SpeedGet, 3, &profile)).Reads({{0x0319, 11}}).Shows("3").Gets(profile, wanted)});
+    Refused(-1701, {CALL(SpeedGet, 31, nullptr)});
 }
 
 TEST_F(AxisSetupTest, ServoResetAndOn)
 {
-    static constexpr std::array<unsigned short, 3> kAxes = {9, 9, 40};
-    static constexpr std::array<short, 2> kSigned = {1, -1};
-    Run({
-        {.name = "reset one",
-         .call = [] { return zelQ_ServoReset(kNumber, 31); },
-         .frames = {{0x0101, 0, 1, 31}},
-         .trace = "0=zelQ_ServoReset(5,31)"},
-        {.name = "reset several",
-         .call = [] { return zelQ_mServoReset(kNumber, 3, kAxes.data()); },
-         .frames = {{0x0101, 0, 3, 9, 9, 40}},
-         .trace = "0=zelQ_mServoReset(5,3)"},
-        {.name = "reset all, under the other name",
-         .call = [] { return zelQ_aServoReset(kNumber); },
-         .frames = {{0x0101, 0, 8, 0, 1, 2, 3, 4, 5, 6, 7}},
-         .trace = "0=zelQ_mServoReset(5)"},
-        {.name = "on",
-         .call = [] { return zelQ_ServoOn(kNumber, 3, 1); },
-         .frames = {{0x0101, 1, 1, 3, 1, 5000}},
-         .trace = "0=zelQ_ServoOn(5,3,1)"},
-        {.name = "several, on is not checked",
-         .call = [] { return zelQ_mServoOn(kNumber, 2, kSigned.data(), 7); },
-         .result = 3,
-         .frames = {{0x0101, 1, 2, 1, 0xFFFF, 7, 5000}},
-         .controllerResult = 3,
-         .trace = "3=zelQ_mServoOn(5,2,7)"},
+    const U16 axes[] = {9, 9, 40};
+    const short odd[] = {1, -1};
+    Expect({
+        {CALL(ServoReset, 31), {0, 1, 31}},
+        Row(CALL(mServoReset, 3, axes), {0, 3, 9, 9, 40}).Shows("3"),
+        Row(CALL(aServoReset), {0, 8, 0, 1, 2, 3, 4, 5, 6, 7}).Line("zelQ_mServoReset(5)"),
+        {CALL(ServoOn, 3, 1), {1, 1, 3, 1, 5000}},
+        // For several, on is not checked.
+        Row(CALL(mServoOn, 2, odd, 7), {1, 2, 1, 0xFFFF, 7, 5000}).Shows("2,7"),
     });
-    ExpectNumberChecks([](short n) { return zelQ_ServoReset(n, 99); });
-    ExpectNumberChecks([](short n) { return zelQ_mServoReset(n, 0, nullptr); });
-    ExpectNumberChecks([](short n) { return zelQ_aServoReset(n); });
-    ExpectNumberChecks([](short n) { return zelQ_ServoOn(n, 99, 9); });
-    ExpectNumberChecks([](short n) { return zelQ_mServoOn(n, 0, nullptr, 9); });
-    ExpectRefused(-2002, {[] { return zelQ_ServoReset(kNumber, 32); },
-                          [] { return zelQ_ServoOn(kNumber, 32, 2); }});
-    ExpectRefused(-2004, {[] { return zelQ_mServoReset(kNumber, 0, nullptr); },
-                          [] { return zelQ_mServoReset(kNumber, 33, nullptr); },
-                          [] { return zelQ_mServoOn(kNumber, 33, nullptr, 1); }});
-    ExpectRefused(-1702, {[] { return zelQ_ServoOn(kNumber, 31, 2); },
-                          [] { return zelQ_mServoReset(kNumber, 1, nullptr); },
-                          [] { return zelQ_mServoOn(kNumber, 1, nullptr, 1); }});
+    Refused(-2002, {CALL(ServoReset, 32), CALL(ServoOn, 32, 2)});
+    Refused(-2004, {CALL(mServoReset, 0, nullptr), CALL(mServoReset, 33, nullptr),
+                    CALL(mServoOn, 0, nullptr, 1), CALL(mServoOn, 33, nullptr, 1)});
+    Refused(-1702,
+            {CALL(ServoOn, 31, 2), CALL(mServoReset, 1, nullptr), CALL(mServoOn, 1, nullptr, 1)});
+    ConnectWith({0, 2, 3});
+    Refused(-2002, {CALL(aServoReset)});
 }
 
-TEST_F(AxisSetupTest, ServoOnTimeOutIsSentAndRead)
+TEST_F(AxisSetupTest, ServoOnTimeOutIsSent)
 {
-    static unsigned short read = 0;
-    Run({
-        {.name = "set, traced with the words swapped",
-         .call = [] { return zelQ_ServoOnAfterActChkTMOSet(kNumber, 1234); },
-         .trace = "0=zelQ_ServoOnAfterChkActTMOSet(5,1234)"},
-        {.name = "get, traced as the general time-outs",
-         .call = [] { return zelQ_ServoOnAfterActChkTMOGet(kNumber, &read); },
-         .trace = "0=zelQ_TMOGet(5)",
-         .check = [] { EXPECT_EQ(read, 1234); }},
-        {.name = "get into nothing",
-         .call = [] { return zelQ_ServoOnAfterActChkTMOGet(kNumber, nullptr); },
-         .trace = "0=zelQ_TMOGet(5)"},
-        {.name = "sent with the command",
-         .call = [] { return zelQ_ServoOn(kNumber, 0, 0); },
-         .frames = {{0x0101, 1, 1, 0, 0, 1234}},
-         .trace = "0=zelQ_ServoOn(5,0,0)"},
-        {.name = "kept as 16 bits without sign",
-         .call = [] { return zelQ_ServoOnAfterActChkTMOSet(kNumber, -1); },
-         .trace = "0=zelQ_ServoOnAfterChkActTMOSet(5,-1)",
-         .check =
-             [] {
-                 zelQ_ServoOnAfterActChkTMOGet(kNumber, &read);
-                 EXPECT_EQ(read, 0xFFFF);
-             }},
+    U16 read = 0;
+    Expect({
+        // Traced with the words swapped, and as the general time-outs.
+        Row(CALL(ServoOnAfterActChkTMOSet, 1234)).Line("zelQ_ServoOnAfterChkActTMOSet(5,1234)"),
+        Row(CALL(ServoOnAfterActChkTMOGet, &read)).Line("zelQ_TMOGet(5)").Gets(read, 1234),
+        Row(CALL(ServoOnAfterActChkTMOGet, nullptr)).Line("zelQ_TMOGet(5)"),
+        {CALL(ServoOn, 0, 0), {1, 1, 0, 0, 1234}},
+        // Kept as 16 bits without sign.
+        Row(CALL(ServoOnAfterActChkTMOSet, -1)).Line("zelQ_ServoOnAfterChkActTMOSet(5,-1)"),
+        Row(CALL(ServoOnAfterActChkTMOGet, &read)).Line("zelQ_TMOGet(5)").Gets(read, 0xFFFF),
     });
-    capture_.Lines();
-    ExpectNumberChecks([](short n) { return zelQ_ServoOnAfterActChkTMOSet(n, 1); });
-    ExpectNumberChecks([](short n) { return zelQ_ServoOnAfterActChkTMOGet(n, nullptr); });
     EXPECT_EQ(zelQ_ServoOnAfterActChkTMOSet(kNumber, 5000), 0);
 }
 
-TEST_F(AxisSetupTest, ResetOfAllNeedsServoAxes)
+TEST_F(AxisSetupTest, ServoOnWaitsAsLongAsItsTimeOutSays)
 {
-    controller_.SetSlaveTypes({0, 2, 3});
-    ASSERT_EQ(zelQ_Connect(kNumber, 127, 0, 0), 0);
-    controller_.TakeRequests();
-    capture_.Lines();
-    ExpectRefused(-2002, {[] { return zelQ_aServoReset(kNumber); }});
+    using namespace std::chrono_literals;
+    // The session gives a reply 6 times 5 ms; the servo takes longer.
+    zelQ_TMOSet(kNumber, 1000, 5, 5);
+    Forget();
+    const short axes[] = {1};
+    const auto late = [this](const Request& request) {
+        Answer answer{controller_.ProperReply(request)};
+        answer.pause = 150ms;
+        return answer;
+    };
+    controller_.Then(late);
+    ExpectOnce({CALL(ServoOn, 1, 1), {1, 1, 1, 1, 5000}});
+    controller_.Then(late);
+    ExpectOnce(Row(CALL(mServoOn, 1, axes, 1), {1, 1, 1, 1, 5000}).Shows("1,1"));
+    EXPECT_EQ(controller_.Connections(), 1);
 }
 
 } // namespace

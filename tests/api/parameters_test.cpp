@@ -1,253 +1,250 @@
-#include "support/wire_test.h"
-#include "zelq.h"
+#include "support/calls.h"
 
-#include <array>
-#include <numeric>
+#include <chrono>
 
 namespace zelq::test {
 
 namespace {
 
-using ParametersTest = WireTest;
-
-constexpr std::array<unsigned short, 33> kAxes = {7, 40, 7};
+/// Drive parameters, monitors and alarm lists.
+class ParametersTest : public CallTest
+{
+  protected:
+    const std::array<U16, 33> odd_ = {7, 40, 7}; ///< axes as callers may give them
+    const U16* axes_ = odd_.data();
+};
 
 TEST_F(ParametersTest, Set)
 {
-    static constexpr std::array<int, 33> kValues = {-1, 70000, 3};
-    Run({
-        {.name = "one: class and number before the count; the line does not show the value",
-         .call = [] { return zelQ_ParamSet(kNumber, 31, 255, 254, -2); },
-         .frames = {{0x0101, 0x0150, 255, 254, 1, 31, 0xFFFE, 0xFFFF}},
-         .trace = "0=zelQ_ParamSet(5,31,255,254,0)"},
-        {.name = "several, axes as given",
-         .call = [] { return zelQ_mParamSet(kNumber, 3, kAxes.data(), 1, 2, kValues.data()); },
-         .result = 80,
-         .frames = {Join(
-             {{0x0101, 0x0150, 1, 2, 3, 7}, Long(-1), {40}, Long(70000), {7}, Long(3)})},
-         .controllerResult = 80,
-         .trace = "80=zelQ_mParamSet(5,3,1,2)"},
+    const int values[33] = {-1, 70000, 3};
+    const auto all = Counting<U16, 32>(0);
+    const auto numbers = Counting<int, 32>(-16);
+    Words most = {0x0150, 3, 4, 32};
+    for (U16 axis = 0; axis < 32; ++axis) {
+        most = Join({most, {axis}, Long(axis - 16)});
+    }
+    Expect({
+        // Class and number before the count; the line does not show the value.
+        Row(CALL(ParamSet, 31, 255, 254, -2), {0x0150, 255, 254, 1, 31, 0xFFFE, 0xFFFF})
+            .Shows("31,255,254,0"),
+        Row(CALL(mParamSet, 3, axes_, 1, 2, values),
+            Join({{0x0150, 1, 2, 3, 7}, Long(-1), {40}, Long(70000), {7}, Long(3)}))
+            .Shows("3,1,2"),
+        Row(CALL(mParamSet, 32, all.data(), 3, 4, numbers.data()), most).Shows("32,3,4"),
     });
-    ExpectNumberChecks([](short n) { return zelQ_ParamSet(n, 99, 999, 999, 0); });
-    ExpectNumberChecks([](short n) { return zelQ_mParamSet(n, 0, nullptr, 999, 999, nullptr); });
-    ExpectRefused(-2002, {[] { return zelQ_ParamSet(kNumber, 32, 256, 256, 0); }});
-    ExpectRefused(-1702, {[] { return zelQ_ParamSet(kNumber, 31, 256, 256, 0); }});
-    ExpectRefused(-1703, {[] { return zelQ_ParamSet(kNumber, 31, 255, 256, 0); }});
+    Refused(-2002, {CALL(ParamSet, 32, 256, 256, 0)});
+    Refused(-1702, {CALL(ParamSet, 31, 256, 256, 0)});
+    Refused(-1703, {CALL(ParamSet, 31, 255, 256, 0)});
     // For several axes the codes are others: count, class, number.
-    ExpectRefused(-1703, {[] { return zelQ_mParamSet(kNumber, 0, nullptr, 256, 256, nullptr); },
-                          [] { return zelQ_mParamSet(kNumber, 33, nullptr, 256, 256, nullptr); }});
-    ExpectRefused(-1701, {[] { return zelQ_mParamSet(kNumber, 1, nullptr, 256, 256, nullptr); }});
-    ExpectRefused(-1702,
-                  {[] { return zelQ_mParamSet(kNumber, 1, kAxes.data(), 255, 256, nullptr); },
-                   [] { return zelQ_mParamSet(kNumber, 1, nullptr, 255, 255, nullptr); }});
-    ExpectRefused(-1705,
-                  {[] { return zelQ_mParamSet(kNumber, 1, kAxes.data(), 255, 255, nullptr); }});
-}
-
-TEST_F(ParametersTest, ThirtyTwoAxesFitIntoOneFrame)
-{
-    std::array<unsigned short, 32> axes{};
-    std::iota(axes.begin(), axes.end(), std::uint16_t{0});
-    std::array<int, 32> values{};
-    std::iota(values.begin(), values.end(), -16);
-    Words registers = {0x0101, 0x0150, 3, 4, 32};
-    for (std::uint16_t axis = 0; axis < 32; ++axis) {
-        registers = Join({registers, {axis}, Long(axis - 16)});
-    }
-    Run({{.name = "set",
-          .call = [&] { return zelQ_mParamSet(kNumber, 32, axes.data(), 3, 4, values.data()); },
-          .frames = {registers},
-          .trace = "0=zelQ_mParamSet(5,32,3,4)"}});
-    EXPECT_EQ(registers.size(), 101U);
-
-    Words request = {0x0101, 0x0151, 3, 4, 32};
-    request.insert(request.end(), axes.begin(), axes.end());
-    Words data;
-    for (int i = 0; i < 32; ++i) {
-        data = Join({data, Long(-1000 * i)});
-    }
-    Run({{.name = "get",
-          .call = [&] { return zelQ_mParamGet(kNumber, 32, axes.data(), 3, 4, values.data()); },
-          .frames = {request},
-          .readQuantity = 65,
-          .data = data,
-          .trace = "0=zelQ_mParamGet(5,32,3,4)"}});
-    EXPECT_EQ(values[0], 0);
-    EXPECT_EQ(values[31], -31000);
+    Refused(-1703, {CALL(mParamSet, 0, nullptr, 256, 256, nullptr),
+                    CALL(mParamSet, 33, nullptr, 256, 256, nullptr)});
+    Refused(-1701, {CALL(mParamSet, 1, nullptr, 256, 256, nullptr)});
+    Refused(-1702, {CALL(mParamSet, 1, axes_, 255, 256, nullptr),
+                    CALL(mParamSet, 1, nullptr, 255, 255, nullptr)});
+    Refused(-1705, {CALL(mParamSet, 1, axes_, 255, 255, nullptr)});
 }
 
 TEST_F(ParametersTest, Get)
 {
-    int value = 777;
-    std::array<int, 3> values = {777, 777, 777};
-    Run({
-        {.name = "one",
-         .call = [&] { return zelQ_ParamGet(kNumber, 31, 255, 254, &value); },
-         .frames = {{0x0101, 0x0151, 255, 254, 1, 31}},
-         .readQuantity = 3,
-         .data = {0xFFFE, 0xFFFF},
-         .trace = "0=zelQ_ParamGet(5,31,255,254)",
-         .check = [&] { EXPECT_EQ(value, -2); }},
-        {.name = "into nothing",
-         .call = [] { return zelQ_ParamGet(kNumber, 0, 0, 0, nullptr); },
-         .frames = {{0x0101, 0x0151, 0, 0, 1, 0}},
-         .readQuantity = 3,
-         .trace = "0=zelQ_ParamGet(5,0,0,0)"},
-        {.name = "refused by the controller: nothing is written",
-         .call = [&] { return zelQ_ParamGet(kNumber, 1, 2, 3, &value); },
-         .result = 81,
-         .frames = {{0x0101, 0x0151, 2, 3, 1, 1}},
-         .readQuantity = 3,
-         .data = {},
-         .controllerResult = 81,
-         .trace = "81=zelQ_ParamGet(5,1,2,3)",
-         .check = [&] { EXPECT_EQ(value, -2); }},
-        {.name = "several, in the order of the axes",
-         .call = [&] { return zelQ_mParamGet(kNumber, 2, kAxes.data(), 8, 9, values.data()); },
-         .frames = {{0x0101, 0x0151, 8, 9, 2, 7, 40}},
-         .readQuantity = 5,
-         .data = Join({Long(-70000), Long(5)}),
-         .trace = "0=zelQ_mParamGet(5,2,8,9)",
-         .check =
-             [&] {
-                 EXPECT_EQ(values, (std::array<int, 3>{-70000, 5, 777}));
-             }},
-    });
-    ExpectNumberChecks([](short n) { return zelQ_ParamGet(n, 99, 999, 999, nullptr); });
-    ExpectNumberChecks([](short n) {
-        return zelQ_mParamGet(static_cast<unsigned short>(n), 0, nullptr, 999, 999, nullptr);
+    int value = 0;
+    std::array<int, 33> values{};
+    const auto all = Counting<U16, 32>(0);
+    Words most = {0x0151, 3, 4, 32};
+    most.insert(most.end(), all.begin(), all.end());
+    Words data;
+    std::vector<int> wanted;
+    for (int i = 0; i < 32; ++i) {
+        wanted.push_back(-1000 * i);
+        data = Join({data, Long(-1000 * i)});
+    }
+    Expect({
+        Row(CALL(ParamGet, 31, 255, 254, &value), {0x0151, 255, 254, 1, 31})
+            .Data({0xFFFE, 0xFFFF})
+            .Shows("31,255,254")
+            .NeedsNoData()
+            .Gets(value, -2),
+        Row(CALL(ParamGet, 0, 0, 0, nullptr), {0x0151, 0, 0, 1, 0})
+            .Data({1, 2})
+            .Shows("0,0,0")
+            .NeedsNoData(),
+        Row(CALL(mParamGet, 2, axes_, 8, 9, values.data()), {0x0151, 8, 9, 2, 7, 40})
+            .Data(Join({Long(-70000), Long(5)}))
+            .Shows("2,8,9")
+            .Fills(values, {-70000, 5}),
+        Row(CALL(mParamGet, 32, all.data(), 3, 4, values.data()), most)
+            .Data(data)
+            .Shows("32,3,4")
+            .Fills(values, wanted),
     });
     // The axis comes last here, and for several the count.
-    ExpectRefused(-1701, {[] { return zelQ_ParamGet(kNumber, 32, 256, 256, nullptr); },
-                          [] { return zelQ_mParamGet(kNumber, 0, nullptr, 256, 256, nullptr); }});
-    ExpectRefused(-1702, {[] { return zelQ_ParamGet(kNumber, 32, 255, 256, nullptr); },
-                          [] { return zelQ_mParamGet(kNumber, 0, nullptr, 255, 256, nullptr); },
-                          [&] { return zelQ_mParamGet(kNumber, 1, nullptr, 255, 255, &value); }});
-    ExpectRefused(-2002, {[] { return zelQ_ParamGet(kNumber, 32, 255, 255, nullptr); }});
-    ExpectRefused(-2004, {[] { return zelQ_mParamGet(kNumber, 0, nullptr, 255, 255, nullptr); },
-                          [] { return zelQ_mParamGet(kNumber, 33, nullptr, 255, 255, nullptr); }});
-    ExpectRefused(-1705, {[] { return zelQ_mParamGet(kNumber, 1, nullptr, 255, 255, nullptr); }});
+    Refused(-1701, {CALL(ParamGet, 32, 256, 256, nullptr),
+                    CALL(mParamGet, 0, nullptr, 256, 256, nullptr)});
+    Refused(-1702,
+            {CALL(ParamGet, 32, 255, 256, nullptr), CALL(mParamGet, 0, nullptr, 255, 256, nullptr),
+             CALL(mParamGet, 1, nullptr, 255, 255, &value)});
+    Refused(-2002, {CALL(ParamGet, 32, 255, 255, nullptr)});
+    Refused(-2004, {CALL(mParamGet, 0, nullptr, 255, 255, nullptr),
+                    CALL(mParamGet, 33, nullptr, 255, 255, nullptr)});
+    Refused(-1705, {CALL(mParamGet, 1, nullptr, 255, 255, nullptr)});
 }
 
-TEST_F(ParametersTest, ValidationAndSaving)
+TEST_F(ParametersTest, CallsThatNameAxesAlone)
 {
-    Run({
-        {.name = "validate one",
-         .call = [] { return zelQ_CParamValid(kNumber, 31); },
-         .frames = {{0x0101, 0x0152, 1, 31}},
-         .trace = "0=zelQ_CParamValid(5,31)"},
-        {.name = "validate several",
-         .call = [] { return zelQ_mCParamValid(kNumber, 3, kAxes.data()); },
-         .frames = {{0x0101, 0x0152, 3, 7, 40, 7}},
-         .trace = "0=zelQ_mCParamValid(5,3)"},
-        {.name = "save one",
-         .call = [] { return zelQ_ParamWriteEeprom(kNumber, 0); },
-         .frames = {{0x0101, 0x0153, 1, 0}},
-         .trace = "0=zelQ_ParamWriteEeprom(5,0)"},
-        {.name = "save several",
-         .call = [] { return zelQ_mParamWriteEeprom(kNumber, 2, kAxes.data()); },
-         .result = 3,
-         .frames = {{0x0101, 0x0153, 2, 7, 40}},
-         .controllerResult = 3,
-         .trace = "3=zelQ_mParamWriteEeprom(5,2)"},
+    Expect({
+        {CALL(CParamValid, 31), {0x0152, 1, 31}},
+        Row(CALL(mCParamValid, 3, axes_), {0x0152, 3, 7, 40, 7}).Shows("3"),
+        {CALL(ParamWriteEeprom, 0), {0x0153, 1, 0}},
+        Row(CALL(mParamWriteEeprom, 2, axes_), {0x0153, 2, 7, 40}).Shows("2"),
+        // The lines on alarms have one number more, which is 0.
+        Row(CALL(AlarmResetReq, 31), {0x0140, 1, 31}).Shows("31,0"),
+        Row(CALL(mAlarmResetReq, 3, axes_), {0x0140, 3, 7, 40, 7}).Shows("3,0"),
+        Row(CALL(AlarmListClear, 0), {0x0142, 1, 0}).Shows("0,0"),
+        Row(CALL(mAlarmListClear, 2, axes_), {0x0142, 2, 7, 40}).Shows("2,0"),
     });
-    ExpectNumberChecks([](short n) { return zelQ_CParamValid(n, 99); });
-    ExpectNumberChecks([](short n) { return zelQ_mCParamValid(n, 0, nullptr); });
-    ExpectNumberChecks([](short n) { return zelQ_ParamWriteEeprom(n, 99); });
-    ExpectNumberChecks([](short n) { return zelQ_mParamWriteEeprom(n, 0, nullptr); });
-    ExpectRefused(-2002, {[] { return zelQ_CParamValid(kNumber, 32); },
-                          [] { return zelQ_ParamWriteEeprom(kNumber, 32); }});
-    ExpectRefused(-2004, {[] { return zelQ_mCParamValid(kNumber, 0, nullptr); },
-                          [] { return zelQ_mCParamValid(kNumber, 33, kAxes.data()); },
-                          [] { return zelQ_mParamWriteEeprom(kNumber, 0, nullptr); },
-                          [] { return zelQ_mParamWriteEeprom(kNumber, 33, kAxes.data()); }});
-    ExpectRefused(-1702, {[] { return zelQ_mCParamValid(kNumber, 1, nullptr); },
-                          [] { return zelQ_mParamWriteEeprom(kNumber, 1, nullptr); }});
+    Refused(-2002, {CALL(CParamValid, 32), CALL(ParamWriteEeprom, 32), CALL(AlarmResetReq, 32),
+                    CALL(AlarmListClear, 32)});
+    for (const short count : std::initializer_list<short>{0, 33}) {
+        Refused(-2004,
+                {CALL(mCParamValid, count, nullptr), CALL(mParamWriteEeprom, count, nullptr),
+                 CALL(mAlarmResetReq, count, nullptr), CALL(mAlarmListClear, count, nullptr)});
+    }
+    Refused(-1702, {CALL(mCParamValid, 1, nullptr), CALL(mParamWriteEeprom, 1, nullptr),
+                    CALL(mAlarmResetReq, 1, nullptr), CALL(mAlarmListClear, 1, nullptr)});
 }
 
 TEST_F(ParametersTest, IdentificationIsCopiedLowByteFirst)
 {
-    std::array<unsigned char, 81> id{};
-    id.fill(0xA5);
+    std::array<std::uint8_t, 81> id{};
     Words data;
     for (unsigned i = 0; i < 40; ++i) {
-        data.push_back(static_cast<std::uint16_t>((2 * i + 1) << 8 | 2 * i));
+        data.push_back(static_cast<U16>((2 * i + 1) << 8 | 2 * i));
     }
-    Run({
-        {.name = "refused by the controller: nothing is written",
-         .call = [&] { return zelQ_ParamGetSysID(kNumber, 31, id.data()); },
-         .result = 3,
-         .frames = {{0x0101, 0x0154, 31}},
-         .readQuantity = 41,
-         .controllerResult = 3,
-         .trace = "3=zelQ_ParamGetSysID(5,31)",
-         .check = [&] { EXPECT_EQ(id[0], 0xA5); }},
-        {.name = "no count in the command",
-         .call = [&] { return zelQ_ParamGetSysID(kNumber, 2, id.data()); },
-         .frames = {{0x0101, 0x0154, 2}},
-         .readQuantity = 41,
-         .data = data,
-         .trace = "0=zelQ_ParamGetSysID(5,2)",
-         .check =
-             [&] {
-                 for (std::size_t i = 0; i < 80; ++i) {
-                     EXPECT_EQ(id[i], i);
-                 }
-                 EXPECT_EQ(id[80], 0xA5);
-             }},
-    });
-    ExpectNumberChecks([](short n) { return zelQ_ParamGetSysID(n, 99, nullptr); });
-    ExpectRefused(-2002, {[] { return zelQ_ParamGetSysID(kNumber, 32, nullptr); }});
-    ExpectRefused(-1702, {[] { return zelQ_ParamGetSysID(kNumber, 31, nullptr); }});
+    const auto bytes = Counting<std::uint8_t, 80>(0);
+    // No count in the command.
+    Expect({Row(CALL(ParamGetSysID, 2, id.data()), {0x0154, 2})
+                .Data(data)
+                .Shows("2")
+                .Fills(id, {bytes.begin(), bytes.end()})});
+    Refused(-2002, {CALL(ParamGetSysID, 32, nullptr)});
+    Refused(-1702, {CALL(ParamGetSysID, 31, nullptr)});
 }
 
-TEST_F(ParametersTest, Monitors)
+TEST_F(ParametersTest, MonitorsAreTheControllersToJudge)
 {
-    static constexpr std::array<short, 33> kItems = {3, 3, -1};
-    static constexpr std::array<unsigned short, 33> kMonitors = {0, 500, 0xFFFF};
-    unsigned int value = 777;
-    std::array<unsigned int, 4> values = {777, 777, 777, 777};
-    Run({
-        {.name = "axis and monitor are the controller's to judge; the line says Get",
-         .call = [&] { return zelQ_MonitorRead(kNumber, 40, -2, &value); },
-         .frames = {{0x0101, 0x0155, 1, 40, 0xFFFE}},
-         .readQuantity = 3,
-         .data = {0x5678, 0x9234},
-         .trace = "0=zelQ_MonitorGet(5,40,-2)",
-         .check = [&] { EXPECT_EQ(value, 0x92345678U); }},
-        {.name = "refused by the controller: nothing is written",
-         .call = [&] { return zelQ_MonitorRead(kNumber, -1, 1, &value); },
-         .result = 3,
-         .frames = {{0x0101, 0x0155, 1, 0xFFFF, 1}},
-         .readQuantity = 3,
-         .controllerResult = 3,
-         .trace = "3=zelQ_MonitorGet(5,-1,1)",
-         .check = [&] { EXPECT_EQ(value, 0x92345678U); }},
-        {.name = "several items, axes may repeat",
-         .call =
-             [&] {
-                 return zelQ_mMonitorRead(kNumber, 3, kItems.data(), kMonitors.data(),
-                                          values.data());
-             },
-         .frames = {{0x0101, 0x0155, 3, 3, 0, 3, 500, 0xFFFF, 0xFFFF}},
-         .readQuantity = 7,
-         .data = Join({Long(-1), Long(70000), Long(2)}),
-         .trace = "0=zelQ_MonitorGet(5,3)",
-         .check =
-             [&] {
-                 EXPECT_EQ(values, (std::array<unsigned int, 4>{0xFFFFFFFFU, 70000, 2, 777}));
-             }},
+    const short items[] = {3, 3, -1};
+    const U16 monitors[] = {0, 500, 0xFFFF};
+    unsigned int value = 0;
+    std::array<unsigned int, 4> values{};
+    Expect({
+        // The line says Get.
+        Row(CALL(MonitorRead, 40, -2, &value), {0x0155, 1, 40, 0xFFFE})
+            .Data({0x5678, 0x9234})
+            .Line("zelQ_MonitorGet(5,40,-2)")
+            .Gets(value, 0x92345678U),
+        Row(CALL(mMonitorRead, 3, items, monitors, values.data()),
+            {0x0155, 3, 3, 0, 3, 500, 0xFFFF, 0xFFFF})
+            .Data(Join({Long(-1), Long(70000), Long(2)}))
+            .Line("zelQ_MonitorGet(5,3)")
+            .Fills(values, {0xFFFFFFFFU, 70000, 2}),
     });
-    ExpectNumberChecks([](short n) { return zelQ_MonitorRead(n, 99, 0, nullptr); });
-    ExpectNumberChecks([](short n) { return zelQ_mMonitorRead(n, 0, nullptr, nullptr, nullptr); });
-    ExpectRefused(-2004,
-                  {[] { return zelQ_mMonitorRead(kNumber, 0, nullptr, nullptr, nullptr); },
-                   [] { return zelQ_mMonitorRead(kNumber, 33, nullptr, nullptr, nullptr); }});
-    ExpectRefused(-1704, {[] { return zelQ_MonitorRead(kNumber, 0, 0, nullptr); },
-                          [] { return zelQ_mMonitorRead(kNumber, 1, nullptr, nullptr, nullptr); }});
-    ExpectRefused(-1702, {[&] { return zelQ_mMonitorRead(kNumber, 1, nullptr, nullptr, &value); }});
-    ExpectRefused(-1703,
-                  {[&] { return zelQ_mMonitorRead(kNumber, 1, kItems.data(), nullptr, &value); }});
+    Refused(-2004, {CALL(mMonitorRead, 0, nullptr, nullptr, nullptr),
+                    CALL(mMonitorRead, 33, nullptr, nullptr, nullptr)});
+    Refused(-1704,
+            {CALL(MonitorRead, 0, 0, nullptr), CALL(mMonitorRead, 1, nullptr, nullptr, nullptr)});
+    Refused(-1702, {CALL(mMonitorRead, 1, nullptr, nullptr, &value)});
+    Refused(-1703, {CALL(mMonitorRead, 1, items, nullptr, &value)});
+}
+
+TEST_F(ParametersTest, AlarmResetHasATimeOutOfItsOwn)
+{
+    using namespace std::chrono_literals;
+    // The session gives a reply 6 times 5 ms, three times over; the controller takes longer.
+    zelQ_TMOSet(kNumber, 1000, 5, 5);
+    Forget();
+    const auto late = [this](const Request& request) {
+        Answer answer{controller_.ProperReply(request)};
+        answer.pause = 120ms;
+        return answer;
+    };
+    controller_.Then(late);
+    ExpectOnce(Row(CALL(AlarmResetReq, 1), {0x0140, 1, 1}).Shows("1,0"));
+    controller_.Then(late);
+    ExpectOnce(Row(CALL(mAlarmResetReq, 1, axes_), {0x0140, 1, 7}).Shows("1,0"));
+    EXPECT_EQ(controller_.Connections(), 1);
+
+    // Nor does it wait as long as the session would: the first request is lost, the second one,
+    // over a new connection, is answered.
+    zelQ_TMOSet(kNumber, 1000, 2000, 2000);
+    controller_.Then([](const Request&) { return Answer{}; });
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(zelQ_AlarmResetReq(kNumber, 1), 0);
+    const auto waited = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(waited, 1200ms); // 200 + 400 + 600
+    EXPECT_LT(waited, 10s);    // the session's would be 12
+    EXPECT_EQ(controller_.TakeRequests().size(), 2U);
+}
+
+TEST_F(ParametersTest, AlarmsAreRead)
+{
+    U16 no = 0;
+    U16 sub = 0;
+    U16 data = 0;
+    Expect({
+        // The number in the low byte, the sub-number in the high one; the index before the axis.
+        Row(CALL(AlarmListGet, 31, 14, &no, &sub, &data), {0x0141, 1, 14, 31})
+            .Data({0x0310, 0xFFFE})
+            .Shows("14,31")
+            .Gets(no, 0x10)
+            .Gets(sub, 3)
+            .Gets(data, 0xFFFE),
+        Row(CALL(AlarmListGet, 0, 0, nullptr, nullptr, nullptr), {0x0141, 1, 0, 0})
+            .Data({1, 2})
+            .Shows("0,0"),
+    });
+    Refused(-2002, {CALL(AlarmListGet, 32, 15, nullptr, nullptr, nullptr)});
+    Refused(-1702, {CALL(AlarmListGet, 31, 15, nullptr, nullptr, nullptr)});
+    Refused(-2004, {CALL(mAlarmListGet, 0, nullptr, 15, nullptr, nullptr, nullptr),
+                    CALL(mAlarmListGet, 33, nullptr, 15, nullptr, nullptr, nullptr)});
+    Refused(-1703, {CALL(mAlarmListGet, 1, nullptr, 15, nullptr, nullptr, nullptr)});
+    Refused(-1704, {CALL(mAlarmListGet, 1, nullptr, 14, nullptr, nullptr, nullptr)});
+    Refused(-1705, {CALL(mAlarmListGet, 1, nullptr, 14, &no, nullptr, nullptr)});
+    Refused(-1706, {CALL(mAlarmListGet, 1, nullptr, 14, &no, &sub, nullptr)});
+    Refused(-1702, {CALL(mAlarmListGet, 1, nullptr, 14, &no, &sub, &data)});
+}
+
+TEST_F(ParametersTest, AlarmsOfSeveralDrivesRunOutOfRegisters)
+{
+    const U16 axes[] = {7, 40, 7, 0};
+    std::array<U16, 4> no{};
+    std::array<U16, 4> sub{};
+    std::array<U16, 4> data{};
+    struct Case
+    {
+        short count;
+        Words reply; ///< one register an axis, where two are taken
+        Words no, sub, data;
+    };
+    for (const Case& row :
+         {Case{1, {0x0310}, {}, {}, {}}, Case{3, {0x0310, 11, 0x0420}, {0x10}, {3}, {11}},
+          Case{4, {0x0100, 12, 0x0230, 13}, {0, 0x30}, {1, 2}, {12, 13}}}) {
+        Words frame = {0x0101, 0x0141, static_cast<U16>(row.count), 14};
+        frame.insert(frame.end(), axes, axes + row.count);
+        Expect({Row(CALL(mAlarmListGet, row.count, axes, 14, no.data(), sub.data(), data.data()))
+                    .Frames({frame})
+                    .Data(row.reply)
+                    .StopsWith(-1004)
+                    .Line("")
+                    .Fills(no, row.no)
+                    .Fills(sub, row.sub)
+                    .Fills(data, row.data)});
+    }
+    // Refused by the controller: traced, the index before the count.
+    controller_.ThenResult(3);
+    ExpectOnce(Row(CALL(mAlarmListGet, 2, axes, 7, no.data(), sub.data(), data.data()))
+                   .Frames({{0x0101, 0x0141, 2, 7, 7, 40}}, 3)
+                   .Gives(3)
+                   .Shows("7,2")
+                   .Fills(no, {}));
 }
 
 } // namespace

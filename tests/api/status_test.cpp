@@ -1,65 +1,85 @@
-#include "support/wire_test.h"
-#include "zelq.h"
-
-#include <cstring>
+#include "support/calls.h"
 
 namespace zelq::test {
 
 namespace {
 
+constexpr U16 kOld = 0xA5A5; ///< an untouched word
+
+/// A type word: every field another value, bits 24 to 31 belong to none.
+constexpr std::uint32_t kCodes = 5U << 4 | 9U << 7 | 6U << 11 | 2U << 15 | 1U << 17 | 4U << 19;
+/// Another, every field with its first and last bit set.
+constexpr std::uint32_t kEdges = 5U << 4 | 9U << 7 | 11U << 11 | 3U << 15 | 3U << 17 | 7U << 19;
+constexpr std::uint32_t kInputIsEmergencyStop = 1U << 22;
+constexpr std::uint32_t kAllCodes = kCodes | kInputIsEmergencyStop | 1U << 23 | 0xFFU << 24;
+
 /// Servo axes 1 and 4, an input slave 2, an output slave 3.
-class StatusTest : public WireTest
+class StatusTest : public CallTest
 {
   protected:
     void SetUp() override
     {
-        WireTest::SetUp();
-        constexpr std::uint32_t kInputIsEmergencyStop = 1U << 22;
-        // Type bits 4..6 = 5, 7..10 = 9, 11..14 = 6, 15..16 = 2, 17..18 = 1, 19..21 = 4.
-        constexpr std::uint32_t kCodes =
-            5U << 4 | 9U << 7 | 6U << 11 | 2U << 15 | 1U << 17 | 4U << 19;
-        controller_.SetSlaveTypes({0, 1 | kCodes, 2, 3, 1 | kInputIsEmergencyStop});
-        ASSERT_EQ(zelQ_Connect(kNumber, 127, 0, 0), 0);
-        controller_.TakeRequests();
-        capture_.Lines();
-        std::memset(&status_, 0xA5, sizeof(status_));
-        std::memset(&servo_, 0xA5, sizeof(servo_));
-    }
-
-    static const std::vector<Read>& SnapshotReads()
-    {
-        static const std::vector<Read> kReads = {
-            {0xF414, 3}, {0x0100, 18}, {0x0400, 18}, {0x0200, 2}, {0x0302, 2}};
-        return kReads;
-    }
-
-    static std::vector<Read> TypeReads()
-    {
-        std::vector<Read> reads;
-        for (std::uint16_t axis = 0; axis < 32; ++axis) {
-            reads.push_back({static_cast<std::uint16_t>(axis << 8 | 0x38), 2});
-        }
-        return reads;
+        ASSERT_NO_FATAL_FAILURE(WireTest::SetUp());
+        ConnectWith({0, 1 | kCodes, 2, 3, 1 | kEdges | kInputIsEmergencyStop});
     }
 
     /// Registers of an axis: every value another one, so that no two can be mistaken.
-    void SetServo(std::uint16_t axis, std::uint16_t flags, std::uint16_t motion,
-                  std::uint16_t outputs)
+    void SetServo(U16 axis, U16 flags, U16 motion, U16 outputs)
     {
-        controller_.SetRegisters(static_cast<std::uint16_t>(axis << 8),
-                                 Join({Long(-1000),
-                                       Long(-255),
-                                       Long(70000),
-                                       Long(1000),
-                                       Long(-123456),
-                                       {flags, motion, outputs},
-                                       {1, 2, 3},
-                                       Long(99)}));
+        const Words words = Join({Long(-1000), Long(-255), Long(70000), Long(1000), Long(-123456)});
+        controller_.SetRegisters(static_cast<U16>(axis << 8),
+                                 Join({words, {flags, motion, outputs}, {1, 2, 3}, Long(99)}));
     }
 
-    ControllerStatus status_{};
-    ServoStatus servo_{};
+    static std::vector<Read> SnapshotReads()
+    {
+        return {{0xF414, 3}, {0x0100, 18}, {0x0400, 18}, {0x0200, 2}, {0x0302, 2}};
+    }
+
+    ControllerStatus status_ = Untouched<ControllerStatus>();
+    ServoStatus servo_ = Untouched<ServoStatus>();
 };
+
+/// What a status shows of the registers of SetServo with all flags, 0x0155 and 0x0300.
+ServoStatus Decoded(U16 axis, double unit, const std::array<U16, 6>& codes)
+{
+    auto servo = Untouched<ServoStatus>();
+    servo.axis = axis;
+    servo.seriesCode = codes[0];
+    servo.motorCode = codes[1];
+    servo.encoderCode = codes[2];
+    servo.limitLogic = codes[3];
+    servo.homeLogic = codes[4];
+    servo.inputUse = codes[5];
+    for (U16 ServoStatus::*flag :
+         {&ServoStatus::servoOn, &ServoStatus::servoReady, &ServoStatus::alarm,
+          &ServoStatus::warning, &ServoStatus::torqueLimited, &ServoStatus::inMotion,
+          &ServoStatus::inPosition, &ServoStatus::homing, &ServoStatus::homeDone,
+          &ServoStatus::homeSensor, &ServoStatus::limitPositive, &ServoStatus::limitNegative,
+          &ServoStatus::softLimit, &ServoStatus::auxInput, &ServoStatus::output1,
+          &ServoStatus::output2}) {
+        servo.*flag = 1;
+    }
+    servo.motionKind = 0x15;
+    servo.stopCause = 0x0A;
+    servo.commandPosition = 1000 * unit;
+    servo.encoderPosition = -123456 * unit;
+    servo.velocity = -1000 * unit;
+    servo.followingError = 70000 * unit;
+    servo.torque = -25.5;
+    return servo;
+}
+
+/// The same in a snapshot, which knows more.
+ServoStatus InSnapshot(ServoStatus servo, bool emergencyStop)
+{
+    servo.emergencyStop = emergencyStop ? 1 : 0;
+    servo.auxInput = emergencyStop ? 0 : 1;
+    servo.rawVelocity = -1000;
+    servo.rawTorque = -255;
+    servo.rawFollowingError = 70000;
+    return servo;
+}
 
 TEST_F(StatusTest, SnapshotDecodesEveryField)
 {
@@ -68,66 +88,31 @@ TEST_F(StatusTest, SnapshotDecodesEveryField)
     controller_.SetRegisters(0x0200, {0x8001, 0x8000});
     controller_.SetRegisters(0x0302, {0x0002, 0x0001});
     controller_.SetRegisters(0xF415, {0x0081, 0x007E});
-    zelQ_UnitPerPulseSet(kNumber, 1, 0.5);
-    capture_.Lines();
-    Run({{.name = "snapshot",
-          .call = [this] { return zelQ_GetAllStatus(kNumber, &status_); },
-          .reads = SnapshotReads(),
-          .trace = "0=zelQ_GetAllStatus(5)"}});
-
-    EXPECT_EQ(status_.servoCount, 2);
-    EXPECT_EQ(status_.servoAxes[0], 1);
-    EXPECT_EQ(status_.servoAxes[1], 4);
-    EXPECT_EQ(status_.servoAxes[2], 0xA5A5); // behind the count, as it was
-    EXPECT_EQ(status_.inputCount, 1);
-    EXPECT_EQ(status_.inputSlaves[0], 2);
-    EXPECT_EQ(status_.outputCount, 1);
-    EXPECT_EQ(status_.outputSlaves[0], 3);
-    EXPECT_EQ(status_.reserved, 0xA5A5);
-
-    const ServoStatus& first = status_.servo[1];
-    EXPECT_EQ(first.axis, 1);
-    EXPECT_EQ(first.seriesCode, 5);
-    EXPECT_EQ(first.motorCode, 9);
-    EXPECT_EQ(first.encoderCode, 6);
-    EXPECT_EQ(first.limitLogic, 2);
-    EXPECT_EQ(first.homeLogic, 1);
-    EXPECT_EQ(first.inputUse, 4);
-    EXPECT_EQ(first.emergencyStop, 0);
-    EXPECT_EQ(first.auxInput, 1);
-    EXPECT_EQ(first.output1, 1);
-    EXPECT_EQ(first.output2, 1);
-    EXPECT_EQ(first.motionKind, 0x15);
-    EXPECT_EQ(first.stopCause, 0x0A);
-    EXPECT_EQ(double{first.commandPosition}, 500.0);
-    EXPECT_EQ(double{first.encoderPosition}, -61728.0);
-    EXPECT_EQ(double{first.velocity}, -500.0);
-    EXPECT_EQ(double{first.followingError}, 35000.0);
-    EXPECT_EQ(double{first.torque}, -25.5);
-    EXPECT_EQ(first.rawVelocity, -1000);
-    EXPECT_EQ(first.rawTorque, -255);
-    EXPECT_EQ(first.rawFollowingError, 70000);
-    EXPECT_EQ(first.reserved[0], 0xA5A5);
-
-    const ServoStatus& second = status_.servo[4];
-    EXPECT_EQ(second.emergencyStop, 1);
-    EXPECT_EQ(second.auxInput, 0);
-    EXPECT_EQ(double{second.commandPosition}, 1000.0);
-
-    EXPECT_EQ(status_.servo[0].axis, 0xFFFF);
-    EXPECT_EQ(status_.servo[0].servoOn, 0xA5A5);
-    EXPECT_EQ(status_.inputs[2].slave, 2);
-    EXPECT_EQ(status_.inputs[3].slave, 0xFFFF);
-    EXPECT_EQ(status_.outputs[3].slave, 3);
-    EXPECT_EQ(status_.outputs[2].slave, 0xFFFF);
-    for (std::size_t bit = 0; bit < 32; ++bit) {
-        EXPECT_EQ(status_.inputs[2].bits[bit], bit == 0 || bit == 15 || bit == 31) << bit;
-        EXPECT_EQ(status_.outputs[3].bits[bit], bit == 1 || bit == 16) << bit;
+    SetUnits({{1, 0.5}});
+    auto wanted = Untouched<ControllerStatus>();
+    wanted.servoCount = 2;
+    wanted.servoAxes[0] = 1;
+    wanted.servoAxes[1] = 4;
+    wanted.inputCount = wanted.outputCount = 1;
+    wanted.inputSlaves[0] = 2;
+    wanted.outputSlaves[0] = 3;
+    for (U16 i = 0; i < 32; ++i) {
+        wanted.servo[i].axis = 0xFFFF;
+        wanted.inputs[i].slave = i == 2 ? i : 0xFFFF;
+        wanted.outputs[i].slave = i == 3 ? i : 0xFFFF;
+        wanted.inputs[2].bits[i] = i == 0 || i == 15 || i == 31;
+        wanted.outputs[3].bits[i] = i == 1 || i == 16;
+        if (i >= 8) continue;
+        wanted.mainInputs[i] = i == 0 || i == 7;
+        wanted.mainOutputs[i] = i != 0 && i != 7;
     }
-    for (std::size_t bit = 0; bit < 8; ++bit) {
-        EXPECT_EQ(status_.mainInputs[bit], bit == 0 || bit == 7) << bit;
-        EXPECT_EQ(status_.mainOutputs[bit], bit != 0 && bit != 7) << bit;
-    }
+    wanted.servo[1] = InSnapshot(Decoded(1, 0.5, {5, 9, 6, 2, 1, 4}), false);
+    wanted.servo[4] = InSnapshot(Decoded(4, 1.0, {5, 9, 11, 3, 3, 7}), true);
+    Expect({Row(CALL(GetAllStatus, &status_))
+                .Reads(SnapshotReads())
+                .Lines("zelQ_GetAllStatus(5)", "")
+                .Gets(status_, wanted)});
+    Refused(-1701, {CALL(GetAllStatus, nullptr), CALL(GetServoStatus, 99, nullptr)});
 }
 
 TEST_F(StatusTest, EveryFlagHasItsOwnBit)
@@ -135,7 +120,7 @@ TEST_F(StatusTest, EveryFlagHasItsOwnBit)
     struct Flag
     {
         unsigned bit;
-        unsigned short ServoStatus::*field;
+        U16 ServoStatus::*field;
     };
     const Flag flags[] = {
         {0, &ServoStatus::servoOn},       {1, &ServoStatus::servoReady},
@@ -148,39 +133,36 @@ TEST_F(StatusTest, EveryFlagHasItsOwnBit)
     };
     for (unsigned bit = 0; bit < 16; ++bit) {
         SCOPED_TRACE(bit);
-        SetServo(1, static_cast<std::uint16_t>(1U << bit), 0, 0);
+        SetServo(1, static_cast<U16>(1U << bit), 0, bit % 2 != 0 ? 0x0100 : 0x0200);
         ASSERT_EQ(zelQ_GetServoStatus(kNumber, 1, &servo_), 0);
         for (const Flag& flag : flags) {
             EXPECT_EQ(servo_.*flag.field, flag.bit == bit) << "flag of bit " << flag.bit;
         }
+        EXPECT_EQ(servo_.output1, bit % 2);
+        EXPECT_EQ(servo_.output2, 1 - bit % 2);
     }
 }
 
 TEST_F(StatusTest, OneAxisLeavesTheDetailsAlone)
 {
-    SetServo(4, 0x8000, 0x001F, 0x0100);
-    Run({{.name = "one axis",
-          .call = [this] { return zelQ_GetServoStatus(kNumber, 4, &servo_); },
-          .reads = {{0xF414, 1}, {0x0400, 18}},
-          .trace = "0=zelQ_GetServoStatus(5)"}});
-    EXPECT_EQ(servo_.axis, 4);
-    EXPECT_EQ(servo_.auxInput, 1); // whatever the input serves for
-    EXPECT_EQ(servo_.emergencyStop, 0xA5A5);
-    EXPECT_EQ(servo_.output1, 1);
-    EXPECT_EQ(servo_.output2, 0);
-    EXPECT_EQ(servo_.motionKind, 31);
-    EXPECT_EQ(servo_.rawVelocity, static_cast<int>(0xA5A5A5A5));
-    EXPECT_EQ(servo_.rawFollowingError, static_cast<int>(0xA5A5A5A5));
-
-    Run({{.name = "no servo axis: after the exchange, untraced",
-          .call = [this] { return zelQ_GetServoStatus(kNumber, 2, &servo_); },
-          .result = -1700,
-          .reads = {{0xF414, 1}, {0x0200, 18}}},
-         {.name = "only the low 8 bits of the axis are read",
-          .call = [this] { return zelQ_GetServoStatus(kNumber, 0x0104, &servo_); },
-          .result = -1700,
-          .reads = {{0xF414, 1}, {0x0400, 18}}}});
-    EXPECT_EQ(servo_.axis, 4);
+    SetServo(4, 0xFFFF, 0x0155, 0x0300);
+    SetUnits({{4, 0.25}});
+    Expect({
+        Row(CALL(GetServoStatus, 4, &servo_))
+            .Reads({{0xF414, 1}, {0x0400, 18}})
+            .Lines("zelQ_GetServoStatus(5)", "")
+            .Gets(servo_, Decoded(4, 0.25, {5, 9, 11, 3, 3, 7})),
+        // No servo axis is found after the exchange, of which the axis is read by its low 8 bits.
+        Row(CALL(GetServoStatus, 2, &servo_))
+            .Reads({{0xF414, 1}, {0x0200, 18}})
+            .Line("")
+            .Gives(-1700)
+            .Gets(servo_, Untouched<ServoStatus>()),
+        Row(CALL(GetServoStatus, 0x0104, &servo_))
+            .Reads({{0xF414, 1}, {0x0400, 18}})
+            .Line("")
+            .Gives(-1700),
+    });
 }
 
 TEST_F(StatusTest, ChangedSlavesAreReadOnce)
@@ -188,18 +170,15 @@ TEST_F(StatusTest, ChangedSlavesAreReadOnce)
     controller_.SetSlaveTypes({1, 1});
     controller_.SetRegister(0xF414, 0x0003);
     std::vector<Read> reads = SnapshotReads();
-    for (const Read& read : TypeReads()) {
-        reads.push_back(read);
-    }
+    const std::vector<Read> types = TypeReads();
+    reads.insert(reads.end(), types.begin(), types.end());
     reads.insert(reads.end(), {{0xF414, 3}, {0x0000, 18}, {0x0100, 18}});
     EXPECT_EQ(zelQ_GetAllStatus(kNumber, &status_), 0);
     EXPECT_EQ(NextTrace(), "0=GetSlaveProperty(5)");
     EXPECT_EQ(NextTrace(), "0=zelQ_GetAllStatus(5)");
     std::vector<Read> seen;
-    for (const Request& request : controller_.TakeRequests()) {
-        for (const RequestFrame& frame : request) {
-            seen.push_back({frame.start, frame.quantity});
-        }
+    for (const RequestFrame& frame : SentFrames()) {
+        seen.push_back({frame.start, frame.quantity});
     }
     EXPECT_TRUE(seen == reads);
     EXPECT_EQ(status_.servoCount, 2);
@@ -211,31 +190,26 @@ TEST_F(StatusTest, ChangedSlavesAreReadOnce)
 
 TEST_F(StatusTest, SlavesThatKeepChangingAreReported)
 {
-    const auto withCounter = [this](std::uint16_t word) {
+    const auto withCounter = [this](U16 word) {
         controller_.Then([this, word](const Request& request) {
             controller_.SetRegister(0xF414, word);
             return Answer{controller_.ProperReply(request)};
         });
     };
     controller_.SetRegister(0xF415, 0x0001);
-    Run({{.name = "not standing: no line, but the main board's bits",
-          .call =
-              [&] {
-                  withCounter(0x0002);
-                  return zelQ_GetAllStatus(kNumber, &status_);
-              },
-          .result = -2001,
-          .reads = SnapshotReads()}});
+    // Not standing: no line, but the main board's bits.
+    withCounter(0x0002);
+    ExpectOnce(Row(CALL(GetAllStatus, &status_)).Reads(SnapshotReads()).Line("").Gives(-2001));
     EXPECT_EQ(status_.mainInputs[0], 1);
-    EXPECT_EQ(status_.servoCount, 0xA5A5);
-    EXPECT_EQ(status_.servo[0].axis, 0xA5A5);
+    EXPECT_EQ(status_.servoCount, kOld);
+    EXPECT_EQ(status_.servo[0].axis, kOld);
 
     for (const bool all : {true, false}) {
         SCOPED_TRACE(all);
-        const std::uint16_t counter = all ? 0x0003 : 0x0013;
+        const U16 counter = all ? 0x0003 : 0x0013;
         withCounter(counter);
         withCounter(counter); // the read of the slave types
-        withCounter(static_cast<std::uint16_t>(counter + 2));
+        withCounter(static_cast<U16>(counter + 2));
         EXPECT_EQ(all ? zelQ_GetAllStatus(kNumber, &status_)
                       : zelQ_GetServoStatus(kNumber, 1, &servo_),
                   -2001);
@@ -244,48 +218,27 @@ TEST_F(StatusTest, SlavesThatKeepChangingAreReported)
         // The counter of the re-read stays, so the next call is satisfied with it.
         controller_.SetRegister(0xF414, counter);
         EXPECT_EQ(zelQ_GetServoStatus(kNumber, 1, &servo_), 0);
-        capture_.Lines();
+        EXPECT_EQ(NextTrace(), "0=zelQ_GetServoStatus(5)");
     }
 }
 
 TEST_F(StatusTest, AFailedReReadKeepsTheSlavesAndTheCounter)
 {
     controller_.SetRegister(0xF414, 0x0007);
-    const auto proper = [this](const Request& request) {
-        return Answer{controller_.ProperReply(request)};
-    };
-    controller_.Then(proper);
+    ThenProperReply();
     controller_.Then(StrayReply);
     EXPECT_EQ(zelQ_GetAllStatus(kNumber, &status_), -12);
     EXPECT_TRUE(capture_.Lines().empty());
-    EXPECT_EQ(zelQ_UnitPerPulseSet(kNumber, 4, 1.0), 0); // still a servo axis
-    capture_.Lines();
+    SetUnits({{4, 1.0}}); // still a servo axis
     EXPECT_EQ(zelQ_GetServoStatus(kNumber, 4, &servo_), 0);
     EXPECT_EQ(NextTrace(), "0=GetSlaveProperty(5)"); // so it is tried again
 }
 
-TEST_F(StatusTest, FailedExchangesLeaveTheRecordUntouched)
-{
-    controller_.Then(StrayReply);
-    ControllerStatus before = status_;
-    Run({{.name = "junk",
-          .call = [this] { return zelQ_GetAllStatus(kNumber, &status_); },
-          .result = -12,
-          .reads = SnapshotReads()}});
-    EXPECT_EQ(std::memcmp(&before, &status_, sizeof(status_)), 0);
-    ExpectNumberChecks([](short zelNo) { return zelQ_GetAllStatus(zelNo, nullptr); });
-    ExpectNumberChecks([](short zelNo) { return zelQ_GetServoStatus(zelNo, 0, nullptr); });
-    ExpectRefused(-1701, {[] { return zelQ_GetAllStatus(kNumber, nullptr); },
-                          [] { return zelQ_GetServoStatus(kNumber, 99, nullptr); }});
-}
-
 TEST_F(StatusTest, AFullControllerFitsIntoOneExchange)
 {
-    controller_.SetSlaveTypes(std::vector<std::uint32_t>(32, 1));
-    ASSERT_EQ(zelQ_Connect(kNumber, 127, 0, 0), 0);
-    controller_.TakeRequests();
-    for (std::uint16_t axis = 0; axis < 32; ++axis) {
-        controller_.SetRegisters(static_cast<std::uint16_t>((axis << 8) + 6), Long(axis * 1000));
+    ConnectWith(std::vector<std::uint32_t>(32, 1));
+    for (U16 axis = 0; axis < 32; ++axis) {
+        controller_.SetRegisters(static_cast<U16>((axis << 8) + 6), Long(axis * 1000));
     }
     ASSERT_EQ(zelQ_GetAllStatus(kNumber, &status_), 0);
     EXPECT_EQ(controller_.TakeRequests().size(), 1U);
@@ -293,11 +246,119 @@ TEST_F(StatusTest, AFullControllerFitsIntoOneExchange)
     for (int axis = 0; axis < 32; ++axis) {
         EXPECT_EQ(double{status_.servo[axis].commandPosition}, axis * 1000.0);
     }
-    controller_.SetSlaveTypes({});
-    ASSERT_EQ(zelQ_Connect(kNumber, 127, 0, 0), 0);
+    ConnectWith({});
     ASSERT_EQ(zelQ_GetAllStatus(kNumber, &status_), 0);
     EXPECT_EQ(status_.servoCount, 0);
     EXPECT_EQ(status_.servo[31].axis, 0xFFFF);
+}
+
+class SlavePropertiesTest : public CallTest
+{
+  protected:
+    /// A record as the words that an application may read it by.
+    static SlaveProperty Property(const Words& words)
+    {
+        SlaveProperty property;
+        std::memcpy(&property, words.data(), sizeof(property));
+        return property;
+    }
+
+    /// The session's only servo axis.
+    void ExpectServo(short axis)
+    {
+        EXPECT_EQ(zelQ_UnitPerPulseSet(kNumber, axis, 1.0), 0);
+        EXPECT_EQ(zelQ_UnitPerPulseSet(kNumber, static_cast<short>(1 - axis), 1.0), -2007);
+        Forget();
+    }
+};
+
+TEST_F(SlavePropertiesTest, OneSlaveIsReadByItsType)
+{
+    controller_.SetSlaveTypes(
+        {1 | kAllCodes, 2 | kAllCodes, 3 | kAllCodes, 4 | kAllCodes, kAllCodes});
+    SlaveProperty one{};
+    const Words rest(8, kOld);
+    Expect({
+        Row(CALL(SlavePropertyGet, 0, &one))
+            .Reads({{0x0038, 2}})
+            .Shows("0")
+            .Gets(one, Property({0, 1, 5, 9, 6, 2, 1, 4, kOld, 1})),
+        // Input and output slaves: number and type; another type: nothing, and no error.
+        Row(CALL(SlavePropertyGet, 1, &one))
+            .Reads({{0x0138, 2}})
+            .Shows("1")
+            .Gets(one, Property(Join({{1, 2}, rest}))),
+        Row(CALL(SlavePropertyGet, 2, &one))
+            .Reads({{0x0238, 2}})
+            .Shows("2")
+            .Gets(one, Property(Join({{2, 3}, rest}))),
+        Row(CALL(SlavePropertyGet, 3, &one))
+            .Reads({{0x0338, 2}})
+            .Shows("3")
+            .Gets(one, Untouched<SlaveProperty>()),
+        // Type 0, whatever stands above it: found after sending, not traced.
+        Row(CALL(SlavePropertyGet, 4, &one))
+            .Reads({{0x0438, 2}})
+            .Line("")
+            .Gives(-2002)
+            .Gets(one, Untouched<SlaveProperty>()),
+    });
+    Refused(-2002, {CALL(SlavePropertyGet, 32, nullptr), CALL(SlavePropertyGet, -1, nullptr)});
+    Refused(-1702, {CALL(SlavePropertyGet, 31, nullptr)});
+}
+
+TEST_F(SlavePropertiesTest, AllSlavesAreReadAndKept)
+{
+    controller_.SetSlaveTypes({kAllCodes, 1 | kEdges, 2 | kAllCodes, 15});
+    std::array<SlaveProperty, 32> all{};
+    // Words 7 and 8 are left alone.
+    const Words codes = {5, 9, 6, 2, 1, kOld, kOld, 1};
+    const Words none = {0, 0, 0, 0, 0, kOld, kOld, 0};
+    std::vector<SlaveProperty> wanted(32, Property(Join({{0xFFFF, 0}, none})));
+    wanted[0] = Property(Join({{0xFFFF, 0}, codes}));
+    wanted[1] = Property({1, 1, 5, 9, 11, 3, 3, kOld, kOld, 0});
+    wanted[2] = Property(Join({{2, 2}, codes}));
+    wanted[3] = Property(Join({{3, 15}, none}));
+    Expect({Row(CALL(SlavePropertyGetAll, all.data()))
+                .Reads(TypeReads())
+                .Shows("")
+                .Fills(all, wanted)});
+    ExpectServo(1);
+    Refused(-1701, {CALL(SlavePropertyGetAll, nullptr)});
+}
+
+TEST_F(SlavePropertiesTest, ConfiguringReadsTheSlavesAnew)
+{
+    // No count in the command. Refused by the controller, the slaves are not read.
+    const auto row = [] {
+        return Row(
+            {LineOf("zelQ_ServoPropertyCfg", "1,1,4,3,2,1,-2147418110"),
+             [](Number n) { return zelQ_ServoPropertyCfg(n, 1, 1, 4, 3, 2, 1, 0x80010002U); }},
+            {0x01B0, 1, 1, 4, 3, 2, 1, 2, 0x8001});
+    };
+    controller_.SetSlaveTypes({0, 1});
+    ExpectOnce(row().Reads(TypeReads()));
+    ExpectServo(1);
+    controller_.SetSlaveTypes({1, 0});
+    controller_.ThenResult(6);
+    ExpectOnce(row().Gives(6));
+    // When the slaves cannot be read, that is the result, and the old ones are kept.
+    controller_.ThenResult(0);
+    ThenFirstFrameOnly();
+    ExpectOnce(row().Reads(TypeReads()).Gives(-12));
+    ExpectServo(1);
+}
+
+TEST_F(SlavePropertiesTest, ConfiguringChecksInOrder)
+{
+    Refused(-2002, {CALL(ServoPropertyCfg, 32, 2, 0, 4, 4, 3, 0)});
+    Refused(-1702, {CALL(ServoPropertyCfg, 31, 2, 0, 4, 4, 3, 0)});
+    Refused(-1703, {CALL(ServoPropertyCfg, 31, 1, 0, 4, 4, 3, 0),
+                    CALL(ServoPropertyCfg, 31, 1, 5, 4, 4, 3, 0),
+                    CALL(ServoPropertyCfg, 31, 1, -1, 4, 4, 3, 0)});
+    Refused(-1704, {CALL(ServoPropertyCfg, 31, 1, 1, 4, 4, 3, 0)});
+    Refused(-1705, {CALL(ServoPropertyCfg, 31, 1, 4, 3, 4, 3, 0)});
+    Refused(-1706, {CALL(ServoPropertyCfg, 31, 0, 4, 3, 3, 3, 0)});
 }
 
 } // namespace

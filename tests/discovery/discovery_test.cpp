@@ -237,14 +237,24 @@ TEST_F(DiscoveryTest, NobodyAndNonsenseAreNoControllers)
         EXPECT_EQ(Find(), 0);
         ExpectTrace("0=zelQ_GetEnumList(127,0,0,1)");
     }
+    // What is no answer is dropped whole, and hides nobody.
     const ScriptedAnswerer nonsense([](const Bytes& request) {
-        Bytes foreign = AnswerOf(request, 1);
+        const Bytes proper = AnswerOf(request, 1);
+        Bytes foreign = proper;
         foreign[0] ^= 0xFF;
-        return Answers{foreign, AnswerOf(request, 1)};
+        Bytes cut = proper;
+        cut.pop_back();
+        Bytes longer = proper;
+        longer.push_back(0);
+        Bytes another = proper;
+        another[7] = 16;
+        Bytes miscounted = proper;
+        miscounted[8] = 22;
+        return Answers{{0}, foreign, cut, longer, another, miscounted, proper, cut};
     });
-    EXPECT_EQ(Find(), 0);
-    ExpectTrace("0=zelQ_GetEnumList(127,0,0,1)");
-    EXPECT_EQ(entries_.Word(0, 0), kUntouched);
+    EXPECT_EQ(Find(), 1);
+    ExpectTrace("1=zelQ_GetEnumList(127,0,0,1)");
+    EXPECT_EQ(entries_.Word(1, 0), kUntouched);
 }
 
 TEST_F(DiscoveryTest, WrongArgumentsAreRefusedAtOnce)

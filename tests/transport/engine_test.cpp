@@ -1,10 +1,13 @@
 #include "common/result_codes.h"
 #include "transport/engine.h"
 #include "transport/frames.h"
+#include "transport/session_table.h"
 #include "zelq.h"
 
+#include <array>
 #include <chrono>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace zelq::test {
 
@@ -138,6 +141,23 @@ TEST_F(EngineTest, TheControllersResultIsNotSignExtended)
     controller_.ThenResult(0xFFFF);
     RequestBuffer request = Mixed(0, {1});
     EXPECT_EQ(TransactFrames(kNumber, request), 0xFFFF);
+}
+
+TEST_F(EngineTest, ThePictureOfAMapIsThatOfTheLastCommand)
+{
+    constexpr int kRounds = 100;
+    constexpr std::size_t kCountAt = 3; // behind mark, code and map
+    for (int round = 0; round < kRounds; ++round) {
+        const auto set = [](short count) {
+            constexpr std::array<unsigned short, 4> kAxes = {0, 1, 2, 3};
+            EXPECT_EQ(zelQ_IMapSet(kNumber, 0, count, kAxes.data()), 0);
+        };
+        std::thread other(set, short{2});
+        set(4);
+        other.join();
+        const Request last = controller_.TakeRequests().back();
+        ASSERT_EQ(Sessions().Find(kNumber)->Map(0).count, last.front().written.at(kCountAt));
+    }
 }
 
 TEST_F(EngineTest, TimesOfACallGoBeforeTheSessions)

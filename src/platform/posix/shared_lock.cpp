@@ -30,7 +30,6 @@ struct Place
 {
     std::atomic<std::uint32_t> holder = 0; ///< our thread that has it
     LockWord* held = nullptr;              ///< what that thread gives back, whoever closes
-    std::atomic<int> inside = 0;           ///< our threads between Wait and Release
 };
 
 std::array<Place, SharedLock::kPlaces> places;
@@ -51,7 +50,6 @@ void ForgetTheParent()
     threadNumber = 0;
     for (Place& place : places) {
         place.holder = 0;
-        place.inside = 0;
     }
     ResetLockPage();
 }
@@ -118,14 +116,14 @@ LockWord* OpenWord(std::atomic<LockWord*>& word, unsigned place)
 LockStatus SharedLock::Wait(std::chrono::milliseconds timeout)
 {
     Place& place = places[place_];
-    ++place.inside;
+    ++state_.inside;
     LockWord* const word = OpenWord(state_.word, place_);
     const LockStatus status = word != nullptr ? Take(*word, place, timeout) : LockStatus::kFailed;
     if (status == LockStatus::kHeld) {
         place.held = word;
         place.holder = ThreadNumber();
     }
-    if (status == LockStatus::kFailed) --place.inside;
+    if (status == LockStatus::kFailed) --state_.inside;
     return status;
 }
 
@@ -138,7 +136,7 @@ void SharedLock::Release()
         place.holder = 0;
         GiveBack(*held, self);
     }
-    --place.inside;
+    --state_.inside;
 }
 
 // The kernel sees to it.
@@ -148,7 +146,7 @@ void SharedLock::Close()
 {
     const bool open = state_.word.exchange(nullptr) != nullptr;
     // A thread that is still inside, as when main returns before its threads, keeps its memory.
-    if (open && places[place_].inside == 0) LeaveLockPage();
+    if (open && state_.inside == 0) LeaveLockPage();
 }
 
 } // namespace zelq::platform

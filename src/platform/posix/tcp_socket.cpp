@@ -81,7 +81,8 @@ IoResult Receive(int descriptor, std::span<std::uint8_t> area, int flags)
 /// waiting and receiving take two; 0 ms where the part is too small. It ends such a wait up to an
 /// eighth and two ticks too late, so the rest must be waited for otherwise. Most waits are equally
 /// long: the system is told when that changes.
-std::chrono::milliseconds LetReceiveWait(TcpState& state, std::chrono::milliseconds wait)
+std::chrono::milliseconds LetReceiveWait(TcpState& state, int descriptor,
+                                         std::chrono::milliseconds wait)
 {
     constexpr std::chrono::milliseconds kTwoTicks{20};
     const std::int64_t most = (wait * 3 / 4 - kTwoTicks).count();
@@ -90,7 +91,7 @@ std::chrono::milliseconds LetReceiveWait(TcpState& state, std::chrono::milliseco
     if (most <= 0) return std::chrono::milliseconds(0);
     const timeval limit{static_cast<time_t>(most / 1000),
                         static_cast<suseconds_t>(most % 1000 * 1000)};
-    if (setsockopt(state.descriptor.load(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit)) != 0) {
+    if (setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit)) != 0) {
         return std::chrono::milliseconds(0);
     }
     state.receiveLimit.store(most, std::memory_order_relaxed);
@@ -160,8 +161,9 @@ IoResult TcpSocket::Send(std::span<const std::uint8_t> bytes)
 IoResult TcpSocket::ReceiveWithin(std::span<std::uint8_t> area, std::chrono::milliseconds wait)
 {
     const int descriptor = state_.descriptor.load();
+    if (descriptor == TcpState::kNone) return {IoStatus::kFailed, 0}; // poll() would wait for it
     const Deadline deadline = Clock::now() + wait;
-    if (LetReceiveWait(state_, wait).count() > 0) {
+    if (LetReceiveWait(state_, descriptor, wait).count() > 0) {
         const IoResult received = Receive(descriptor, area, 0);
         // The signal that interrupts it is the caller's to look at before he goes on.
         if (received.status != IoStatus::kBlocked || errno == EINTR) return received;

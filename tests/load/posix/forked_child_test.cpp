@@ -17,7 +17,7 @@ namespace zelq::test {
 namespace {
 
 constexpr short kNumber = 41;
-constexpr short kPatientMs = 5000;
+constexpr short kForkedPatientMs = 5000;
 
 /// Runs `body` in a forked child that then ends as a program does; what it returned, or -1 when it
 /// did not come to an end within a minute.
@@ -39,7 +39,7 @@ class ForkedChild : public testing::Test
   protected:
     void SetUp() override
     {
-        ASSERT_EQ(ConnectPatiently(kNumber, controller_.Port(), kPatientMs), 0);
+        ASSERT_EQ(ConnectPatiently(kNumber, controller_.Port(), kForkedPatientMs), 0);
         controller_.TakeRequests();
         connections_ = controller_.Connections();
     }

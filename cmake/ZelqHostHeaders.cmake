@@ -16,3 +16,16 @@ function(zelq_host_headers target header)
   endforeach()
   target_include_directories(${target} SYSTEM INTERFACE "${own}")
 endfunction()
+
+zelq_host_headers(zelq_asio asio.hpp asio.hpp asio)
+target_compile_definitions(zelq_asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
+target_link_libraries(zelq_asio INTERFACE Threads::Threads)
+if(WIN32)
+  target_link_libraries(zelq_asio INTERFACE ws2_32 mswsock)
+endif()
+
+if(ZELQ_SANITIZE MATCHES "thread")
+  # The thread sanitizer does not understand Asio's fences; its locks are enough.
+  target_compile_definitions(zelq_asio INTERFACE ASIO_DISABLE_FENCED_BLOCK)
+  target_compile_options(zelq_asio INTERFACE -Wno-tsan)
+endif()

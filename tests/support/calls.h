@@ -1,0 +1,222 @@
+#pragma once
+
+#include "support/wire_test.h"
+#include "zelq.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <functional>
+#include <numeric>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zelq::test {
+
+using U16 = std::uint16_t;
+
+/// A controller number, whatever type a call takes it as.
+struct Number
+{
+    short value;
+
+    operator short() const { return value; }
+    operator unsigned short() const { return static_cast<unsigned short>(value); }
+};
+
+/// A call as the source shows it, open for any controller.
+struct ApiCall
+{
+    std::string line; ///< as a trace line shows it
+    std::function<short(Number)> run;
+};
+
+/// zelQ_`name` with these arguments behind the controller number. It refers to what the arguments
+/// name, so it must not leave the function that it stands in.
+#define CALL(name, ...)                                                                            \
+    zelq::test::ApiCall                                                                            \
+    {                                                                                              \
+        zelq::test::LineOf("zelQ_" #name, #__VA_ARGS__),                                           \
+            [&](zelq::test::Number n) { return zelQ_##name(n __VA_OPT__(, ) __VA_ARGS__); }        \
+    }
+
+std::string LineOf(const std::string& name, const std::string& arguments);
+
+/// A read of registers, as a function-3 frame asks for it.
+struct Read
+{
+    std::uint16_t start;
+    std::uint16_t quantity;
+
+    bool operator==(const Read&) const = default;
+};
+
+/// What a place holds that nothing has been written to.
+inline constexpr std::uint8_t kUntouched = 0xA5;
+
+/// A record of which nothing is written.
+template <typename Record>
+Record Untouched()
+{
+    Record record;
+    std::memset(&record, kUntouched, sizeof(record));
+    return record;
+}
+
+/// Bytes as they lie in memory.
+template <typename Record>
+Bytes BytesOf(const Record& record)
+{
+    Bytes bytes(sizeof(record));
+    std::memcpy(bytes.data(), &record, sizeof(record));
+    return bytes;
+}
+
+/// Numbers from `first` on.
+template <typename T, std::size_t N>
+std::array<T, N> Counting(T first)
+{
+    std::array<T, N> numbers{};
+    std::iota(numbers.begin(), numbers.end(), first);
+    return numbers;
+}
+
+/// One call and all that it must do; what is not named must not happen.
+class Row
+{
+  public:
+    /// Sends one command of one frame: its code and fields.
+    Row(ApiCall call, const Words& command) : Row(std::move(call))
+    {
+        frames_ = {Join({{0x0101}, command})};
+    }
+    explicit Row(ApiCall call) : call_(std::move(call)), line_(call_.line), failed_(line_) {}
+
+    /// The line's arguments, where they are not the call's; a failed call's may be others.
+    Row&& Shows(const std::string& arguments) &&
+    {
+        return std::move(*this).Shows(arguments, arguments);
+    }
+    Row&& Shows(const std::string& arguments, const std::string& failed) &&;
+    /// The whole line: another name, or none at all.
+    Row&& Line(const std::string& line) && { return std::move(*this).Lines(line, line); }
+    /// The whole line, and that of a failed call.
+    Row&& Lines(const std::string& line, const std::string& failed) &&
+    {
+        failed_ = failed;
+        return Set(line_, line);
+    }
+    /// Sends these frames, marks and all; each reads back so many registers.
+    Row&& Frames(std::vector<Words> frames, std::size_t readQuantity = 1) &&
+    {
+        readQuantity_ = readQuantity;
+        return Set(frames_, std::move(frames));
+    }
+    Row&& Reads(std::vector<Read> reads) && { return Set(reads_, std::move(reads)); }
+    /// The command reads back this data behind its result.
+    Row&& Data(Words data) &&
+    {
+        readQuantity_ = data.size() + 1;
+        return Set(data_, std::move(data));
+    }
+    Row&& Gives(short result) && { return Set(result_, result); }
+    /// Fails like this, with its outputs written.
+    Row&& StopsWith(short result) &&
+    {
+        writesAnyway_ = true;
+        return Set(result_, result);
+    }
+    /// Writes this; a call that fails leaves it alone.
+    template <typename T>
+    Row&& Gets(T& output, const std::type_identity_t<T>& wanted) &&
+    {
+        outputs_.push_back({reinterpret_cast<std::uint8_t*>(&output), BytesOf(wanted)});
+        return std::move(*this);
+    }
+    /// Writes so many elements, and nothing behind them.
+    template <typename T, std::size_t N>
+    Row&& Fills(std::array<T, N>& output, const std::vector<std::type_identity_t<T>>& wanted) &&
+    {
+        auto all = Untouched<std::array<T, N>>();
+        std::copy(wanted.begin(), wanted.end(), all.begin());
+        return std::move(*this).Gets(output, all);
+    }
+    /// A success without the data is one.
+    Row&& NeedsNoData() && { return Set(needsNoData_, true); }
+    /// Looks at what else the call has done.
+    Row&& Then(std::function<void()> check) && { return Set(check_, std::move(check)); }
+
+  private:
+    friend class CallTest;
+
+    struct Output
+    {
+        std::uint8_t* at;
+        Bytes wanted;
+    };
+
+    template <typename T>
+    Row&& Set(T& field, T value)
+    {
+        field = std::move(value);
+        return std::move(*this);
+    }
+    void ClearOutputs() const;
+    void ExpectOutputs(bool written) const;
+
+    ApiCall call_;
+    std::string line_;
+    std::string failed_; ///< the line of a failed call
+    std::vector<Words> frames_;
+    std::vector<Read> reads_;
+    std::size_t readQuantity_ = 1; ///< of each frame
+    Words data_;
+    short result_ = 0;
+    bool writesAnyway_ = false;
+    bool needsNoData_ = false;
+    std::vector<Output> outputs_;
+    std::function<void()> check_ = [] {};
+};
+
+/// Tables of calls.
+class CallTest : public WireTest
+{
+  protected:
+    /// Runs each row: first without a session; then, a command, refused by the controller, which is
+    /// handed back and traced; then, one that reads, with a register less than it asks for; then, a
+    /// command that reads, with a success alone, which is not traced; at last as it says.
+    void Expect(const std::vector<Row>& rows);
+    /// Runs one row as it says alone, where the controller's answer is set by hand.
+    void ExpectOnce(const Row& row);
+    /// Runs calls that give this code at once; each also without a session, which is looked at
+    /// first.
+    void Refused(short code, const std::vector<ApiCall>& calls);
+    /// Connects to a controller with other slaves (type words, axis 0 first).
+    void ConnectWith(const std::vector<std::uint32_t>& types);
+    /// Units per pulse of some axes.
+    void SetUnits(const std::vector<std::pair<short, double>>& units);
+    /// Drops what was sent and traced so far.
+    void Forget();
+    /// The next request is answered properly by the registers set.
+    void ThenProperReply();
+    /// The next request is answered but for the last register that it asks for.
+    void ThenShortReply();
+    /// The next command is answered with a success in the form of an exception, which has no data.
+    void ThenBareSuccess();
+    /// The next request's first frame is answered with this data, and no other.
+    void ThenFirstFrameOnly(const Words& data = {});
+    /// All frames sent since the last look.
+    std::vector<RequestFrame> SentFrames();
+    /// The registers that the last call's one frame has written.
+    Words SentWords();
+
+    /// The reads of all 32 slave types.
+    static std::vector<Read> TypeReads();
+
+  private:
+    void ExpectNoSession(const ApiCall& call);
+    void ExpectRow(const Row& row, short result, const std::string& line, bool written = false);
+};
+
+} // namespace zelq::test

@@ -58,7 +58,7 @@ Outcome Deliver(const Exchange& exchange, std::size_t piece)
 {
     ReplyData data;
     const Bytes before(exchange.dataBefore, 0);
-    Require(data.AppendReplyData(before), "there is room in the area");
+    Require(before.empty() || data.AppendReplyData(before), "there is room in the area");
     ReplyPairing pairing(exchange.request, exchange.frames, exchange.wantsData ? &data : nullptr,
                          exchange.mode);
     bool settled = false;

@@ -7,7 +7,7 @@ using namespace zelq;
 
 namespace {
 
-constexpr std::uint16_t kResetCode = 0x0140;
+constexpr std::uint16_t kAlarmResetCode = 0x0140;
 constexpr std::uint16_t kListGetCode = 0x0141;
 constexpr std::uint16_t kListClearCode = 0x0142;
 constexpr std::uint16_t kListEntries = 15;
@@ -37,7 +37,7 @@ short zelQ_AlarmResetReq(short zelNo, unsigned short axis)
 {
     if (const short error = CheckAxis(zelNo, axis)) return error;
 
-    const short result = SendToAxis(kResetCode, zelNo, axis, kResetTimes);
+    const short result = SendToAxis(kAlarmResetCode, zelNo, axis, kResetTimes);
     return Traced("%d=zelQ_AlarmResetReq(%d,%d,%d)", result, zelNo, axis, 0);
 }
 
@@ -45,7 +45,7 @@ short zelQ_mAlarmResetReq(short zelNo, short count, const unsigned short* axes)
 {
     if (const short error = CheckAxes(zelNo, count, axes)) return error;
 
-    const short result = SendToAxes(kResetCode, zelNo, count, axes, kResetTimes);
+    const short result = SendToAxes(kAlarmResetCode, zelNo, count, axes, kResetTimes);
     return Traced("%d=zelQ_mAlarmResetReq(%d,%d,%d)", result, zelNo, count, 0);
 }
 

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::uint16_t kNetworkCode = 0x01B1;
 constexpr std::uint16_t kHwInfoCode = 0x1001;
-constexpr std::uint16_t kResetCode = 0x1002;
+constexpr std::uint16_t kControllerResetCode = 0x1002;
 
 /// Negative octets are large ones.
 bool IsOctet(short value)
@@ -58,6 +58,6 @@ short zelQ_Reset(short zelNo, unsigned short mode)
     if (const short error = CheckSession(zelNo)) return error;
     if (mode > 3) return BadArgument(1);
 
-    const short result = Command(kResetCode).Word(mode).Run(zelNo);
+    const short result = Command(kControllerResetCode).Word(mode).Run(zelNo);
     return Traced("%d=zelQ_Reset(%d,%d)", result, zelNo, mode);
 }

@@ -9,16 +9,17 @@ using namespace zelq;
 namespace {
 
 constexpr std::uint16_t kDriveSpeedCode = 0x0020;
-constexpr std::uint16_t kSpeedCode = 0x0021;
+constexpr std::uint16_t kSpeedOverrideCode = 0x0021;
 constexpr std::uint16_t kTargetCode = 0x0022;
-constexpr int kSpeedsPerFrame = 16;
+constexpr int kSpeedOverridesPerFrame = 16;
 
 /// Gives each axis its element of each of three arrays.
 template <typename Axis>
 short SendSpeeds(short zelNo, short count, const Axis* axes,
                  const std::array<const double*, 3>& speeds)
 {
-    Command command(kSpeedCode, Split{.items = count, .itemsPerFrame = kSpeedsPerFrame});
+    Command command(kSpeedOverrideCode,
+                    Split{.items = count, .itemsPerFrame = kSpeedOverridesPerFrame});
     command.Word(count);
     for (int i = 0; i < count; ++i) {
         const auto axis = static_cast<std::uint16_t>(axes[i]);

@@ -11,8 +11,8 @@ namespace {
 constexpr std::uint16_t kDefaultParametersCode = 0x1007;
 constexpr std::uint16_t kRtexCycleCode = 0x1008;
 
-constexpr std::uint16_t kSet = 0;
-constexpr std::uint16_t kGet = 1;
+constexpr std::uint16_t kSetCycle = 0;
+constexpr std::uint16_t kGetCycle = 1;
 
 } // namespace
 
@@ -21,7 +21,7 @@ short zelQ_UseMaroDefParamSet(short zelNo, unsigned short use)
     if (const short error = CheckSession(zelNo)) return error;
     if (use > 1) return BadArgument(1);
 
-    const short result = Command(kDefaultParametersCode).Word(kSet).Word(use).Run(zelNo);
+    const short result = Command(kDefaultParametersCode).Word(kSetCycle).Word(use).Run(zelNo);
     return Traced("%d=zelQ_UseMaroDefParamSet(%d,%d)", result, zelNo, use);
 }
 
@@ -32,7 +32,7 @@ short zelQ_UseMaroDefParamGet(short zelNo, unsigned short* use)
     constexpr std::uint16_t kResultAndWord = 2;
     ReplyData reply;
     const short result =
-        Command(kDefaultParametersCode, kResultAndWord).Word(kGet).Run(zelNo, &reply);
+        Command(kDefaultParametersCode, kResultAndWord).Word(kGetCycle).Run(zelNo, &reply);
     std::uint16_t read = 0;
     if (result == kOk) {
         if (!ReadData(reply, read)) return kReplyDataMissing;
@@ -46,7 +46,7 @@ short zelQ_RtexCycleSet(short zelNo, short first, short second, int third)
     if (const short error = CheckSession(zelNo)) return error;
 
     Command command(kRtexCycleCode);
-    command.Word(kSet).Word(first).Word(second).Long(third);
+    command.Word(kSetCycle).Word(first).Word(second).Long(third);
     return Traced("%d=zelQ_RtexCycleSet(%d,%d,%d,%d)", command.Run(zelNo), zelNo, first, second,
                   third);
 }
@@ -57,7 +57,7 @@ short zelQ_RtexCycleGet(short zelNo, unsigned short* first, unsigned short* seco
 
     constexpr std::uint16_t kResultAndTwo = 3;
     ReplyData reply;
-    const short result = Command(kRtexCycleCode, kResultAndTwo).Word(kGet).Run(zelNo, &reply);
+    const short result = Command(kRtexCycleCode, kResultAndTwo).Word(kGetCycle).Run(zelNo, &reply);
     std::uint16_t read1 = 0;
     std::uint16_t read2 = 0;
     if (result == kOk) {

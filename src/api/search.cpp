@@ -14,11 +14,11 @@ constexpr std::uint16_t kSearchMoveCode = 0x0013;
 constexpr std::uint16_t kSearchStatusCode = 0x0014;
 
 /// What the controller reports of one axis: the search word and the latched position.
-constexpr int kStatusRegisters = 3;
+constexpr int kSearchStatusRegisters = 3;
 
 constexpr std::uint16_t StatusQuantity(int axes)
 {
-    return static_cast<std::uint16_t>(1 + kStatusRegisters * axes);
+    return static_cast<std::uint16_t>(1 + kSearchStatusRegisters * axes);
 }
 
 /// Fills one record, once all of it has been read.

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint16_t kFocusCode = 0x0200;
 constexpr std::uint16_t kBufferCode = 0x0201;
-constexpr std::uint16_t kConfigureCode = 0x0202;
+constexpr std::uint16_t kSequenceCode = 0x0202;
 constexpr std::uint16_t kRunCode = 0x0203;
 constexpr std::uint16_t kWaitMotionCode = 0x0230;
 constexpr std::uint16_t kWaitPreRegisterCode = 0x0231;
@@ -50,9 +50,9 @@ Command WaitInput(InputSource source, InputForm form)
     return command;
 }
 
-constexpr std::uint16_t kStatusRegister = 0xF4AA;
-constexpr std::uint16_t kStatusRegisters = 6; // of one program
-using SeqRegisters = RegisterBlock<kStatusRegisters>;
+constexpr std::uint16_t kProgramStatusRegister = 0xF4AA;
+constexpr std::uint16_t kProgramStatusRegisters = 6; // of one program
+using SeqRegisters = RegisterBlock<kProgramStatusRegisters>;
 
 void FillStatus(SeqStatus& status, const SeqRegisters& registers)
 {
@@ -109,7 +109,7 @@ short zelQ_SeqSetCfg(short zelNo, unsigned short seq, unsigned short cfg1, unsig
     if (cfg2 > 2) return BadArgument(2);
     if (cfg3 > 1) return BadArgument(3);
 
-    Command command(kConfigureCode);
+    Command command(kSequenceCode);
     command.Word(seq).Word(cfg1).Word(cfg2).Word(cfg3);
     // Traced under the name of the start, with a last number that there is no value for.
     return Traced("%d=zelQ_SeqStart(%d,%d,%d,%d,%d,%d)", command.Run(zelNo), zelNo, seq, cfg1, cfg2,
@@ -247,9 +247,10 @@ short zelQ_SeqGetStatus(short zelNo, unsigned short seq, SeqStatus* status)
     if (seq >= kPrograms) return BadArgument(1);
     if (const short error = CheckArrays(2, status)) return error;
 
-    const auto first = static_cast<std::uint16_t>(kStatusRegister + seq * kStatusRegisters);
+    const auto first =
+        static_cast<std::uint16_t>(kProgramStatusRegister + seq * kProgramStatusRegisters);
     ReplyData reply;
-    const short result = ReadRegisters(zelNo, first, kStatusRegisters, reply);
+    const short result = ReadRegisters(zelNo, first, kProgramStatusRegisters, reply);
     if (result == kOk) {
         ReplyReader reader(reply);
         SeqRegisters registers;
@@ -264,9 +265,9 @@ short zelQ_SeqGetAllStatus(short zelNo, SeqAllStatus* status)
     if (const short error = CheckSession(zelNo)) return error;
     if (const short error = CheckArrays(1, status)) return error;
 
-    constexpr std::uint16_t kAllRegisters = kPrograms * kStatusRegisters;
+    constexpr std::uint16_t kAllRegisters = kPrograms * kProgramStatusRegisters;
     ReplyData reply;
-    if (const short error = ReadRegisters(zelNo, kStatusRegister, kAllRegisters, reply)) {
+    if (const short error = ReadRegisters(zelNo, kProgramStatusRegister, kAllRegisters, reply)) {
         return error;
     }
 

@@ -16,7 +16,7 @@ constexpr std::uint16_t kUartWriteCode = 0x0172;
 constexpr std::uint16_t kUartReadCode = 0x0173;
 
 constexpr short kMaxWriteBytes = 1024;
-constexpr int kWriteFrameRegisters = 118;
+constexpr int kUartFrameRegisters = 118;
 
 /// The data registers of one exchange at most.
 constexpr int kBatchRegisters = 691;
@@ -67,7 +67,7 @@ short zelQ_UARTWrite(unsigned short zelNo, const void* data, short len)
 
     const std::span bytes(static_cast<const std::uint8_t*>(data), static_cast<std::size_t>(len));
     Command command(kUartWriteCode, Split{.items = RegistersFor(bytes.size()),
-                                          .itemsPerFrame = kWriteFrameRegisters});
+                                          .itemsPerFrame = kUartFrameRegisters});
     command.Word(len);
     AppendBytes(command, bytes);
     return Traced("%d=zelQ_UARTWrite(%d,%d)", command.Run(number), zelNo, len);

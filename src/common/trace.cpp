@@ -92,10 +92,10 @@ constexpr unsigned kDigitBits = 4;
 /// The digits of the minute that `local` stands in.
 std::uint64_t MinuteDigits(const std::tm& local)
 {
-    constexpr int kCentury = 100; // tm counts its years from 1900
+    constexpr int kYearZero = 100; // tm counts its years from 1900
     std::uint64_t digits = 0;
-    for (const int part :
-         {local.tm_year - kCentury, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min}) {
+    for (const int part : {local.tm_year - kYearZero, local.tm_mon + 1, local.tm_mday,
+                           local.tm_hour, local.tm_min}) {
         digits = digits << kDigitBits | static_cast<unsigned>(part / 10 % 10);
         digits = digits << kDigitBits | static_cast<unsigned>(part % 10);
     }

@@ -1,6 +1,6 @@
 #include "platform/tcp_socket.h"
 
-#include "platform/windows/system.h"
+#include "platform/windows/native_handle.h"
 #include "platform/windows/wait_time.h"
 #include "platform/windows/winsock_use.h"
 
@@ -12,16 +12,6 @@ namespace zelq::platform {
 namespace {
 
 constexpr long kBlockingMode = static_cast<long>(FIONBIO);
-
-SOCKET Native(std::intptr_t handle)
-{
-    return static_cast<SOCKET>(handle);
-}
-
-WSAEVENT NativeEvent(std::intptr_t event)
-{
-    return reinterpret_cast<WSAEVENT>(event); // NOLINT(performance-no-int-to-ptr): a handle
-}
 
 timeval SelectTime(std::chrono::milliseconds time)
 {

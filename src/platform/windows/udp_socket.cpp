@@ -1,6 +1,6 @@
 #include "platform/udp_socket.h"
 
-#include "platform/windows/system.h"
+#include "platform/windows/native_handle.h"
 #include "platform/windows/wait_time.h"
 #include "platform/windows/winsock_use.h"
 
@@ -11,16 +11,6 @@ namespace zelq::platform {
 namespace {
 
 constexpr std::intptr_t kNoHandle = -1;
-
-SOCKET Native(std::intptr_t handle)
-{
-    return static_cast<SOCKET>(handle);
-}
-
-WSAEVENT NativeEvent(std::intptr_t event)
-{
-    return reinterpret_cast<WSAEVENT>(event); // NOLINT(performance-no-int-to-ptr): a handle
-}
 
 /// A broadcasting socket that no child process inherits.
 SOCKET MakeSocket()

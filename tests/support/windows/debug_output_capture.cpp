@@ -10,21 +10,17 @@
 
 namespace zelq::test {
 
-namespace {
-
-/// What the system puts into the memory that it shares with a debug monitor.
-struct Message
-{
-    DWORD process;
-    std::array<char, 4096 - sizeof(DWORD)> text;
-};
-
-} // namespace
-
 /// A debug monitor: whoever writes waits for "buffer ready", fills the buffer and sets "data
 /// ready".
 class DebugOutputCapture::Impl
 {
+    /// What the system puts into the memory that it shares with a debug monitor.
+    struct Message
+    {
+        DWORD process;
+        std::array<char, 4096 - sizeof(DWORD)> text;
+    };
+
   public:
     Impl()
         : bufferReady_(CreateEventA(nullptr, FALSE, TRUE, "DBWIN_BUFFER_READY")),

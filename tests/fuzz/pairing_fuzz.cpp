@@ -1,128 +1,44 @@
 #include "common/byte_order.h"
 #include "common/result_codes.h"
-#include "transport/request.h"
+#include "fuzz/input.h"
 #include "transport/reply_pairing.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <vector>
 
 // An input chooses a request and gives the bytes that come back:
 //   byte 0          bit 0: gather any number of replies; bit 1: the caller wants no data;
 //                   bit 2: its area for them is almost full; bits 4..6: number of frames
-//   each frame      its kind (0 read, 1 write, 2 command, 3 the next 24 bytes as they are),
-//                   quantity, high byte of the start address
+//   each frame      its kind (0 read, 1 write, 2 command), quantity, high byte of the start address
 //   then one byte   the size of the pieces in which the replies come
 //   the rest        the replies
 
-namespace zelq {
+namespace zelq::fuzz {
 
 namespace {
 
-constexpr std::size_t kRawFrameBytes = 24;
-
-using Bytes = std::vector<std::uint8_t>;
-
-/// Reads the input from its front; 0 behind its end.
-class Input
+/// A request frame as it travels, with `id`.
+Bytes RequestFrame(Input& input, std::uint8_t id)
 {
-  public:
-    Input(const std::uint8_t* data, std::size_t size) : rest_(data, size) {}
-
-    std::uint8_t Next()
-    {
-        if (rest_.empty()) return 0;
-        const std::uint8_t value = rest_.front();
-        rest_ = rest_.subspan(1);
-        return value;
+    constexpr std::uint8_t kFunctions[] = {kReadRegisters, kWriteRegisters, kReadWriteRegisters};
+    const std::uint8_t function = kFunctions[input.Next() % 3];
+    const auto quantity = static_cast<std::uint8_t>(std::max(input.Next() % 126, 1));
+    Bytes frame{0, id, 0, 0, 0, 6, kUnitId, function, input.Next(), 0, 0, quantity};
+    if (function == kWriteRegisters) {
+        frame.insert(frame.end(), {2, 0, 0});
+        frame[5] = 9;
     }
-
-    Bytes Rest(std::size_t most)
-    {
-        const auto taken = rest_.first(std::min(most, rest_.size()));
-        return {taken.begin(), taken.end()};
+    if (function == kReadWriteRegisters) {
+        frame.insert(frame.end(), {0, 0, 0, 1, 2, 0, 0});
+        frame[5] = 13;
     }
-
-  private:
-    std::span<const std::uint8_t> rest_;
-};
-
-void Require(bool holds, const char* what)
-{
-    if (holds) return;
-    std::fprintf(stderr, "broken: %s\n", what);
-    std::abort();
-}
-
-/// The engine's view of a request: its valid frames, in order.
-std::size_t CountFrames(RequestBuffer& request)
-{
-    std::size_t frames = 0;
-    std::size_t at = 0;
-    while (at < kBufferBytes) {
-        const auto rest = request.Bytes().subspan(at);
-        const std::size_t size = ValidateFrame(rest);
-        Require(size <= rest.size(), "a frame stays in its buffer");
-        if (size == 0) break;
-        StoreHost16(request.Data() + at, static_cast<std::uint16_t>(++frames));
-        at += size;
-    }
-    return frames;
-}
-
-/// Sixteen-bit fields change their byte order and nothing else changes.
-void CheckConversion(const RequestBuffer& request)
-{
-    Bytes wire(request.Bytes().begin(), request.Bytes().end());
-    const std::size_t size = ValidateFrame(std::span(wire), true);
-    Require(size == ValidateFrame(request.Bytes()), "converting does not change the judgement");
-    for (std::size_t at = size; at < kBufferBytes; ++at) {
-        Require(wire[at] == request.Bytes()[at], "only the frame is converted");
-    }
-    if (size == 0) return;
-    for (const std::size_t at : {field::kTransactionId, field::kLength, field::kStart}) {
-        Require(LoadWire16(&wire[at]) == LoadHost16(&request.Bytes()[at]), "fields are swapped");
-    }
-    Require(wire[field::kUnit] == request.Bytes()[field::kUnit], "bytes stay");
-}
-
-/// A frame as the input has it, valid or not, behind what has been built.
-void PutRaw(RequestBuffer& request, Input& input)
-{
-    if (!request.StartReadFrame(0, 1)) return;
-    std::size_t at = 0;
-    while (at + kRawFrameBytes < kBufferBytes && ValidateFrame(request.Bytes().subspan(at)) != 0) {
-        at += ValidateFrame(request.Bytes().subspan(at));
-    }
-    if (at < 12 || at + kRawFrameBytes > kBufferBytes) return;
-    for (std::size_t i = 0; i < kRawFrameBytes; ++i) {
-        request.Data()[at - 12 + i] = input.Next();
-    }
-}
-
-RequestBuffer BuildRequest(Input& input, std::size_t frames)
-{
-    RequestBuffer request;
-    for (std::size_t i = 0; i < frames; ++i) {
-        const std::uint8_t kind = input.Next() & 3U;
-        const std::uint8_t quantity = input.Next();
-        const auto start = static_cast<std::uint16_t>(input.Next() << 8U);
-        if (kind == 0 && !request.StartReadFrame(start, quantity)) break;
-        if (kind == 3) PutRaw(request, input);
-        if (kind != 1 && kind != 2) continue;
-        request.StartCommandFrame(quantity);
-        for (unsigned words = kind == 2 ? quantity : quantity * 16U; words > 0; --words) {
-            request.AppendRegister(start);
-        }
-    }
-    return request;
+    return frame;
 }
 
 struct Outcome
 {
     int result;
     bool settled;
+    std::size_t matched;
     Bytes data;
 
     bool operator==(const Outcome&) const = default;
@@ -130,7 +46,7 @@ struct Outcome
 
 struct Exchange
 {
-    RequestBuffer request;
+    Bytes request;
     std::size_t frames;
     PairingMode mode;
     bool wantsData;
@@ -142,9 +58,9 @@ Outcome Deliver(const Exchange& exchange, std::size_t piece)
 {
     ReplyData data;
     const Bytes before(exchange.dataBefore, 0);
-    Require(data.AppendReplyData(before), "there is room in the area");
-    ReplyPairing pairing(exchange.request, exchange.frames,
-                         exchange.wantsData ? &data : nullptr, exchange.mode);
+    Require(before.empty() || data.AppendReplyData(before), "there is room in the area");
+    ReplyPairing pairing(exchange.request, exchange.frames, exchange.wantsData ? &data : nullptr,
+                         exchange.mode);
     bool settled = false;
     std::size_t received = 0;
     do {
@@ -162,23 +78,27 @@ Outcome Deliver(const Exchange& exchange, std::size_t piece)
             "an open end is a shortage");
     Require(pairing.Result() <= UINT16_MAX && pairing.Result() >= kReplyMismatch,
             "the result is one of the described ones");
-    Require(pairing.Result() != kOk || exchange.frames > 0, "nothing cannot succeed");
-    return {pairing.Result(), settled, {collected.begin(), collected.end()}};
+    Require(pairing.Taken() <= received, "no more is taken than has come");
+    Require(exchange.mode == PairingMode::kGather || pairing.Matched() <= exchange.frames,
+            "no frame has two replies");
+    return {pairing.Result(), settled, pairing.Matched(), {collected.begin(), collected.end()}};
 }
 
 void Check(Input input)
 {
     const std::uint8_t flags = input.Next();
     Exchange exchange{};
-    exchange.request = BuildRequest(input, flags >> 4U & 7U);
-    CheckConversion(exchange.request);
-    exchange.frames = CountFrames(exchange.request);
+    exchange.frames = flags >> 4U & 7U;
+    if (exchange.frames == 0) return; // the engine exchanges nothing then
+    for (std::uint8_t id = 1; id <= exchange.frames; ++id) {
+        const Bytes frame = RequestFrame(input, id);
+        exchange.request.insert(exchange.request.end(), frame.begin(), frame.end());
+    }
     exchange.mode = (flags & 1U) != 0 ? PairingMode::kGather : PairingMode::kOneReplyEach;
     exchange.wantsData = (flags & 2U) == 0;
     exchange.dataBefore = (flags & 4U) != 0 ? kBufferBytes - 10 : 0;
     const std::size_t piece = input.Next() % 32U + 1U;
     exchange.replies = input.Rest(kBufferBytes);
-    if (exchange.frames == 0) return; // the engine exchanges nothing then
 
     const Outcome whole = Deliver(exchange, kBufferBytes);
     Require(Deliver(exchange, piece) == whole, "pieces give what the whole gives");
@@ -189,10 +109,10 @@ void Check(Input input)
 
 } // namespace
 
-} // namespace zelq
+} // namespace zelq::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    zelq::Check(zelq::Input(data, size));
+    zelq::fuzz::Check(zelq::fuzz::Input(data, size));
     return 0;
 }

@@ -24,6 +24,8 @@ class Arguments
 
     int Next() { return std::stoi(words_.at(next_++)); }
     short NextNumber() { return static_cast<short>(Next()); }
+    /// How many pairs of number and port are left ahead of the count.
+    [[nodiscard]] std::size_t Controllers() const { return (words_.size() - next_ - 1) / 2; }
 
   private:
     const std::vector<std::string>& words_;
@@ -77,6 +79,21 @@ int ReturnDuringCalls(Arguments arguments)
     }
     // This one is answered when the call to the silent controller has arrived there.
     return zelQ_ServoReset(busy, 0) == 0 ? 0 : Failed("ServoReset");
+}
+
+int QuitDuringCalls(Arguments arguments)
+{
+    constexpr short kReceiveMs = 5000; // waits of 30 s
+    const short answering = arguments.NextNumber();
+    if (!Connect(answering, arguments.Next())) return Failed("not connected");
+    for (std::size_t left = arguments.Controllers(); left > 0; --left) {
+        const short silent = arguments.NextNumber();
+        if (!Connect(silent, arguments.Next())) return Failed("not connected");
+        zelQ_TMOSet(silent, kReceiveMs, kReceiveMs, kReceiveMs);
+        std::thread([silent] { zelQ_MoveAbs(silent, 0, 1.0); }).detach();
+    }
+    // This one is answered when all the calls have arrived.
+    return zelQ_ServoReset(answering, 0) == 0 ? 0 : Failed("ServoReset");
 }
 
 int ConnectOften(Arguments arguments)
@@ -157,8 +174,8 @@ int LoadOften(Arguments arguments)
 int PlayChildRole(const std::vector<std::string>& arguments)
 {
     static const std::map<std::string, int (*)(Arguments)> kRoles{
-        {kCallRole, CallOften},      {kHoldRole, HoldTheLock}, {kReturnRole, ReturnDuringCalls},
-        {kCyclesRole, ConnectOften}, {kUnloadRole, LoadOften},
+        {kCallRole, CallOften},       {kHoldRole, HoldTheLock},    {kReturnRole, ReturnDuringCalls},
+        {kQuitRole, QuitDuringCalls}, {kCyclesRole, ConnectOften}, {kUnloadRole, LoadOften},
     };
     return kRoles.at(arguments.front())(Arguments(arguments));
 }

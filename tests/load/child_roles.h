@@ -13,6 +13,7 @@ inline constexpr char kChildArgument[] = "--child";
 inline constexpr char kCallRole[] = "call";     ///< + count: so many calls succeed
 inline constexpr char kHoldRole[] = "hold";     ///< one call, that is never answered
 inline constexpr char kReturnRole[] = "return"; ///< + number, port: main returns during calls
+inline constexpr char kQuitRole[] = "quit";     ///< + the same of others: all but the first silent
 inline constexpr char kCyclesRole[] = "cycles"; ///< + count: connects and disconnects leave nothing
 inline constexpr char kUnloadRole[] = "unload"; ///< + count: loads and unloads leave nothing
 

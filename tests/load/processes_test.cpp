@@ -34,9 +34,10 @@ constexpr short kSilent = 203;
 constexpr short kBusy = 204;
 constexpr short kCycled = 205;
 constexpr short kUnloaded = 206;
+constexpr short kQuit = 207;
 
 /// Starts a child that plays a role on these controllers.
-ChildProcess Child(const std::string& role, std::initializer_list<const ScriptedController*> on,
+ChildProcess Child(const std::string& role, const std::vector<const ScriptedController*>& on,
                    int count = 0)
 {
     std::vector<std::string> arguments{kChildArgument, role};
@@ -143,6 +144,34 @@ TEST(TwoProcesses, AnEndingMainLeavesItsCallingThreadsInPeace)
     const auto start = steady_clock::now();
     EXPECT_EQ(zelQ_MoveAbs(kSilent, 0, 1.0), 0);
     EXPECT_LT(steady_clock::now() - start, kLockWait / 2);
+}
+
+TEST(TwoProcesses, AnEndWithManySilentControllersTakesNoLongerThanWithOne)
+{
+    constexpr short kFirstSilent = 208;
+    ScriptedController answering(kQuit);
+    std::vector<std::unique_ptr<ScriptedController>> silent;
+    std::vector<std::future<void>> called;
+    std::vector<const ScriptedController*> all{&answering};
+    for (short i = 0; i < 4; ++i) {
+        silent.push_back(
+            std::make_unique<ScriptedController>(static_cast<short>(kFirstSilent + i)));
+        called.push_back(AwaitFirstCommand(*silent.back()));
+        all.push_back(silent.back().get());
+    }
+    steady_clock::time_point end;
+    for (int i = 0; i < kConnectRequests; ++i) {
+        answering.Then([&](const Request& request) {
+            if (!IsCommand(request)) return Answer{answering.ProperReply(request)};
+            for (std::future<void>& call : called) {
+                call.wait_for(kPatience);
+            }
+            end = steady_clock::now();
+            return Answer{answering.ProperReply(request)};
+        });
+    }
+    EXPECT_EQ(Child(kQuitRole, all).Wait(), 0);
+    EXPECT_LT(steady_clock::now() - end, 2 * kLockWait);
 }
 
 TEST(Leaks, ConnectingAThousandTimesLeavesNothing)

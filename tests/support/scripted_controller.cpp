@@ -167,8 +167,10 @@ class ScriptedController::Server
     void SendNextPiece(const ConnectionPtr& connection)
     {
         if (connection->sent == connection->answer.bytes.size()) return Finish(connection);
-        if (connection->answer.pause.count() == 0) return SendPiece(connection);
-        connection->timer.expires_after(connection->answer.pause);
+        auto pause = connection->answer.pause;
+        if (connection->sent > 0) pause += connection->answer.later;
+        if (pause.count() == 0) return SendPiece(connection);
+        connection->timer.expires_after(pause);
         connection->timer.async_wait([this, connection](asio::error_code error) {
             if (!error) SendPiece(connection);
         });
@@ -273,8 +275,9 @@ void ScriptedController::SetRegister(std::uint16_t address, std::uint16_t value)
 
 void ScriptedController::SetRegisters(std::uint16_t address, const Words& values)
 {
+    const std::lock_guard guard(mutex_);
     for (const std::uint16_t value : values) {
-        SetRegister(address++, value);
+        registers_[address++] = value;
     }
 }
 

@@ -44,6 +44,7 @@ struct Answer
     Then then = Then::kStay;            ///< afterwards, with the connection
     std::size_t firstPiece = 0;         ///< size of the first piece, where it is another
     std::chrono::microseconds pause{0}; ///< ahead of each piece
+    std::chrono::microseconds later{0}; ///< ahead of each piece but the first, besides
 };
 
 /// A controller that answers as the test tells it, on a free loopback port. It records every
@@ -69,6 +70,7 @@ class ScriptedController
     /// The slave type words (axis 0 first) that a connecting library reads.
     void SetSlaveTypes(const std::vector<std::uint32_t>& words);
     void SetRegister(std::uint16_t address, std::uint16_t value);
+    /// All of them at once: no reply has some of the old ones.
     void SetRegisters(std::uint16_t address, const Words& values);
 
     /// The next request is answered by `step`, the one after it by the next step, and so on.

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+namespace zelq::soak {
+
+/// What befalls a call on its way.
+enum class Fault {
+    kNone,
+    kLate,    ///< the reply comes after the waits
+    kDelay,   ///< the reply comes late, but within the waits
+    kSlice,   ///< it comes in many pieces
+    kDouble,  ///< it comes twice, the second time a little later
+    kStray,   ///< a reply that nobody asked for comes ahead of it
+    kTorn,    ///< half of it, the rest after the waits
+    kCorrupt, ///< a bit of a frame's header is turned
+    kCut,     ///< the connection is closed before the request, or in the middle of the reply
+    kReset,   ///< the same with a reset
+    kCount_
+};
+
+inline constexpr std::size_t kFaultKinds = static_cast<std::size_t>(Fault::kCount_);
+
+const char* NameOf(Fault fault);
+
+/// How many calls in 10,000 a fault befalls.
+using FaultRates = std::array<int, kFaultKinds>;
+
+/// Stands between a library and a controller, and lets faults befall what passes.
+///
+/// What the controller gets is whole and in order: all connections share one to the controller, and
+/// a request is run to its end or not at all before the next one. So what a register holds can be
+/// told from the calls that were made, whatever became of their replies. Bits are turned in headers
+/// only; register data have no check of their own, on a wire that of TCP guards them.
+class FaultProxy
+{
+  public:
+    /// Listens on a free port of 127.0.0.`number`, in front of the controller at its `port` there.
+    FaultProxy(short number, int port, unsigned seed);
+    ~FaultProxy();
+    FaultProxy(const FaultProxy&) = delete;
+    FaultProxy& operator=(const FaultProxy&) = delete;
+
+    [[nodiscard]] int Port() const;
+    void SetRates(const FaultRates& rates);
+    /// How often each fault has been injected.
+    [[nodiscard]] std::uint64_t Injected(Fault fault) const;
+
+  private:
+    class Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+} // namespace zelq::soak

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/shared_lock.h"
-#include "platform/use_lock.h"
 #include "platform/udp_socket.h"
+#include "platform/use_lock.h"
 #include "transport/reply_pairing.h"
 
 #include <array>

@@ -160,6 +160,7 @@ IoResult TcpSocket::Send(std::span<const std::uint8_t> bytes)
 IoResult TcpSocket::ReceiveWithin(std::span<std::uint8_t> area, std::chrono::milliseconds wait)
 {
     const int descriptor = state_.descriptor.load();
+    if (descriptor == TcpState::kNone) return {IoStatus::kFailed, 0}; // poll would just wait
     const Deadline deadline = Clock::now() + wait;
     if (LetReceiveWait(state_, wait).count() > 0) {
         const IoResult received = Receive(descriptor, area, 0);

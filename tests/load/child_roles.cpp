@@ -132,11 +132,10 @@ bool CallLoaded(const std::string& path, short number, int port)
 }
 
 /// What an unloaded library has left behind; "" for nothing.
-std::string LeftBehind(const std::string& path, short number, std::size_t descriptors)
+std::string LeftBehind(const std::string& path, short number)
 {
     if (IsMapped(path)) return "the library is still mapped";
-    if (HasSessionLock(number)) return "the lock is still open";
-    return OpenDescriptors() > descriptors ? "descriptors are left open" : "";
+    return HasSessionLock(number) ? "the lock is still open" : "";
 }
 
 int LoadOften(Arguments arguments)
@@ -155,14 +154,17 @@ int LoadOften(Arguments arguments)
     std::size_t descriptors = 0;
     std::size_t bytes = 0;
     for (int cycle = -kWarmUp; cycle < count && wrong.empty(); ++cycle) {
-        if (cycle <= 0) descriptors = OpenDescriptors();
-        if (cycle == 0) bytes = AllocatedBytes();
+        if (cycle == 0) {
+            descriptors = OpenDescriptors();
+            bytes = AllocatedBytes();
+        }
         if (!CallLoaded(copy.string(), number, port)) wrong = "a load failed";
-        if (wrong.empty() && cycle >= 0) wrong = LeftBehind(copy.string(), number, descriptors);
+        if (wrong.empty()) wrong = LeftBehind(copy.string(), number);
     }
     const std::size_t grown = AllocatedBytes() > bytes ? AllocatedBytes() - bytes : 0;
     std::cout << "child: " << grown << " bytes on top of " << bytes << std::endl;
     std::filesystem::remove(copy);
+    if (OpenDescriptors() > descriptors) wrong = "descriptors are left open";
     if (wrong.empty() && grown > kTolerance * static_cast<std::size_t>(count)) {
         wrong = "memory is left";
     }

@@ -1,109 +1,243 @@
-// Homing, from the call to the motor.
+// Homing of all kinds, from the call to the motor.
 
 #include "scenario/scenario_test.h"
 
+#include <algorithm>
 #include <array>
 
 namespace zelq::test {
 
 namespace {
 
-using std::chrono::milliseconds;
-using std::chrono::seconds;
-
-class HomingScenario : public ScenarioTest
+/// Searches with 6000 pulses/s, backs off with 3000, approaches with 700, and goes its last ways
+/// with 1500.
+class Homing : public ScenarioTest
 {
   protected:
-    HomingScenario() : ScenarioTest(ConfigWithSensors()) {}
-
-    static lumosim::ServerConfig ConfigWithSensors()
-    {
-        lumosim::ServerConfig config = DefaultConfig();
-        config.controller.mechanics.negativeLimit = -50'000;
-        config.controller.mechanics.positiveLimit = 50'000;
-        config.controller.mechanics.stopperGap = 500;
-        config.controller.mechanics.homeSensor = lumosim::Stretch{-12'000, -11'000};
-        return config;
-    }
+    Homing() : ScenarioTest(Config({}, SmallMachine())) {}
 
     void SetUp() override
     {
         ScenarioTest::SetUp();
-        ASSERT_EQ(zelQ_UnitPerPulseSet(kNumber, 0, 0.001), 0);
+        SetSpeed(0, 20'000, 50'000, 20'000);
         ServosOn({0});
+        constexpr double kRate = 60'000;
+        ASSERT_EQ(zelQ_HomeSetDetailSpeed(kNumber, 0, 0, 100, kRate, 6'000, kRate, 0, 100, kRate,
+                                          3'000, kRate, 0, 100, kRate, 700, kRate, 0, 100, kRate,
+                                          1'500, kRate),
+                  0);
     }
 
-    /// Where the motor stands on its machine when the run has ended.
-    double PlaceAtEnd()
+    /// Where the motor stands shall be what the counter says.
+    void PlaceAt(double place)
     {
-        EXPECT_EQ(StatusOf(0).homing, 1);
-        EXPECT_EQ(StatusOf(0).motionKind, 5);
-        EXPECT_TRUE(
-            AdvanceUntil([] { return StatusOf(0).homing == 0; }, seconds(200), milliseconds(100)));
-        return server_.With([](lumosim::Controller& controller) {
-            return controller.AxisAt(0).Physical().position;
-        });
+        ASSERT_EQ(zelQ_CmdEncPosSet(kNumber, 0, PlaceOf()), 0);
+        ASSERT_EQ(zelQ_MoveAbs(kNumber, 0, place), 0);
+        ASSERT_EQ(PlaceAtRest(), place);
     }
 
-    static void ExpectHomedAt(double position)
+    /// The speeds that a run cruises with, and the lowest place that it comes to.
+    std::vector<int> SpeedsOfRun(double& lowest)
     {
-        const ServoStatus status = StatusOf(0);
-        EXPECT_EQ(status.homeDone, 1);
-        EXPECT_EQ(status.stopCause, 9);
-        EXPECT_NEAR(status.commandPosition, position, 1e-9);
-        EXPECT_NEAR(status.encoderPosition, position, 1e-9);
+        std::vector<int> speeds;
+        bool moving = true;
+        while (moving) {
+            Advance(milliseconds(1));
+            moving = WithAxis(0, [&](lumosim::Axis& axis) {
+                const int speed = axis.Velocity();
+                const bool cruising = axis.Physical().acceleration == 0 && speed != 0;
+                if (cruising && (speeds.empty() || speeds.back() != speed)) speeds.push_back(speed);
+                lowest = std::min(lowest, axis.Physical().position);
+                return axis.Moving();
+            });
+        }
+        return speeds;
     }
+
+    static short Home(U16 dir, U16 opt = 0, U16 zMode = 2, U16 sel = 0, short pause = 0,
+                      double pos = -700)
+    {
+        return zelQ_HomeMoveHome(kNumber, 0, dir, opt, zMode, sel, pause, pos);
+    }
+    static short Limit(U16 dir, U16 zUse)
+    {
+        return zelQ_HomeMoveLimit(kNumber, 0, dir, 0, zUse, 0, 0, -700);
+    }
+    static short Stopper(U16 dir, short zUse, short torque = 0)
+    {
+        return zelQ_HomeMoveStopper(kNumber, 0, dir, zUse, 0, torque, -700);
+    }
+    static short ZPhase(U16 dir) { return zelQ_HomeMoveZPhase(kNumber, 0, dir, 1, 0, 0, -700); }
 };
 
-TEST_F(HomingScenario, AllFourKinds)
+TEST_F(Homing, EveryKindFindsItsPlace)
 {
-    ASSERT_EQ(zelQ_HomeSetDriveSpeed(kNumber, 0, 0, 20, 5, 0.5, 2), 0);
-    ASSERT_EQ(zelQ_HomeMoveHome(kNumber, 0, 1, 0, 2, 0, 0, 3.5), 0);
-    EXPECT_EQ(zelQ_HomeMoveHome(kNumber, 0, 1, 0, 2, 0, 0, 3.5), 6) << "it is homing";
-    EXPECT_EQ(PlaceAtEnd(), -11'000);
-    ExpectHomedAt(3.5);
-    EXPECT_EQ(StatusOf(0).homeSensor, 1);
-
-    // The Z phase of a turn of 10,000 pulses is its pulse 2500.
-    ASSERT_EQ(zelQ_HomeSetSpeed(kNumber, 0, 1, 0.1, 30, 5, 1, 2, 4), 0);
-    ASSERT_EQ(zelQ_HomeMoveZPhase(kNumber, 0, 0, 1, 0, 20, 0), 0);
-    EXPECT_EQ(PlaceAtEnd(), -7'500);
-    ExpectHomedAt(0);
-
-    ASSERT_EQ(zelQ_HomeMoveLimit(kNumber, 0, 0, 1, 1, 1, 0, -1.25), 0);
-    EXPECT_EQ(PlaceAtEnd(), 42'500 - 1'250) << "back to the Z phase, and on by the distance";
-    ExpectHomedAt(0);
-
-    ASSERT_EQ(zelQ_HomeSetDetailSpeed(kNumber, 0, 0, 1, 100, 20, 100, 1, 1, 100, 5, 100, 0, 1, 100,
-                                      1, 100, 1, 1, 100, 2, 100),
-              0);
-    ASSERT_EQ(zelQ_HomeMoveStopper(kNumber, 0, 1, 0, 0, 300, 100), 0);
-    EXPECT_EQ(PlaceAtEnd(), -50'500);
-    ExpectHomedAt(100);
-    EXPECT_EQ(StatusOf(0).limitNegative, 1);
+    struct Run
+    {
+        const char* name;
+        short (*start)();
+        double from;
+        double home;
+    };
+    for (const Run& run : {
+             Run{"home sensor from above", [] { return Home(1); }, 5'000, -2'500},
+             Run{"home sensor from below", [] { return Home(0); }, -5'000, -3'000},
+             Run{"search stopped at once", [] { return Home(1, 1); }, 5'000, -2'500},
+             Run{"on the sensor already", [] { return Home(1); }, -2'700, -2'500},
+             Run{"turns round at the limit", [] { return Home(0); }, 90'000, -3'000},
+             Run{"sensor, Z phase below", [] { return Home(1, 0, 1); }, 5'000, -2'700},
+             Run{"sensor, Z phase above", [] { return Home(1, 0, 0); }, 5'000, -1'700},
+             Run{"Z phase", [] { return ZPhase(0); }, 400, 1'300},
+             Run{"Z phase downwards", [] { return ZPhase(1); }, 400, 300},
+             Run{"limit", [] { return Limit(0, 0); }, 95'000, 100'000},
+             Run{"limit below", [] { return Limit(1, 0); }, -95'000, -100'000},
+             Run{"limit, Z phase", [] { return Limit(0, 1); }, 95'000, 99'300},
+             Run{"stopper", [] { return Stopper(0, 0); }, 95'000, 101'000},
+             Run{"stopper below, Z phase", [] { return Stopper(1, 1); }, -95'000, -100'700},
+         }) {
+        SCOPED_TRACE(run.name);
+        PlaceAt(run.from);
+        ASSERT_EQ(run.start(), 0);
+        EXPECT_EQ(StatusOf(0).homing, 1);
+        EXPECT_EQ(StatusOf(0).motionKind, 5);
+        EXPECT_EQ(StatusOf(0).homeDone, 0);
+        EXPECT_EQ(run.start(), kBusy);
+        EXPECT_EQ(zelQ_MoveRel(kNumber, 0, 1), kBusy);
+        EXPECT_EQ(PlaceAtRest(), run.home);
+        const ServoStatus status = StatusOf(0);
+        EXPECT_EQ(double{status.commandPosition}, -700) << "home gets the position";
+        EXPECT_EQ(double{status.encoderPosition}, -700);
+        EXPECT_EQ(status.homing, 0);
+        EXPECT_EQ(status.homeDone, 1);
+        EXPECT_EQ(status.stopCause, kAtHome);
+    }
 }
 
-TEST_F(HomingScenario, DoneIsCancelledAndLostByAnInterruptedRun)
+TEST_F(Homing, ThePhasesHaveTheirSpeeds)
 {
-    static constexpr std::array<unsigned short, 2> kList = {0, 1};
-    ASSERT_EQ(zelQ_HomeMoveHome(kNumber, 0, 1, 0, 2, 0, 0, 0), 0);
-    PlaceAtEnd();
-    ExpectHomedAt(0);
-    ASSERT_EQ(zelQ_HomeDoneCancel(kNumber, 0), 0);
-    EXPECT_EQ(StatusOf(0).homeDone, 0);
+    double lowest = 0;
+    PlaceAt(5'000);
+    ASSERT_EQ(Home(1, 0, 0), 0);
+    EXPECT_EQ(SpeedsOfRun(lowest), (std::vector<int>{-6'000, 3'000, -700, 1'500}));
+    EXPECT_NEAR(lowest, -2'800, 1) << "the search ends with deceleration";
+    EXPECT_TRUE(WithAxis(0, [](auto& axis) { return axis.SignalOn(lumosim::Signal::kZPhase); }));
+    PlaceAt(0);
+    lowest = 0;
+    ASSERT_EQ(Home(1, 1), 0);
+    SpeedsOfRun(lowest);
+    EXPECT_NEAR(lowest, -2'506, 6) << "at once";
+    PlaceAt(90'000);
+    ASSERT_EQ(Home(0), 0);
+    EXPECT_EQ(SpeedsOfRun(lowest), (std::vector<int>{6'000, -6'000, 700})) << "through the limit";
 
-    ASSERT_EQ(zelQ_HomeMoveHome(kNumber, 0, 1, 0, 2, 0, 0, 0), 0);
-    PlaceAtEnd();
+    // The same speeds by the shorter calls: by ratio and start speed, and by a tenth and twice.
+    for (const short ratio : {short{10}, short{2}}) {
+        ASSERT_EQ(ratio == 10 ? zelQ_HomeSetSpeed(kNumber, 0, 0, 50, 5'000, 2'000, 600, 900, ratio)
+                              : zelQ_HomeSetDriveSpeed(kNumber, 0, 0, 5'000, 2'000, 600, 900),
+                  0);
+        PlaceAt(20'000);
+        ASSERT_EQ(Home(1), 0);
+        EXPECT_NEAR(VelocityIn(milliseconds(100)), ratio == 10 ? -5'000 : -1'500, 1);
+        EXPECT_EQ(PlaceAtRest(), -2'500);
+    }
+}
+
+TEST_F(Homing, ItMayPauseAndMoveOn)
+{
+    PlaceAt(-2'700);
+    ASSERT_EQ(Home(1, 0, 2, 0, 800), 0);
+    EXPECT_EQ(VelocityIn(milliseconds(400)), 0);
+    EXPECT_EQ(VelocityIn(milliseconds(500)), 0);
+    EXPECT_EQ(StatusOf(0).homing, 1);
+    Finish();
+    EXPECT_EQ(StatusOf(0).homeDone, 1);
+    for (const double way : {4'000.0, 0.0}) {
+        ASSERT_EQ(Home(1, 0, 2, 1, 0, way), 0);
+        EXPECT_EQ(PlaceAtRest(), -2'500 + way);
+        EXPECT_EQ(PositionOf(), 0);
+        EXPECT_EQ(StatusOf(0).stopCause, kAtHome);
+    }
+}
+
+TEST_F(Homing, AStopperIsFoundByItsTorque)
+{
+    ASSERT_EQ(zelQ_ParamSet(kNumber, 0, 3, 2, 500), 0) << "over-travel, which homing may";
+    PlaceAt(95'000);
+    ASSERT_EQ(Stopper(0, 0, 800), 0);
+    std::int32_t highest = 0;
+    double furthest = 0;
+    bool moving = true;
+    while (moving) {
+        Advance(milliseconds(1));
+        moving = WithAxis(0, [&](lumosim::Axis& axis) {
+            if (axis.Physical().acceleration == 0) highest = std::max(highest, axis.Torque());
+            furthest = std::max(furthest, static_cast<double>(axis.EncoderPosition()));
+            return axis.Moving();
+        });
+    }
+    EXPECT_GT(highest, 700);
+    EXPECT_LE(highest, 800);
+    EXPECT_EQ(furthest, 101'000) << "the encoder gets no further than the stopper";
+    EXPECT_EQ(StatusOf(0).homeDone, 1);
+
+    // A limit that leaves less than is looked for: the drive presses until it gives up.
+    ASSERT_EQ(zelQ_TorqueLimitSet(kNumber, 0, 70, 500, 0, 0, 0, 0), 0);
+    PlaceAt(95'000);
+    ASSERT_EQ(Stopper(0, 0, 600), 0);
+    Finish();
+    EXPECT_EQ(StatusOf(0).homeDone, 1);
+    PlaceAt(95'000);
+    ASSERT_EQ(Stopper(0, 0, 800), 0);
+    Finish();
+    EXPECT_EQ(StatusOf(0).stopCause, kByAlarm);
+    EXPECT_EQ(StatusOf(0).homeDone, 0);
+}
+
+TEST_F(Homing, SoftwareLimitsDoNotStopIt)
+{
+    ASSERT_EQ(zelQ_StopModeSwLimit(kNumber, 0, 2, 50'000, 2, -1'000), 0);
+    ASSERT_EQ(Home(1), 0);
+    EXPECT_EQ(PlaceAtRest(), -2'500);
+    EXPECT_EQ(StatusOf(0).homeDone, 1);
+}
+
+TEST_F(Homing, DoneIsCancelledAndLostByAnInterruptedRun)
+{
+    const auto home = [this] {
+        EXPECT_EQ(Home(1), 0);
+        Finish();
+        EXPECT_EQ(StatusOf(0).homeDone, 1);
+    };
+    home();
+    constexpr std::array<U16, 2> kList = {0, 1};
     ASSERT_EQ(zelQ_mHomeDoneCancel(kNumber, 2, kList.data()), 0);
     EXPECT_EQ(StatusOf(0).homeDone, 0);
+    home();
+    ASSERT_EQ(zelQ_HomeDoneCancel(kNumber, 0), 0);
+    EXPECT_EQ(StatusOf(0).homeDone, 0);
+    home();
+    PowerCycle();
+    EXPECT_EQ(StatusOf(0).homeDone, 0);
 
-    ASSERT_EQ(zelQ_HomeMoveLimit(kNumber, 0, 0, 0, 0, 0, 0, 0), 0);
-    Advance(seconds(1));
+    ServosOn({0});
+    PlaceAt(5'000);
+    ASSERT_EQ(Home(1), 0);
+    Advance(milliseconds(300));
     ASSERT_EQ(zelQ_StopDec(kNumber, 0), 0);
-    Advance(seconds(1));
+    Advance(seconds(20));
     EXPECT_EQ(StatusOf(0).homing, 0);
     EXPECT_EQ(StatusOf(0).homeDone, 0);
-    EXPECT_EQ(StatusOf(0).stopCause, 1);
+    EXPECT_EQ(StatusOf(0).stopCause, kStopped);
+
+    // No sensor at all: from the one limit to the other.
+    ChangeMachine([](lumosim::AxisMechanics& m) { m.homeSensor.reset(); });
+    ASSERT_EQ(Home(1), 0);
+    Finish();
+    EXPECT_EQ(StatusOf(0).limitPositive, 1);
+    EXPECT_EQ(StatusOf(0).homeDone, 0);
+    EXPECT_EQ(StatusOf(0).stopCause, kAtLimitSensor);
+    ASSERT_EQ(zelQ_ServoOn(kNumber, 0, 0), 0);
+    EXPECT_EQ(Home(0), kServoOff);
 }
 
 } // namespace

@@ -3,17 +3,18 @@
 #include "core/maintenance.h"
 #include "core/memory.h"
 #include "core/serial_port.h"
-#include "scenario_test.h"
+#include "scenario/scenario_test.h"
 
 #include <algorithm>
 #include <array>
-#include <vector>
+#include <span>
 
 namespace zelq::test {
 
 namespace {
 
 using Bytes = std::vector<unsigned char>;
+using std::chrono::nanoseconds;
 
 Bytes Pattern(std::size_t size)
 {
@@ -25,156 +26,283 @@ Bytes Pattern(std::size_t size)
 }
 
 class MaintenanceScenario : public ScenarioTest
-{};
-
-TEST_F(MaintenanceScenario, SerialPortCarries64KiBUnchanged)
 {
-    constexpr std::size_t kChunk = 1024;
-    const Bytes sent = Pattern(64 * kChunk);
-    Bytes received;
-    EXPECT_EQ(zelQ_UARTSetBypass(kNumber, 0), 0);
-    EXPECT_EQ(zelQ_UARTSetCfg(kNumber, 921600, 8, 1, 0), 0);
-    for (std::size_t at = 0; at < sent.size(); at += kChunk) {
-        ASSERT_EQ(zelQ_UARTWrite(kNumber, &sent[at], kChunk), 0);
-        Bytes chunk(kChunk);
-        unsigned short available = 0;
-        ASSERT_EQ(zelQ_UARTRead(kNumber, chunk.data(), kChunk, &available), 0);
-        ASSERT_EQ(available, kChunk);
-        received.insert(received.end(), chunk.begin(), chunk.end());
+  protected:
+    template <typename Family, typename Use>
+    auto With(Use use)
+    {
+        return server_.With([&](lumosim::Controller& c) { return use(c.Get<Family>()); });
     }
-    EXPECT_EQ(received, sent);
-}
 
-TEST_F(MaintenanceScenario, SerialPortInOddPieces)
+    static short Write(const Bytes& bytes)
+    {
+        return zelQ_UARTWrite(kNumber, bytes.data(), static_cast<short>(bytes.size()));
+    }
+    static Bytes Read(short most)
+    {
+        Bytes bytes(static_cast<std::size_t>(most), 0xA5);
+        U16 available = 0;
+        EXPECT_EQ(zelQ_UARTRead(kNumber, bytes.data(), most, &available), 0);
+        EXPECT_EQ(std::count(bytes.begin() + available, bytes.end(), 0xA5), most - available);
+        bytes.resize(available);
+        return bytes;
+    }
+};
+
+TEST_F(MaintenanceScenario, SerialPortLoopsBackInPiecesOfAnySize)
 {
     const Bytes sent = Pattern(5000);
-    std::size_t written = 0;
-    for (const short size : std::initializer_list<short>{1, 237, 1023, 236, 1024, 999, 1001, 479}) {
-        ASSERT_EQ(zelQ_UARTWrite(kNumber, &sent[written], size), 0);
-        written += static_cast<std::size_t>(size);
+    auto at = sent.begin();
+    for (const int size : {1, 237, 1023, 236, 1024, 999, 1001, 479}) {
+        ASSERT_EQ(Write(Bytes(at, at + size)), 0);
+        at += size;
     }
-    ASSERT_EQ(written, sent.size());
-    // More than one batch, and more than there is.
-    Bytes received(6000, 0xA5);
-    unsigned short available = 0;
-    EXPECT_EQ(zelQ_UARTRead(kNumber, received.data(), 6000, &available), 0);
-    EXPECT_EQ(available, 5000);
-    EXPECT_TRUE(std::equal(sent.begin(), sent.end(), received.begin()));
-    EXPECT_EQ(std::count(received.begin() + 5000, received.end(), 0xA5), 1000);
-    EXPECT_EQ(zelQ_UARTRead(kNumber, received.data(), 6000, &available), 0);
-    EXPECT_EQ(available, 0);
+    ASSERT_EQ(at, sent.end());
+    EXPECT_EQ(Read(6000), sent) << "more than one exchange, and more than there is";
+    EXPECT_EQ(Read(6000), Bytes());
+    constexpr short kTaken = 102;
+    U16 available = 0;
+    Bytes buffer(10);
+    ASSERT_EQ(zelQ_UARTSetBypass(kNumber, 1), 0);
+    EXPECT_EQ(Write({1}), kTaken);
+    EXPECT_EQ(zelQ_UARTRead(kNumber, buffer.data(), 10, &available), kTaken);
+    ASSERT_EQ(zelQ_UARTSetBypass(kNumber, 0), 0);
+    EXPECT_EQ(Write({1}), 0);
+    ASSERT_EQ(zelQ_UARTSetBypass(kNumber, 1), 0);
+    PowerCycle();
+    EXPECT_EQ(Read(10), Bytes()) << "in use again, and empty";
+}
 
-    EXPECT_EQ(zelQ_UARTSetBypass(kNumber, 1), 0);
-    EXPECT_EQ(zelQ_UARTWrite(kNumber, sent.data(), 1), 102);
-    EXPECT_EQ(zelQ_UARTRead(kNumber, received.data(), 10, &available), 102);
+TEST_F(MaintenanceScenario, SerialPortHasAFarEndAFormatAndABuffer)
+{
+    Bytes far; // written by the server's thread
+    With<lumosim::SerialPort>([&](lumosim::SerialPort& port) {
+        port.Connect([&](std::span<const std::uint8_t> bytes) {
+            far.insert(far.end(), bytes.begin(), bytes.end());
+        });
+    });
+    const auto sent = [&] { return server_.With([&](lumosim::Controller&) { return far; }); };
+    const auto receive = [this](const Bytes& bytes) {
+        return With<lumosim::SerialPort>([&](auto& port) { return port.TryReceive(bytes); });
+    };
+    ASSERT_EQ(Write({1, 2, 0xFF}), 0);
+    EXPECT_EQ(sent(), (Bytes{1, 2, 0xFF}));
+    EXPECT_TRUE(receive({0xFF}));
+    EXPECT_EQ(Read(2), (Bytes{0xFF}));
+    ASSERT_EQ(zelQ_UARTSetCfg(kNumber, 70'000, 7, 2, 1), 0);
+    const auto format = With<lumosim::SerialPort>([](auto& port) { return port.Format(); });
+    EXPECT_EQ(format, (lumosim::SerialFormat{70'000, 7, 2, 1}));
+    ASSERT_EQ(Write({0x80, 0xFF}), 0);
+    EXPECT_EQ(sent(), (Bytes{1, 2, 0xFF, 0x00, 0x7F})) << "seven bits go out";
+    EXPECT_TRUE(receive({0x80, 0xFF}));
+    EXPECT_EQ(Read(2), (Bytes{0x00, 0x7F})) << "and come in";
+
+    constexpr std::size_t kRoom = lumosim::SerialPort::kReceiveBuffer;
+    EXPECT_TRUE(receive(Bytes(kRoom - 1, 7)));
+    EXPECT_FALSE(receive({8, 9}));
+    With<lumosim::SerialPort>([](auto& port) { port.Receive(Bytes{8, 9}); });
+    EXPECT_EQ(With<lumosim::SerialPort>([](auto& port) { return port.Waiting(); }), kRoom)
+        << "the last byte is lost";
 }
 
 TEST_F(MaintenanceScenario, FlashImage)
 {
-    constexpr short kErase = 0;
-    constexpr unsigned short kWrite = 1;
-    constexpr unsigned short kRead = 2;
-    constexpr unsigned int kBase = 0x20000;
+    enum Access : short { kErase, kWrite, kRead };
+    constexpr unsigned kBase = 0x20000;
     constexpr short kSector = kBase / 4096;
+    constexpr short kNoSuchFlash = 104;
     const Bytes image = Pattern(10000);
     const auto forEachPiece = [&](auto&& use) {
         for (std::size_t at = 0; at < image.size(); at += 1024) {
             const auto size = static_cast<short>(std::min<std::size_t>(1024, image.size() - at));
-            ASSERT_EQ(use(kBase + static_cast<unsigned int>(at), at, size), 0) << at;
+            ASSERT_EQ(use(kBase + static_cast<unsigned>(at), at, size), 0) << at;
         }
     };
     const auto writeAll = [&] {
-        forEachPiece([&](unsigned int address, std::size_t at, short size) {
+        forEachPiece([&](unsigned address, std::size_t at, short size) {
             return zelQ_FlashWrite(kNumber, kWrite, address, &image[at], size);
         });
     };
     const auto readAll = [&] {
         Bytes read(image.size());
-        forEachPiece([&](unsigned int address, std::size_t at, short size) {
+        forEachPiece([&](unsigned address, std::size_t at, short size) {
             return zelQ_FlashRead(kNumber, kRead, address, &read[at], size);
         });
         return read;
     };
-    // Bits that are clear stay so until the flash is erased.
-    const std::array<unsigned char, 2> zeros{};
-    EXPECT_EQ(zelQ_FlashWrite(kNumber, kWrite, kBase + 100, zeros.data(), 2), 0);
+    const auto erase = [](short first, short last) {
+        return zelQ_FlashErase(kNumber, kErase, first, last);
+    };
+    const auto cell = [this](std::size_t address) {
+        return With<lumosim::Memory>([=](auto& memory) { return memory.Flash()[address]; });
+    };
+    // Bits that are clear stay so until the flash is erased; the sectors beside it stay.
+    const std::array<unsigned char, 2> marks{0x0F, 0x3C};
+    const auto mark = [&](unsigned address) {
+        return zelQ_FlashWrite(kNumber, kWrite, address, marks.data(), 2);
+    };
+    EXPECT_THAT((Results{mark(kBase + 100), mark(kBase - 2), mark(kBase + 3 * 4096), mark(0xFFFFE),
+                         mark(0)}),
+                Each(0));
     writeAll();
-    EXPECT_NE(readAll(), image);
-    EXPECT_EQ(zelQ_FlashErase(kNumber, kErase, kSector, kSector + 2), 0);
+    PowerCycle();
+    EXPECT_EQ(cell(kBase + 100), image[100] & 0x0F);
+    EXPECT_EQ(erase(kSector, kSector + 2), 0);
     EXPECT_EQ(readAll(), Bytes(image.size(), 0xFF));
+    EXPECT_EQ(cell(kBase - 1), 0x3C);
+    EXPECT_EQ(cell(kBase + 3 * 4096), 0x0F);
     writeAll();
     EXPECT_EQ(readAll(), image);
-
-    EXPECT_EQ(zelQ_FlashWrite(kNumber, kWrite, 0x100000, zeros.data(), 2), 104);
-    EXPECT_EQ(zelQ_FlashErase(kNumber, kErase, 0, 256), 104);
+    EXPECT_EQ(erase(1, 255), 0);
+    EXPECT_EQ(cell(0xFFFFF), 0xFF);
+    EXPECT_EQ(cell(1), 0x3C);
+    EXPECT_THAT(
+        (Results{mark(0xFFFFF), mark(0x100000), mark(0xFFFFFFFFU), erase(0, 256), erase(2, 1)}),
+        Each(kNoSuchFlash));
 }
 
 TEST_F(MaintenanceScenario, ProcessorMemory)
 {
-    unsigned int word = 1;
-    EXPECT_EQ(zelQ_CPUPeek(kNumber, 0, 0x100, &word), 0);
+    unsigned word = 1;
+    const auto peek = [&](short space, unsigned address) {
+        return zelQ_CPUPeek(kNumber, space, address, &word);
+    };
+    EXPECT_EQ(peek(0, 0xFFFC), 0);
     EXPECT_EQ(word, 0U);
-    EXPECT_EQ(zelQ_CPUPoke(kNumber, 0, 0x100, 0xDEADBEEFU), 0);
-    EXPECT_EQ(zelQ_CPUPeek(kNumber, 0, 0x100, &word), 0);
+    EXPECT_EQ(zelQ_CPUPoke(kNumber, 0, 0xFFFC, 0xDEADBEEFU), 0);
+    EXPECT_EQ(peek(0, 0xFFFC), 0);
     EXPECT_EQ(word, 0xDEADBEEFU);
-    EXPECT_EQ(zelQ_CPUPeek(kNumber, 0, 0x101, &word), 105);
-}
-
-TEST_F(MaintenanceScenario, StoredSettings)
-{
-    unsigned short use = 9;
-    unsigned short first = 0;
-    unsigned short second = 0;
-    EXPECT_EQ(zelQ_CfgHwInfo(kNumber, 0x0123), 0);
-    EXPECT_EQ(zelQ_UseMaroDefParamSet(kNumber, 1), 0);
-    EXPECT_EQ(zelQ_RtexCycleSet(kNumber, 2, 4, -70000), 0);
-    const auto stored =
-        server_.With([](lumosim::Controller& c) { return c.Get<lumosim::Maintenance>().Stored(); });
-    EXPECT_EQ(stored.hardwareInformation, 0x0123);
-    EXPECT_EQ(stored.cycleOption, -70000);
-    EXPECT_EQ(zelQ_UseMaroDefParamGet(kNumber, &use), 0);
-    EXPECT_EQ(zelQ_RtexCycleGet(kNumber, &first, &second), 0);
-    EXPECT_EQ(use, 1);
-    EXPECT_EQ(first, 2);
-    EXPECT_EQ(second, 4);
-    EXPECT_EQ(zelQ_EepromClear(kNumber, 3, 1), 0);
-    EXPECT_EQ(zelQ_RtexCycleGet(kNumber, &first, &second), 0);
-    EXPECT_EQ(first, 1);
-    EXPECT_EQ(zelQ_EepromClear(kNumber, 99, 1), 7);
+    EXPECT_THAT(
+        (Results{peek(0, 0x10000), peek(0, 2), peek(1, 0), zelQ_CPUPoke(kNumber, 0, 0x10000, 0)}),
+        Each(105));
+    PowerCycle();
+    EXPECT_EQ(peek(0, 0xFFFC), 0);
+    EXPECT_EQ(word, 0U);
 }
 
 TEST_F(MaintenanceScenario, ModelIsTold)
 {
-    std::array<unsigned short, 19> info{};
-    EXPECT_EQ(zelQ_GetDevInfo(kNumber, info.data()), 0);
-    EXPECT_EQ(info[0], 127);
-    EXPECT_EQ(info[3], kNumber);
-    EXPECT_EQ(info[15], 2026);
+    std::array<U16, 19> info{};
+    ASSERT_EQ(zelQ_GetDevInfo(kNumber, info.data()), 0);
+    EXPECT_EQ(std::vector<U16>(info.begin(), info.begin() + 4), (std::vector<U16>{127, 0, 0, 9}));
+    EXPECT_EQ(std::vector<U16>(info.begin() + 15, info.end()), (std::vector<U16>{2026, 1, 1, 8}));
     std::array<char, 32> text{};
     EXPECT_EQ(zelQ_GetDevInfoToModelStr(info.data(), text.data(), 32), 0);
     EXPECT_STREQ(text.data(), "ZEL Lumo-32");
 }
 
-TEST_F(MaintenanceScenario, ResetDropsTheConnectionAndComesBackElsewhere)
+/// Everything that is stored differs from what the controller was delivered with.
+class Restart : public MaintenanceScenario
 {
-    const std::array<short, 3> address = {127, 0, 1};
-    const std::array<short, 4> mask = {255, 0, 0, 0};
-    const std::array<short, 4> gateway = {127, 0, 0, 1};
-    unsigned int resets = 9;
-    EXPECT_EQ(zelQ_GetPowerResetCount(kNumber, &resets), 0);
-    EXPECT_EQ(resets, 0U);
-    EXPECT_EQ(zelQ_CfgNetwork(kNumber, address.data(), mask.data(), gateway.data()), 0);
-    EXPECT_EQ(zelQ_GetPowerResetCount(kNumber, &resets), 0) << "it stays until it restarts";
-    EXPECT_EQ(zelQ_Reset(kNumber, 0), 0);
-    Advance(lumosim::Maintenance::kResetDelay);
-    EXPECT_EQ(zelQ_GetPowerResetCount(kNumber, &resets), -1) << "it is away";
-    EXPECT_EQ(zelQ_Connect(kNumber, 127, 0, 0), -1);
+  protected:
+    enum How : U16 { kPower, kNetworkAlone, kNewNetwork, kAllNew };
 
-    Advance(lumosim::Maintenance::kBootTime);
-    EXPECT_EQ(zelQ_Connect(kNumber, 127, 0, 0), -1) << "it has moved";
-    EXPECT_EQ(zelQ_Connect(kNumber, 127, 0, 1), 0);
-    EXPECT_EQ(zelQ_GetPowerResetCount(kNumber, &resets), 0);
-    EXPECT_EQ(resets, 1U);
+    void SetUp() override
+    {
+        ScenarioTest::SetUp();
+        const std::array<short, 3> address = {127, 0, 1};
+        const std::array<short, 4> mask = {255, 255, 0, 0};
+        const std::array<short, 4> gateway = {127, 0, 0, 1};
+        ASSERT_THAT((Results{zelQ_CfgNetwork(kNumber, address.data(), mask.data(), gateway.data()),
+                             zelQ_CfgHwInfo(kNumber, 0x0123), zelQ_UseMaroDefParamSet(kNumber, 1),
+                             zelQ_RtexCycleSet(kNumber, 2, 4, -70'000), zelQ_MDOSet(kNumber, 15)}),
+                    Each(0));
+    }
+
+    static short Asked()
+    {
+        unsigned resets = 0;
+        return zelQ_GetPowerResetCount(kNumber, &resets);
+    }
+
+    /// Restarts the controller, which is found at 127.0.`third`.9 then.
+    void Do(How how, U16 third)
+    {
+        ASSERT_EQ(zelQ_Reset(kNumber, how), 0);
+        Advance(lumosim::Maintenance::kResetDelay - nanoseconds(1));
+        EXPECT_EQ(Asked(), 0) << "the answer has time to go";
+        Advance(nanoseconds(1));
+        EXPECT_EQ(Asked(), -1);
+        Advance(lumosim::Maintenance::kBootTime - nanoseconds(1));
+        EXPECT_EQ(zelQ_Connect(kNumber, 127, 0, third), -1);
+        Advance(nanoseconds(1));
+        EXPECT_EQ(zelQ_Connect(kNumber, 127, 0, static_cast<U16>(third == 1 ? 0 : 1)), -1);
+        ASSERT_EQ(zelQ_Connect(kNumber, 127, 0, third), 0);
+    }
+
+    static unsigned Resets()
+    {
+        unsigned resets = 99;
+        EXPECT_EQ(zelQ_GetPowerResetCount(kNumber, &resets), 0);
+        return resets;
+    }
+    lumosim::Word MainOutputs()
+    {
+        return server_.With([](lumosim::Controller& c) { return c.MainOutputs(); });
+    }
+    lumosim::StoredSettings Stored()
+    {
+        return With<lumosim::Maintenance>([](auto& maintenance) { return maintenance.Stored(); });
+    }
+
+    /// What the calls read, and what is stored without a call that reads it.
+    void ExpectSettings(bool servoNetwork, bool hardware)
+    {
+        U16 use = 9;
+        U16 first = 9;
+        U16 second = 9;
+        EXPECT_EQ(zelQ_UseMaroDefParamGet(kNumber, &use), 0);
+        EXPECT_EQ(zelQ_RtexCycleGet(kNumber, &first, &second), 0);
+        EXPECT_EQ(use, servoNetwork ? 1 : 0);
+        EXPECT_EQ(first, servoNetwork ? 2 : 1);
+        EXPECT_EQ(second, servoNetwork ? 4 : 1);
+        EXPECT_EQ(Stored().cycleOption, servoNetwork ? -70'000 : 0);
+        EXPECT_EQ(Stored().hardwareInformation, hardware ? 0x0123 : 0);
+    }
+};
+
+TEST_F(Restart, TheNetworkAlone)
+{
+    EXPECT_EQ(Asked(), 0) << "the old address serves until then";
+    Do(kNetworkAlone, 1);
+    EXPECT_EQ(MainOutputs(), 15);
+    EXPECT_EQ(Resets(), 0U);
+    std::array<U16, 19> info{};
+    ASSERT_EQ(zelQ_GetDevInfo(kNumber, info.data()), 0);
+    EXPECT_EQ(info[2], 1) << "the new address is told";
+    EXPECT_EQ(Stored().network,
+              (lumosim::NetworkSettings{{127, 0, 1}, {255, 255, 0, 0}, {127, 0, 0, 1}}));
+}
+
+TEST_F(Restart, ByPowerAndWithDefaults)
+{
+    Do(kPower, 1);
+    EXPECT_EQ(MainOutputs(), 0);
+    EXPECT_EQ(Resets(), 1U);
+    ExpectSettings(true, true);
+    Do(kNewNetwork, 0);
+    ExpectSettings(true, true);
+    Do(kAllNew, 0);
+    ExpectSettings(false, false);
+    EXPECT_EQ(Resets(), 3U);
+}
+
+TEST_F(Restart, TheEepromIsClearedNowOrThen)
+{
+    enum Area : U16 { kNetwork = 1, kHardware, kServoNetwork };
+    EXPECT_EQ(zelQ_EepromClear(kNumber, 99, 1), kOutOfRange);
+    ASSERT_EQ(zelQ_EepromClear(kNumber, kServoNetwork, 1), 0);
+    ExpectSettings(false, true);
+    ASSERT_EQ(zelQ_EepromClear(kNumber, kNetwork, 0), 0);
+    EXPECT_EQ(Stored().network.address[2], 1);
+    PowerCycle();
+    EXPECT_EQ(Stored().network.address[2], 0);
+    ASSERT_EQ(zelQ_EepromClear(kNumber, kHardware, 1), 0);
+    ExpectSettings(false, false);
+    const std::array<short, 4> octets = {127, 0, 2, 1};
+    ASSERT_EQ(zelQ_CfgNetwork(kNumber, octets.data(), octets.data(), octets.data()), 0);
+    PowerCycle();
+    EXPECT_EQ(Stored().network.address[2], 2) << "cleared once";
 }
 
 } // namespace

@@ -1,7 +1,7 @@
-// Outputs of all three kinds, as the status shows them afterwards.
+// Outputs of drives, output slaves and the main board, as the status shows them afterwards.
 
 #include "core/remote_outputs.h"
-#include "scenario_test.h"
+#include "scenario/scenario_test.h"
 
 #include <array>
 #include <memory>
@@ -10,30 +10,16 @@ namespace zelq::test {
 
 namespace {
 
-using U16 = unsigned short;
-using std::chrono::milliseconds;
-
-/// Output slaves 10, 11 and 31 beside the servo axes.
-class OutputsScenario : public ScenarioTest
+/// Output slaves 10, 11 and 31, and the input slave 30, beside the servo axes.
+class Outputs : public ScenarioTest
 {
   protected:
-    OutputsScenario() : ScenarioTest(WithOutputSlaves()) {}
-
-    static lumosim::ServerConfig WithOutputSlaves()
-    {
-        lumosim::ServerConfig config = DefaultConfig();
-        for (const int station : {10, 11, 31}) {
-            config.controller.slaves.push_back({station, lumosim::SlaveType::kOutput, {}});
-        }
-        return config;
-    }
-
-    std::unique_ptr<ControllerStatus> Status()
-    {
-        auto status = std::make_unique<ControllerStatus>();
-        EXPECT_EQ(zelQ_GetAllStatus(kNumber, status.get()), 0);
-        return status;
-    }
+    Outputs()
+        : ScenarioTest(Config({{10, lumosim::SlaveType::kOutput, {}},
+                               {11, lumosim::SlaveType::kOutput, {}},
+                               {30, lumosim::SlaveType::kInput, {}},
+                               {31, lumosim::SlaveType::kOutput, {}}}))
+    {}
 
     template <std::size_t Count>
     static unsigned Joined(const U16 (&bits)[Count])
@@ -45,108 +31,214 @@ class OutputsScenario : public ScenarioTest
         return word;
     }
 
-    unsigned SlaveOutputs(std::size_t slave) { return Joined(Status()->outputs[slave].bits); }
-    unsigned MainOutputs() { return Joined(Status()->mainOutputs); }
+    static std::unique_ptr<ControllerStatus> Status()
+    {
+        auto status = std::make_unique<ControllerStatus>();
+        EXPECT_EQ(zelQ_GetAllStatus(kNumber, status.get()), 0);
+        return status;
+    }
+    static unsigned DriveOutputs(U16 axis)
+    {
+        const ServoStatus status = StatusOf(axis);
+        return status.output1 + 2U * status.output2;
+    }
+    static unsigned SlaveOutputs(std::size_t slave)
+    {
+        return Joined(Status()->outputs[slave].bits);
+    }
+    static unsigned MainOutputs() { return Joined(Status()->mainOutputs); }
+
+    void SetMainOutputs(lumosim::Word outputs)
+    {
+        server_.With([=](lumosim::Controller& c) { c.SetMainOutputs(outputs); });
+    }
+    void SetNetworkUp(bool up)
+    {
+        server_.With(
+            [=](lumosim::Controller& c) { c.Get<lumosim::RemoteOutputs>().SetNetworkUp(up); });
+    }
+
+    /// Output 0 is on until this moment, and off then.
+    void ExpectOnFor(std::chrono::nanoseconds time)
+    {
+        Advance(time - std::chrono::nanoseconds(1));
+        EXPECT_EQ(MainOutputs() & 1U, 1U) << "just before";
+        Advance(std::chrono::nanoseconds(1));
+        EXPECT_EQ(MainOutputs() & 1U, 0U);
+    }
+
+    /// State, mode, pin and time of a limit.
+    static std::vector<unsigned> LimitOf(U16 pin)
+    {
+        U16 state = 99;
+        U16 mode = 99;
+        U16 given = 99;
+        unsigned time = 99;
+        EXPECT_EQ(zelQ_MDOGetLimitTime(kNumber, pin, &state, &mode, &given, &time), 0);
+        return {state, mode, given, time};
+    }
 };
 
-TEST_F(OutputsScenario, Drives)
+TEST_F(Outputs, OfDrives)
 {
     const std::array<U16, 2> axes = {1, 7};
     const std::array<U16, 2> on = {1, 1};
-    EXPECT_EQ(zelQ_SDOSet(kNumber, 0, 0, 1), 0);
-    EXPECT_EQ(zelQ_mSDOSet(kNumber, 2, axes.data(), on.data(), on.data()), 0);
-    EXPECT_EQ(zelQ_SDOSetPin(kNumber, 7, 1, 0), 0);
-    EXPECT_EQ(zelQ_SDOSetTog(kNumber, 1, 0, 1), 0);
-    EXPECT_EQ(StatusOf(0).output1, 0);
-    EXPECT_EQ(StatusOf(0).output2, 1);
-    EXPECT_EQ(StatusOf(1).output1, 1);
-    EXPECT_EQ(StatusOf(1).output2, 0);
-    EXPECT_EQ(StatusOf(7).output1, 0);
-    EXPECT_EQ(StatusOf(7).output2, 1);
-    EXPECT_EQ(zelQ_SDOSet(kNumber, 10, 1, 1), 3) << "no servo stands there";
+    const std::array<U16, 2> off = {0, 0};
+    const auto expect = [](short result, short wanted, unsigned outputs) {
+        EXPECT_EQ(result, wanted);
+        EXPECT_EQ(DriveOutputs(1), outputs);
+    };
+    expect(zelQ_SDOSet(kNumber, 1, 1, 0), 0, 1);
+    expect(zelQ_SDOSet(kNumber, 1, 0, 1), 0, 2);
+    expect(zelQ_SDOSetPin(kNumber, 1, 1, 1), 0, 3);
+    expect(zelQ_SDOSetPin(kNumber, 1, 2, 0), 0, 1);
+    expect(zelQ_SDOSetTog(kNumber, 1, 1, 1), 0, 2);
+    expect(zelQ_SDOSetTog(kNumber, 1, 0, 0), 0, 2);
+    expect(zelQ_SDOSet(kNumber, 10, 1, 1), kNoServo, 2);
+    expect(zelQ_mSDOSet(kNumber, 2, axes.data(), on.data(), off.data()), 0, 1);
+    EXPECT_EQ(DriveOutputs(7), 1U);
+    EXPECT_EQ(DriveOutputs(0), 0U);
+    const std::array<U16, 2> oneIsNone = {1, 10};
+    expect(zelQ_mSDOSet(kNumber, 2, oneIsNone.data(), off.data(), off.data()), kNoServo, 1);
 }
 
-TEST_F(OutputsScenario, OutputSlaves)
+TEST_F(Outputs, OfSlaves)
 {
-    const std::array<unsigned int, 3> words = {1, 2, 0xF0000000U};
-    EXPECT_EQ(zelQ_aRDOSet(kNumber, 3, words.data()), 0);
+    constexpr short kNoOutputSlave = 100;
+    const std::array<unsigned, 3> words = {1, 2, 0xF0000000U};
+    ASSERT_EQ(zelQ_aRDOSet(kNumber, 3, words.data()), 0);
     EXPECT_EQ(SlaveOutputs(10), 1U);
-    EXPECT_EQ(SlaveOutputs(11), 2U);
     EXPECT_EQ(SlaveOutputs(31), 0xF0000000U);
-
-    EXPECT_EQ(zelQ_RDOSet(kNumber, 11, 0x80000001U), 0);
-    EXPECT_EQ(zelQ_RDOSetPin(kNumber, 11, 30, 1), 0);
-    EXPECT_EQ(zelQ_RDOSetTogPin(kNumber, 11, 0), 0);
-    EXPECT_EQ(SlaveOutputs(11), 0xC0000000U);
-    EXPECT_EQ(zelQ_aRDOSetPin(kNumber, 0xFFFF, 33, 1), 0);
-    EXPECT_EQ(zelQ_aRDOSetTogPin(kNumber, 1, 31), 0);
-    EXPECT_EQ(SlaveOutputs(11), 0x40000002U);
-
+    const auto expect = [](short result, unsigned outputs) {
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(SlaveOutputs(11), outputs);
+    };
+    expect(zelQ_RDOSet(kNumber, 11, 0x80000001U), 0x80000001U);
+    expect(zelQ_RDOSetPin(kNumber, 11, 30, 1), 0xC0000001U);
+    expect(zelQ_RDOSetPin(kNumber, 11, 30, 0), 0x80000001U);
+    expect(zelQ_RDOSetTogPin(kNumber, 11, 0), 0x80000000U);
+    expect(zelQ_aRDOSetPin(kNumber, 0xFFFF, 33, 1), 0x80000002U);
+    expect(zelQ_aRDOSetTogPin(kNumber, 1, 31), 0x00000002U);
     const std::array<U16, 3> pins = {1, 4, 30};
     const std::array<U16, 3> states = {0, 1, 0};
-    EXPECT_EQ(zelQ_RDOSetPins(kNumber, 11, 3, pins.data(), states.data()), 0);
-    EXPECT_EQ(SlaveOutputs(11), 0x10U);
-    EXPECT_EQ(zelQ_RDOSetTogPins(kNumber, 11, 3, pins.data()), 0);
-    EXPECT_EQ(SlaveOutputs(11), 0x40000002U);
-
+    expect(zelQ_RDOSetPins(kNumber, 11, 3, pins.data(), states.data()), 0x10U);
+    expect(zelQ_RDOSetTogPins(kNumber, 11, 3, pins.data()), 0x40000002U);
+    const std::array<U16, 2> both = {1, 1};
+    expect(zelQ_RDOSetPins(kNumber, 11, 2, both.data(), states.data()), 0x40000000U);
     const std::array<U16, 3> indexes = {2, 1, 0xFFFF};
     const std::array<U16, 3> places = {31, 1, 5};
-    EXPECT_EQ(zelQ_aRDOSetPins(kNumber, 3, indexes.data(), places.data(), states.data()), 0);
-    EXPECT_EQ(zelQ_aRDOSetTogPins(kNumber, 3, indexes.data(), places.data()), 0);
+    expect(zelQ_aRDOSetPins(kNumber, 3, indexes.data(), places.data(), states.data()), 0x40000002U);
+    expect(zelQ_aRDOSetTogPins(kNumber, 3, indexes.data(), places.data()), 0x40000000U);
     EXPECT_EQ(SlaveOutputs(10), 0x21U);
-    EXPECT_EQ(SlaveOutputs(11), 0x40000000U);
     EXPECT_EQ(SlaveOutputs(31), 0xF0000000U);
     EXPECT_EQ(zelQ_aRDOSetPins(kNumber, 0, nullptr, nullptr, nullptr), 0);
-    EXPECT_EQ(zelQ_RDOSet(kNumber, 0, 1), 100) << "a servo stands there";
+    EXPECT_THAT((Results{zelQ_RDOSet(kNumber, 0, 1), zelQ_RDOSet(kNumber, 30, 1)}),
+                Each(kNoOutputSlave));
 }
 
-TEST_F(OutputsScenario, LinkFailure)
+TEST_F(Outputs, KeepOutDecidesWhatALinkFailureSwitchesOff)
 {
-    unsigned int keeps = 0;
-    EXPECT_EQ(zelQ_RDOLinkFailKeepOutSet(kNumber, 1U << 31U), 0);
-    EXPECT_EQ(zelQ_RDOLinkFailKeepOutGet(kNumber, &keeps), 0);
+    constexpr short kNetworkDown = 101;
+    unsigned keeps = 0;
+    ASSERT_EQ(zelQ_RDOLinkFailKeepOutSet(kNumber, 1U << 31U), 0);
+    ASSERT_EQ(zelQ_RDOLinkFailKeepOutGet(kNumber, &keeps), 0);
     EXPECT_EQ(keeps, 1U << 31U);
-    zelQ_RDOSet(kNumber, 10, 7);
-    zelQ_RDOSet(kNumber, 31, 7);
-    server_.With([](lumosim::Controller& controller) {
-        controller.Get<lumosim::RemoteOutputs>().SetNetworkUp(false);
-    });
+    EXPECT_THAT((Results{zelQ_RDOSet(kNumber, 10, 7), zelQ_RDOSet(kNumber, 31, 7),
+                         zelQ_SDOSet(kNumber, 0, 1, 1)}),
+                Each(0));
+    SetNetworkUp(false);
     EXPECT_EQ(SlaveOutputs(10), 0U);
     EXPECT_EQ(SlaveOutputs(31), 7U);
-    EXPECT_EQ(zelQ_RDOSet(kNumber, 10, 7), 101);
+    EXPECT_EQ(DriveOutputs(0), 3U) << "drives are not concerned";
+    EXPECT_EQ(zelQ_RDOSet(kNumber, 10, 7), kNetworkDown);
+    SetNetworkUp(true);
+    EXPECT_EQ(zelQ_RDOSet(kNumber, 10, 7), 0);
+    PowerCycle();
+    ASSERT_EQ(zelQ_RDOLinkFailKeepOutGet(kNumber, &keeps), 0);
+    EXPECT_EQ(keeps, 0U);
+    EXPECT_EQ(SlaveOutputs(31), 0U);
 }
 
-TEST_F(OutputsScenario, MainBoard)
+TEST_F(Outputs, OfTheMainBoard)
 {
-    const std::array<U16, 3> pins = {0, 3, 7};
-    const std::array<U16, 3> states = {1, 0, 1};
-    const std::array<short, 2> toggled = {7, 1};
-    EXPECT_EQ(zelQ_MDOSet(kNumber, 0x0C), 0);
-    EXPECT_EQ(zelQ_MDOSetPins(kNumber, 3, pins.data(), states.data()), 0);
-    EXPECT_EQ(MainOutputs(), 0x85U);
-    EXPECT_EQ(zelQ_MDOSetTogPins(kNumber, 2, toggled.data()), 0);
-    EXPECT_EQ(zelQ_MDOSetPin(kNumber, 6, 1), 0);
+    const std::array<U16, 3> pins = {0, 3, 2};
+    const std::array<U16, 3> states = {1, 1, 0};
+    const std::array<short, 3> toggled = {7, 1, 4};
+    const auto expect = [](short result, unsigned outputs) {
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(MainOutputs(), outputs);
+    };
+    expect(zelQ_MDOSet(kNumber, 0xA5), 0xA5U);
+    expect(zelQ_MDOSetPin(kNumber, 1, 1), 0xA7U);
+    expect(zelQ_MDOSetPin(kNumber, 7, 0), 0x27U);
+    expect(zelQ_MDOSetTogPin(kNumber, 0), 0x26U);
+    expect(zelQ_MDOSetPins(kNumber, 3, pins.data(), states.data()), 0x2BU);
+    expect(zelQ_MDOSetTogPins(kNumber, 3, toggled.data()), 0xB9U);
+}
+
+TEST_F(Outputs, InputsShowBesideThem)
+{
+    server_.With([](lumosim::Controller& c) {
+        c.SetMainInputs(0x1A5);
+        c.SetSlaveInputs(30, 0x80000001U);
+    });
+    EXPECT_EQ(Joined(Status()->mainInputs), 0xA5U);
+    EXPECT_EQ(Joined(Status()->inputs[30].bits), 0x80000001U);
+    SetInputs({.limitPositive = true, .configurable = true});
+    SetInputs({.limitNegative = true, .homeSensor = true}, 1);
+    const auto shown = [](U16 axis) {
+        const ServoStatus s = Status()->servo[axis];
+        return std::vector<U16>{s.limitPositive, s.limitNegative, s.homeSensor, s.auxInput};
+    };
+    EXPECT_THAT(shown(0), ElementsAre(1, 0, 0, 1));
+    EXPECT_THAT(shown(1), ElementsAre(0, 1, 1, 0));
+}
+
+TEST_F(Outputs, LimitTimesRunFromWhenTheOutputCameOn)
+{
+    ASSERT_EQ(zelQ_MDOSetLimitTime(kNumber, 0, 1, 200), 0);
+    EXPECT_EQ(zelQ_MDOSet(kNumber, 0x03), 0);
+    Advance(milliseconds(150));
+    EXPECT_EQ(zelQ_MDOSetPin(kNumber, 0, 1), 0); // it is on already
+    ExpectOnFor(milliseconds(50));
+    EXPECT_EQ(MainOutputs(), 0x02U) << "the other one has no limit";
+    // Off and on again is a new beginning.
     EXPECT_EQ(zelQ_MDOSetTogPin(kNumber, 0), 0);
-    EXPECT_EQ(MainOutputs(), 0x46U);
+    Advance(milliseconds(100));
+    EXPECT_EQ(zelQ_MDOSetTogPin(kNumber, 0), 0);
+    EXPECT_EQ(LimitOf(0), (std::vector<unsigned>{0, 1, 0, 200}));
+    EXPECT_EQ(zelQ_MDOSetTogPin(kNumber, 0), 0);
+    EXPECT_EQ(LimitOf(0), (std::vector<unsigned>{3, 1, 0, 200})) << "on, and its time runs";
+    ExpectOnFor(milliseconds(200));
+    // Set for an output that is on; switched on by another part of the controller.
+    SetMainOutputs(1);
+    Advance(milliseconds(50));
+    ASSERT_EQ(zelQ_MDOSetLimitTime(kNumber, 0, 1, 100), 0);
+    ExpectOnFor(milliseconds(100));
+    SetMainOutputs(1);
+    ExpectOnFor(milliseconds(100) + std::chrono::nanoseconds(1)); // noticed at the next one
 }
 
-TEST_F(OutputsScenario, LimitTimeSwitchesOff)
+TEST_F(Outputs, LimitTimesRunFromTheLastCommandOrNotAtAll)
 {
-    EXPECT_EQ(zelQ_MDOSetLimitTime(kNumber, 2, 1, 300), 0);
-    EXPECT_EQ(zelQ_MDOSet(kNumber, 0x06), 0);
-    Advance(milliseconds(299));
-    EXPECT_EQ(MainOutputs(), 0x06U);
-    U16 state = 0;
-    U16 mode = 0;
-    U16 pin = 0;
-    unsigned int time = 0;
-    EXPECT_EQ(zelQ_MDOGetLimitTime(kNumber, 2, &state, &mode, &pin, &time), 0);
-    EXPECT_EQ(mode, 1);
-    EXPECT_EQ(pin, 2);
-    EXPECT_EQ(state, 3) << "on, and its time is running";
-    EXPECT_EQ(time, 300U);
-    Advance(milliseconds(1));
-    EXPECT_EQ(MainOutputs(), 0x02U);
+    ASSERT_EQ(zelQ_MDOSetLimitTime(kNumber, 0, 2, 200), 0);
+    EXPECT_EQ(zelQ_MDOSet(kNumber, 0x01), 0);
+    Advance(milliseconds(150));
+    const U16 pin = 0;
+    const U16 on = 1;
+    EXPECT_EQ(zelQ_MDOSetPins(kNumber, 1, &pin, &on), 0);
+    ExpectOnFor(milliseconds(200));
+    ASSERT_EQ(zelQ_MDOSetLimitTime(kNumber, 0, 0, 0), 0);
+    EXPECT_EQ(zelQ_MDOSet(kNumber, 0x01), 0);
+    Advance(std::chrono::hours(1));
+    EXPECT_EQ(MainOutputs(), 1U);
+
+    ASSERT_EQ(zelQ_MDOSetLimitTime(kNumber, 5, 2, 70'000), 0);
+    EXPECT_EQ(LimitOf(5), (std::vector<unsigned>{0, 2, 5, 70'000}));
+    EXPECT_EQ(LimitOf(4), (std::vector<unsigned>{0, 0, 4, 0}));
+    EXPECT_EQ(zelQ_MDOSetLimitTime(kNumber, 5, 1, 0), kOutOfRange);
+    PowerCycle();
+    EXPECT_EQ(LimitOf(5), (std::vector<unsigned>{0, 0, 5, 0}));
 }
 
 } // namespace

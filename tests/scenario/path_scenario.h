@@ -2,26 +2,24 @@
 
 #include "scenario/scenario_test.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numeric>
-#include <vector>
+#include <utility>
 
 namespace zelq::test {
 
-inline constexpr unsigned short kLinearKind = 6;
-inline constexpr unsigned short kArcKind = 7;
-inline constexpr unsigned short kHelicalKind = 8;
+enum PathKind : U16 { kLinearKind = 6, kArcKind = 7, kHelicalKind = 8 };
 
-// Refusals of the controller.
-inline constexpr short kServoOff = 4;
-inline constexpr short kBusy = 6;
-inline constexpr short kOutOfRange = 7;
-inline constexpr short kMapTooShort = 40;
-inline constexpr short kNoCircle = 41;
-inline constexpr short kEndOffCircle = 42;
-inline constexpr short kPointsInLine = 43;
-inline constexpr short kRadiusTooSmall = 44;
-inline constexpr short kPreRegistersFull = 45;
+/// What the controller answers to interpolation that cannot be.
+enum PathRefusal : short {
+    kMapTooShort = 40,
+    kNoCircle = 41,
+    kEndOffCircle = 42,
+    kPointsInLine = 43,
+    kRadiusTooSmall = 44,
+    kPreRegistersFull = 45,
+};
 
 using Coordinates = std::vector<double>;
 
@@ -31,35 +29,37 @@ struct Sample
     Coordinates at;
     Coordinates velocity;
 
-    [[nodiscard]] double Speed() const
+    [[nodiscard]] double Speed(std::size_t axes = 16) const
     {
-        return std::sqrt(
-            std::inner_product(velocity.begin(), velocity.end(), velocity.begin(), 0.0));
+        const auto end = velocity.begin() + static_cast<int>(std::min(axes, velocity.size()));
+        return std::sqrt(std::inner_product(velocity.begin(), end, velocity.begin(), 0.0));
     }
 };
 
-inline InterpSpeedProfile Speeds(double start, double drive, double end, unsigned short shape = 0)
+inline InterpSpeedProfile Speeds(double start, double drive, double end, U16 shape = 0)
 {
     return {.profileType = shape,
             .reserved = 0,
             .startSpeed = start,
-            .acc = 40000,
+            .acc = 40'000,
             .driveSpeed = drive,
-            .dec = 50000,
+            .dec = 50'000,
             .endSpeed = end};
 }
 
-/// Scenarios of interpolated motion on one map, with all servos on.
+/// Interpolated motion on one map, with all servos on.
 class PathScenario : public ScenarioTest
 {
   protected:
     static constexpr short kMap = 3;
 
-    explicit PathScenario(short axes = kAxes) : ScenarioTest(ConfigWith(axes)), axes_(axes) {}
+    explicit PathScenario(short axes = kAxes, const lumosim::AxisMechanics& mechanics = {})
+        : ScenarioTest(ConfigWith(axes, mechanics)), axes_(axes)
+    {}
 
-    static lumosim::ServerConfig ConfigWith(short axes)
+    static lumosim::ServerConfig ConfigWith(short axes, const lumosim::AxisMechanics& mechanics)
     {
-        lumosim::ServerConfig config = DefaultConfig();
+        lumosim::ServerConfig config = Config({}, mechanics);
         config.controller.axes = axes;
         return config;
     }
@@ -69,12 +69,12 @@ class PathScenario : public ScenarioTest
         ScenarioTest::SetUp();
         for (short axis = 0; axis < axes_; ++axis) {
             zelQ_UnitPerPulseSet(kNumber, axis, 1.0);
-            ServosOn({static_cast<unsigned short>(axis)});
+            ASSERT_EQ(zelQ_ServoOn(kNumber, static_cast<U16>(axis), 1), 0);
         }
+        Advance(milliseconds(200));
     }
 
-    /// The axes' order is not that of their numbers.
-    void UseMap(std::vector<unsigned short> axes)
+    void UseMap(std::vector<U16> axes)
     {
         map_ = std::move(axes);
         ASSERT_EQ(zelQ_IMapSet(kNumber, kMap, static_cast<short>(map_.size()), map_.data()), 0);
@@ -82,48 +82,62 @@ class PathScenario : public ScenarioTest
 
     [[nodiscard]] ServoStatus StatusAt(std::size_t place) const { return StatusOf(map_[place]); }
 
-    [[nodiscard]] Sample Look() const
+    Sample Look()
     {
-        ControllerStatus status{};
-        EXPECT_EQ(zelQ_GetAllStatus(kNumber, &status), 0);
-        Sample sample;
-        for (const unsigned short axis : map_) {
-            sample.at.push_back(double{status.servo[axis].commandPosition});
-            sample.velocity.push_back(double{status.servo[axis].velocity});
-        }
-        return sample;
+        return server_.With([this](lumosim::Controller& controller) {
+            Sample sample;
+            for (const U16 number : map_) {
+                sample.at.push_back(controller.AxisAt(number).CommandPosition());
+                sample.velocity.push_back(controller.AxisAt(number).Velocity());
+            }
+            return sample;
+        });
+    }
+
+    bool Running()
+    {
+        return server_.With([this](lumosim::Controller& controller) {
+            return std::any_of(map_.begin(), map_.end(),
+                               [&](U16 number) { return controller.AxisAt(number).Moving(); });
+        });
     }
 
     /// Runs what is commanded to its end, looking at it every few milliseconds.
-    std::vector<Sample> Watch(std::chrono::milliseconds step = std::chrono::milliseconds(5))
+    std::vector<Sample> Watch(milliseconds step = milliseconds(5))
     {
         std::vector<Sample> samples = {Look()};
-        const bool ended = AdvanceUntil(
+        EXPECT_TRUE(AdvanceUntil(
             [&] {
                 samples.push_back(Look());
-                return StatusAt(0).inMotion == 0;
+                return !Running();
             },
-            std::chrono::seconds(60), step);
-        EXPECT_TRUE(ended);
-        samples.push_back(Look());
+            seconds(60), step));
         return samples;
     }
 
-    short LineTo(const Coordinates& target, InterpSpeedProfile speed, unsigned short option = 0)
+    static short Line(const Coordinates& to, InterpSpeedProfile speed, U16 option)
     {
-        return zelQ_ILinear(kNumber, kMap, option, static_cast<short>(target.size()), target.data(),
+        return zelQ_ILinear(kNumber, kMap, option, static_cast<short>(to.size()), to.data(),
                             &speed);
+    }
+    static short LineTo(const Coordinates& target, const InterpSpeedProfile& speed)
+    {
+        return Line(target, speed, 0);
+    }
+    static short LineBy(const Coordinates& way, const InterpSpeedProfile& speed)
+    {
+        return Line(way, speed, 1);
     }
 
     void StandAt(const Coordinates& place)
     {
-        ASSERT_EQ(LineTo(place, Speeds(0, 50000, 0)), 0);
-        Watch(std::chrono::milliseconds(200));
+        ASSERT_EQ(LineTo(place, Speeds(0, 50'000, 0)), 0);
+        Watch(milliseconds(200));
         ASSERT_EQ(Look().at, place);
     }
 
     short axes_;
-    std::vector<unsigned short> map_;
+    std::vector<U16> map_;
 };
 
 } // namespace zelq::test

@@ -1,10 +1,12 @@
-// Commands as they come in: frames joined by their marks, checks, results, what they change.
+// Commands as they come in: frames joined by their marks, what is refused, and the log.
 
 #include "core/command_channel.h"
 #include "core/controller.h"
 
 #include <chrono>
 #include <gtest/gtest.h>
+#include <span>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -84,44 +86,38 @@ TEST(CommandChannel, JoinsTheFramesOfACommand)
     }
 }
 
-struct SequenceCase
+TEST(CommandChannel, JudgesFramesByTheirMarks)
 {
-    const char* name;
-    std::vector<Words> frames;
-    Result last;
-};
-
-class FrameSequence : public testing::TestWithParam<SequenceCase>
-{};
-
-TEST_P(FrameSequence, IsJudgedByItsMarks)
-{
-    Controller controller(Mixed());
-    CommandChannel channel(controller);
-    Result result = Result::kDone;
-    for (const Words& frame : GetParam().frames) {
-        result = channel.Write(frame);
+    struct SequenceCase
+    {
+        const char* name;
+        std::vector<Words> frames;
+        Result last;
+    };
+    const SequenceCase cases[] = {
+        {"noRegisters", {{}}, Result::kMalformed},
+        {"noCode", {{0x0101}}, Result::kMalformed},
+        {"noFrames", {{0x0001, 0, 1, 0}}, Result::kFrameSequence},
+        {"frameZero", {{0x0100, 0, 1, 0}}, Result::kFrameSequence},
+        {"beyondTheLast", {{0x0102, 0, 1, 0}}, Result::kFrameSequence},
+        {"withoutTheFirst", {{0x0202, 0}}, Result::kFrameSequence},
+        {"skipped", {{0x0301, 0, 1}, {0x0303, 0}}, Result::kFrameSequence},
+        {"otherCount", {{0x0301, 0, 1}, {0x0202, 0}}, Result::kFrameSequence},
+        {"lastOneTwice", {{0x0201, 0, 1}, {0x0202, 0}, {0x0202, 0}}, Result::kFrameSequence},
+        {"begunAnew", {{0x0201, 0, 1}, {0x0201, 0, 1}, {0x0202, 0}}, Result::kDone},
+        {"unknownInPieces", {{0x0201, 0x7777}, {0x0202}}, Result::kUnknownCommand}};
+    for (const SequenceCase& sequence : cases) {
+        SCOPED_TRACE(sequence.name);
+        Controller controller(Mixed());
+        CommandChannel channel(controller);
+        Result result = Result::kDone;
+        for (const Words& frame : sequence.frames) {
+            result = channel.Write(frame);
+        }
+        EXPECT_EQ(result, sequence.last);
+        EXPECT_EQ(channel.Write(Words{0x0101, 1, 1, 0, 1, 5000}), Result::kDone) << "it goes on";
     }
-    EXPECT_EQ(result, GetParam().last);
-    EXPECT_EQ(channel.Write(Words{0x0101, 1, 1, 0, 1, 5000}), Result::kDone) << "it goes on";
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Marks, FrameSequence,
-    testing::Values(
-        SequenceCase{"noRegisters", {{}}, Result::kMalformed},
-        SequenceCase{"noCode", {{0x0101}}, Result::kMalformed},
-        SequenceCase{"noFrames", {{0x0001, 0, 1, 0}}, Result::kFrameSequence},
-        SequenceCase{"frameZero", {{0x0100, 0, 1, 0}}, Result::kFrameSequence},
-        SequenceCase{"beyondTheLast", {{0x0102, 0, 1, 0}}, Result::kFrameSequence},
-        SequenceCase{"withoutTheFirst", {{0x0202, 0}}, Result::kFrameSequence},
-        SequenceCase{"skipped", {{0x0301, 0, 1}, {0x0303, 0}}, Result::kFrameSequence},
-        SequenceCase{"otherCount", {{0x0301, 0, 1}, {0x0202, 0}}, Result::kFrameSequence},
-        SequenceCase{
-            "lastOneTwice", {{0x0201, 0, 1}, {0x0202, 0}, {0x0202, 0}}, Result::kFrameSequence},
-        SequenceCase{"begunAnew", {{0x0201, 0, 1}, {0x0201, 0, 1}, {0x0202, 0}}, Result::kDone},
-        SequenceCase{"unknownInPieces", {{0x0201, 0x7777}, {0x0202}}, Result::kUnknownCommand}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 TEST(CommandChannel, TwoConnectionsDoNotMixTheirFrames)
 {
@@ -136,79 +132,139 @@ TEST(CommandChannel, TwoConnectionsDoNotMixTheirFrames)
     EXPECT_EQ(result, static_cast<Word>(Result::kUnknownCommand));
 }
 
-struct CommandCase
+// Servo 0 is on, servo 1 in alarm, servo 2 off; 4 and 31 are output slaves, 30 is an input slave.
+class RefusedCommands : public testing::Test
 {
-    const char* name;
-    Words block;
-    Result result;
+  protected:
+    static ControllerConfig Config()
+    {
+        ControllerConfig config = Mixed();
+        config.slaves.push_back({4, SlaveType::kOutput, {}});
+        config.slaves.push_back({31, SlaveType::kOutput, {}});
+        return config;
+    }
+
+    RefusedCommands()
+    {
+        controller_.Execute({1, 1, 0, 1, 0});
+        controller_.AxisAt(1).RaiseAlarm({16, 0});
+        controller_.Advance(std::chrono::seconds(1));
+    }
+
+    // Everything that a host can read.
+    Words Registers()
+    {
+        Words words(0x2000 + 0x100);
+        EXPECT_TRUE(controller_.ReadRegisters(0, std::span(words).first(0x2000)));
+        EXPECT_TRUE(controller_.ReadRegisters(0xF400, std::span(words).subspan(0x2000)));
+        return words;
+    }
+
+    // Lines of a result and the commands that are answered so: hexadecimal words, a bar between.
+    void ExpectRefused(const std::string& text)
+    {
+        const Words before = Registers();
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);) {
+            const int result = std::stoi(line);
+            std::istringstream blocks(line.substr(line.find(':') + 1));
+            for (std::string block; std::getline(blocks, block, '|');) {
+                std::istringstream fields(block);
+                Words words;
+                for (unsigned word = 0; fields >> std::hex >> word;) {
+                    words.push_back(static_cast<Word>(word));
+                }
+                Reply reply;
+                EXPECT_EQ(static_cast<int>(controller_.Run(words, reply)), result) << block;
+            }
+        }
+        controller_.Advance(std::chrono::seconds(1));
+        EXPECT_EQ(Registers(), before) << "a refused command changes nothing";
+    }
+
+    Controller controller_{Config()};
 };
 
-class AxisCommand : public testing::TestWithParam<CommandCase>
-{};
-
-// Axis 0 has its servo on, axis 1 an alarm, axis 2 its servo off.
-TEST_P(AxisCommand, GivesItsResultAndARefusedOneMovesNothing)
+TEST_F(RefusedCommands, ChangeNothing)
 {
-    Controller controller(Mixed());
-    controller.AxisAt(0).SwitchServo(true);
-    controller.AxisAt(1).RaiseAlarm({16, 0});
-    Reply reply;
-    EXPECT_EQ(controller.Run(GetParam().block, reply), GetParam().result);
-    if (GetParam().result != Result::kDone) {
-        EXPECT_FALSE(controller.AxisAt(0).Moving());
-    }
+    ExpectRefused(
+        "1: 7777\n"
+        // servos, moves, stops
+        "2: 0 0 | 0 2 0 | 0 1 0 1 | 1 1 2 1 | 1 21 2 1 | 11 1 0 A | 13 0 0 0 0 2 0 1 | 14 0\n"
+        "2: 30 1 0 64 | 2000 1 0 0 0 1 | 50 0 1 0 5 | 41 5\n"
+        "3: 0 1 1E | 0 1 FFFF | 13 0 0 0 0 1 6 | 40 1 1 6\n"
+        "4: 10 2 0 0 2 | 30 1 2 64 0\n"
+        "5: 1 2 2 1 1 1388 | 11 2 0 A 0 1 A 0\n"
+        "7: 1 1 2 2 1388 | 10 1 2 0 | 3 1 0 FFFF FFFF | 4 1 0 FFFF FFFF\n"
+        "7: 2 1 0 2 0 0 1 0 1 0 1 0 0 0 | 2 1 0 0 FFFF FFFF 1 0 1 0 1 0 0 0\n"
+        "7: 2 1 0 0 0 0 1 0 0 0 1 0 0 0 | 2 1 0 0 0 0 1 0 1 0 1 0 FFFF FFFF\n"
+        "7: 13 2 0 0 0 1 0 | 13 0 4 0 0 1 0 | 13 0 0 2 0 1 0 | 13 0 0 0 2 1 0\n"
+        "7: 30 1 0 1389 0 | 30 1 0 64 FFFF | 40 2 1 0 | 50 2 1 0 | 41 10 0 | 41 5 2\n"
+        "11: 41 5 1\n"
+        "12: 0 2 0 0 | 12 2 0 A 0 0 A 0 | 14 2 0 0\n"
+        // homing: eleven registers are a home-sensor run, twelve a limit run
+        "2: 60 0 0 1 0 2 2 0 0 0 0 | 60 0 0 0 0 2 0 0 0 0 | 61 0 0\n"
+        "3: 60 6 0 1 0 2 0 0 0 0 | 62 1 3\n"
+        "7: 60 0 2 1 0 2 0 0 0 0 | 60 0 0 1 2 2 0 0 0 0 | 60 0 0 1 0 3 0 0 0 0\n"
+        "7: 60 0 0 1 0 2 2 0 0 0 | 60 0 0 1 0 2 0 FFFF 0 0 | 60 0 0 3 0 2 2 0 BB9 0 0\n"
+        // interpolation
+        "2: 70 5 2 0 | 70 5 11 | 72 5 0 0 | 73 5 1 0 | 74 5 1 0 | 1C1 | 1C2 0\n"
+        "7: 70 10 0 | 1C1 2\n"
+        // list motion
+        "2: 101 0 1 0 | 101 0 0 | 101 0 33 | 103 0 1 0\n"
+        "3: 100 6 0 0 0 | 102 28 0 0 | 103 1F 1\n"
+        "7: 102 0 FFFF FFFF | 103 0 2 | 100 0 2 0 0 | 100 0 0 100 0 | 100 0 0 0 100\n"
+        // protection and alarms
+        "2: 110 1 0 1 1F4 1F4 0 0 0 | 120 1 0 1 0 0 1 0 | 122 64 0 | 130 0 2 3 1 1\n"
+        "3: 110 1 6 1 1F4 1F4 0 0 0 0 | 121 1 5 3 2 | 130 9 2 3 1 1 1\n"
+        "7: 110 1 0 1 1F5 1F4 0 0 0 0 | 110 1 0 1 1F4 1F5 0 0 0 0 | 110 1 0 2 1F4 1F4 0 0 0 0\n"
+        "7: 120 1 0 3 0 0 1 0 0 | 120 1 0 1 0 0 3 0 0 | 120 1 0 1 0 0 1 1 0\n"
+        "7: 121 1 0 4 0 | 121 1 0 3 3 | 122 64 0 2 | 141 1 F 0\n"
+        "7: 130 0 3 3 1 1 1 | 130 0 2 4 1 1 1 | 130 0 2 3 2 1 1 | 130 0 2 3 1 21 1\n"
+        "7: 130 0 2 3 1 1 0 | 130 0 2 3 1 1 801\n"
+        "12: 141 2 0 0 0\n"
+        // drives
+        "2: 152 0 | 154 1 0 | 155 2 0 0 0 | 1B0 0 1 4 3 3 2 0\n"
+        "3: 150 2 2 1 6 1 0 | 155 1 28 0 | 154 1F | 1B0 6 0 1 0 0 0 0 0\n"
+        "7: 1B0 0 1 5 3 3 2 0 0 | 1B0 0 1 4 3 3 3 0 0 | 1B0 0 0 1 0 0 0 FFFF FFFF\n"
+        "7: 150 2 2 2 0 1 0 2 65 0 | 150 2 2 1 0 FF9B FFFF\n"
+        "82: 150 C8 0 1 0 1 0 | 151 2 63 1 0\n"
+        "83: 150 5 0 1 0 1 0\n"
+        "84: 152 2 2 0\n"
+        "85: 155 2 0 0 0 8\n"
+        // outputs
+        "2: 180 2 1 0 | 180 0 | 190 0 | 190 1 1F 0 | 195 2 | 1A4 | 1A0 0 0 | 1A5 0 1 0\n"
+        "3: 180 2 1 0 4 0\n"
+        "7: 180 1 1 2 | 181 1 1 100 | 181 1 1 103 | 182 1 1 200 | 191 1 1F 2000 0\n"
+        "7: 191 1 1F 2 | 191 1 1F 1 1 | 192 1 1F 20 | 1A0 100 | 1A1 8 1 | 1A1 0 2 | 1A2 8\n"
+        "7: 1A3 0 100 | 1A4 100 | 1A6 8 | 1A5 0 3 1 0 | 1A5 8 1 1 0 | 1A5 0 1 0 0\n"
+        "100: 190 1 1E 0 0 | 190 1 20 0 0 | 190 2 1F 0 0 0 0 0\n"
+        // serial port, memories, settings
+        "2: 172 0 | 172 3 1 | 172 2 1 1 | 173 | 170 | 171 1 0 8 | 1003 0 0 | 1003 1 0 0\n"
+        "2: 1003 2 0 0 | 1004 0 0 | 1005 0 0 0 0 | 1B1 7F 0 1 | 1001 | 1002 | 1006 0 | 1007 2\n"
+        "2: 1007 0 | 1008 0 1 2 3 | 1008 1 1\n"
+        "7: 170 2 | 173 7FE | 171 0 0 8 1 0 | 171 1 0 6 1 0 | 171 1 0 8 3 0 | 171 1 0 8 1 3\n"
+        "7: 1003 3 0 0 | 1003 2 0 0 7FF | 1B1 7F 0 100 FF 0 0 0 7F 0 0 9\n"
+        "7: 1B1 7F 0 1 FF 0 0 0 7F 0 0 100 | 1002 4 | 1006 4 0 | 1006 0 2 | 1007 0 2\n"
+        "104: 1003 0 0 100 | 1003 0 2 1 | 1003 1 FFFF F 0 | 1003 2 FFFF FFFF 2\n"
+        "105: 1004 0 0 1 | 1004 0 2 0 | 1004 1 0 0 | 1005 0 0 1 0 0\n"
+        // sequence programs
+        "2: 200 0 0 | 201 0 | 202 0 0 0 | 203 0 1 0 | 203 0 0\n"
+        "7: 200 4 | 201 4 0 | 201 0 2 | 202 4 0 0 0 | 202 0 2 0 0 | 202 0 0 3 0 | 202 0 0 0 2\n"
+        "7: 203 4 1 | 203 0 4 | 203 0 0 2\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Results, AxisCommand,
-    testing::Values(
-        CommandCase{"reset", {0, 2, 0, 1}, Result::kDone},
-        CommandCase{"resetNothing", {0, 0}, Result::kMalformed},
-        CommandCase{"resetTooShort", {0, 2, 0}, Result::kMalformed},
-        CommandCase{"resetTooLong", {0, 1, 0, 1}, Result::kMalformed},
-        CommandCase{"resetTwice", {0, 2, 0, 0}, Result::kAxisTwice},
-        CommandCase{"resetInputSlave", {0, 1, 30}, Result::kNoServo},
-        CommandCase{"resetNoStation", {0, 1, 0xFFFF}, Result::kNoServo},
-        CommandCase{"on", {1, 1, 2, 1, 5000}, Result::kDone},
-        CommandCase{"onInAlarm", {1, 2, 2, 1, 1, 5000}, Result::kAlarm},
-        CommandCase{"onOutOfRange", {1, 1, 2, 2, 5000}, Result::kOutOfRange},
-        CommandCase{"onTooShort", {1, 1, 2, 1}, Result::kMalformed},
-        CommandCase{"onTooMany", {1, 33, 2, 1}, Result::kMalformed},
-        CommandCase{"profileBad", {2, 1, 0, 2, 0, 0, 1, 0, 1, 0, 1, 0, 0, 0}, Result::kOutOfRange},
-        CommandCase{"accBad", {3, 1, 0, 0xFFFF, 0xFFFF}, Result::kOutOfRange},
-        CommandCase{"jog", {0x10, 1, 1, 0}, Result::kDone},
-        CommandCase{"jogOutOfRange", {0x10, 1, 2, 0}, Result::kOutOfRange},
-        CommandCase{"jogOff", {0x10, 2, 0, 0, 2}, Result::kServoOff},
-        CommandCase{"moveInAlarm", {0x11, 2, 0, 10, 0, 1, 10, 0}, Result::kAlarm},
-        CommandCase{"move", {0x11, 1, 0, 10, 0}, Result::kDone},
-        CommandCase{"moveHalf", {0x11, 1, 0, 10}, Result::kMalformed},
-        CommandCase{"moveTwice", {0x12, 2, 0, 10, 0, 0, 10, 0}, Result::kAxisTwice},
-        CommandCase{"unknown", {0x7777}, Result::kUnknownCommand}),
-    [](const auto& row) { return std::string(row.param.name); });
-
-TEST(Commands, DriveAxes)
+TEST_F(RefusedCommands, AreNotTakenByAProgramEither)
 {
-    Controller controller(Mixed());
-    EXPECT_EQ(controller.Execute({1, 2, 0, 2, 1, 5000}), Result::kDone);
-    EXPECT_EQ(controller.Execute({3, 2, 0, 0x86A0, 1, 2, 0x86A0, 1}), Result::kDone);
-    EXPECT_EQ(controller.Execute({4, 1, 0, 50'000, 0}), Result::kDone);
-    EXPECT_EQ(controller.AxisAt(0).Profile().acc, 100'000);
-    EXPECT_EQ(controller.AxisAt(0).Profile().dec, 50'000);
-
-    EXPECT_EQ(controller.Execute({0x11, 2, 0, 0xFC18, 0xFFFF, 2, 500, 0}), Result::kDone);
-    controller.Advance(std::chrono::seconds(5));
-    EXPECT_EQ(controller.AxisAt(0).CommandPosition(), -1000);
-    EXPECT_EQ(controller.AxisAt(2).CommandPosition(), 500);
-
-    EXPECT_EQ(controller.Execute({0x12, 1, 2, 0xFFFE, 0xFFFF}), Result::kDone);
-    EXPECT_EQ(controller.Execute({0x10, 1, 1, 0}), Result::kDone);
-    controller.Advance(std::chrono::seconds(5));
-    EXPECT_EQ(controller.AxisAt(2).CommandPosition(), 498);
-    EXPECT_EQ(controller.AxisAt(0).Velocity(), -10'000);
-
-    EXPECT_EQ(controller.Execute({0, 1, 0}), Result::kDone);
-    EXPECT_FALSE(controller.AxisAt(0).Moving());
-    EXPECT_EQ(controller.Execute({0x10, 1, 0, 0}), Result::kServoOff);
+    ASSERT_EQ(controller_.Execute({0x0200, 0}), Result::kDone);
+    ExpectRefused("1: 7777\n"
+                  "2: 101 2 0 | 230 0 0 | 230 0 2 0 | 230 0 1 0 1 | 231 1 2 0 | 232 0 0 1\n"
+                  "2: 232 1 0 1 1 | 232 0 1 1 1 1 | 233 1\n"
+                  "3: 230 0 2 0 1E | 232 2 0 1E 0 1\n"
+                  "7: 230 2 1 0 | 231 4 1 0 | 231 1 1 10 | 232 0 0 8 1 | 232 0 0 0 2\n"
+                  "7: 232 0 1 100 0 0 0 | 232 2 0 0 4 1 | 232 1 0 1E 20 1 | 232 3 0 0 0 0\n"
+                  "7: 232 0 2 0 0 0 0\n"
+                  "77: 232 1 0 0 0 1 | 232 1 0 28 0 1\n");
 }
 
 TEST(Commands, AreShownToTheLog)

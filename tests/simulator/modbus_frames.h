@@ -1,13 +1,27 @@
-// Requests and answers in bytes, for the tests of the simulator's protocol.
+// Requests and answers in bytes, and waiting for what comes of them.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <initializer_list>
+#include <thread>
 #include <vector>
 
 namespace lumosim::test {
 
 using Bytes = std::vector<std::uint8_t>;
+
+constexpr auto kPatience = std::chrono::seconds(10);
+
+template <typename Condition>
+bool Await(Condition condition)
+{
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (!condition() && std::chrono::steady_clock::now() < end) {
+        std::this_thread::yield();
+    }
+    return condition();
+}
 
 inline void Put(Bytes& bytes, unsigned value)
 {

@@ -12,13 +12,13 @@
 namespace lumosim {
 namespace {
 
+using test::Await;
 using test::Bytes;
 using test::CommandFrame;
 using test::Joined;
+using test::kPatience;
 using test::ReadFrame;
 using test::RegistersFrame;
-
-constexpr auto kPatience = std::chrono::seconds(10);
 
 // A host's connection. A server that never answers fails the test instead of hanging it.
 class Host
@@ -64,35 +64,11 @@ class Host
     asio::ip::tcp::socket socket_{io_};
 };
 
-template <typename Condition>
-bool Await(Condition condition)
-{
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    while (!condition() && std::chrono::steady_clock::now() < end) {
-        std::this_thread::yield();
-    }
-    return condition();
-}
-
 ServerConfig ByHand()
 {
     ServerConfig config;
     config.clock = Clock::kByHand;
     return config;
-}
-
-TEST(Server, AnswersFramesThatAreSplitAnywhere)
-{
-    Server server(ByHand());
-    server.Start();
-    Host host(server);
-    const Bytes requests = Joined({ReadFrame(1, 0xF414, 1), CommandFrame(2, {0x0101, 0, 1, 0})});
-    const Bytes expected = Joined({RegistersFrame(1, 3, {3}), RegistersFrame(2, 23, {0})});
-    for (std::size_t cut = 1; cut < requests.size(); ++cut) {
-        host.Send(std::span(requests).first(cut));
-        host.Send(std::span(requests).subspan(cut));
-        ASSERT_EQ(host.Receive(expected.size()), expected) << "cut at " << cut;
-    }
 }
 
 TEST(Server, AnswersManyFramesOfOneSegment)
@@ -124,26 +100,6 @@ TEST(Server, GarbageClosesItsConnectionAndNoOther)
     good.Send(ReadFrame(1, 0x38, 2));
     EXPECT_EQ(good.Receive(13), RegistersFrame(1, 3, {1, 0}));
     EXPECT_TRUE(Await([&server] { return server.Connections() == 1; }));
-}
-
-TEST(Server, TheClockByHandMovesOnlyByHand)
-{
-    Server server(ByHand());
-    server.Start();
-    Host host(server);
-    host.Send(Joined({CommandFrame(1, {0x0101, 1, 1, 0, 1, 5000}),
-                      CommandFrame(2, {0x0101, 0x11, 1, 0, 1000, 0})}));
-    EXPECT_EQ(host.Receive(22), Joined({RegistersFrame(1, 23, {0}), RegistersFrame(2, 23, {0})}));
-    const auto position = [](Controller& controller) {
-        return controller.AxisAt(0).CommandPosition();
-    };
-    EXPECT_EQ(server.With(position), 0);
-    server.AdvanceBy(std::chrono::milliseconds(100));
-    EXPECT_GT(server.With(position), 0);
-    server.AdvanceBy(std::chrono::seconds(10));
-    EXPECT_EQ(server.With(position), 1000);
-    EXPECT_EQ(server.With([](Controller& controller) { return controller.Now(); }),
-              std::chrono::milliseconds(10'100));
 }
 
 TEST(Server, RealTimeRunsByItself)

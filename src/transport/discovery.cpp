@@ -1,6 +1,8 @@
 #include "transport/discovery.h"
 
 #include "common/result_codes.h"
+#include "platform/process.h"
+#include "platform/shared_lock.h"
 #include "transport/reply_pairing.h"
 #include "transport/turn.h"
 
@@ -12,6 +14,19 @@ namespace zelq {
 
 namespace {
 
+/// The lock among the processes. It outlives every discovery, so that a process which ends in the
+/// middle of one still releases it.
+class ProcessLock : public platform::SharedLock
+{
+  public:
+    ProcessLock() : SharedLock(0) {}
+    ~ProcessLock()
+    {
+        if (platform::ProcessIsEnding()) ReleaseForEndedThreads();
+    }
+};
+
+ProcessLock processLock;
 platform::UseLock oneAtATime;
 std::atomic<DiscoveryContext*> current = nullptr;
 std::atomic<std::uint16_t> destinationPort = kDiscoveryPort;
@@ -31,7 +46,7 @@ void SetDiscoveryPort(std::uint16_t port)
     destinationPort = port;
 }
 
-DiscoveryContext::DiscoveryContext() : alone_(oneAtATime), lock_(0)
+DiscoveryContext::DiscoveryContext() : alone_(oneAtATime)
 {
     current = this;
 }
@@ -39,6 +54,7 @@ DiscoveryContext::DiscoveryContext() : alone_(oneAtATime), lock_(0)
 DiscoveryContext::~DiscoveryContext()
 {
     current = nullptr;
+    processLock.Close();
 }
 
 void DiscoveryContext::Abandon()
@@ -57,14 +73,14 @@ bool DiscoveryContext::Open(const std::array<std::uint16_t, 4>& octets)
     std::array<char, 32> address{};
     std::snprintf(address.data(), address.size(), "%d.%d.%d.%d", octets[0], octets[1], octets[2],
                   octets[3]);
-    const Turn turn(lock_);
+    const Turn turn(processLock);
     return !turn.Failed() && socket_.Open(address.data(), destinationPort);
 }
 
 int DiscoveryContext::Exchange(const RequestBuffer& request, ReplyData* reply,
                                std::chrono::milliseconds wait)
 {
-    const Turn turn(lock_);
+    const Turn turn(processLock);
     if (turn.Failed()) return kLockFailed;
     const int error = SendTwice(request.Bytes());
     return error != kOk ? error : Gather(request, reply, wait);

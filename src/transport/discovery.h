@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/shared_lock.h"
 #include "platform/udp_socket.h"
 #include "platform/use_lock.h"
 #include "transport/reply.h"
@@ -50,7 +49,6 @@ class DiscoveryContext
     int Gather(const RequestBuffer& request, ReplyData* reply, std::chrono::milliseconds wait);
 
     const std::lock_guard<platform::UseLock> alone_;
-    platform::SharedLock lock_; ///< among the processes
     platform::UdpSocket socket_;
 };
 

@@ -94,7 +94,7 @@ TEST_F(PointToPoint, AMoveShowsInTheStatusFromBeginToEnd)
     EXPECT_NEAR(status.torque, -5.0, 1e-9) << "friction";
     EXPECT_EQ(double{status.velocity}, -5'000);
     EXPECT_EQ(double{status.followingError}, -3) << "the encoder is behind";
-    EXPECT_EQ(status.encoderPosition, status.commandPosition + 3);
+    EXPECT_EQ(double{status.encoderPosition}, status.commandPosition + 3);
     EXPECT_EQ(status.inPosition, 0);
     Advance(milliseconds(700));
     EXPECT_NEAR(TorqueOf(), -4.8, 1e-9) << "braking";

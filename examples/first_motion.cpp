@@ -195,7 +195,7 @@ class FirstMotion
         const double whole = way.to - way.from;
         const double gone = whole == 0.0 ? 1.0 : (status.commandPosition - way.from) / whole;
         const double part = std::clamp(gone, 0.0, 1.0) + 0.0; // never shown as "-0"
-        const auto filled = static_cast<int>(part * kBar + 0.5);
+        const auto filled = static_cast<int>(std::lround(part * kBar));
         std::string bar(kBar, '.');
         std::fill_n(bar.begin(), filled, '#');
         std::array<char, 128> line{};

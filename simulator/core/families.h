@@ -28,7 +28,6 @@ std::unique_ptr<Family> MakeDriveOutputs(Controller& controller);
 std::unique_ptr<Family> MakeMainOutputs(Controller& controller);
 std::unique_ptr<Family> MakeMaintenance(Controller& controller);
 std::unique_ptr<Family> MakeMemory(Controller& controller);
-std::unique_ptr<Family> MakeMoves(Controller& controller);
 std::unique_ptr<Family> MakeRemoteOutputs(Controller& controller);
 std::unique_ptr<Family> MakeSerialPort(Controller& controller);
 std::unique_ptr<Family> MakeDrives(Controller& controller);

@@ -191,8 +191,8 @@ void Maintenance::Restart()
 
 void Maintenance::PowerUp()
 {
-    for (Word area = 0; area < clearAtRestart_.size(); ++area) {
-        if (clearAtRestart_.at(area)) RestoreDefaults(area);
+    for (std::size_t area = 0; area < clearAtRestart_.size(); ++area) {
+        if (clearAtRestart_.at(area)) RestoreDefaults(static_cast<Word>(area));
     }
     clearAtRestart_.fill(false);
     network_ = stored_.network;

@@ -82,8 +82,9 @@ class PipeLine : public SerialLine
 
 } // namespace
 
-std::unique_ptr<SerialLine> OpenPipeLine(asio::io_context& io, const std::string& path,
-                                         SerialLine::Taker taker)
+std::unique_ptr<SerialLine>
+OpenPipeLine(asio::io_context& io, const std::string& path,
+             SerialLine::Taker taker) // NOLINT(*-unnecessary-value-param)
 {
     return std::make_unique<PipeLine>(io, path, taker);
 }

@@ -2210,8 +2210,8 @@ ZELQ_API short ZELQ_CALL zelQ_TorqueLimitFree(short zelNo, unsigned short axis,
  *         ZELQ_BAD_ARGUMENT(2), (3): axes, values null; exchange codes
  * @note Threads: any.
  */
-ZELQ_API short ZELQ_CALL zelQ_mTorqueLimitFree(unsigned short zelNo, short count,
-                                               const short* axes, const unsigned int* values);
+ZELQ_API short ZELQ_CALL zelQ_mTorqueLimitFree(unsigned short zelNo, short count, const short* axes,
+                                               const unsigned int* values);
 
 /**
  * Reads the state of one axis's torque limit.

@@ -54,7 +54,7 @@ void ForgetTheParent()
     ResetLockPage();
 }
 
-[[maybe_unused]] const bool forgetsTheParent = (CallInForkedChild(ForgetTheParent), true);
+[[maybe_unused]] const bool kForgetsTheParent = (CallInForkedChild(ForgetTheParent), true);
 
 /// Waits in the kernel, which answers for every other thread's sake.
 LockStatus WaitFor(LockWord& word, std::uint32_t self, Deadline deadline)

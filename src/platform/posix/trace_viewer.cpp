@@ -100,7 +100,7 @@ class ViewerSocket
 
 ViewerSocket viewerSocket;
 
-[[maybe_unused]] const bool abandonsInChild =
+[[maybe_unused]] const bool kAbandonsInChild =
     (CallInForkedChild([] { viewerSocket.Abandon(); }), true);
 
 } // namespace

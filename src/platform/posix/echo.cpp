@@ -75,23 +75,23 @@ std::uint16_t Checksum(std::span<const std::uint8_t> bytes)
     return htons(static_cast<std::uint16_t>(~sum));
 }
 
-/// The numbers of one echo, which no other call of this process has. The unprivileged kind of
+/// The marks of one echo, which no other call of this process has. The unprivileged kind of
 /// socket puts an id of its own in place of ours.
-EchoNumbers NextNumbers()
+EchoMarks NextMarks(const sockaddr_in& target)
 {
     static std::atomic<std::uint16_t> sequence = 0;
-    return {static_cast<std::uint16_t>(getpid()), ++sequence};
+    return {target.sin_addr.s_addr, static_cast<std::uint16_t>(getpid()), ++sequence};
 }
 
-std::array<std::uint8_t, kRequestBytes> EchoRequest(EchoNumbers numbers)
+std::array<std::uint8_t, kRequestBytes> EchoRequest(const EchoMarks& marks)
 {
     std::array<std::uint8_t, kRequestBytes> request{};
     request.fill(0xFF);
     icmphdr header{};
     static_assert(sizeof(header) == kEchoHeaderBytes);
     header.type = ICMP_ECHO;
-    header.un.echo.id = htons(numbers.id);
-    header.un.echo.sequence = htons(numbers.sequence);
+    header.un.echo.id = htons(marks.id);
+    header.un.echo.sequence = htons(marks.sequence);
     std::memcpy(request.data(), &header, sizeof(header));
     header.checksum = Checksum(request);
     std::memcpy(request.data(), &header, sizeof(header));
@@ -119,9 +119,8 @@ std::uint32_t EchoError(int error)
     }
 }
 
-/// Waits for the reply of `target`; 0, or the system's error number.
-int AwaitReply(const EchoSocket& echo, const sockaddr_in& target, EchoNumbers numbers,
-               Deadline deadline)
+/// Waits for the reply; 0, or the system's error number.
+int AwaitReply(const EchoSocket& echo, const EchoMarks& marks, Deadline deadline)
 {
     std::array<std::uint8_t, kReplyBytes> packet{};
     do {
@@ -133,9 +132,9 @@ int AwaitReply(const EchoSocket& echo, const sockaddr_in& target, EchoNumbers nu
         const ssize_t got = recvfrom(echo.Descriptor(), packet.data(), packet.size(), MSG_DONTWAIT,
                                      reinterpret_cast<sockaddr*>(&from), &size);
         if (got < 0 && errno != EAGAIN && errno != EINTR) return errno;
-        if (got < 0 || from.sin_addr.s_addr != target.sin_addr.s_addr) continue;
+        if (got < 0) continue;
         const std::span<const std::uint8_t> received(packet.data(), static_cast<std::size_t>(got));
-        if (AnswersEcho(received, echo.Form(), numbers)) return 0;
+        if (AnswersEcho(received, from.sin_addr.s_addr, echo.Form(), marks)) return 0;
     } while (Clock::now() < deadline);
     return ETIMEDOUT;
 }
@@ -150,12 +149,12 @@ EchoResult SendEcho(const char* host, std::uint32_t timeoutMs)
     const EchoSocket echo;
     if (!echo.IsOpen()) return result;
 
-    const EchoNumbers numbers = NextNumbers();
-    const auto request = EchoRequest(numbers);
+    const EchoMarks marks = NextMarks(target);
+    const auto request = EchoRequest(marks);
     const Deadline deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
     const ssize_t sent = sendto(echo.Descriptor(), request.data(), request.size(), MSG_NOSIGNAL,
                                 reinterpret_cast<const sockaddr*>(&target), sizeof(target));
-    const int error = sent < 0 ? errno : AwaitReply(echo, target, numbers, deadline);
+    const int error = sent < 0 ? errno : AwaitReply(echo, marks, deadline);
     result.status = error == 0 ? EchoStatus::kReply : EchoStatus::kNoReply;
     result.error = error == 0 ? 0 : EchoError(error);
     if (error == 0) {

@@ -8,8 +8,9 @@
 namespace zelq::platform {
 
 /// By which the reply to one echo is told from all others.
-struct EchoNumbers
+struct EchoMarks
 {
+    std::uint32_t host; ///< its address, as the system has it
     std::uint16_t id;
     std::uint16_t sequence;
 };
@@ -19,8 +20,9 @@ enum class EchoForm {
     kPacket,  ///< a whole IP packet, from a socket that gets all that reach this host
 };
 
-/// Whether what was received is the whole reply to the echo of these numbers.
-bool AnswersEcho(std::span<const std::uint8_t> received, EchoForm form, EchoNumbers numbers);
+/// Whether what was received from `sender` is the whole reply to the echo of these marks.
+bool AnswersEcho(std::span<const std::uint8_t> received, std::uint32_t sender, EchoForm form,
+                 const EchoMarks& marks);
 
 inline constexpr std::size_t kEchoHeaderBytes = 8;
 inline constexpr std::size_t kEchoDataBytes = 32;

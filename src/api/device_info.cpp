@@ -74,8 +74,7 @@ short zelQ_GetDevTypeStr(short type, char* text, short size)
 
 short zelQ_GetDevInfoToModelStr(const unsigned short* info, char* text, short size)
 {
-    if (info == nullptr) return BadArgument(0);
-    if (text == nullptr) return BadArgument(1);
+    if (const short error = CheckArrays(0, info, text)) return error;
 
     std::array<char, 32> model{};
     if (info[kTypeWord] == kMainSeries) {

@@ -1,6 +1,7 @@
 // Looking for controllers. The library is linked in here with all its inner pieces, so that the
 // controllers of the tests can stand at any free port in place of port 7000.
 #include "common/result_codes.h"
+#include "platform/shared_lock.h"
 #include "server/server.h"
 #include "support/trace_capture.h"
 #include "transport/discovery.h"
@@ -12,6 +13,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <gtest/gtest.h>
 #include <memory>
 #include <set>
@@ -276,6 +278,28 @@ TEST_F(DiscoveryTest, WrongArgumentsAreRefusedAtOnce)
     request.StartReadFrame(0xF400, 12);
     EXPECT_EQ(TransactFrames(kAllControllers, request), kConnectFailed);
     EXPECT_EQ(Find(), 1);
+}
+
+TEST_F(DiscoveryTest, GoesOnPastALockThatNobodyReleases)
+{
+    // As a process leaves it that was stopped, or on Windows killed, in the middle of a discovery.
+    std::promise<void> held;
+    std::promise<void> mayEnd;
+    std::thread stuck([&] {
+        platform::SharedLock lock(0);
+        EXPECT_EQ(lock.Wait(std::chrono::milliseconds(0)), platform::LockStatus::kHeld);
+        held.set_value();
+        mayEnd.get_future().wait();
+        lock.Release();
+    });
+    held.get_future().wait();
+    const ScriptedAnswerer answerer(
+        [](const Bytes& request) { return Answers{AnswerOf(request, 1)}; });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Find(), 1);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    mayEnd.set_value();
+    stuck.join();
 }
 
 TEST_F(DiscoveryTest, TwoAtOnceTakeTurns)

@@ -337,7 +337,7 @@ TEST_F(InterpolationTest, ArcsSendTheirGeometry)
     for (const ArcCall& arc : ArcCalls()) {
         const U16 code = arc.helical ? 0x0074 : 0x0073;
         const U16 mode = arc.helical ? 7 : 3;
-        Expect({Row({LineOf(arc.traced, "2"),
+        Expect({Row({arc.traced.c_str(), "2",
                      [&](Number n) { return arc.call(n, kMap, 1, kPoint, kEnd, &speed_); }},
                     Join({{code, kMap, mode}, MapSpeeds(), arc.geometry}))});
     }
@@ -351,9 +351,9 @@ TEST_F(InterpolationTest, WrongArcsAreRefusedInOrder)
 {
     for (const ArcCall& arc : ArcCalls()) {
         const auto with = [&](short map, U16 option, const double* point, const double* end) {
-            return ApiCall{arc.name, [=, &arc](Number n) {
-                               return arc.call(n, map, option, point, end, nullptr);
-                           }};
+            return ApiCall(arc.name.c_str(), "", [=, &arc](Number n) {
+                return arc.call(n, map, option, point, end, nullptr);
+            });
         };
         const auto code = [](int position) { return static_cast<short>(-1700 - position); };
         Refused(-1701, {with(16, 2, nullptr, nullptr), with(-1, 2, nullptr, nullptr)});

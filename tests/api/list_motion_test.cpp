@@ -23,8 +23,8 @@ class ListMotionTest : public CallTest
     /// Adds nodes to axis 2, the array at `null` (an argument's position) missing.
     ApiCall Add(short count, U16* reply1, U16* reply2, U16 axis = 2, int null = 0)
     {
-        const std::string line = LineOf("zelQ_LmAddNode", "2," + std::to_string(count));
-        return {line, [=, this](Number n) {
+        const std::string shown = "2," + std::to_string(count);
+        return {"zelQ_LmAddNode", shown.c_str(), [=, this](Number n) {
                     std::array<const double*, 5> v{};
                     for (std::size_t i = 0; i < 5; ++i) {
                         v[i] = null == static_cast<int>(i) + 3 ? nullptr : values_[i].data();

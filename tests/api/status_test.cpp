@@ -332,7 +332,7 @@ TEST_F(SlavePropertiesTest, ConfiguringReadsTheSlavesAnew)
     // No count in the command. Refused by the controller, the slaves are not read.
     const auto row = [] {
         return Row(
-            {LineOf("zelQ_ServoPropertyCfg", "1,1,4,3,2,1,-2147418110"),
+            {"zelQ_ServoPropertyCfg", "1,1,4,3,2,1,-2147418110",
              [](Number n) { return zelQ_ServoPropertyCfg(n, 1, 1, 4, 3, 2, 1, 0x80010002U); }},
             {0x01B0, 1, 1, 4, 3, 2, 1, 2, 0x8001});
     };

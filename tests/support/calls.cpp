@@ -2,17 +2,30 @@
 
 namespace zelq::test {
 
-std::string LineOf(const std::string& name, const std::string& arguments)
+std::string LineOf(const char* name, const std::string& arguments)
 {
-    std::string line = name + "(5" + (arguments.empty() ? "" : ",") + arguments + ")";
+    std::string line = std::string(name) + "(5" + (arguments.empty() ? "" : ",") + arguments + ")";
     std::erase(line, ' ');
     return line;
 }
 
+ApiCall::ApiCall(std::string line, Runner run, const void* captures, std::size_t size)
+    : line_(std::move(line)), run_(run)
+{
+    std::memcpy(captures_, captures, size);
+}
+
+Row::Row(ApiCall call) : call_(std::move(call)), line_(call_.Line()), failed_(line_) {}
+
+Row::Row(ApiCall call, const Words& command) : Row(std::move(call))
+{
+    frames_ = {Join({{0x0101}, command})};
+}
+
 Row&& Row::Shows(const std::string& arguments, const std::string& failed) &&
 {
-    const std::string name = call_.line.substr(0, call_.line.find('('));
-    return std::move(*this).Lines(LineOf(name, arguments), LineOf(name, failed));
+    const std::string name = call_.Line().substr(0, call_.Line().find('('));
+    return std::move(*this).Lines(LineOf(name.c_str(), arguments), LineOf(name.c_str(), failed));
 }
 
 void Row::ClearOutputs() const
@@ -34,17 +47,17 @@ void Row::ExpectOutputs(bool written) const
 void CallTest::ExpectNoSession(const ApiCall& call)
 {
     for (const short number : std::initializer_list<short>{0, 255, -1, kUnknown}) {
-        EXPECT_EQ(call.run({number}), number == kUnknown ? -3 : -2) << "controller " << number;
+        EXPECT_EQ(call({number}), number == kUnknown ? -3 : -2) << "controller " << number;
     }
 }
 
-void CallTest::Expect(const std::vector<Row>& rows)
+void CallTest::Expect(std::initializer_list<Row> rows)
 {
     constexpr short kRefusal = 7;
     constexpr short kMismatch = -12;
     constexpr short kMissing = -1004;
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.call_.line);
+        SCOPED_TRACE(row.call_.Line());
         row.ClearOutputs();
         ExpectNoSession(row.call_);
         row.ExpectOutputs(false);
@@ -75,9 +88,9 @@ void CallTest::ExpectOnce(const Row& row)
 
 void CallTest::ExpectRow(const Row& row, short result, const std::string& line, bool written)
 {
-    SCOPED_TRACE(row.call_.line + " gives " + std::to_string(result));
+    SCOPED_TRACE(row.call_.Line() + " gives " + std::to_string(result));
     row.ClearOutputs();
-    EXPECT_EQ(row.call_.run({kNumber}), result);
+    EXPECT_EQ(row.call_({kNumber}), result);
     row.ExpectOutputs(written);
 
     std::vector<Words> frames;
@@ -104,12 +117,12 @@ void CallTest::ExpectRow(const Row& row, short result, const std::string& line, 
     EXPECT_EQ(capture_.Lines(), std::vector<std::string>{});
 }
 
-void CallTest::Refused(short code, const std::vector<ApiCall>& calls)
+void CallTest::Refused(short code, std::initializer_list<ApiCall> calls)
 {
     for (const ApiCall& call : calls) {
-        SCOPED_TRACE(call.line);
+        SCOPED_TRACE(call.Line());
         ExpectNoSession(call);
-        EXPECT_EQ(call.run({kNumber}), code);
+        EXPECT_EQ(call({kNumber}), code);
         EXPECT_TRUE(controller_.TakeRequests().empty());
         EXPECT_EQ(capture_.Lines(), std::vector<std::string>{});
     }

@@ -141,13 +141,9 @@ void LetAlarmsHappen(lumosim::Server& simulator, int axis)
 
 int main(int argc, char** argv)
 {
-    CLI::App app("Shows the parameters and alarms of a servo drive.");
-    example::Target target(app);
     unsigned short axis = 0;
-    app.add_option("--axis", axis, "Axis of the drive")
-        ->check(CLI::Range(0, 31))
-        ->capture_default_str();
-    CLI11_PARSE(app, argc, argv);
+    example::Target target(argc, argv, "Shows the parameters and alarms of a servo drive.",
+                           {{"--axis", "Axis of the drive", &axis, 0, 31}});
     try {
         target.Connect();
         const short zelNo = target.Number();

@@ -216,9 +216,7 @@ class FirstMotion
 
 int main(int argc, char** argv)
 {
-    CLI::App app("Connects to a Lumo controller and moves axes 0 and 1.");
-    example::Target target(app);
-    CLI11_PARSE(app, argc, argv);
+    example::Target target(argc, argv, "Connects to a Lumo controller and moves axes 0 and 1.");
     try {
         target.Connect();
         FirstMotion motion(target.Number());

@@ -128,13 +128,12 @@ class FlashImage
 
 int main(int argc, char** argv)
 {
-    CLI::App app("Writes an image into a Lumo controller's flash and compares it.");
-    example::Target target(app);
     std::string file;
     unsigned int address = 0x40000;
-    app.add_option("--image", file, "File to write; without it, a test pattern of 64 KiB");
-    app.add_option("--address", address, "Where to write it")->capture_default_str();
-    CLI11_PARSE(app, argc, argv);
+    example::Target target(
+        argc, argv, "Writes an image into a Lumo controller's flash and compares it.",
+        {{"--image", "File to write; without it, a test pattern of 64 KiB", &file},
+         {"--address", "Where to write it", &address}});
     try {
         Bytes image = LoadImage(file);
         target.Connect();

@@ -243,15 +243,12 @@ void Save(const std::string& file, const std::string& picture)
 
 int main(int argc, char** argv)
 {
-    CLI::App app("Mills a part on axes 0, 1 and 2 and draws a picture of the path.");
-    example::Target target(app);
     std::string file = "path.svg";
     double speed = 100;
-    app.add_option("--output", file, "Where the picture goes")->capture_default_str();
-    app.add_option("--speed", speed, "Cutting speed, millimetres per second")
-        ->check(CLI::Range(1.0, 200.0))
-        ->capture_default_str();
-    CLI11_PARSE(app, argc, argv);
+    example::Target target(argc, argv,
+                           "Mills a part on axes 0, 1 and 2 and draws a picture of the path.",
+                           {{"--output", "Where the picture goes", &file},
+                            {"--speed", "Cutting speed, millimetres per second", &speed, 1, 200}});
     try {
         target.Connect();
         const Figure figure = Figure::Plate(speed);

@@ -196,9 +196,8 @@ class PickAndPlace
 
 int main(int argc, char** argv)
 {
-    CLI::App app("Carries three parts with a sequence program of the controller.");
-    example::Target target(app);
-    CLI11_PARSE(app, argc, argv);
+    example::Target target(argc, argv,
+                           "Carries three parts with a sequence program of the controller.");
     try {
         target.Connect();
         PickAndPlace work(target);

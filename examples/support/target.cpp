@@ -2,8 +2,10 @@
 
 #include "zelq.h"
 
+#include <CLI/CLI.hpp>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <sstream>
 #include <stdexcept>
 
@@ -27,10 +29,23 @@ std::array<short, 3> Octets(const std::string& network)
     return octets;
 }
 
+void Add(CLI::App& app, const Option& option)
+{
+    const auto add = [&](auto* value) {
+        CLI::Option* added = app.add_option(option.name, *value, option.text);
+        added->capture_default_str();
+        if (option.highest > option.lowest) {
+            added->check(CLI::Range(option.lowest, option.highest));
+        }
+    };
+    std::visit(add, option.value);
+}
+
 } // namespace
 
-Target::Target(CLI::App& app)
+Target::Target(int argc, char** argv, const char* about, const std::vector<Option>& options)
 {
+    CLI::App app(about);
     app.add_option("--controller", number_, "Controller number, the last octet of its address")
         ->check(CLI::Range(1, 254))
         ->capture_default_str();
@@ -42,6 +57,13 @@ Target::Target(CLI::App& app)
                    "Simulated seconds in one second, of a simulated controller")
         ->check(CLI::Range(0.01, 100.0))
         ->capture_default_str();
+    for (const Option& option : options)
+        Add(app, option);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        std::exit(app.exit(error));
+    }
 }
 
 void Target::Connect()

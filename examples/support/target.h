@@ -2,19 +2,32 @@
 
 #include "server/server.h"
 
-#include <CLI/CLI.hpp>
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <variant>
+#include <vector>
 
 namespace example {
+
+/// An option that one example has for itself.
+struct Option
+{
+    const char* name; ///< "--speed"
+    const char* text; ///< what it is for
+    std::variant<std::string*, double*, std::uint16_t*, std::uint32_t*> value;
+    double lowest = 0.0;
+    double highest = 0.0; ///< no more than the lowest: any value will do
+};
 
 /// Which controller an example talks to: the one that the command line names, or a simulated one
 /// inside the program.
 class Target
 {
   public:
-    /// Adds --controller, --network, --port and --time-scale.
-    explicit Target(CLI::App& app);
+    /// Reads the command line: --controller, --network, --port, --time-scale and the example's own
+    /// options. Where it is wrong, or asks for help, the program ends here.
+    Target(int argc, char** argv, const char* about, const std::vector<Option>& options = {});
 
     /// Starts the simulator where no network was given, and connects. Throws std::runtime_error
     /// with a plain message when that fails.

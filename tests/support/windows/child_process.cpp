@@ -8,7 +8,6 @@ namespace zelq::test {
 
 namespace {
 
-constexpr DWORD kPatienceMs = 90'000;
 constexpr UINT kKilled = 0xDEAD;
 
 HANDLE Native(std::intptr_t process)
@@ -16,25 +15,15 @@ HANDLE Native(std::intptr_t process)
     return reinterpret_cast<HANDLE>(process);
 }
 
-std::string Quoted(const std::string& word)
-{
-    return '"' + word + '"';
-}
-
 } // namespace
-
-std::string ProgramPath()
-{
-    std::array<char, MAX_PATH> path{};
-    GetModuleFileNameA(nullptr, path.data(), MAX_PATH);
-    return path.data();
-}
 
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
 {
-    std::string commandLine = Quoted(ProgramPath());
+    std::array<char, MAX_PATH> program{};
+    GetModuleFileNameA(nullptr, program.data(), MAX_PATH);
+    std::string commandLine = std::string("\"") + program.data() + '"';
     for (const std::string& argument : arguments) {
-        commandLine += ' ' + Quoted(argument);
+        commandLine += ' ' + argument;
     }
     STARTUPINFOA start{};
     start.cb = sizeof(start);

@@ -1,7 +1,5 @@
 #include "support/debug_output_capture.h"
 
-#include "support/line_queue.h"
-
 #include <array>
 #include <cstring>
 #include <stdexcept>
@@ -10,9 +8,11 @@
 
 namespace zelq::test {
 
+namespace {
+
 /// A debug monitor: whoever writes waits for "buffer ready", fills the buffer and sets "data
 /// ready".
-class DebugOutputCapture::Impl
+class DebugMonitor
 {
     /// What the system puts into the memory that it shares with a debug monitor.
     struct Message
@@ -22,8 +22,9 @@ class DebugOutputCapture::Impl
     };
 
   public:
-    Impl()
-        : bufferReady_(CreateEventA(nullptr, FALSE, TRUE, "DBWIN_BUFFER_READY")),
+    explicit DebugMonitor(example::LineQueue& lines)
+        : lines_(lines),
+          bufferReady_(CreateEventA(nullptr, FALSE, TRUE, "DBWIN_BUFFER_READY")),
           dataReady_(CreateEventA(nullptr, FALSE, FALSE, "DBWIN_DATA_READY")),
           stop_(CreateEventA(nullptr, TRUE, FALSE, nullptr)),
           mapping_(CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
@@ -33,8 +34,7 @@ class DebugOutputCapture::Impl
         if (message_ == nullptr) throw std::runtime_error("no memory for the debugger output");
         reader_ = std::thread([this] { ReadAll(); });
     }
-
-    ~Impl()
+    ~DebugMonitor()
     {
         SetEvent(stop_);
         reader_.join();
@@ -43,10 +43,8 @@ class DebugOutputCapture::Impl
             CloseHandle(handle);
         }
     }
-    Impl(const Impl&) = delete;
-    Impl& operator=(const Impl&) = delete;
-
-    LineQueue lines;
+    DebugMonitor(const DebugMonitor&) = delete;
+    DebugMonitor& operator=(const DebugMonitor&) = delete;
 
   private:
     void ReadAll()
@@ -55,12 +53,13 @@ class DebugOutputCapture::Impl
         while (WaitForMultipleObjects(2, events.data(), FALSE, INFINITE) == WAIT_OBJECT_0 + 1) {
             if (message_->process == GetCurrentProcessId()) {
                 const char* text = message_->text.data();
-                lines.Put({text, strnlen(text, message_->text.size())});
+                lines_.Put({text, strnlen(text, message_->text.size())});
             }
             SetEvent(bufferReady_);
         }
     }
 
+    example::LineQueue& lines_;
     const HANDLE bufferReady_;
     const HANDLE dataReady_;
     const HANDLE stop_;
@@ -69,13 +68,8 @@ class DebugOutputCapture::Impl
     std::thread reader_;
 };
 
-DebugOutputCapture::DebugOutputCapture() : impl_(std::make_unique<Impl>()) {}
+} // namespace
 
-DebugOutputCapture::~DebugOutputCapture() = default;
-
-std::vector<std::string> DebugOutputCapture::Lines(std::size_t count)
-{
-    return impl_->lines.TakeAll(count);
-}
+DebugOutputCapture::DebugOutputCapture() : source_(std::make_shared<DebugMonitor>(lines_)) {}
 
 } // namespace zelq::test

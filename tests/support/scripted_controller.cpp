@@ -238,6 +238,12 @@ void ScriptedController::Then(Step step)
     steps_.push_back(std::move(step));
 }
 
+void ScriptedController::Always(Step step)
+{
+    const std::lock_guard guard(mutex_);
+    usual_ = std::move(step);
+}
+
 void ScriptedController::ThenReply(std::uint16_t result, const Words& data)
 {
     Then([this, result, data](const Request& request) {
@@ -259,14 +265,12 @@ std::vector<Request> ScriptedController::TakeRequests()
 
 Answer ScriptedController::AnswerTo(const Request& request)
 {
-    Step step = [this](const Request& asked) { return Answer{ProperReply(asked)}; };
+    Step step;
     {
         const std::lock_guard guard(mutex_);
         requests_.push_back(request);
-        if (!steps_.empty()) {
-            step = std::move(steps_.front());
-            steps_.pop_front();
-        }
+        step = steps_.empty() ? usual_ : std::move(steps_.front());
+        if (!steps_.empty()) steps_.pop_front();
     }
     return step(request);
 }

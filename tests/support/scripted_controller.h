@@ -77,6 +77,8 @@ class ScriptedController
 
     /// The next request is answered by `step`, the one after it by the next step, and so on.
     void Then(Step step);
+    /// Requests without a step of their own are answered by this one, instead of properly.
+    void Always(Step step);
     /// The next command succeeds and reads back `data` behind the result register.
     void ThenData(const Words& data) { ThenReply(0, data); }
     /// The next command's result register.
@@ -111,6 +113,7 @@ class ScriptedController
     mutable std::mutex mutex_;
     std::map<std::uint16_t, std::uint16_t> registers_;
     std::deque<Step> steps_;
+    Step usual_ = [this](const Request& request) { return Answer{ProperReply(request)}; };
     std::vector<Request> requests_;
     std::atomic<int> connections_ = 0;
     std::atomic<int> openConnections_ = 0;

@@ -10,7 +10,13 @@ using SharedLibrary = std::shared_ptr<void>;
 SharedLibrary LoadSharedLibrary(const std::string& path);
 
 using AnyFunction = void (*)();
-AnyFunction FindFunction(const SharedLibrary& library, const char* name);
+AnyFunction FindAny(const SharedLibrary& library, const char* name);
+
+template <typename Function>
+Function* Find(const SharedLibrary& library, const char* name)
+{
+    return reinterpret_cast<Function*>(FindAny(library, name));
+}
 
 /// The file of libzelq or zelq.dll that this program has loaded itself.
 std::string ZelqLibraryPath();

@@ -15,7 +15,7 @@ SharedLibrary LoadSharedLibrary(const std::string& path)
     return {handle, dlclose};
 }
 
-AnyFunction FindFunction(const SharedLibrary& library, const char* name)
+AnyFunction FindAny(const SharedLibrary& library, const char* name)
 {
     return reinterpret_cast<AnyFunction>(dlsym(library.get(), name));
 }

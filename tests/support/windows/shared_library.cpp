@@ -13,7 +13,7 @@ SharedLibrary LoadSharedLibrary(const std::string& path)
     return {module, [](void* loaded) { FreeLibrary(static_cast<HMODULE>(loaded)); }};
 }
 
-AnyFunction FindFunction(const SharedLibrary& library, const char* name)
+AnyFunction FindAny(const SharedLibrary& library, const char* name)
 {
     return reinterpret_cast<AnyFunction>(GetProcAddress(static_cast<HMODULE>(library.get()), name));
 }

@@ -55,12 +55,6 @@ int CallOften(const Numbers& numbers)
     return 0;
 }
 
-int HoldTheLock(const Numbers& numbers)
-{
-    zelQ_MoveAbs(Connected(numbers), 0, 1.0);
-    return Failed("the call has come back");
-}
-
 int ReturnDuringCalls(const Numbers& numbers)
 {
     CallForEver(Connected(numbers));
@@ -152,8 +146,8 @@ int LoadOften(const Numbers& numbers)
 int Play(const std::string& role, const Numbers& numbers)
 {
     static const std::map<std::string, int (*)(const Numbers&)> kRoles{
-        {"call", CallOften},       {"hold", HoldTheLock},    {"return", ReturnDuringCalls},
-        {"quit", QuitDuringCalls}, {"cycles", ConnectOften}, {"unload", LoadOften},
+        {"call", CallOften},      {"return", ReturnDuringCalls}, {"quit", QuitDuringCalls},
+        {"cycles", ConnectOften}, {"unload", LoadOften},
     };
     return kRoles.at(role)(numbers);
 }

@@ -7,7 +7,6 @@ namespace zelq::test {
 /// port first:
 ///
 /// call     + count: so many calls succeed
-/// hold     one call, that is never answered
 /// return   + number, port: main returns during calls to both, the first of them silent
 /// quit     + the same of others: main returns during calls, all but the first silent
 /// cycles   + count: connects and disconnects leave nothing

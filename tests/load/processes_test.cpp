@@ -97,7 +97,7 @@ TEST(TwoProcesses, GoOnWhenOneIsKilledWithTheLock)
     ScriptedController controller(kHeld);
     ASSERT_NO_FATAL_FAILURE(controller.Connect());
     const auto holds = AwaitFirstCommand(controller);
-    ChildProcess child = Child("hold", {&controller});
+    ChildProcess child = Child("call", {&controller}, 1);
     ASSERT_EQ(holds.wait_for(kPatience), std::future_status::ready);
 
     const auto start = steady_clock::now();
@@ -122,7 +122,7 @@ TEST(TwoProcesses, AnEndingMainLeavesItsCallingThreadsInPeace)
     ScriptedController silent(kSilent);
     ScriptedController busy(kBusy);
     const auto called = AwaitFirstCommand(silent);
-    busy.Always([&](const Request& request) {
+    busy.Always([&busy, called](const Request& request) {
         // The servo reset is main's last call; all others are those of the thread.
         const Words& words = request.front().written;
         const bool fine = words.size() < 2 || words[1] != 0 ||

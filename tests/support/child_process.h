@@ -11,7 +11,11 @@ class ChildProcess
 {
   public:
     explicit ChildProcess(const std::vector<std::string>& arguments);
-    ~ChildProcess();
+    ~ChildProcess()
+    {
+        Kill();
+        Wait();
+    }
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 

@@ -17,13 +17,7 @@ constexpr short kNumber = 41;
 class ForkedChild : public testing::Test
 {
   protected:
-    void SetUp() override
-    {
-        constexpr short kMs = 5000;
-        ASSERT_EQ(ConnectPatiently(kNumber, controller_.Port(), kMs), 0);
-        controller_.TakeRequests();
-        connections_ = controller_.Connections();
-    }
+    void SetUp() override { ASSERT_NO_FATAL_FAILURE(controller_.Connect()); }
 
     /// The child ends as a program does.
     static void ExpectOfChild(const std::function<void()>& body)
@@ -35,7 +29,6 @@ class ForkedChild : public testing::Test
     }
 
     ScriptedController controller_{kNumber};
-    int connections_ = 0;
 };
 
 TEST_F(ForkedChild, IsNotConnectedUntilItConnectsForItself)
@@ -48,13 +41,14 @@ TEST_F(ForkedChild, IsNotConnectedUntilItConnectsForItself)
     EXPECT_TRUE(controller_.TakeRequests().empty());
     EXPECT_EQ(zelQ_MoveAbs(kNumber, 0, 1.0), 0);
 
+    const int connections = controller_.Connections();
     ExpectOfChild([] {
         EXPECT_EQ(zelQ_Connect(kNumber, 127, 0, 0), 0);
         EXPECT_EQ(zelQ_MoveAbs(kNumber, 0, 2.0), 0);
     });
-    EXPECT_EQ(controller_.Connections(), connections_ + 1) << "one, the child's";
+    EXPECT_EQ(controller_.Connections(), connections + 1) << "one, the child's";
     EXPECT_EQ(zelQ_MoveAbs(kNumber, 0, 1.0), 0);
-    EXPECT_EQ(controller_.Connections(), connections_ + 1) << "the parent's own was left alone";
+    EXPECT_EQ(controller_.Connections(), connections + 1) << "the parent's own was left alone";
 }
 
 TEST_F(ForkedChild, TakesNothingFromThreadsInTheMiddleOfTheirCalls)

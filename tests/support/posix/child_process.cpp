@@ -35,20 +35,14 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
     process_ = process;
 }
 
-ChildProcess::~ChildProcess()
-{
-    if (process_ == 0) return;
-    Kill();
-    Wait();
-}
-
 void ChildProcess::Kill()
 {
-    kill(static_cast<pid_t>(process_), SIGKILL);
+    if (process_ != 0) kill(static_cast<pid_t>(process_), SIGKILL);
 }
 
 int ChildProcess::Wait()
 {
+    if (process_ == 0) return kCrashed;
     const auto process = static_cast<pid_t>(process_);
     const int descriptor = pidfd_open(process, 0);
     pollfd end{descriptor, POLLIN, 0};

@@ -6,16 +6,7 @@
 
 namespace zelq::test {
 
-namespace {
-
-constexpr UINT kKilled = 0xDEAD;
-
-HANDLE Native(std::intptr_t process)
-{
-    return reinterpret_cast<HANDLE>(process);
-}
-
-} // namespace
+static constexpr UINT kKilled = 0xDEAD;
 
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
 {
@@ -36,21 +27,15 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
     process_ = reinterpret_cast<std::intptr_t>(started.hProcess);
 }
 
-ChildProcess::~ChildProcess()
-{
-    if (process_ == 0) return;
-    Kill();
-    Wait();
-}
-
 void ChildProcess::Kill()
 {
-    TerminateProcess(Native(process_), kKilled);
+    if (process_ != 0) TerminateProcess(reinterpret_cast<HANDLE>(process_), kKilled);
 }
 
 int ChildProcess::Wait()
 {
-    const HANDLE process = Native(process_);
+    if (process_ == 0) return kCrashed;
+    const HANDLE process = reinterpret_cast<HANDLE>(process_);
     if (WaitForSingleObject(process, kPatienceMs) != WAIT_OBJECT_0) Kill();
     WaitForSingleObject(process, kPatienceMs);
     DWORD code = kKilled;

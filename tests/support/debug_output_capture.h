@@ -9,8 +9,8 @@
 
 namespace zelq::test {
 
-/// Sees, as long as it lives, what this process hands to the debugger output: on Windows as a
-/// debug monitor, on Linux in place of zelq_debug_output.
+/// Sees, as long as it lives, what this process hands to the debugger output: on Windows by what
+/// a debugger is told, on Linux in place of zelq_debug_output.
 class DebugOutputCapture
 {
   public:

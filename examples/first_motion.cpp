@@ -135,7 +135,7 @@ class FirstMotion
     void Do(short result)
     {
         for (const std::string& line : trace_.Take()) {
-            std::printf("  %s\n", line.c_str());
+            std::printf("  %s", line.c_str());
         }
         if (result != ZELQ_OK) throw std::runtime_error("the call gave " + std::to_string(result));
     }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "support/line_queue.h"
+
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,16 +14,27 @@ namespace example {
 class TraceLines
 {
   public:
-    TraceLines();
+    enum class Kind {
+        kReading,
+        kHung, ///< is there, but takes no line: shows what such a viewer costs the callers
+    };
+
+    explicit TraceLines(Kind kind = Kind::kReading);
     ~TraceLines();
     TraceLines(const TraceLines&) = delete;
     TraceLines& operator=(const TraceLines&) = delete;
 
-    /// The lines of the calls made since the last look, without their newlines.
-    std::vector<std::string> Take();
+    /// False when another viewer gets the lines.
+    [[nodiscard]] bool AreHere() const;
+
+    /// The lines since the last look, each with its newline. A call that has returned has delivered
+    /// its own; with a `count`, waits some seconds for that many.
+    std::vector<std::string> Take(std::size_t count = 0);
 
   private:
     class Viewer;
+
+    LineQueue lines_;
     std::unique_ptr<Viewer> viewer_;
 };
 

@@ -1,63 +1,100 @@
 #include "support/trace_lines.h"
 
-#include <utility>
+#include <future>
+#include <thread>
 #include <windows.h>
 
 namespace example {
 
-/// A viewer is a window of class "TfrmMain" and title "Quillet" that gets WM_COPYDATA. Lines sent
-/// by the window's own thread arrive without a message loop.
+namespace {
+
+constexpr char kClass[] = "TfrmMain";
+constexpr char kTitle[] = "Quillet";
+constexpr UINT kStop = WM_APP;
+
+/// A line comes from the viewer itself, as it were, in a record marked by a 1.
+LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM sender, LPARAM parameter)
+{
+    if (message != WM_COPYDATA) return DefWindowProcA(window, message, sender, parameter);
+    const auto* record = reinterpret_cast<const COPYDATASTRUCT*>(parameter);
+    if (reinterpret_cast<HWND>(sender) != window || record->dwData != 1) return FALSE;
+    auto* lines = reinterpret_cast<LineQueue*>(GetWindowLongPtrA(window, GWLP_USERDATA));
+    lines->Put({static_cast<const char*>(record->lpData), record->cbData});
+    return TRUE;
+}
+
+HWND CreateViewer(LineQueue& lines)
+{
+    WNDCLASSA description{};
+    description.lpfnWndProc = OnMessage;
+    description.hInstance = GetModuleHandleA(nullptr);
+    description.lpszClassName = kClass;
+    RegisterClassA(&description); // it stays for the next
+    const HWND window = CreateWindowExA(0, kClass, kTitle, WS_OVERLAPPED, 0, 0, 0, 0, nullptr,
+                                        nullptr, description.hInstance, nullptr);
+    if (window != nullptr) {
+        SetWindowLongPtrA(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&lines));
+    }
+    return window;
+}
+
+} // namespace
+
+/// A viewer is a window of class "TfrmMain" and title "Quillet" that gets WM_COPYDATA. A window
+/// belongs to the thread that made it, and lives on its message loop.
 class TraceLines::Viewer
 {
   public:
-    Viewer()
+    Viewer(LineQueue& lines, Kind kind)
     {
-        WNDCLASSA windowClass{};
-        windowClass.lpfnWndProc = Receive;
-        windowClass.hInstance = GetModuleHandleA(nullptr);
-        windowClass.lpszClassName = "TfrmMain";
-        RegisterClassA(&windowClass);
-        if (FindWindowA("TfrmMain", "Quillet") != nullptr) return;
-        window_ = CreateWindowExA(0, "TfrmMain", "Quillet", WS_OVERLAPPED, 0, 0, 1, 1, nullptr,
-                                  nullptr, windowClass.hInstance, nullptr);
-        if (window_ != nullptr) {
-            SetWindowLongPtrA(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&lines_));
-        }
+        if (FindWindowA(kClass, kTitle) != nullptr) return;
+        std::promise<HWND> made;
+        thread_ = std::thread([&, kind] { Run(lines, kind, made); });
+        window_ = made.get_future().get();
     }
     ~Viewer()
     {
-        if (window_ != nullptr) DestroyWindow(window_);
+        if (!thread_.joinable()) return;
+        stop_.set_value();
+        PostMessageA(window_, kStop, 0, 0);
+        thread_.join();
     }
     Viewer(const Viewer&) = delete;
     Viewer& operator=(const Viewer&) = delete;
 
-    std::vector<std::string> Take() { return std::exchange(lines_, {}); }
+    [[nodiscard]] bool IsThere() const { return window_ != nullptr; }
 
   private:
-    static LRESULT CALLBACK Receive(HWND window, UINT message, WPARAM first, LPARAM second)
+    void Run(LineQueue& lines, Kind kind, std::promise<HWND>& made)
     {
-        auto* lines =
-            reinterpret_cast<std::vector<std::string>*>(GetWindowLongPtrA(window, GWLP_USERDATA));
-        if (message != WM_COPYDATA || lines == nullptr) {
-            return DefWindowProcA(window, message, first, second);
+        const HWND window = CreateViewer(lines);
+        made.set_value(window);
+        MSG message{};
+        if (kind == Kind::kHung) stop_.get_future().wait();
+        while (window != nullptr && message.message != kStop &&
+               GetMessageA(&message, nullptr, 0, 0) > 0) {
+            DispatchMessageA(&message);
         }
-        const auto* copy = reinterpret_cast<const COPYDATASTRUCT*>(second);
-        if (copy->cbData > 0) {
-            lines->emplace_back(static_cast<const char*>(copy->lpData), copy->cbData - 1);
-        }
-        return TRUE;
+        DestroyWindow(window);
     }
 
     HWND window_ = nullptr;
-    std::vector<std::string> lines_;
+    std::promise<void> stop_;
+    std::thread thread_;
 };
 
-TraceLines::TraceLines() : viewer_(std::make_unique<Viewer>()) {}
+TraceLines::TraceLines(Kind kind) : viewer_(std::make_unique<Viewer>(lines_, kind)) {}
+
 TraceLines::~TraceLines() = default;
 
-std::vector<std::string> TraceLines::Take()
+bool TraceLines::AreHere() const
 {
-    return viewer_->Take();
+    return viewer_->IsThere();
+}
+
+std::vector<std::string> TraceLines::Take(std::size_t count)
+{
+    return lines_.Take(count);
 }
 
 } // namespace example

@@ -6,6 +6,7 @@
 #include "support/trace_capture.h"
 #include "transport/discovery.h"
 #include "transport/engine.h"
+#include "transport/turn.h"
 #include "zelq.h"
 
 #include <array>
@@ -13,7 +14,6 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <future>
 #include <gtest/gtest.h>
 #include <memory>
 #include <set>
@@ -26,26 +26,17 @@ namespace zelq::test {
 namespace {
 
 using asio::ip::udp;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
 using Bytes = std::vector<std::uint8_t>;
 using Answers = std::vector<Bytes>;
 using Address = std::array<unsigned short, 4>;
 
 constexpr std::size_t kEntryWords = 22;
 constexpr std::size_t kMostEntries = 44;
+constexpr std::size_t kWords = kEntryWords * (kMostEntries + 1); ///< one more than there may be
 constexpr unsigned short kUntouched = 0xA5A5;
 constexpr Address kLoopback = {127, 0, 0, 1};
-
-/// Room for all entries that there can be, and for one that there must not be.
-struct Entries
-{
-    std::array<unsigned short, kEntryWords*(kMostEntries + 1)> words;
-
-    Entries() { words.fill(kUntouched); }
-    [[nodiscard]] unsigned short Word(std::size_t entry, std::size_t word) const
-    {
-        return words.at(entry * kEntryWords + word);
-    }
-};
 
 /// An answer to `request`: a block of the controller `id`.
 Bytes AnswerOf(const Bytes& request, std::uint8_t id, std::uint8_t day = 15)
@@ -58,6 +49,11 @@ Bytes AnswerOf(const Bytes& request, std::uint8_t id, std::uint8_t day = 15)
         answer.push_back(block[i]);
     }
     return answer;
+}
+
+Answers OneController(const Bytes& request)
+{
+    return {AnswerOf(request, 1)};
 }
 
 /// Answers the first datagram of every discovery as a test tells it; keeps all of them.
@@ -73,21 +69,15 @@ class ScriptedAnswerer
         thread_ = std::thread([this] { io_.run(); });
     }
 
-    ~ScriptedAnswerer()
-    {
-        asio::post(io_, [this] { socket_.close(); });
-        thread_.join();
-    }
-
+    ~ScriptedAnswerer() { Requests(); }
     ScriptedAnswerer(const ScriptedAnswerer&) = delete;
     ScriptedAnswerer& operator=(const ScriptedAnswerer&) = delete;
 
     /// Ends the answering, too.
     std::vector<Bytes> Requests()
     {
-        asio::post(io_, [this] { socket_.close(); });
-        thread_.join();
-        thread_ = std::thread([] {});
+        io_.stop();
+        if (thread_.joinable()) thread_.join();
         return requests_;
     }
 
@@ -97,18 +87,14 @@ class ScriptedAnswerer
         socket_.async_receive_from(
             asio::buffer(area_), sender_, [this](const asio::error_code& error, std::size_t size) {
                 if (error) return;
-                requests_.emplace_back(area_.begin(), area_.begin() + static_cast<int>(size));
-                if (requests_.size() % 2 == 1) Answer();
+                requests_.emplace_back(area_.data(), area_.data() + size);
+                const bool first = requests_.size() % 2 == 1;
+                for (const Bytes& answer : first ? script_(requests_.back()) : Answers()) {
+                    asio::error_code ignored;
+                    socket_.send_to(asio::buffer(answer), sender_, 0, ignored);
+                }
                 Listen();
             });
-    }
-
-    void Answer()
-    {
-        for (const Bytes& answer : script_(requests_.back())) {
-            asio::error_code ignored;
-            socket_.send_to(asio::buffer(answer), sender_, 0, ignored);
-        }
     }
 
     Script script_;
@@ -127,7 +113,12 @@ class DiscoveryTest : public testing::Test
 
     short Find(const Address& address = kLoopback)
     {
-        return zelQ_GetEnumList(address.data(), 0, entries_.words.data());
+        return zelQ_GetEnumList(address.data(), 0, entries_.data());
+    }
+
+    [[nodiscard]] unsigned short Word(std::size_t entry, std::size_t word) const
+    {
+        return entries_.at(entry * kEntryWords + word);
     }
 
     void ExpectTrace(const std::string& line)
@@ -137,47 +128,39 @@ class DiscoveryTest : public testing::Test
     }
 
     TraceCapture capture_;
-    Entries entries_;
+    std::vector<unsigned short> entries_ = std::vector(kWords, kUntouched);
 };
 
-std::unique_ptr<lumosim::Server> StartSimulator(int number, std::uint16_t port)
-{
-    lumosim::ServerConfig config;
-    config.controller.number = number;
-    config.address = "127.0.0." + std::to_string(number);
-    config.discoveryPort = port;
-    auto server = std::make_unique<lumosim::Server>(config);
-    server->Start();
-    SetDiscoveryPort(server->DiscoveryPort());
-    return server;
-}
-
-TEST_F(DiscoveryTest, BroadcastFindsEightControllers)
+TEST_F(DiscoveryTest, FindsControllersByBroadcastOrByTheirAddress)
 {
     std::vector<std::unique_ptr<lumosim::Server>> servers;
+    std::set<int> expected;
+    lumosim::ServerConfig config;
+    config.discoveryPort = 0; // the first one's is that of all
     for (int number = 31; number < 39; ++number) {
-        servers.push_back(
-            StartSimulator(number, servers.empty() ? 0 : servers.back()->DiscoveryPort()));
+        config.controller.number = number;
+        config.address = "127.0.0." + std::to_string(number);
+        servers.push_back(std::make_unique<lumosim::Server>(config));
+        servers.back()->Start();
+        config.discoveryPort = servers.back()->DiscoveryPort();
+        expected.insert(number);
     }
+    SetDiscoveryPort(servers.back()->DiscoveryPort());
     EXPECT_EQ(Find({127, 255, 255, 255}), 8);
     ExpectTrace("16=zelQ_GetEnumList(127,255,255,255)");
     std::set<int> numbers;
     for (std::size_t i = 0; i < 8; ++i) {
-        numbers.insert(entries_.Word(i, 3));
-        EXPECT_EQ(entries_.Word(i, 0), 127);
-        EXPECT_EQ(entries_.Word(i, 18), 8);
-        EXPECT_EQ(entries_.Word(i, 19), kUntouched);
-        EXPECT_EQ(entries_.Word(i, 21), kUntouched);
+        numbers.insert(Word(i, 3));
+        for (const auto& [word, value] :
+             {std::pair(0U, 127), {18U, 8}, {19U, +kUntouched}, {21U, +kUntouched}}) {
+            EXPECT_EQ(Word(i, word), value);
+        }
     }
-    EXPECT_EQ(numbers, (std::set<int>{31, 32, 33, 34, 35, 36, 37, 38}));
-    EXPECT_EQ(entries_.Word(8, 0), kUntouched);
-}
+    EXPECT_EQ(numbers, expected);
+    EXPECT_EQ(Word(8, 0), kUntouched);
 
-TEST_F(DiscoveryTest, OneControllersAddressFindsIt)
-{
-    const auto server = StartSimulator(35, 0);
     EXPECT_EQ(Find({127, 0, 0, 35}), 1);
-    EXPECT_EQ(entries_.Word(0, 3), 35);
+    EXPECT_EQ(Word(0, 3), 35);
     ExpectTrace("2=zelQ_GetEnumList(127,0,0,35)");
 }
 
@@ -194,11 +177,11 @@ TEST_F(DiscoveryTest, AsksTwiceAndEntersEveryControllerOnce)
     EXPECT_EQ(Find(), 3);
     ExpectTrace("5=zelQ_GetEnumList(127,0,0,1)");
     for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(entries_.Word(i, 3), i + 1);
+        EXPECT_EQ(Word(i, 3), i + 1);
     }
-    EXPECT_EQ(entries_.Word(0, 11), 77);
-    EXPECT_EQ(entries_.Word(0, 15), 2020);
-    EXPECT_EQ(entries_.Word(3, 0), kUntouched);
+    EXPECT_EQ(Word(0, 11), 77);
+    EXPECT_EQ(Word(0, 15), 2020);
+    EXPECT_EQ(Word(3, 0), kUntouched);
 
     const std::vector<Bytes> requests = answerer.Requests();
     ASSERT_EQ(requests.size(), 2U);
@@ -218,8 +201,8 @@ TEST_F(DiscoveryTest, FloodFillsNoMoreThan44Entries)
     });
     EXPECT_EQ(Find(), 44);
     ExpectTrace("44=zelQ_GetEnumList(127,0,0,1)");
-    EXPECT_EQ(entries_.Word(43, 3), 43);
-    EXPECT_EQ(entries_.Word(44, 0), kUntouched);
+    EXPECT_EQ(Word(43, 3), 43);
+    EXPECT_EQ(Word(44, 0), kUntouched);
 }
 
 TEST_F(DiscoveryTest, ImpossibleDateLeavesWithoutATrace)
@@ -229,19 +212,21 @@ TEST_F(DiscoveryTest, ImpossibleDateLeavesWithoutATrace)
     });
     EXPECT_EQ(Find(), -1005);
     EXPECT_EQ(capture_.Lines(), std::vector<std::string>{});
-    EXPECT_EQ(entries_.Word(1, 0), kUntouched);
+    EXPECT_EQ(Word(1, 0), kUntouched);
 }
 
 TEST_F(DiscoveryTest, NobodyAndNonsenseAreNoControllers)
 {
     {
-        const ScriptedAnswerer silent([](const Bytes&) { return Answers(); });
-        const auto start = std::chrono::steady_clock::now();
-        EXPECT_EQ(Find(), 0);
-        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(590))
-            << "an answer has three times 200 ms to come";
-        ExpectTrace("0=zelQ_GetEnumList(127,0,0,1)");
+        const ScriptedAnswerer nobody([](const Bytes&) { return Answers(); });
     }
+    // Its port is nobody's now, which some systems report.
+    const auto start = steady_clock::now();
+    EXPECT_EQ(Find(), 0);
+    const auto spent = steady_clock::now() - start;
+    EXPECT_GE(spent, milliseconds(590)) << "an answer has three times 200 ms to come";
+    EXPECT_LT(spent, std::chrono::seconds(5));
+    ExpectTrace("0=zelQ_GetEnumList(127,0,0,1)");
     // What is no answer is dropped whole, and hides nobody.
     const ScriptedAnswerer nonsense([](const Bytes& request) {
         const Bytes proper = AnswerOf(request, 1);
@@ -255,23 +240,22 @@ TEST_F(DiscoveryTest, NobodyAndNonsenseAreNoControllers)
         another[7] = 16;
         Bytes miscounted = proper;
         miscounted[8] = 22;
-        return Answers{{0}, foreign, cut, longer, another, miscounted, proper, cut};
+        return Answers{{}, {0}, foreign, cut, longer, another, miscounted, proper, cut};
     });
     EXPECT_EQ(Find(), 1);
     ExpectTrace("1=zelQ_GetEnumList(127,0,0,1)");
-    EXPECT_EQ(entries_.Word(1, 0), kUntouched);
+    EXPECT_EQ(Word(1, 0), kUntouched);
 }
 
 TEST_F(DiscoveryTest, WrongArgumentsAreRefusedAtOnce)
 {
-    const ScriptedAnswerer answerer(
-        [](const Bytes& request) { return Answers{AnswerOf(request, 1)}; });
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(zelQ_GetEnumList(nullptr, 0, entries_.words.data()), -1700);
+    const ScriptedAnswerer answerer(OneController);
+    const auto start = steady_clock::now();
+    EXPECT_EQ(zelQ_GetEnumList(nullptr, 0, entries_.data()), -1700);
     EXPECT_EQ(Find({127, 0, 0, 256}), -3);
     EXPECT_EQ(zelQ_GetEnumList(Address{127, 0, 0, 256}.data(), 0, nullptr), -3);
     EXPECT_EQ(zelQ_GetEnumList(kLoopback.data(), 0, nullptr), -1702);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
+    EXPECT_LT(steady_clock::now() - start, milliseconds(500));
     EXPECT_EQ(capture_.Lines(), std::vector<std::string>{});
     // What was refused has left nothing behind that would be in the way.
     RequestBuffer request;
@@ -283,35 +267,29 @@ TEST_F(DiscoveryTest, WrongArgumentsAreRefusedAtOnce)
 TEST_F(DiscoveryTest, GoesOnPastALockThatNobodyReleases)
 {
     // As a process leaves it that was stopped, or on Windows killed, in the middle of a discovery.
-    std::promise<void> held;
-    std::promise<void> mayEnd;
-    std::thread stuck([&] {
-        platform::SharedLock lock(0);
-        EXPECT_EQ(lock.Wait(std::chrono::milliseconds(0)), platform::LockStatus::kHeld);
-        held.set_value();
-        mayEnd.get_future().wait();
-        lock.Release();
-    });
-    held.get_future().wait();
-    const ScriptedAnswerer answerer(
-        [](const Bytes& request) { return Answers{AnswerOf(request, 1)}; });
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(Find(), 1);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
-    mayEnd.set_value();
-    stuck.join();
+    platform::SharedLock stuck(0);
+    ASSERT_EQ(stuck.Wait(milliseconds(0)), platform::LockStatus::kHeld);
+    const ScriptedAnswerer answerer(OneController);
+    const auto start = steady_clock::now();
+    DiscoveryContext discovery;
+    std::thread([&] { EXPECT_TRUE(discovery.Open(kLoopback)); }).join();
+    EXPECT_GE(steady_clock::now() - start, kTurnTimeOut - milliseconds(50));
+    // What this thread has itself it need not wait for in vain.
+    RequestBuffer request;
+    request.StartReadFrame(0xF400, 12);
+    EXPECT_EQ(TransactFrames(kAllControllers, request, nullptr, {.receive = 50}), kOk);
+    EXPECT_LT(steady_clock::now() - start, 2 * kTurnTimeOut);
+    stuck.Release();
 }
 
 TEST_F(DiscoveryTest, TwoAtOnceTakeTurns)
 {
-    const ScriptedAnswerer answerer(
-        [](const Bytes& request) { return Answers{AnswerOf(request, 1)}; });
-    Entries others;
-    short found = 0;
-    std::thread other([&] { found = zelQ_GetEnumList(kLoopback.data(), 0, others.words.data()); });
+    const ScriptedAnswerer answerer(OneController);
+    const std::jthread other([] {
+        std::vector<unsigned short> entries(kWords);
+        EXPECT_EQ(zelQ_GetEnumList(kLoopback.data(), 0, entries.data()), 1);
+    });
     EXPECT_EQ(Find(), 1);
-    other.join();
-    EXPECT_EQ(found, 1);
 }
 
 } // namespace

@@ -6,7 +6,7 @@
 #include <chrono>
 #include <future>
 #include <gtest/gtest.h>
-#include <memory>
+#include <latch>
 #include <set>
 #include <thread>
 #include <vector>
@@ -15,7 +15,6 @@ namespace zelq::test {
 
 namespace {
 
-constexpr int kControllers = 64;
 constexpr short kFirstNumber = 101;
 constexpr short kPatientMs = 5000;
 
@@ -24,74 +23,55 @@ constexpr short kPatientMs = 5000;
 int RunInParallel(int count, const std::function<bool(int index)>& work)
 {
     std::atomic<int> discontent = 0;
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int index = 0; index < count; ++index) {
         threads.emplace_back([&, index] {
             if (!work(index)) ++discontent;
         });
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    threads.clear();
     return discontent;
 }
 
-std::unique_ptr<lumosim::Server> StartSimulated(short number)
-{
-    lumosim::ServerConfig config;
-    config.controller.number = number;
-    config.controller.axes = 2;
-    config.address = "127.0.0." + std::to_string(number);
-    config.clock = lumosim::Clock::kByHand;
-    auto server = std::make_unique<lumosim::Server>(config);
-    server->Start();
-    return server;
-}
-
-bool SetUpAxes(short number, int port)
-{
-    bool fine = ConnectPatiently(number, port, kPatientMs) == 0;
-    for (short axis = 0; axis < 2; ++axis) {
-        const auto index = static_cast<unsigned short>(axis);
-        fine = fine && zelQ_UnitPerPulseSet(number, axis, 0.5) == 0 &&
-               zelQ_SpeedSet(number, axis, 0, 0.0, 1e6, 1e5, 1e6) == 0 &&
-               zelQ_ServoOn(number, index, 1) == 0;
-    }
-    return fine;
-}
-
-/// Moves both axes to places that no other controller's axes go to, and looks whether they have
-/// come there.
+/// Moves two axes to places that no other controller's axes go to, and looks whether they have come
+/// there.
 bool Travel(lumosim::Server& server, short number)
 {
-    constexpr int kLegs = 10;
-    for (int leg = 1; leg <= kLegs; ++leg) {
+    bool fine = ConnectPatiently(number, server.Port(), kPatientMs) == 0;
+    for (unsigned short axis = 0; axis < 2; ++axis) {
+        const auto index = static_cast<short>(axis);
+        fine = fine && zelQ_UnitPerPulseSet(number, index, 0.5) == 0 &&
+               zelQ_SpeedSet(number, index, 0, 0.0, 1e6, 1e5, 1e6) == 0 &&
+               zelQ_ServoOn(number, axis, 1) == 0;
+    }
+    for (int leg = 1; leg <= 10; ++leg) {
         const double target = 100.0 * number + leg;
-        if (zelQ_MoveAbs(number, 0, target) != 0) return false;
-        if (zelQ_MoveAbs(number, 1, -target) != 0) return false;
+        fine =
+            fine && zelQ_MoveAbs(number, 0, target) == 0 && zelQ_MoveAbs(number, 1, -target) == 0;
         server.AdvanceBy(std::chrono::seconds(60));
         ControllerStatus status{};
-        if (zelQ_GetAllStatus(number, &status) != 0) return false;
-        if (status.servo[0].commandPosition != target) return false;
-        if (status.servo[1].commandPosition != -target) return false;
+        fine = fine && zelQ_GetAllStatus(number, &status) == 0 &&
+               status.servo[0].commandPosition == target &&
+               status.servo[1].commandPosition == -target;
     }
-    return true;
+    zelQ_Disconnect(number);
+    return fine;
 }
 
 TEST(ParallelCalls, ManyControllersFromAThreadEach)
 {
-    std::vector<std::unique_ptr<lumosim::Server>> servers;
-    for (short i = 0; i < kControllers; ++i) {
-        servers.push_back(StartSimulated(static_cast<short>(kFirstNumber + i)));
-    }
-    const int failed = RunInParallel(kControllers, [&](int index) {
-        const auto number = static_cast<short>(kFirstNumber + index);
-        lumosim::Server& server = *servers[static_cast<std::size_t>(index)];
-        const bool fine = SetUpAxes(number, server.Port()) && Travel(server, number);
-        zelQ_Disconnect(number);
-        return fine;
-    });
-    EXPECT_EQ(failed, 0);
+    EXPECT_EQ(RunInParallel(64,
+                            [](int index) {
+                                lumosim::ServerConfig config;
+                                config.controller.number = kFirstNumber + index;
+                                config.controller.axes = 2;
+                                config.address = "127.0.0." + std::to_string(kFirstNumber + index);
+                                config.clock = lumosim::Clock::kByHand;
+                                lumosim::Server server(config);
+                                server.Start();
+                                return Travel(server, static_cast<short>(kFirstNumber + index));
+                            }),
+              0);
 }
 
 TEST(ParallelCalls, ASilentControllerHoldsUpOnlyItsOwnCaller)
@@ -164,6 +144,81 @@ TEST(ParallelCalls, ConnectingAtOnceMakesOneSession)
             if (zelQ_MoveAbs(kNumber, 0, 1.0) != 0) return false;
         }
         return true;
+    });
+    EXPECT_EQ(failed, 0);
+}
+
+TEST(ParallelCalls, ADisconnectIsNotUndoneByThoseThatWait)
+{
+    constexpr int kRounds = 8;
+    constexpr int kThreads = 4;
+    constexpr short kNumber = 92;
+    ScriptedController controller(kNumber);
+    ASSERT_NO_FATAL_FAILURE(controller.Connect());
+    for (int round = 0; round < kRounds; ++round) {
+        ASSERT_EQ(zelQ_Connect(kNumber, 127, 0, 0), 0);
+        const int connections = controller.Connections();
+        std::latch moving(kThreads + 1);
+        std::atomic<bool> over = false;
+        const int failed = RunInParallel(kThreads + 1, [&](int index) {
+            if (index > 0) {
+                zelQ_ServoOn(kNumber, 0, 1);
+                moving.arrive_and_wait();
+                while (!over && zelQ_MoveAbs(kNumber, 0, 1.0) == 0) {
+                }
+                return true;
+            }
+            moving.arrive_and_wait();
+            zelQ_Disconnect(kNumber);
+            const bool disconnected = zelQ_MoveAbs(kNumber, 0, 2.0) == -4;
+            over = true;
+            return disconnected;
+        });
+        EXPECT_EQ(failed, 0);
+        EXPECT_EQ(zelQ_MoveAbs(kNumber, 0, 3.0), -4);
+        EXPECT_EQ(controller.Connections(), connections) << "a call has connected again";
+    }
+}
+
+/// A controller whose slaves change: `state` servos of 8, and its low bits among the inputs.
+void Change(ScriptedController& controller, unsigned state)
+{
+    constexpr std::uint16_t kConfiguration = 0xF414;
+    controller.SetRegister(kConfiguration, 0); // in the middle of a change
+    controller.SetSlaveTypes(std::vector<std::uint32_t>(1 + state % 8, 1));
+    controller.SetRegisters(kConfiguration, {static_cast<std::uint16_t>(state << 1 | 1),
+                                             static_cast<std::uint16_t>(state % 8), 0});
+}
+
+TEST(ParallelCalls, ChangingSlavesAreReportedByTheirOwnCount)
+{
+    constexpr unsigned kChanges = 60;
+    constexpr int kThreads = 4;
+    constexpr short kNumber = 93;
+    ScriptedController controller(kNumber);
+    Change(controller, 0);
+    ASSERT_NO_FATAL_FAILURE(controller.Connect());
+    std::atomic<unsigned> seen = 0;
+    std::atomic<bool> over = false;
+    const int failed = RunInParallel(kThreads + 1, [&](int index) {
+        for (unsigned state = 1; index == 0 && state < kChanges; ++state) {
+            const unsigned before = seen;
+            Change(controller, state);
+            while (seen < before + kThreads) { // let it be seen by all of them
+                std::this_thread::yield();
+            }
+            over = state + 1 == kChanges;
+        }
+        bool right = true;
+        while (index > 0 && !over) {
+            ControllerStatus status{};
+            if (zelQ_GetAllStatus(kNumber, &status) != 0) continue;
+            ++seen;
+            const unsigned inputs =
+                status.mainInputs[0] | status.mainInputs[1] << 1U | status.mainInputs[2] << 2U;
+            right = right && status.servoCount == 1 + inputs;
+        }
+        return right;
     });
     EXPECT_EQ(failed, 0);
 }

@@ -35,7 +35,7 @@ constexpr short kSilent = 203;
 constexpr short kBusy = 204;
 constexpr short kCycled = 205;
 constexpr short kUnloaded = 206;
-constexpr short kQuit = 207;
+constexpr short kQuit = 207; // and the next
 
 /// Starts a child that plays a role on these controllers.
 ChildProcess Child(const std::string& role, const std::vector<const ScriptedController*>& on,
@@ -50,28 +50,23 @@ ChildProcess Child(const std::string& role, const std::vector<const ScriptedCont
     return ChildProcess(arguments);
 }
 
-/// Enough for all requests of connecting, even where it takes a second try.
-constexpr int kConnectRequests = 20;
-
 bool IsCommand(const Request& request)
 {
     return request.front().function == 23;
 }
 
 /// Answers a child's connecting but not its first command; tells when that has come.
-std::future<void> AwaitFirstCommand(ScriptedController& controller)
+std::shared_future<void> AwaitFirstCommand(ScriptedController& controller)
 {
     auto asked = std::make_shared<std::promise<void>>();
     auto silent = std::make_shared<bool>(false);
-    for (int i = 0; i < kConnectRequests; ++i) {
-        controller.Then([&controller, asked, silent](const Request& request) {
-            if (*silent || !IsCommand(request)) return Answer{controller.ProperReply(request)};
-            *silent = true;
-            asked->set_value();
-            return Answer{};
-        });
-    }
-    return asked->get_future();
+    controller.Always([&controller, asked, silent](const Request& request) {
+        if (*silent || !IsCommand(request)) return Answer{controller.ProperReply(request)};
+        *silent = true;
+        asked->set_value();
+        return Answer{};
+    });
+    return asked->get_future().share();
 }
 
 TEST(TwoProcesses, TakeTurnsOnOneController)
@@ -80,12 +75,10 @@ TEST(TwoProcesses, TakeTurnsOnOneController)
     ScriptedController controller(kShared);
     ASSERT_NO_FATAL_FAILURE(controller.Connect());
     // A reply takes its time, in which a request of the other process would be seen.
-    for (int i = 0; i < kConnectRequests + 2 * kCalls; ++i) {
-        controller.Then([&](const Request& request) {
-            return Answer{.bytes = controller.ProperReply(request), .pause = milliseconds(1)};
-        });
-    }
-    ChildProcess child = Child(kCallRole, {&controller}, kCalls);
+    controller.Always([&](const Request& request) {
+        return Answer{.bytes = controller.ProperReply(request), .pause = milliseconds(1)};
+    });
+    ChildProcess child = Child("call", {&controller}, kCalls);
     const auto deadline = steady_clock::now() + kPatience;
     while (controller.Connections() < 2 && steady_clock::now() < deadline) {
         std::this_thread::yield();
@@ -103,8 +96,8 @@ TEST(TwoProcesses, GoOnWhenOneIsKilledWithTheLock)
 {
     ScriptedController controller(kHeld);
     ASSERT_NO_FATAL_FAILURE(controller.Connect());
-    std::future<void> holds = AwaitFirstCommand(controller);
-    ChildProcess child = Child(kHoldRole, {&controller});
+    const auto holds = AwaitFirstCommand(controller);
+    ChildProcess child = Child("call", {&controller}, 1);
     ASSERT_EQ(holds.wait_for(kPatience), std::future_status::ready);
 
     const auto start = steady_clock::now();
@@ -128,19 +121,16 @@ TEST(TwoProcesses, AnEndingMainLeavesItsCallingThreadsInPeace)
 {
     ScriptedController silent(kSilent);
     ScriptedController busy(kBusy);
-    const std::shared_future<void> called = AwaitFirstCommand(silent).share();
-    const auto mayReturn = [called](const Request& request) {
-        return request.front().written.size() < 2 || request.front().written[1] != 0 ||
-               called.wait_for(kPatience) == std::future_status::ready;
-    };
-    // The servo reset is main's last call; all others are those of the thread.
-    for (int i = 0; i < 2000; ++i) {
-        busy.Then([&, mayReturn](const Request& request) {
-            return mayReturn(request) ? Answer{busy.ProperReply(request)} : Answer{};
-        });
-    }
+    const auto called = AwaitFirstCommand(silent);
+    busy.Always([&busy, called](const Request& request) {
+        // The servo reset is main's last call; all others are those of the thread.
+        const Words& words = request.front().written;
+        const bool fine = words.size() < 2 || words[1] != 0 ||
+                          called.wait_for(kPatience) == std::future_status::ready;
+        return fine ? Answer{busy.ProperReply(request)} : Answer{};
+    });
     ASSERT_NO_FATAL_FAILURE(silent.Connect());
-    EXPECT_EQ(Child(kReturnRole, {&silent, &busy}).Wait(), 0);
+    EXPECT_EQ(Child("return", {&silent, &busy}).Wait(), 0);
     // What they held in the middle of an exchange is released by then.
     const auto start = steady_clock::now();
     EXPECT_EQ(zelQ_MoveAbs(kSilent, 0, 1.0), 0);
@@ -149,42 +139,33 @@ TEST(TwoProcesses, AnEndingMainLeavesItsCallingThreadsInPeace)
 
 TEST(TwoProcesses, AnEndWithManySilentControllersTakesNoLongerThanWithOne)
 {
-    constexpr short kFirstSilent = 208;
-    std::vector<std::future<void>> called;
+    std::vector<std::shared_future<void>> called;
     std::atomic<steady_clock::time_point> end;
     ScriptedController answering(kQuit); // ends before what its answer looks at
     std::vector<std::unique_ptr<ScriptedController>> silent;
     std::vector<const ScriptedController*> all{&answering};
-    for (short i = 0; i < 4; ++i) {
-        silent.push_back(
-            std::make_unique<ScriptedController>(static_cast<short>(kFirstSilent + i)));
+    for (short number = kQuit + 1; number < kQuit + 5; ++number) {
+        silent.push_back(std::make_unique<ScriptedController>(number));
         called.push_back(AwaitFirstCommand(*silent.back()));
         all.push_back(silent.back().get());
     }
-    for (int i = 0; i < kConnectRequests; ++i) {
-        answering.Then([&](const Request& request) {
-            if (!IsCommand(request)) return Answer{answering.ProperReply(request)};
-            for (std::future<void>& call : called) {
-                call.wait_for(kPatience);
-            }
+    answering.Always([&](const Request& request) {
+        if (IsCommand(request)) {
+            std::ranges::for_each(called, [](const auto& call) { call.wait_for(kPatience); });
             end = steady_clock::now();
-            return Answer{answering.ProperReply(request)};
-        });
-    }
-    EXPECT_EQ(Child(kQuitRole, all).Wait(), 0);
+        }
+        return Answer{answering.ProperReply(request)};
+    });
+    EXPECT_EQ(Child("quit", all).Wait(), 0);
     EXPECT_LT(steady_clock::now() - end.load(), 2 * kLockWait);
 }
 
-TEST(Leaks, ConnectingAThousandTimesLeavesNothing)
+TEST(Leaks, ConnectingOrLoadingAThousandTimesLeavesNothing)
 {
-    ScriptedController controller(kCycled);
-    EXPECT_EQ(Child(kCyclesRole, {&controller}, 1000).Wait(), 0);
-}
-
-TEST(Leaks, LoadingAndUnloadingLeavesNothing)
-{
-    ScriptedController controller(kUnloaded);
-    EXPECT_EQ(Child(kUnloadRole, {&controller}, 1000).Wait(), 0);
+    const ScriptedController cycled(kCycled);
+    EXPECT_EQ(Child("cycles", {&cycled}, 1000).Wait(), 0);
+    const ScriptedController unloaded(kUnloaded);
+    EXPECT_EQ(Child("unload", {&unloaded}, 1000).Wait(), 0);
 }
 
 } // namespace

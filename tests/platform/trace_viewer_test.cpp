@@ -3,6 +3,7 @@
 #include "support/process_resources.h"
 #include "support/trace_capture.h"
 
+#include <algorithm>
 #include <chrono>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,24 +14,37 @@
 namespace zelq::platform {
 namespace {
 
-using std::chrono::milliseconds;
 using test::DebugOutputCapture;
 using test::TraceCapture;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Lines = std::vector<std::string>;
 
 void Deliver(const std::string& line)
 {
     DeliverTraceLine(line.c_str(), line.size());
 }
 
+TEST(TraceViewer, IsLookedUpForEachLine)
+{
+    DebugOutputCapture debugger;
+    const std::size_t inheritable = test::InheritableDescriptors();
+    Deliver("before\n"); // by what stays open for all the others
+    EXPECT_EQ(test::InheritableDescriptors(), inheritable);
+    for (const char* line : {"during\n", "again\n"}) {
+        TraceCapture viewer;
+        Deliver(line);
+        EXPECT_EQ(viewer.Next(), line);
+    }
+    Deliver("after\n");
+    EXPECT_THAT(debugger.Lines(2), ElementsAre("before\n", "after\n"));
+}
+
 TEST(TraceViewer, GetsEachLineWholeAndInOrder)
 {
     TraceCapture viewer;
     DebugOutputCapture debugger;
-    const std::string longest = std::string(2046, 'x') + "\n";
-    Lines sent{"TIME=260101000000,0=zelQ_MoveAbs(1,2,3)\n", "\n", longest};
+    std::vector<std::string> sent{"TIME=260101000000,0=zelQ_MoveAbs(1,2,3)\n", "\n",
+                                  std::string(2046, 'x') + "\n"};
     for (int i = 0; i < 100; ++i) {
         sent.push_back(std::to_string(i) + "\n"); // more than a socket's queue holds
     }
@@ -38,29 +52,19 @@ TEST(TraceViewer, GetsEachLineWholeAndInOrder)
         Deliver(line);
     }
     EXPECT_EQ(viewer.Lines(), sent);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back(
+            [] { std::ranges::for_each(std::vector<std::string>(25, "one of many\n"), Deliver); });
+    }
+    threads.clear();
+    EXPECT_EQ(viewer.Lines(), std::vector<std::string>(100, "one of many\n"));
     EXPECT_THAT(debugger.Lines(0), IsEmpty());
-}
-
-TEST(TraceViewer, IsLookedUpForEachLine)
-{
-    DebugOutputCapture debugger;
-    Deliver("before\n");
-    {
-        TraceCapture viewer;
-        Deliver("during\n");
-        EXPECT_EQ(viewer.Next(), "during\n");
-    }
-    Deliver("between\n");
-    {
-        TraceCapture viewer;
-        Deliver("again\n");
-        EXPECT_THAT(viewer.Lines(), ElementsAre("again\n"));
-    }
-    EXPECT_THAT(debugger.Lines(2), ElementsAre("before\n", "between\n"));
 }
 
 TEST(TraceViewer, CostsAtMostATenthOfASecondWhenHung)
 {
+    using std::chrono::milliseconds;
     const TraceCapture viewer(TraceCapture::Viewer::kHung);
     DebugOutputCapture debugger;
     const auto start = std::chrono::steady_clock::now();
@@ -69,39 +73,6 @@ TEST(TraceViewer, CostsAtMostATenthOfASecondWhenHung)
     EXPECT_GE(spent, milliseconds(80));
     EXPECT_LT(spent, milliseconds(400));
     EXPECT_THAT(debugger.Lines(0), IsEmpty());
-}
-
-TEST(TraceViewer, LeavesNothingForChildProcesses)
-{
-    const std::size_t before = test::InheritableDescriptors();
-    Deliver("anything\n");
-    EXPECT_EQ(test::InheritableDescriptors(), before);
-}
-
-TEST(TraceViewer, TakesLinesOfManyThreads)
-{
-    TraceCapture viewer;
-    constexpr int kThreads = 4;
-    constexpr int kLinesEach = 25;
-    std::vector<std::thread> threads;
-    threads.reserve(kThreads);
-    for (int thread = 0; thread < kThreads; ++thread) {
-        threads.emplace_back([thread] {
-            for (int i = 0; i < kLinesEach; ++i) {
-                Deliver(std::to_string(thread) + ":" + std::to_string(i) + "\n");
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    Lines expected;
-    for (int thread = 0; thread < kThreads; ++thread) {
-        for (int i = 0; i < kLinesEach; ++i) {
-            expected.push_back(std::to_string(thread) + ":" + std::to_string(i) + "\n");
-        }
-    }
-    EXPECT_THAT(viewer.Lines(expected.size()), testing::UnorderedElementsAreArray(expected));
 }
 
 } // namespace

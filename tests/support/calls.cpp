@@ -67,11 +67,16 @@ void CallTest::Expect(std::initializer_list<Row> rows)
             ExpectRow(row, kRefusal, row.failed_);
         }
         if (succeeds && (!row.data_.empty() || (!row.outputs_.empty() && !row.reads_.empty()))) {
-            ThenShortReply();
+            controller_.Then([this](Request request) {
+                --request.back().quantity;
+                return Answer{controller_.ProperReply(request)};
+            });
             ExpectRow(row, kMismatch, row.failed_);
         }
         if (succeeds && !row.data_.empty()) {
-            ThenBareSuccess();
+            controller_.Then([](const Request& request) {
+                return Answer{FrameBytes(request.front().id, 0x80 | 23, {3, 0, 0})};
+            });
             ExpectRow(row, row.needsNoData_ ? short{0} : kMissing,
                       row.needsNoData_ ? row.line_ : "");
         }
@@ -153,24 +158,6 @@ void CallTest::ThenProperReply()
 {
     controller_.Then(
         [this](const Request& request) { return Answer{controller_.ProperReply(request)}; });
-}
-
-void CallTest::ThenShortReply()
-{
-    controller_.Then([this](const Request& request) {
-        Request shorter = request;
-        --shorter.back().quantity;
-        return Answer{controller_.ProperReply(shorter)};
-    });
-}
-
-void CallTest::ThenBareSuccess()
-{
-    controller_.Then([](const Request& request) {
-        const RequestFrame& frame = request.front();
-        const auto exception = static_cast<std::uint8_t>(frame.function | 0x80);
-        return Answer{FrameBytes(frame.id, exception, {3, 0, 0})};
-    });
 }
 
 void CallTest::ThenFirstFrameOnly(const Words& data)

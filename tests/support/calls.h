@@ -222,10 +222,6 @@ class CallTest : public WireTest
     void Forget();
     /// The next request is answered properly by the registers set.
     void ThenProperReply();
-    /// The next request is answered but for the last register that it asks for.
-    void ThenShortReply();
-    /// The next command is answered with a success in the form of an exception, which has no data.
-    void ThenBareSuccess();
     /// The next request's first frame is answered with this data, and no other.
     void ThenFirstFrameOnly(const Words& data = {});
     /// All frames sent since the last look.

@@ -6,15 +6,16 @@
 
 namespace zelq::test {
 
-/// The file of the program that runs.
-std::string ProgramPath();
-
 /// Another process that runs this same program. It does not outlive its object.
 class ChildProcess
 {
   public:
     explicit ChildProcess(const std::vector<std::string>& arguments);
-    ~ChildProcess();
+    ~ChildProcess()
+    {
+        Kill();
+        Wait();
+    }
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
@@ -28,7 +29,9 @@ class ChildProcess
     static constexpr int kCrashed = -1;
 
   private:
-    std::intptr_t process_; ///< its id or handle; 0: waited for
+    static constexpr int kPatienceMs = 90'000;
+
+    std::intptr_t process_ = 0; ///< its id or handle; 0: waited for
 };
 
 } // namespace zelq::test

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/line_queue.h"
+
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -7,22 +9,19 @@
 
 namespace zelq::test {
 
-/// Sees, as long as it lives, what this process hands to the debugger output: on Windows as a
-/// debug monitor, on Linux in place of zelq_debug_output.
+/// Sees, as long as it lives, what this process hands to the debugger output: on Windows by what
+/// a debugger is told, on Linux in place of zelq_debug_output.
 class DebugOutputCapture
 {
   public:
     DebugOutputCapture();
-    ~DebugOutputCapture();
-    DebugOutputCapture(const DebugOutputCapture&) = delete;
-    DebugOutputCapture& operator=(const DebugOutputCapture&) = delete;
 
     /// All lines not yet taken; waits about 2 s for `count` of them.
-    std::vector<std::string> Lines(std::size_t count);
+    std::vector<std::string> Lines(std::size_t count) { return lines_.Take(count); }
 
   private:
-    class Impl;
-    std::unique_ptr<Impl> impl_;
+    example::LineQueue lines_;
+    std::shared_ptr<void> source_; ///< the system's
 };
 
 } // namespace zelq::test

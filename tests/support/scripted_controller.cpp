@@ -2,11 +2,13 @@
 
 #include "zelq.h"
 
+#include <algorithm>
 #include <array>
 #include <asio.hpp>
 #include <future>
 #include <gtest/gtest.h>
 #include <set>
+#include <system_error>
 #include <thread>
 
 namespace zelq::test {
@@ -53,16 +55,16 @@ class ScriptedController::Server
   public:
     Server(ScriptedController& owner, const std::string& address)
         : owner_(owner),
-          acceptor_(context_, tcp::endpoint(asio::ip::make_address(address), 0)),
+          acceptor_(context_, {asio::ip::make_address(address), 0}),
           port_(acceptor_.local_endpoint().port())
     {
-        Accept();
+        asio::co_spawn(context_, Accept(), asio::detached);
         thread_ = std::thread([this] { context_.run(); });
     }
 
     ~Server()
     {
-        asio::post(context_, [this] { DropAll(); });
+        StopListening();
         work_.reset();
         thread_.join();
     }
@@ -74,164 +76,114 @@ class ScriptedController::Server
 
     void StopListening()
     {
-        std::promise<void> done;
-        asio::post(context_, [&] {
-            DropAll();
-            done.set_value();
-        });
-        done.get_future().wait();
+        asio::post(context_, std::packaged_task<void()>([this] {
+                       acceptor_.close();
+                       for (Connection* connection : connections_) {
+                           connection->socket.close();
+                           connection->timer.cancel();
+                       }
+                   }))
+            .wait();
     }
 
   private:
     struct Connection
     {
-        explicit Connection(tcp::socket accepted)
-            : socket(std::move(accepted)), timer(socket.get_executor())
-        {}
         tcp::socket socket;
         asio::steady_timer timer;
-        Bytes received;
-        std::array<std::uint8_t, 4096> area{};
-        Answer answer;
-        std::size_t sent = 0; ///< bytes of the answer
+        bool waits = false; ///< for its answer
     };
-    using ConnectionPtr = std::shared_ptr<Connection>;
 
-    void DropAll()
+    asio::awaitable<void> Accept()
     {
-        asio::error_code ignored;
-        acceptor_.close(ignored);
-        while (!connections_.empty()) {
-            Drop(*connections_.begin());
+        while (true) { // until the acceptor is closed
+            tcp::socket accepted = co_await acceptor_.async_accept(asio::use_awaitable);
+            asio::co_spawn(context_, Serve(std::move(accepted)), asio::detached);
         }
     }
 
-    void Drop(const ConnectionPtr& connection)
+    asio::awaitable<void> Serve(tcp::socket accepted)
     {
-        asio::error_code ignored;
-        connection->socket.close(ignored);
-        connection->timer.cancel();
-        if (connections_.erase(connection) == 0) return;
-        const std::lock_guard guard(owner_.mutex_);
+        Connection connection{std::move(accepted), asio::steady_timer(context_)};
+        connections_.insert(&connection);
+        ++owner_.connections_;
+        ++owner_.openConnections_;
+        try {
+            connection.socket.set_option(tcp::no_delay(true));
+            while (co_await Exchange(connection)) {
+            }
+        } catch (const std::system_error&) { // the peer has left, or this end
+        }
+        connections_.erase(&connection);
+        connection.socket.close();
         --owner_.openConnections_;
     }
 
-    void Accept()
+    /// False when the connection is to be closed.
+    asio::awaitable<bool> Exchange(Connection& connection)
     {
-        acceptor_.async_accept([this](asio::error_code error, tcp::socket socket) {
-            if (error) return;
-            asio::error_code gone; // the peer may have left again
-            socket.set_option(tcp::no_delay(true), gone);
-            {
-                const std::lock_guard guard(owner_.mutex_);
-                ++owner_.connections_;
-                ++owner_.openConnections_;
-            }
-            const auto connection = std::make_shared<Connection>(std::move(socket));
-            connections_.insert(connection);
-            Read(connection);
-            Accept();
-        });
+        const Request request = co_await Receive(connection.socket);
+        connection.waits = true;
+        const auto waiting =
+            std::ranges::count_if(connections_, [](const auto* each) { return each->waits; });
+        owner_.mostWaiting_ = std::max<int>(owner_.mostWaiting_, static_cast<int>(waiting));
+        const Answer answer = owner_.AnswerTo(request);
+        do {
+            co_await Send(connection, answer);
+        } while (answer.then == Answer::Then::kRepeat);
+        connection.waits = false;
+        if (answer.then == Answer::Then::kRefuse) acceptor_.close();
+        if (answer.then == Answer::Then::kReset) {
+            connection.socket.set_option(asio::socket_base::linger(true, 0));
+        }
+        co_return answer.then == Answer::Then::kStay || answer.then == Answer::Then::kRefuse;
     }
 
-    void Read(const ConnectionPtr& connection)
-    {
-        connection->socket.async_read_some(
-            asio::buffer(connection->area),
-            [this, connection](asio::error_code error, std::size_t count) {
-                if (error) return Drop(connection);
-                connection->received.insert(connection->received.end(), connection->area.begin(),
-                                            connection->area.begin() +
-                                                static_cast<std::ptrdiff_t>(count));
-                const Request request = TakeRequest(*connection);
-                if (request.empty()) return Read(connection);
-                connection->answer = owner_.AnswerTo(request);
-                connection->sent = 0;
-                SendNextPiece(connection);
-            });
-    }
-
-    static Request TakeRequest(Connection& connection)
+    /// Whole frames, and nothing of another behind them.
+    static asio::awaitable<Request> Receive(tcp::socket& socket)
     {
         Request request;
-        Bytes rest = connection.received;
-        RequestFrame frame;
-        while (TakeFrame(rest, frame)) {
-            request.push_back(frame);
+        Bytes received;
+        std::array<std::uint8_t, 4096> area{};
+        do {
+            const std::size_t count =
+                co_await socket.async_read_some(asio::buffer(area), asio::use_awaitable);
+            received.insert(received.end(), area.data(), area.data() + count);
+            RequestFrame frame;
+            while (TakeFrame(received, frame)) {
+                request.push_back(frame);
+            }
+        } while (!received.empty());
+        co_return request;
+    }
+
+    static asio::awaitable<void> Send(Connection& connection, const Answer& answer)
+    {
+        std::size_t sent = 0;
+        while (sent < answer.bytes.size()) {
+            const bool first = sent == 0;
+            const auto pause = answer.pause + (first ? decltype(answer.later){0} : answer.later);
+            if (pause.count() > 0) {
+                connection.timer.expires_after(pause);
+                co_await connection.timer.async_wait(asio::use_awaitable);
+            }
+            const std::size_t left = answer.bytes.size() - sent;
+            std::size_t size =
+                first && answer.firstPiece != 0 ? answer.firstPiece : answer.pieceSize;
+            size = size == 0 ? left : std::min(size, left);
+            co_await asio::async_write(connection.socket,
+                                       asio::buffer(answer.bytes.data() + sent, size),
+                                       asio::use_awaitable);
+            sent += size;
         }
-        if (!rest.empty()) return {}; // more of the last frame is still to come
-        connection.received.clear();
-        return request;
-    }
-
-    void SendNextPiece(const ConnectionPtr& connection)
-    {
-        if (connection->sent == connection->answer.bytes.size()) return Finish(connection);
-        auto pause = connection->answer.pause;
-        if (connection->sent > 0) pause += connection->answer.later;
-        if (pause.count() == 0) return SendPiece(connection);
-        connection->timer.expires_after(pause);
-        connection->timer.async_wait([this, connection](asio::error_code error) {
-            if (!error) SendPiece(connection);
-        });
-    }
-
-    void SendPiece(const ConnectionPtr& connection)
-    {
-        const Answer& answer = connection->answer;
-        const std::size_t left = answer.bytes.size() - connection->sent;
-        const bool first = connection->sent == 0 && answer.firstPiece != 0;
-        const std::size_t wanted = first ? answer.firstPiece : answer.pieceSize;
-        const std::size_t size = wanted == 0 ? left : std::min(wanted, left);
-        asio::error_code error;
-        asio::write(connection->socket, asio::buffer(answer.bytes.data() + connection->sent, size),
-                    error);
-        if (error) {
-            owner_.Answered();
-            return Drop(connection);
-        }
-        connection->sent += size;
-        SendNextPiece(connection);
-    }
-
-    void Finish(const ConnectionPtr& connection)
-    {
-        owner_.Answered();
-        asio::error_code ignored;
-        switch (connection->answer.then) {
-        case Answer::Then::kRefuse:
-            acceptor_.close(ignored);
-            [[fallthrough]];
-        case Answer::Then::kStay:
-            Read(connection);
-            break;
-        case Answer::Then::kReset:
-            connection->socket.set_option(asio::socket_base::linger(true, 0), ignored);
-            [[fallthrough]];
-        case Answer::Then::kClose:
-            Drop(connection);
-            break;
-        case Answer::Then::kRepeat:
-            Repeat(connection);
-            break;
-        }
-    }
-
-    void Repeat(const ConnectionPtr& connection)
-    {
-        asio::async_write(connection->socket, asio::buffer(connection->answer.bytes),
-                          [this, connection](asio::error_code error, std::size_t) {
-                              if (error) return Drop(connection);
-                              Repeat(connection);
-                          });
     }
 
     ScriptedController& owner_;
     asio::io_context context_;
     asio::executor_work_guard<asio::io_context::executor_type> work_{context_.get_executor()};
     tcp::acceptor acceptor_;
-    int port_;
-    std::set<ConnectionPtr> connections_;
+    const int port_;
+    std::set<Connection*> connections_;
     std::thread thread_;
 };
 
@@ -251,6 +203,11 @@ int ScriptedController::Port() const
     return server_->Port();
 }
 
+void ScriptedController::StopListening()
+{
+    server_->StopListening();
+}
+
 void ScriptedController::Connect()
 {
     constexpr short kMs = 1000;
@@ -267,12 +224,6 @@ void ScriptedController::SetSlaveTypes(const std::vector<std::uint32_t>& words)
     }
 }
 
-void ScriptedController::SetRegister(std::uint16_t address, std::uint16_t value)
-{
-    const std::lock_guard guard(mutex_);
-    registers_[address] = value;
-}
-
 void ScriptedController::SetRegisters(std::uint16_t address, const Words& values)
 {
     const std::lock_guard guard(mutex_);
@@ -287,24 +238,23 @@ void ScriptedController::Then(Step step)
     steps_.push_back(std::move(step));
 }
 
-void ScriptedController::ThenData(Words data)
+void ScriptedController::Always(Step step)
 {
-    Then([this, data = std::move(data)](const Request& request) {
-        return Answer{ProperReply(request.front(), 0, data)};
-    });
+    const std::lock_guard guard(mutex_);
+    usual_ = std::move(step);
 }
 
-void ScriptedController::ThenResult(std::uint16_t result)
+void ScriptedController::ThenReply(std::uint16_t result, const Words& data)
 {
-    Then([this, result](const Request& request) {
-        return Answer{ProperReply(request.front(), result)};
+    Then([this, result, data](const Request& request) {
+        return Answer{ProperReply(request.front(), result, data)};
     });
 }
 
 std::size_t ScriptedController::UnusedSteps() const
 {
     const std::lock_guard guard(mutex_);
-    return steps_.size() - usedSteps_;
+    return steps_.size();
 }
 
 std::vector<Request> ScriptedController::TakeRequests()
@@ -313,45 +263,16 @@ std::vector<Request> ScriptedController::TakeRequests()
     return std::exchange(requests_, {});
 }
 
-int ScriptedController::Connections() const
-{
-    const std::lock_guard guard(mutex_);
-    return connections_;
-}
-
-int ScriptedController::OpenConnections() const
-{
-    const std::lock_guard guard(mutex_);
-    return openConnections_;
-}
-
-int ScriptedController::MostWaiting() const
-{
-    const std::lock_guard guard(mutex_);
-    return mostWaiting_;
-}
-
-void ScriptedController::StopListening()
-{
-    server_->StopListening();
-}
-
 Answer ScriptedController::AnswerTo(const Request& request)
 {
     Step step;
     {
         const std::lock_guard guard(mutex_);
         requests_.push_back(request);
-        mostWaiting_ = std::max(mostWaiting_, ++waiting_);
-        if (usedSteps_ < steps_.size()) step = steps_[usedSteps_++];
+        step = steps_.empty() ? usual_ : std::move(steps_.front());
+        if (!steps_.empty()) steps_.pop_front();
     }
-    return step ? step(request) : Answer{ProperReply(request)};
-}
-
-void ScriptedController::Answered()
-{
-    const std::lock_guard guard(mutex_);
-    --waiting_;
+    return step(request);
 }
 
 Bytes ScriptedController::ProperReply(const Request& request) const
@@ -367,23 +288,20 @@ Bytes ScriptedController::ProperReply(const Request& request) const
 Bytes ScriptedController::ProperReply(const RequestFrame& frame, std::uint16_t result,
                                       const Words& data) const
 {
-    const std::lock_guard guard(mutex_);
     Bytes body;
     if (frame.function == 16) {
         PutWord(body, frame.start);
         PutWord(body, frame.quantity);
         return FrameBytes(frame.id, frame.function, body);
     }
+    const std::lock_guard guard(mutex_);
     body.push_back(static_cast<std::uint8_t>(2 * frame.quantity));
     for (std::size_t i = 0; i < frame.quantity; ++i) {
-        if (frame.function == 23 && i == 0) {
-            PutWord(body, result);
-        } else if (frame.function == 23 && i <= data.size()) {
-            PutWord(body, data[i - 1]);
-        } else {
-            const auto found = registers_.find(static_cast<std::uint16_t>(frame.start + i));
-            PutWord(body, found == registers_.end() ? std::uint16_t{0} : found->second);
-        }
+        const auto found = registers_.find(static_cast<std::uint16_t>(frame.start + i));
+        std::uint16_t word = found == registers_.end() ? std::uint16_t{0} : found->second;
+        if (frame.function == 23 && i == 0) word = result;
+        if (frame.function == 23 && i > 0 && i <= data.size()) word = data[i - 1];
+        PutWord(body, word);
     }
     return FrameBytes(frame.id, frame.function, body);
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -69,27 +71,29 @@ class ScriptedController
 
     /// The slave type words (axis 0 first) that a connecting library reads.
     void SetSlaveTypes(const std::vector<std::uint32_t>& words);
-    void SetRegister(std::uint16_t address, std::uint16_t value);
     /// All of them at once: no reply has some of the old ones.
     void SetRegisters(std::uint16_t address, const Words& values);
+    void SetRegister(std::uint16_t address, std::uint16_t value) { SetRegisters(address, {value}); }
 
     /// The next request is answered by `step`, the one after it by the next step, and so on.
     void Then(Step step);
+    /// Requests without a step of their own are answered by this one, instead of properly.
+    void Always(Step step);
     /// The next command succeeds and reads back `data` behind the result register.
-    void ThenData(Words data);
+    void ThenData(const Words& data) { ThenReply(0, data); }
     /// The next command's result register.
-    void ThenResult(std::uint16_t result);
+    void ThenResult(std::uint16_t result) { ThenReply(result, {}); }
     /// Steps that no request has used: a finished test leaves none.
     [[nodiscard]] std::size_t UnusedSteps() const;
 
     /// The requests since the last look, oldest first.
     std::vector<Request> TakeRequests();
     /// Connections accepted so far.
-    [[nodiscard]] int Connections() const;
+    [[nodiscard]] int Connections() const { return connections_; }
     /// Those of them that this end has not closed yet.
-    [[nodiscard]] int OpenConnections() const;
+    [[nodiscard]] int OpenConnections() const { return openConnections_; }
     /// The most requests, of all connections together, that waited for their answer at once.
-    [[nodiscard]] int MostWaiting() const;
+    [[nodiscard]] int MostWaiting() const { return mostWaiting_; }
     /// Stops listening and drops the connections: reconnecting is refused from now on.
     void StopListening();
 
@@ -102,19 +106,18 @@ class ScriptedController
   private:
     class Server;
 
+    void ThenReply(std::uint16_t result, const Words& data);
     Answer AnswerTo(const Request& request);
-    void Answered();
 
     const short number_;
     mutable std::mutex mutex_;
     std::map<std::uint16_t, std::uint16_t> registers_;
-    std::vector<Step> steps_;
-    std::size_t usedSteps_ = 0;
+    std::deque<Step> steps_;
+    Step usual_ = [this](const Request& request) { return Answer{ProperReply(request)}; };
     std::vector<Request> requests_;
-    int connections_ = 0;
-    int openConnections_ = 0;
-    int waiting_ = 0;
-    int mostWaiting_ = 0;
+    std::atomic<int> connections_ = 0;
+    std::atomic<int> openConnections_ = 0;
+    std::atomic<int> mostWaiting_ = 0;
     std::unique_ptr<Server> server_;
 };
 

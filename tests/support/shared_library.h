@@ -1,33 +1,24 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 namespace zelq::test {
 
-/// A shared library, loaded as long as it lives.
-class SharedLibrary
+/// A shared library, loaded as long as somebody has it; throws when it cannot be.
+using SharedLibrary = std::shared_ptr<void>;
+SharedLibrary LoadSharedLibrary(const std::string& path);
+
+using AnyFunction = void (*)();
+AnyFunction FindAny(const SharedLibrary& library, const char* name);
+
+template <typename Function>
+Function* Find(const SharedLibrary& library, const char* name)
 {
-  public:
-    explicit SharedLibrary(const std::string& path);
-    ~SharedLibrary();
-    SharedLibrary(const SharedLibrary&) = delete;
-    SharedLibrary& operator=(const SharedLibrary&) = delete;
+    return reinterpret_cast<Function*>(FindAny(library, name));
+}
 
-    template <typename Function>
-    [[nodiscard]] Function* Find(const char* name) const
-    {
-        return reinterpret_cast<Function*>(FindAddress(name));
-    }
-
-  private:
-    using AnyFunction = void (*)();
-
-    [[nodiscard]] AnyFunction FindAddress(const char* name) const;
-
-    void* handle_;
-};
-
-/// The file of libzelq or zelq.dll beside this program.
+/// The file of libzelq or zelq.dll that this program has loaded itself.
 std::string ZelqLibraryPath();
 
 /// Whether a file whose path ends in `name` is mapped into this process as a library or memory.

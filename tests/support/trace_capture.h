@@ -1,28 +1,21 @@
 #pragma once
 
-#include <cstddef>
-#include <memory>
+#include "support/trace_lines.h"
+
+#include <deque>
 #include <string>
 #include <vector>
 
 namespace zelq::test {
 
-/// The trace viewer of this machine, as long as it lives: the window of class TfrmMain and title
-/// Quillet on Windows, the owner of the abstract datagram socket Quillet on Linux. There can be
-/// only one; where another is there, the constructor waits for its end, and throws after some
-/// seconds.
+/// The trace viewer of this machine, as long as it lives. There can be only one; where another is
+/// there, the constructor waits for its end, and throws after some seconds.
 class TraceCapture
 {
   public:
-    enum class Viewer {
-        kReading,
-        kHung, ///< it is there, but takes no line
-    };
+    using Viewer = example::TraceLines::Kind;
 
     explicit TraceCapture(Viewer viewer = Viewer::kReading);
-    ~TraceCapture();
-    TraceCapture(const TraceCapture&) = delete;
-    TraceCapture& operator=(const TraceCapture&) = delete;
 
     /// The oldest line not yet taken, with its newline; waits about 2 s, and gives "" when none
     /// comes.
@@ -33,8 +26,8 @@ class TraceCapture
     std::vector<std::string> Lines(std::size_t count = 0);
 
   private:
-    class Impl;
-    std::unique_ptr<Impl> impl_;
+    std::unique_ptr<example::TraceLines> viewer_;
+    std::deque<std::string> taken_;
 };
 
 } // namespace zelq::test

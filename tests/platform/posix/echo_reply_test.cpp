@@ -16,15 +16,10 @@ std::vector<std::uint8_t> Reply(const EchoMarks& marks, unsigned words)
 {
     std::vector<std::uint8_t> packet(4 * words);
     if (words > 0) packet[0] = static_cast<std::uint8_t>(0x40U | words);
-    const std::uint8_t head[] = {0,
-                                 0,
-                                 0xAA,
-                                 0xBB,
-                                 static_cast<std::uint8_t>(marks.id >> 8U),
-                                 static_cast<std::uint8_t>(marks.id),
-                                 static_cast<std::uint8_t>(marks.sequence >> 8U),
-                                 static_cast<std::uint8_t>(marks.sequence)};
-    packet.insert(packet.end(), std::begin(head), std::end(head));
+    for (const unsigned word : {0U, 0xAABBU, unsigned{marks.id}, unsigned{marks.sequence}}) {
+        packet.push_back(static_cast<std::uint8_t>(word >> 8U));
+        packet.push_back(static_cast<std::uint8_t>(word));
+    }
     packet.insert(packet.end(), kEchoDataBytes, 0xFF);
     return packet;
 }

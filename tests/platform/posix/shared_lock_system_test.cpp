@@ -1,261 +1,169 @@
+#include "platform/loopback.h"
 #include "platform/shared_lock.h"
+#include "support/posix/forked_child.h"
 
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
-#include <gtest/gtest.h>
 #include <string>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 namespace zelq::platform {
 namespace {
 
 namespace fs = std::filesystem;
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
-constexpr milliseconds kLong{20'000};
-constexpr milliseconds kShort{60};
-constexpr milliseconds kPrompt{5'000};
 constexpr unsigned kPlace = 243;
 
+LockStatus WaitOnce()
+{
+    SharedLock lock(kPlace);
+    const LockStatus status = lock.Wait(kShort);
+    if (status != LockStatus::kFailed) lock.Release();
+    return status;
+}
+
+/// A child that waits for the lock, and stops when it has it.
+pid_t StartWaiter()
+{
+    const pid_t child = fork();
+    if (child != 0) return child;
+    SharedLock lock(kPlace);
+    if (lock.Wait(kLong) == LockStatus::kHeld) raise(SIGSTOP);
+    _exit(1);
+}
+
 /// A runtime folder of its own, which the locks are in while it lives.
-class LockFolder : public testing::Test
+class SharedLockSystem : public testing::Test
 {
   protected:
-    LockFolder()
+    SharedLockSystem()
     {
-        std::string pattern = (fs::current_path() / "locks-XXXXXX").string();
-        folder_ = mkdtemp(pattern.data());
+        mkdir(folder_.c_str(), S_IRWXU);
         setenv("XDG_RUNTIME_DIR", folder_.c_str(), 1);
     }
-    ~LockFolder() override
+    ~SharedLockSystem() override
     {
         setenv("XDG_RUNTIME_DIR", before_.c_str(), 1);
         fs::remove_all(folder_);
     }
 
-    [[nodiscard]] fs::path Page() const { return folder_ / "zelq-locks"; }
-
-    static LockStatus WaitOnce()
-    {
-        SharedLock lock(kPlace);
-        const LockStatus status = lock.Wait(kShort);
-        if (status != LockStatus::kFailed) lock.Release();
-        return status;
-    }
-
-    fs::path folder_;
+    const fs::path folder_ = fs::current_path() / ("locks-" + std::to_string(getpid()));
+    const fs::path page_ = folder_ / "zelq-locks";
     const std::string before_ = std::getenv("XDG_RUNTIME_DIR");
+    SharedLock lock_{kPlace};
 };
 
-/// A process of its own that takes the lock and keeps it until it is killed.
-class Holder
+TEST_F(SharedLockSystem, IsFreedWhenItsHolderDies)
 {
-  public:
-    Holder()
-    {
-        int ends[2] = {-1, -1};
-        if (pipe(ends) != 0) return;
-        process_ = fork();
-        if (process_ == 0) Hold(ends[1]);
-        close(ends[1]);
-        char held = 0;
-        holds_ = read(ends[0], &held, 1) == 1;
-        close(ends[0]);
-    }
-    ~Holder()
-    {
-        if (process_ <= 0) return;
-        kill(process_, SIGKILL);
-        waitpid(process_, nullptr, 0);
-    }
-    Holder(const Holder&) = delete;
-    Holder& operator=(const Holder&) = delete;
-
-    [[nodiscard]] bool Holds() const { return holds_; }
-
-    /// Ends it, and waits until it has, but leaves it to be waited for as a process.
-    void Kill() const
-    {
-        kill(process_, SIGKILL);
-        siginfo_t ended{};
-        waitid(P_PID, static_cast<id_t>(process_), &ended, WEXITED | WNOWAIT);
-    }
-
-  private:
-    [[noreturn]] static void Hold(int report)
-    {
-        SharedLock lock(kPlace);
-        if (lock.Wait(kLong) == LockStatus::kHeld && write(report, "h", 1) == 1) {
-            while (true) {
-                pause();
-            }
-        }
-        _exit(1);
-    }
-
-    pid_t process_ = -1;
-    bool holds_ = false;
-};
-
-TEST_F(LockFolder, TheLockIsFreedWhenItsHolderDies)
-{
-    SharedLock lock(kPlace);
     for (int again = 0; again < 3; ++again) {
-        const Holder holder;
-        ASSERT_TRUE(holder.Holds());
-        EXPECT_EQ(lock.Wait(milliseconds{0}), LockStatus::kTimedOut);
-        lock.Release(); // which is nothing to one who does not hold it
-        EXPECT_EQ(lock.Wait(milliseconds{0}), LockStatus::kTimedOut);
-        lock.Release();
-        holder.Kill(); // no process is waited for yet, as where a parent never looks
-        EXPECT_EQ(lock.Wait(kLong), LockStatus::kHeld);
-        lock.Release();
+        const pid_t holder = StartWaiter();
+        int stopped = 0;
+        waitpid(holder, &stopped, WUNTRACED);
+        EXPECT_TRUE(WIFSTOPPED(stopped));
+        EXPECT_EQ(lock_.Wait(milliseconds{0}), LockStatus::kTimedOut);
+        lock_.Release(); // which is nothing to one who does not hold it
+        EXPECT_EQ(lock_.Wait(milliseconds{0}), LockStatus::kTimedOut);
+        lock_.Release();
+        // Nobody waits for the process yet, as where a parent never looks.
+        kill(holder, SIGKILL);
+        siginfo_t ended{};
+        waitid(P_PID, static_cast<id_t>(holder), &ended, WEXITED | WNOWAIT);
+        EXPECT_EQ(lock_.Wait(kPrompt), LockStatus::kHeld);
+        lock_.Release();
+        waitpid(holder, nullptr, 0);
     }
 }
 
-TEST_F(LockFolder, TheLockIsFreedWhileSomebodyWaits)
-{
-    SharedLock lock(kPlace);
-    const Holder holder;
-    ASSERT_TRUE(holder.Holds());
-    const auto start = steady_clock::now();
-    std::thread waiter([&] {
-        EXPECT_EQ(lock.Wait(kLong), LockStatus::kHeld);
-        lock.Release();
-    });
-    EXPECT_EQ(lock.Wait(kShort), LockStatus::kTimedOut); // long enough for the waiter to wait
-    lock.Release();
-    holder.Kill();
-    waiter.join();
-    EXPECT_LT(steady_clock::now() - start, kPrompt);
-    EXPECT_EQ(WaitOnce(), LockStatus::kHeld);
-}
-
-TEST_F(LockFolder, AWaiterThatIsKilledTakesNoTurnWithIt)
+TEST_F(SharedLockSystem, AWaiterThatIsKilledTakesNoTurnWithIt)
 {
     // Each is killed about when the lock becomes its own.
-    SharedLock lock(kPlace);
     for (int round = 0; round < 50; ++round) {
-        ASSERT_EQ(lock.Wait(kPrompt), LockStatus::kHeld) << round;
-        const pid_t waiter = fork();
-        if (waiter == 0) {
-            SharedLock own(kPlace);
-            own.Wait(kLong);
-            _exit(0);
-        }
-        const auto start = steady_clock::now();
-        while (steady_clock::now() < start + std::chrono::microseconds(100 * round)) {
+        ASSERT_EQ(lock_.Wait(kPrompt), LockStatus::kHeld) << round;
+        const pid_t waiter = StartWaiter();
+        const auto start = Clock::now();
+        while (Clock::now() < start + std::chrono::microseconds(100 * round)) {
             std::this_thread::yield();
         }
-        lock.Release();
+        lock_.Release();
         kill(waiter, SIGKILL);
         waitpid(waiter, nullptr, 0);
     }
-    EXPECT_EQ(lock.Wait(kPrompt), LockStatus::kHeld);
-    lock.Release();
-}
-
-TEST_F(LockFolder, AForkedChildHasNothingOfItsParents)
-{
-    SharedLock lock(kPlace);
-    ASSERT_EQ(lock.Wait(kLong), LockStatus::kHeld);
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(60);
-        lock.Release(); // what the parent holds
-        const bool excluded = lock.Wait(kShort) == LockStatus::kTimedOut;
-        lock.Release();
-        lock.Close();
-        _exit(excluded ? 0 : 1);
-    }
-    int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-    std::thread([&] { EXPECT_EQ(WaitOnce(), LockStatus::kTimedOut); }).join();
-    lock.Release();
     EXPECT_EQ(WaitOnce(), LockStatus::kHeld);
 }
 
-TEST_F(LockFolder, ThePageIsThisUsersAlone)
+TEST_F(SharedLockSystem, AForkedChildHasNothingOfItsParents)
 {
-    ASSERT_EQ(WaitOnce(), LockStatus::kHeld);
-    struct stat state
-    {};
-    ASSERT_EQ(lstat(Page().c_str(), &state), 0);
-    EXPECT_EQ(state.st_mode, S_IFREG | S_IRUSR | S_IWUSR);
-    EXPECT_EQ(state.st_size, 4096);
-    EXPECT_EQ(chmod(Page().c_str(), 0666), 0);
-    EXPECT_EQ(WaitOnce(), LockStatus::kFailed) << "others may write to it";
-    EXPECT_EQ(chmod(Page().c_str(), 0600), 0);
-    fs::rename(Page(), folder_ / "elsewhere");
-    fs::create_hard_link(folder_ / "elsewhere", Page());
-    EXPECT_EQ(WaitOnce(), LockStatus::kFailed) << "it has another name";
-    fs::remove(Page());
-    fs::create_symlink(folder_ / "elsewhere", Page());
-    EXPECT_EQ(WaitOnce(), LockStatus::kFailed) << "it is a link";
-    fs::remove(Page());
-    ASSERT_EQ(mkfifo(Page().c_str(), 0600), 0);
-    EXPECT_EQ(WaitOnce(), LockStatus::kFailed) << "it is a pipe";
-    fs::remove(Page());
-    if (geteuid() == 0) {
-        fs::rename(folder_ / "elsewhere", Page());
-        EXPECT_EQ(chown(Page().c_str(), 65534, 65534), 0);
-        EXPECT_EQ(WaitOnce(), LockStatus::kFailed) << "it is another user's";
-        fs::remove(Page());
-    }
+    ASSERT_EQ(lock_.Wait(kLong), LockStatus::kHeld);
+    test::ExpectOfForkedChild([this] {
+        lock_.Release(); // what the parent holds
+        EXPECT_EQ(lock_.Wait(kShort), LockStatus::kTimedOut);
+        lock_.Release();
+        lock_.Close();
+    });
+    std::thread([] { EXPECT_EQ(WaitOnce(), LockStatus::kTimedOut); }).join();
+    lock_.Release();
     EXPECT_EQ(WaitOnce(), LockStatus::kHeld);
 }
 
-TEST_F(LockFolder, AFolderThatOthersMayUseIsPassedOver)
+TEST_F(SharedLockSystem, ThePageIsThisUsersAlone)
 {
+    const fs::path other = folder_ / "elsewhere";
+    const struct
+    {
+        const char* name;
+        std::function<void()> make;
+    } cases[] = {
+        {"others may write to it", [&] { EXPECT_EQ(chmod(page_.c_str(), 0666), 0); }},
+        {"it has another name", [&] { fs::create_hard_link(page_, other); }},
+        {"it is a link", [&] { fs::rename(page_, other), fs::create_symlink(other, page_); }},
+        {"it is a pipe", [&] { fs::remove(page_), mkfifo(page_.c_str(), S_IRUSR | S_IWUSR); }},
+        {"it is another user's",
+         [&] {
+             // Only root can give it away.
+             if (chown(page_.c_str(), 65534, 65534) != 0) chmod(page_.c_str(), 0666);
+         }},
+    };
+    for (const auto& [name, make] : cases) {
+        ASSERT_EQ(WaitOnce(), LockStatus::kHeld);
+        struct stat state
+        {};
+        EXPECT_EQ(lstat(page_.c_str(), &state), 0);
+        EXPECT_EQ(state.st_mode, S_IFREG | S_IRUSR | S_IWUSR);
+        EXPECT_EQ(state.st_size, 4096);
+        make();
+        EXPECT_EQ(WaitOnce(), LockStatus::kFailed) << name;
+        fs::remove(page_);
+        fs::remove(other);
+    }
+    // A folder that others may use is passed over.
     ASSERT_EQ(chmod(folder_.c_str(), 0770), 0);
     WaitOnce();
-    EXPECT_FALSE(fs::exists(Page()));
+    EXPECT_FALSE(fs::exists(page_));
 }
 
-TEST_F(LockFolder, WhatFailsOnceHealsAtTheNextWait)
+TEST_F(SharedLockSystem, WhatFailsOnceHealsAtTheNextWait)
 {
-    SharedLock lock(kPlace);
-    rlimit before{};
-    getrlimit(RLIMIT_NOFILE, &before);
-    const rlimit none{0, before.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
-    EXPECT_EQ(lock.Wait(kShort), LockStatus::kFailed);
-    setrlimit(RLIMIT_NOFILE, &before);
-    EXPECT_EQ(lock.Wait(kShort), LockStatus::kHeld);
-    lock.Release();
-}
-
-TEST_F(LockFolder, SpaceThatIsNotThereIsAnError)
-{
-    // A limit on the size of files is met where a full file system would be.
-    const pid_t child = fork();
-    if (child == 0) {
-        signal(SIGXFSZ, SIG_IGN);
-        const rlimit none{0, 0};
-        setrlimit(RLIMIT_FSIZE, &none);
-        _exit(WaitOnce() == LockStatus::kFailed ? 0 : 1);
+    // No descriptor; no space, for a limit on files is met where a full file system would be.
+    for (const auto resource : {RLIMIT_NOFILE, RLIMIT_FSIZE}) {
+        fs::remove(page_);
+        test::ExpectOfForkedChild([resource] {
+            signal(SIGXFSZ, SIG_IGN);
+            SharedLock lock(kPlace);
+            rlimit before{};
+            getrlimit(resource, &before);
+            const rlimit none{0, before.rlim_max};
+            setrlimit(resource, &none);
+            EXPECT_EQ(lock.Wait(kShort), LockStatus::kFailed);
+            setrlimit(resource, &before);
+            EXPECT_EQ(lock.Wait(kShort), LockStatus::kHeld);
+            lock.Close(); // by somebody else: who is still inside keeps his memory
+            lock.Release();
+            EXPECT_EQ(WaitOnce(), LockStatus::kHeld);
+        });
     }
-    int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-}
-
-TEST_F(LockFolder, AThreadStillInsideKeepsItsMemoryWhenTheLockIsClosed)
-{
-    SharedLock lock(kPlace);
-    ASSERT_EQ(lock.Wait(kLong), LockStatus::kHeld);
-    lock.Close();
-    lock.Release();
-    EXPECT_EQ(WaitOnce(), LockStatus::kHeld);
 }
 
 } // namespace

@@ -6,15 +6,10 @@
 namespace zelq::platform {
 namespace {
 
-using std::chrono::milliseconds;
-
+constexpr std::chrono::milliseconds kNoWait{0};
+constexpr DWORD kTaken = WAIT_TIMEOUT;
 constexpr unsigned kPlace = 243;
-
-/// The semaphore as any other program of this user opens it; null when there is none.
-HANDLE OpenByName(const char* name)
-{
-    return OpenSemaphoreA(SYNCHRONIZE | SEMAPHORE_MODIFY_STATE, FALSE, name);
-}
+constexpr char kName[] = "Local\\Lumo=243";
 
 TEST(SharedLockSystem, IsASemaphoreOfCountOneUntilTheLastClose)
 {
@@ -22,47 +17,41 @@ TEST(SharedLockSystem, IsASemaphoreOfCountOneUntilTheLastClose)
     {
         unsigned place;
         const char* name;
-    } cases[] = {{kPlace, "Local\\Lumo=243"}, {0, "Local\\UDP"}};
+    } cases[] = {{kPlace, kName}, {0, "Local\\UDP"}};
     for (const auto& [place, name] : cases) {
-        EXPECT_EQ(OpenByName(name), nullptr);
+        // As any other program of this user opens it.
+        const auto open = [name = name] {
+            return OpenSemaphoreA(SYNCHRONIZE | SEMAPHORE_MODIFY_STATE, FALSE, name);
+        };
+        EXPECT_EQ(open(), nullptr);
         SharedLock lock(place);
-        ASSERT_EQ(lock.Wait(milliseconds{0}), LockStatus::kHeld);
-        const HANDLE semaphore = OpenByName(name);
+        ASSERT_EQ(lock.Wait(kNoWait), LockStatus::kHeld);
+        const HANDLE semaphore = open();
         ASSERT_NE(semaphore, nullptr);
-        EXPECT_EQ(WaitForSingleObject(semaphore, 0), static_cast<DWORD>(WAIT_TIMEOUT));
+        EXPECT_EQ(WaitForSingleObject(semaphore, 0), kTaken);
         lock.Release();
         EXPECT_FALSE(ReleaseSemaphore(semaphore, 1, nullptr)); // it is free, and one is the most
         EXPECT_EQ(WaitForSingleObject(semaphore, 0), WAIT_OBJECT_0);
-        EXPECT_EQ(lock.Wait(milliseconds{0}), LockStatus::kTimedOut);
+        EXPECT_EQ(lock.Wait(kNoWait), LockStatus::kTimedOut);
         CloseHandle(semaphore);
         lock.Close();
-        EXPECT_EQ(OpenByName(name), nullptr);
+        EXPECT_EQ(open(), nullptr);
     }
 }
 
 TEST(SharedLockSystem, IsWholeAgainAfterOneWaitForAHolderThatDied)
 {
     // What a dead process leaves is a semaphore that nobody is going to release.
-    const HANDLE semaphore = CreateSemaphoreA(nullptr, 0, 1, "Local\\Lumo=243");
+    const HANDLE semaphore = CreateSemaphoreA(nullptr, 0, 1, kName);
     SharedLock lock(kPlace);
-    EXPECT_EQ(lock.Wait(milliseconds{60}), LockStatus::kTimedOut);
+    EXPECT_EQ(lock.Wait(std::chrono::milliseconds{60}), LockStatus::kTimedOut);
     lock.Release();
-    for (int again = 0; again < 2; ++again) {
-        EXPECT_EQ(lock.Wait(milliseconds{0}), LockStatus::kHeld);
-        lock.Release();
-    }
-    CloseHandle(semaphore);
-}
-
-TEST(SharedLockSystem, AnEndingProcessReleasesWhatItHoldsAndNothingElse)
-{
-    const HANDLE semaphore = CreateSemaphoreA(nullptr, 1, 1, "Local\\Lumo=243");
-    SharedLock lock(kPlace);
-    ASSERT_EQ(lock.Wait(milliseconds{0}), LockStatus::kHeld);
+    EXPECT_EQ(lock.Wait(kNoWait), LockStatus::kHeld);
+    // An ending process releases what it holds, and nothing else.
     lock.ReleaseForEndedThreads();
     EXPECT_EQ(WaitForSingleObject(semaphore, 0), WAIT_OBJECT_0);
     lock.ReleaseForEndedThreads(); // somebody else holds it now
-    EXPECT_EQ(WaitForSingleObject(semaphore, 0), static_cast<DWORD>(WAIT_TIMEOUT));
+    EXPECT_EQ(WaitForSingleObject(semaphore, 0), kTaken);
     CloseHandle(semaphore);
 }
 

@@ -14,31 +14,9 @@ extern "C" { // this header forgets to say so
 
 namespace zelq::test {
 
-namespace {
-
-constexpr int kPatienceMs = 90'000;
-constexpr int kFirstOwnDescriptor = 3;
-
-/// False when it still runs after 90 s.
-bool AwaitEnd(pid_t process)
-{
-    const int descriptor = pidfd_open(process, 0);
-    pollfd entry{descriptor, POLLIN, 0};
-    const bool ended = poll(&entry, 1, kPatienceMs) > 0;
-    close(descriptor);
-    return ended;
-}
-
-} // namespace
-
-std::string ProgramPath()
-{
-    return std::filesystem::read_symlink("/proc/self/exe").string();
-}
-
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
 {
-    std::vector<std::string> words{ProgramPath()};
+    std::vector<std::string> words{std::filesystem::read_symlink("/proc/self/exe")};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
     for (std::string& word : words) {
@@ -48,31 +26,28 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addclosefrom_np(&actions, kFirstOwnDescriptor);
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
     pid_t process = 0;
     const int error =
-        posix_spawn(&process, words[0].c_str(), &actions, nullptr, pointers.data(), environ);
+        posix_spawn(&process, pointers[0], &actions, nullptr, pointers.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) throw std::runtime_error("no child process");
     process_ = process;
 }
 
-ChildProcess::~ChildProcess()
-{
-    if (process_ == 0) return;
-    Kill();
-    Wait();
-}
-
 void ChildProcess::Kill()
 {
-    kill(static_cast<pid_t>(process_), SIGKILL);
+    if (process_ != 0) kill(static_cast<pid_t>(process_), SIGKILL);
 }
 
 int ChildProcess::Wait()
 {
+    if (process_ == 0) return kCrashed;
     const auto process = static_cast<pid_t>(process_);
-    if (!AwaitEnd(process)) Kill();
+    const int descriptor = pidfd_open(process, 0);
+    pollfd end{descriptor, POLLIN, 0};
+    if (poll(&end, 1, kPatienceMs) <= 0) Kill();
+    close(descriptor);
     int status = 0;
     waitpid(process, &status, 0);
     process_ = 0;

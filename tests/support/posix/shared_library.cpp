@@ -1,33 +1,30 @@
 #include "support/shared_library.h"
 
-#include "support/child_process.h"
+#include "zelq.h"
 
 #include <dlfcn.h>
-#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
 namespace zelq::test {
 
-SharedLibrary::SharedLibrary(const std::string& path)
-    : handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))
+SharedLibrary LoadSharedLibrary(const std::string& path)
 {
-    if (handle_ == nullptr) throw std::runtime_error(dlerror());
+    void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) throw std::runtime_error(dlerror());
+    return {handle, dlclose};
 }
 
-SharedLibrary::~SharedLibrary()
+AnyFunction FindAny(const SharedLibrary& library, const char* name)
 {
-    dlclose(handle_);
-}
-
-SharedLibrary::AnyFunction SharedLibrary::FindAddress(const char* name) const
-{
-    return reinterpret_cast<AnyFunction>(dlsym(handle_, name));
+    return reinterpret_cast<AnyFunction>(dlsym(library.get(), name));
 }
 
 std::string ZelqLibraryPath()
 {
-    return std::filesystem::path(ProgramPath()).replace_filename("libzelq.so").string();
+    Dl_info info{};
+    dladdr(reinterpret_cast<void*>(zelQ_Connect), &info);
+    return info.dli_fname;
 }
 
 bool IsMapped(const std::string& name)

@@ -6,35 +6,15 @@
 
 namespace zelq::test {
 
-namespace {
-
-constexpr DWORD kPatienceMs = 90'000;
-constexpr UINT kKilled = 0xDEAD;
-
-HANDLE Native(std::intptr_t process)
-{
-    return reinterpret_cast<HANDLE>(process);
-}
-
-std::string Quoted(const std::string& word)
-{
-    return '"' + word + '"';
-}
-
-} // namespace
-
-std::string ProgramPath()
-{
-    std::array<char, MAX_PATH> path{};
-    GetModuleFileNameA(nullptr, path.data(), MAX_PATH);
-    return path.data();
-}
+static constexpr UINT kKilled = 0xDEAD;
 
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
 {
-    std::string commandLine = Quoted(ProgramPath());
+    std::array<char, MAX_PATH> program{};
+    GetModuleFileNameA(nullptr, program.data(), MAX_PATH);
+    std::string commandLine = std::string("\"") + program.data() + '"';
     for (const std::string& argument : arguments) {
-        commandLine += ' ' + Quoted(argument);
+        commandLine += ' ' + argument;
     }
     STARTUPINFOA start{};
     start.cb = sizeof(start);
@@ -47,21 +27,15 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
     process_ = reinterpret_cast<std::intptr_t>(started.hProcess);
 }
 
-ChildProcess::~ChildProcess()
-{
-    if (process_ == 0) return;
-    Kill();
-    Wait();
-}
-
 void ChildProcess::Kill()
 {
-    TerminateProcess(Native(process_), kKilled);
+    if (process_ != 0) TerminateProcess(reinterpret_cast<HANDLE>(process_), kKilled);
 }
 
 int ChildProcess::Wait()
 {
-    const HANDLE process = Native(process_);
+    if (process_ == 0) return kCrashed;
+    const HANDLE process = reinterpret_cast<HANDLE>(process_);
     if (WaitForSingleObject(process, kPatienceMs) != WAIT_OBJECT_0) Kill();
     WaitForSingleObject(process, kPatienceMs);
     DWORD code = kKilled;

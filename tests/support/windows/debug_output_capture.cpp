@@ -1,81 +1,30 @@
 #include "support/debug_output_capture.h"
 
-#include "support/line_queue.h"
-
-#include <array>
-#include <cstring>
-#include <stdexcept>
-#include <thread>
 #include <windows.h>
 
 namespace zelq::test {
 
-/// A debug monitor: whoever writes waits for "buffer ready", fills the buffer and sets "data
-/// ready".
-class DebugOutputCapture::Impl
+namespace {
+
+example::LineQueue* debugLines = nullptr;
+
+/// The system tells a debugger by an exception, which is seen here first, on the writer's thread.
+LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers)
 {
-    /// What the system puts into the memory that it shares with a debug monitor.
-    struct Message
-    {
-        DWORD process;
-        std::array<char, 4096 - sizeof(DWORD)> text;
-    };
-
-  public:
-    Impl()
-        : bufferReady_(CreateEventA(nullptr, FALSE, TRUE, "DBWIN_BUFFER_READY")),
-          dataReady_(CreateEventA(nullptr, FALSE, FALSE, "DBWIN_DATA_READY")),
-          stop_(CreateEventA(nullptr, TRUE, FALSE, nullptr)),
-          mapping_(CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
-                                      sizeof(Message), "DBWIN_BUFFER")),
-          message_(static_cast<Message*>(MapViewOfFile(mapping_, FILE_MAP_READ, 0, 0, 0)))
-    {
-        if (message_ == nullptr) throw std::runtime_error("no memory for the debugger output");
-        reader_ = std::thread([this] { ReadAll(); });
+    const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+    if (record.ExceptionCode == DBG_PRINTEXCEPTION_C) {
+        debugLines->Put(reinterpret_cast<const char*>(record.ExceptionInformation[1]));
     }
+    return EXCEPTION_CONTINUE_SEARCH;
+}
 
-    ~Impl()
-    {
-        SetEvent(stop_);
-        reader_.join();
-        UnmapViewOfFile(message_);
-        for (const HANDLE handle : {mapping_, stop_, dataReady_, bufferReady_}) {
-            CloseHandle(handle);
-        }
-    }
-    Impl(const Impl&) = delete;
-    Impl& operator=(const Impl&) = delete;
+} // namespace
 
-    LineQueue lines;
-
-  private:
-    void ReadAll()
-    {
-        const std::array<HANDLE, 2> events{stop_, dataReady_};
-        while (WaitForMultipleObjects(2, events.data(), FALSE, INFINITE) == WAIT_OBJECT_0 + 1) {
-            if (message_->process == GetCurrentProcessId()) {
-                const char* text = message_->text.data();
-                lines.Put({text, strnlen(text, message_->text.size())});
-            }
-            SetEvent(bufferReady_);
-        }
-    }
-
-    const HANDLE bufferReady_;
-    const HANDLE dataReady_;
-    const HANDLE stop_;
-    const HANDLE mapping_;
-    const Message* message_;
-    std::thread reader_;
-};
-
-DebugOutputCapture::DebugOutputCapture() : impl_(std::make_unique<Impl>()) {}
-
-DebugOutputCapture::~DebugOutputCapture() = default;
-
-std::vector<std::string> DebugOutputCapture::Lines(std::size_t count)
+DebugOutputCapture::DebugOutputCapture()
 {
-    return impl_->lines.TakeAll(count);
+    debugLines = &lines_;
+    source_.reset(AddVectoredExceptionHandler(1, OnException),
+                  [](void* handler) { RemoveVectoredExceptionHandler(handler); });
 }
 
 } // namespace zelq::test

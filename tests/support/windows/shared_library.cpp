@@ -1,31 +1,28 @@
 #include "support/shared_library.h"
 
-#include "support/child_process.h"
-
-#include <filesystem>
+#include <array>
 #include <stdexcept>
 #include <windows.h>
 
 namespace zelq::test {
 
-SharedLibrary::SharedLibrary(const std::string& path) : handle_(LoadLibraryA(path.c_str()))
+SharedLibrary LoadSharedLibrary(const std::string& path)
 {
-    if (handle_ == nullptr) throw std::runtime_error("cannot load " + path);
+    const HMODULE module = LoadLibraryA(path.c_str());
+    if (module == nullptr) throw std::runtime_error("cannot load " + path);
+    return {module, [](void* loaded) { FreeLibrary(static_cast<HMODULE>(loaded)); }};
 }
 
-SharedLibrary::~SharedLibrary()
+AnyFunction FindAny(const SharedLibrary& library, const char* name)
 {
-    FreeLibrary(static_cast<HMODULE>(handle_));
-}
-
-SharedLibrary::AnyFunction SharedLibrary::FindAddress(const char* name) const
-{
-    return reinterpret_cast<AnyFunction>(GetProcAddress(static_cast<HMODULE>(handle_), name));
+    return reinterpret_cast<AnyFunction>(GetProcAddress(static_cast<HMODULE>(library.get()), name));
 }
 
 std::string ZelqLibraryPath()
 {
-    return std::filesystem::path(ProgramPath()).replace_filename("zelq.dll").string();
+    std::array<char, MAX_PATH> path{};
+    GetModuleFileNameA(GetModuleHandleA("zelq.dll"), path.data(), MAX_PATH);
+    return path.data();
 }
 
 bool IsMapped(const std::string& name)
@@ -37,9 +34,7 @@ bool HasSessionLock(short number)
 {
     const std::string name = "Local\\Lumo=" + std::to_string(number);
     const HANDLE semaphore = OpenSemaphoreA(SYNCHRONIZE, FALSE, name.c_str());
-    if (semaphore == nullptr) return false;
-    CloseHandle(semaphore);
-    return true;
+    return semaphore != nullptr && CloseHandle(semaphore) != FALSE;
 }
 
 } // namespace zelq::test

@@ -177,7 +177,8 @@ class FaultProxy::Line
         case Fault::kDouble:
             return {{reply}, {reply, aWhile}};
         case Fault::kStray:
-            return {{Stray(reply)}, {reply, aWhile}};
+            return {{{static_cast<std::uint8_t>(reply[0] ^ 0x40U), 0, 0, 0, 0, 5, 1, 3, 2, 1, 2}},
+                    {reply, aWhile}};
         case Fault::kTorn:
             return {{TakeFront(reply, part)}, {reply, kAfterTheWaits}};
         case Fault::kCut:
@@ -199,12 +200,6 @@ class FaultProxy::Line
             pieces.push_back({TakeFront(reply, std::min(size, reply.size())), kBetweenPieces});
         }
         return pieces;
-    }
-
-    static Bytes Stray(const Bytes& reply)
-    {
-        const auto otherId = static_cast<std::uint8_t>(reply[0] ^ 0x40U);
-        return {otherId, reply[1], 0, 0, 0, 5, 1, 3, 2, 0x12, 0x34};
     }
 
     void TurnABit(Bytes& reply)
@@ -270,16 +265,13 @@ class FaultProxy::Line
     std::thread thread_;
 };
 
-FaultProxy::FaultProxy(short number, int port, unsigned seed)
-    : line_(std::make_unique<Line>(
-          *this, asio::ip::make_address("127.0.0." + std::to_string(number)), port, seed))
+FaultProxy::FaultProxy(short number, int controllerPort, unsigned seed)
+    : line_(std::make_unique<Line>(*this,
+                                   asio::ip::make_address("127.0.0." + std::to_string(number)),
+                                   controllerPort, seed)),
+      port(line_->Port())
 {}
 
 FaultProxy::~FaultProxy() = default;
-
-int FaultProxy::Port() const
-{
-    return line_->Port();
-}
 
 } // namespace soak

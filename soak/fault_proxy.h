@@ -43,13 +43,9 @@ inline constexpr std::size_t kFaultKinds = std::size(kFaults);
 class FaultProxy
 {
   public:
-    /// Listens on a free port of 127.0.0.`number`, in front of the controller at its `port` there.
-    FaultProxy(short number, int port, unsigned seed);
+    /// Listens on a free port of 127.0.0.`number`, in front of the controller at its port there.
+    FaultProxy(short number, int controllerPort, unsigned seed);
     ~FaultProxy();
-    FaultProxy(const FaultProxy&) = delete;
-    FaultProxy& operator=(const FaultProxy&) = delete;
-
-    [[nodiscard]] int Port() const;
 
     std::atomic<bool> begun = false;                                ///< faults befall what passes
     std::array<std::atomic<std::uint64_t>, kFaultKinds> injected{}; ///< how often each fault
@@ -57,6 +53,9 @@ class FaultProxy
   private:
     class Line;
     std::unique_ptr<Line> line_;
+
+  public:
+    const int port; ///< where it listens
 };
 
 } // namespace soak

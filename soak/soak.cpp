@@ -11,6 +11,8 @@
 #include <chrono>
 #include <cstdio>
 #include <list>
+#include <map>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -20,17 +22,10 @@ namespace {
 
 using std::chrono::steady_clock;
 
-struct Settings
-{
-    std::int64_t calls = 1'000'000;
-    int seconds = 1800;
-    unsigned seed = 1;
-};
-
 /// A simulated controller and the line to it.
 struct Place
 {
-    Place(int index, unsigned seed) : number(NumberOf(index)), controller(Config(number))
+    Place(short place, unsigned seed) : number(place), controller(Config(place))
     {
         controller.Start();
         line = std::make_unique<FaultProxy>(number, controller.Port(), seed);
@@ -49,7 +44,7 @@ struct Place
     /// With waits that add up to 30 ms.
     [[nodiscard]] bool Connect() const
     {
-        zelQ_SetNetPortNum(number, line->Port());
+        zelQ_SetNetPortNum(number, line->port);
         zelQ_Connect(number, 127, 0, 0); // makes the session
         zelQ_TMOSet(number, 2000, 1000, 1000);
         const short result = zelQ_Connect(number, 127, 0, 0);
@@ -114,18 +109,19 @@ std::pair<unsigned long long, unsigned long long> PrintResults(const std::vector
     return {calls, wrong};
 }
 
-int Run(const Settings& settings)
+int Run(std::int64_t calls, std::int64_t seconds, unsigned seed)
 {
     constexpr long long kTolerance = 1LL << 20U;
     std::list<Place> places;
     bool prepared = true;
-    for (int i = 0; i < kControllers; ++i) {
-        const Place& place = places.emplace_back(i, settings.seed + static_cast<unsigned>(i));
+    for (short i = 0; i < kControllers; ++i) {
+        const Place& place = places.emplace_back(static_cast<short>(kFirstNumber + i),
+                                                 seed + static_cast<unsigned>(i));
         prepared = place.Connect() && prepared;
     }
     std::vector<Worker> workers;
-    for (int thread = 0; thread < kThreads; ++thread) {
-        workers.emplace_back(thread, settings.seed + static_cast<unsigned>(thread));
+    for (unsigned short thread = 0; thread < kThreads; ++thread) {
+        workers.emplace_back(thread, seed + thread);
         prepared = prepared && workers.back().Prepare();
     }
     if (!prepared) {
@@ -136,20 +132,20 @@ int Run(const Settings& settings)
         place.line->begun = true;
     }
     const auto start = steady_clock::now();
-    const auto end = start + std::chrono::seconds(settings.seconds);
-    RunUntil(workers, settings.calls / 5, end); // all that is made once is made by now
+    const auto end = start + std::chrono::seconds(seconds);
+    RunUntil(workers, calls / 5, end); // all that is made once is made by now
     const auto bytes = static_cast<long long>(zelq::test::ResidentBytes());
     const auto open = static_cast<long long>(zelq::test::OpenDescriptors());
-    RunUntil(workers, settings.calls - settings.calls / 5, end);
+    RunUntil(workers, calls - calls / 5, end);
     const long long grown = static_cast<long long>(zelq::test::ResidentBytes()) - bytes;
     const long long opened = static_cast<long long>(zelq::test::OpenDescriptors()) - open;
-    const double seconds = std::chrono::duration<double>(steady_clock::now() - start).count();
+    const double spent = std::chrono::duration<double>(steady_clock::now() - start).count();
 
     PrintFaults(places);
-    const auto [calls, wrong] = PrintResults(workers);
+    const auto [made, wrong] = PrintResults(workers);
     std::printf("\n| calls | wrong answers | seconds | memory grown (KB) | descriptors grown |\n"
                 "|---|---|---|---|---|\n| %llu | %llu | %.0f | %lld | %lld |\n",
-                calls, wrong, seconds, grown / 1024, opened);
+                made, wrong, spent, grown / 1024, opened);
     // The lines have one connection more or less at any time, on either side.
     return wrong == 0 && grown < kTolerance && opened <= 2 * kControllers ? 0 : 1;
 }
@@ -160,12 +156,11 @@ int Run(const Settings& settings)
 
 int main(int argc, char** argv)
 {
-    soak::Settings settings;
+    std::map<std::string, long long> settings = {
+        {"--calls", 1'000'000}, {"--seconds", 1800}, {"--seed", 1}};
     for (int i = 1; i + 1 < argc; i += 2) {
-        const std::string option = argv[i];
-        if (option == "--calls") settings.calls = std::stoll(argv[i + 1]);
-        if (option == "--seconds") settings.seconds = std::stoi(argv[i + 1]);
-        if (option == "--seed") settings.seed = static_cast<unsigned>(std::stoul(argv[i + 1]));
+        settings[argv[i]] = std::stoll(argv[i + 1]);
     }
-    return soak::Run(settings);
+    return soak::Run(settings["--calls"], settings["--seconds"],
+                     static_cast<unsigned>(settings["--seed"]));
 }

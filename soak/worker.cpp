@@ -15,9 +15,9 @@ namespace {
 // answer that belongs to another call is seen at once.
 constexpr unsigned kSequenceBits = 24;
 
-std::uint32_t Tag(int controller, int axis)
+std::uint32_t Tag(const Site& site, int axis)
 {
-    return static_cast<std::uint32_t>(controller * kThreads + axis);
+    return static_cast<std::uint32_t>((site.number - kFirstNumber) * kThreads + axis);
 }
 
 constexpr unsigned short kClass = 3; // of a parameter that takes any value, and has no effect here
@@ -29,11 +29,11 @@ constexpr unsigned short kFlashRead = 2;
 constexpr int kFlashBytes = 1024; // of each thread, on every controller
 
 /// What stands in a thread's part of the flash memory.
-std::array<unsigned char, kFlashBytes> FlashBytes(int controller, int thread)
+std::array<unsigned char, kFlashBytes> FlashBytes(const Site& site, int thread)
 {
     std::array<unsigned char, kFlashBytes> bytes{};
     for (int i = 0; i < kFlashBytes; ++i) {
-        const int value = i * 7 + i / 256 + controller * 53 + thread * 29;
+        const int value = i * 7 + i / 256 + site.number * 53 + thread * 29;
         bytes[static_cast<std::size_t>(i)] = static_cast<unsigned char>(value);
     }
     return bytes;
@@ -51,8 +51,8 @@ void JudgeAxis(Worker& worker, const Site& site, Cell& cell, int axis, double va
                const char* call)
 {
     const auto read = static_cast<std::uint32_t>(static_cast<std::int64_t>(value));
-    const bool belongs = read >> kSequenceBits == Tag(site.controller, axis);
-    Judge(worker, axis == worker.thread ? cell.Explains(read) : belongs, call, read);
+    const bool belongs = read >> kSequenceBits == Tag(site, axis);
+    Judge(worker, axis == worker.axis ? cell.Explains(read) : belongs, call, read);
 }
 
 /// Writes another value by `write`.
@@ -61,9 +61,9 @@ short WriteNext(Worker& worker, const Site& site, Cell& cell, Write write)
 {
     constexpr std::uint32_t kMost = (1U << kSequenceBits) - 1;
     const std::uint32_t value =
-        Tag(site.controller, worker.thread) << kSequenceBits | (++worker.sequence & kMost);
+        Tag(site, worker.axis) << kSequenceBits | (++worker.sequence & kMost);
     const short result = write(value);
-    result == 0 ? cell.Written(value) : cell.Attempted(value);
+    cell.Write(value, result == 0);
     return result;
 }
 
@@ -90,7 +90,7 @@ short WriteMemory(Worker& worker, Site& site)
 
 short WriteFlash(Worker& worker, Site& site)
 {
-    auto bytes = FlashBytes(site.controller, worker.thread);
+    auto bytes = FlashBytes(site, worker.axis);
     return zelQ_FlashWrite(static_cast<unsigned short>(site.number), kFlashWrite,
                            worker.axis * unsigned{kFlashBytes}, bytes.data(), kFlashBytes);
 }
@@ -99,7 +99,7 @@ short ReadParameter(Worker& worker, Site& site)
 {
     int value = -1;
     const short result = zelQ_ParamGet(site.number, worker.axis, kClass, kParameter, &value);
-    if (result == 0) JudgeAxis(worker, site, site.parameter, worker.thread, value, "ParamGet");
+    if (result == 0) JudgeAxis(worker, site, site.parameter, worker.axis, value, "ParamGet");
     return result;
 }
 
@@ -156,7 +156,7 @@ short ReadFlash(Worker& worker, Site& site)
     const short result =
         zelQ_FlashRead(static_cast<unsigned short>(site.number), kFlashRead,
                        worker.axis * unsigned{kFlashBytes}, bytes.data(), kFlashBytes);
-    const bool right = result != 0 || bytes == FlashBytes(site.controller, worker.thread);
+    const bool right = result != 0 || bytes == FlashBytes(site, worker.axis);
     Judge(worker, right, "FlashRead", bytes[0]);
     return result;
 }
@@ -189,11 +189,10 @@ void Make(Worker& worker, Site& site, const CallKind& call)
 
 } // namespace
 
-Worker::Worker(int threadIndex, unsigned seed)
-    : thread(threadIndex), axis(static_cast<unsigned short>(threadIndex)), random(seed)
+Worker::Worker(unsigned short thread, unsigned seed) : axis(thread), random(seed)
 {
-    for (int i = 0; i < kControllers; ++i) {
-        sites.push_back({i, NumberOf(i), {}, {}, {}});
+    for (short i = 0; i < kControllers; ++i) {
+        sites.push_back({static_cast<short>(kFirstNumber + i), {}, {}, {}});
     }
 }
 

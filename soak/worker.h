@@ -9,27 +9,25 @@
 
 namespace soak {
 
-inline constexpr int kControllers = 4;
+inline constexpr short kFirstNumber = 41; ///< of the controllers, which follow each other
+inline constexpr short kControllers = 4;
 inline constexpr int kThreads = 8; ///< each has the axis of its own index on every controller
-
-/// The number of the controller of this index.
-constexpr short NumberOf(int controller)
-{
-    return static_cast<short>(41 + controller);
-}
 
 /// A register that one thread writes. A write whose reply was lost has been run or has not: the
 /// register holds one of several values then, until a read tells which.
 class Cell
 {
   public:
-    void Written(std::uint32_t value) { possible_ = {value}; }
-    void Attempted(std::uint32_t value) { possible_.push_back(value); }
+    void Write(std::uint32_t value, bool succeeded)
+    {
+        if (succeeded) possible_.clear();
+        possible_.push_back(value);
+    }
     /// Whether the value is one that may stand there; then it is the one.
     bool Explains(std::uint32_t value)
     {
         const bool explained = std::ranges::find(possible_, value) != possible_.end();
-        if (explained) Written(value);
+        if (explained) possible_ = {value};
         return explained;
     }
 
@@ -40,7 +38,6 @@ class Cell
 /// What one thread has written to one controller.
 struct Site
 {
-    int controller;
     short number;
     Cell parameter, position, memory;
 };
@@ -48,14 +45,13 @@ struct Site
 /// Makes calls to all controllers, and judges every answer by what it has written before.
 struct Worker
 {
-    Worker(int threadIndex, unsigned seed);
+    Worker(unsigned short thread, unsigned seed);
 
     /// Fills the thread's registers while there are no faults; false where that fails.
     bool Prepare();
     void CallOnce();
 
-    const int thread;
-    const unsigned short axis;
+    const unsigned short axis; ///< the thread's
     std::mt19937 random;
     std::uint32_t sequence = 0;
     std::vector<Site> sites;

@@ -31,8 +31,8 @@ TEST(TransactionIds, StartAtOneAndAreOneMoreThanThereAreFrames)
 {
     EXPECT_EQ(kFirstId, 1);
     const std::uint16_t first = IdOf(Reads(3));
-    EXPECT_EQ(IdOf({}), static_cast<std::uint16_t>(first + 4));
-    EXPECT_EQ(IdOf(Reads(1)), static_cast<std::uint16_t>(first + 5));
+    ASSERT_EQ(IdOf({}), static_cast<std::uint16_t>(first + 4));
+    ASSERT_EQ(IdOf(Reads(1)), static_cast<std::uint16_t>(first + 5));
     while (IdOf({}) != 65535) {
     }
     EXPECT_EQ(IdOf(Reads(1)), 0) << "they wrap to zero";

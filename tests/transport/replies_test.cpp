@@ -283,8 +283,8 @@ TEST(OwedReplies, WhatTheExchangeHasSeenIsNotOwed)
         {"a torn frame", 1, Bytes(7, 0), kNoStep},
         {"a torn header", 2, {0}, kNoStep},
         {"another protocol", 1, With(Reply(2), 3, 1), kNoStep},
-        {"too short to be a frame", 1, With(Reply(2), 5, 1), kNoStep},
-        {"too long to be one", 1, With(With(Reply(2), 4, 1), 5, 255), kNoStep},
+        {"too short to be a frame", 1, {0, 2, 0, 0, 0, 1, 1}, kNoStep},
+        {"too long to be one", 1, FrameBytes(2, kReadRegisters, Bytes(253)), kNoStep},
         {"a tail behind the declared end", 1, With(Reply(2), 5, 4), kNoStep},
     };
     for (const Case& row : cases) {

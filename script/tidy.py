@@ -15,7 +15,7 @@ import re
 import subprocess
 import sys
 
-FOLDERS = ("src", "simulator", "examples", "tools")
+FOLDERS = ("src", "simulator", "examples", "tools", "soak")
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
 

@@ -1,24 +1,21 @@
-#include "api/zelq.h"
 #include "common/result_codes.h"
-#include "fuzz/controller.h"
 #include "fuzz/reading_calls.h"
 #include "transport/session_table.h"
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <utility>
 
 // An input chooses a call and gives the replies that come back:
-//   byte 0     the call, by its place in ReadingCalls(); the bytes behind it are its arguments
+//   byte 0     the call, by its place among kReadingCalls; the bytes behind it are its arguments
 //   byte 1     0: servo axes 0 to 7, an input and an output slave; else servo axes everywhere
 //   the rest   arguments, then the answers of AnswerFrom()
 
 namespace zelq::fuzz {
 
 namespace {
-
-constexpr std::size_t kAxes = 32;
 
 /// The answer to a read of all type words, all frames proper.
 Bytes TypeWords(bool servosEverywhere)
@@ -27,34 +24,31 @@ Bytes TypeWords(bool servosEverywhere)
     for (std::size_t axis = 0; axis < kAxes; ++axis) {
         const bool isServo = servosEverywhere || axis < 8;
         const unsigned type = isServo ? 1U : axis < 30 ? 0U : axis == 30 ? 2U : 3U;
-        answer.insert(answer.end(), {0, 0, static_cast<std::uint8_t>(type), 0, 0});
+        Append(answer, {0, 0, static_cast<std::uint8_t>(type), 0, 0});
     }
     return answer;
 }
 
-/// What the session stands at, where that is known.
-enum class Standing { kUnknown, kEightServos, kServosEverywhere };
-Standing standing = Standing::kUnknown;
+/// Whether all axes of the session are servos, where that is known.
+std::optional<bool> standing;
 
 /// Brings the session to the same state before every input: its slaves, configuration counter 0.
 void SetUpSession(bool servosEverywhere)
 {
-    const Standing wanted = servosEverywhere ? Standing::kServosEverywhere : Standing::kEightServos;
-    if (std::exchange(standing, wanted) == wanted) return;
+    if (std::exchange(standing, servosEverywhere) == servosEverywhere) return;
     Sessions().FindOrCreate(kNumber);
     const Bytes types = TypeWords(servosEverywhere);
     Bytes status{0, 0, 0, 1}; // one register: the configuration stands
     status.resize(status.size() + 1 + 2 * 18);
-    status.insert(status.end(), types.begin(), types.end());
+    Append(status, types);
 
     Input typeAnswers{std::span(types)};
     AnswerFrom(typeAnswers);
     Outputs outputs;
-    Require(zelQ_SlavePropertyGetAll(kNumber, outputs.Room<SlaveProperty>(kAxes)) == kOk,
-            "the slaves are read");
+    Require(zelQ_SlavePropertyGetAll(kNumber, outputs(kAxes)) == kOk, "the slaves are read");
     Input statusAnswers{std::span(status)};
     AnswerFrom(statusAnswers);
-    zelQ_GetServoStatus(kNumber, 0, outputs.Room<ServoStatus>());
+    zelQ_GetServoStatus(kNumber, 0, outputs());
     TakeTraffic();
 }
 
@@ -90,29 +84,21 @@ void CheckTrace(short result, const Traffic& traffic)
     Require(result != kOk || callsLines == 1, "a call that succeeds is traced");
 }
 
+} // namespace
+
 void Check(Input input)
 {
-    const auto calls = ReadingCalls();
-    const ReadingCall& call = calls[input.Next() % calls.size()];
+    const ReadingCall& call = kReadingCalls[input.Below(std::size(kReadingCalls))];
     SetUpSession(input.Next() % 2 != 0);
     AnswerFrom(input);
     Outputs outputs;
     const short result = call.run(input, outputs);
     const Traffic traffic = TakeTraffic();
-    if (traffic.exchanges > 1 || call.readsSlaves) standing = Standing::kUnknown;
+    if (traffic.exchanges > 1 || call.readsSlaves) standing.reset();
     Require(MayResult(result, traffic), "the result is a described one");
-    Require(result == kOk || call.onFailure == ReadingCall::OnFailure::kKeepsWhatCame ||
-                outputs.Untouched(),
+    Require(result == kOk || call.keepsWhatCame || outputs.Untouched(),
             "a call that fails writes nothing");
     CheckTrace(result, traffic);
 }
 
-} // namespace
-
 } // namespace zelq::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    zelq::fuzz::Check(zelq::fuzz::Input(data, size));
-    return 0;
-}

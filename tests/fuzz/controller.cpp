@@ -20,89 +20,49 @@ namespace {
 Input* answers = nullptr;
 Traffic traffic;
 std::uint16_t lastId = 0;
+Bytes lastDatagram;
 
-/// A frame of the request, as its reply must answer it.
-struct Asked
-{
-    std::uint16_t id;
-    std::uint8_t unit;
-    std::uint8_t function;
-    std::uint16_t quantity;
-};
-
-/// Numbers the frames as the engine does.
-std::vector<Asked> NumberFrames(RequestBuffer& request)
+/// Gives the frames ids as the engine does.
+void Number(RequestBuffer& request)
 {
     request.Finish();
     request.Number(static_cast<std::uint16_t>(lastId + 1));
-    std::vector<Asked> frames;
-    const std::uint8_t* frame = request.Bytes().data();
-    for (std::size_t i = 0; i < request.Frames(); ++i) {
-        frames.push_back({++lastId, frame[field::kUnit], frame[field::kFunction],
-                          LoadWire16(frame + field::kQuantity)});
-        frame += FrameSize(frame);
-    }
-    return frames;
+    lastId = static_cast<std::uint16_t>(lastId + request.Frames());
 }
 
-void PutWord(Bytes& bytes, unsigned value)
+Bytes ReplyFrame(const std::uint8_t* request, unsigned functionBits, const Bytes& body)
 {
-    bytes.push_back(static_cast<std::uint8_t>(value >> 8U));
-    bytes.push_back(static_cast<std::uint8_t>(value));
+    return Frame(LoadWire16(request), request[field::kUnit],
+                 request[field::kFunction] | functionBits, body);
 }
 
-Bytes Frame(const Asked& asked, unsigned function, const Bytes& body)
+Bytes ProperReply(const std::uint8_t* request, bool refuses)
 {
-    Bytes frame;
-    PutWord(frame, asked.id);
-    PutWord(frame, 0);
-    PutWord(frame, static_cast<unsigned>(body.size()) + 2);
-    frame.push_back(asked.unit);
-    frame.push_back(static_cast<std::uint8_t>(function));
-    frame.insert(frame.end(), body.begin(), body.end());
-    return frame;
-}
-
-Bytes ProperReply(const Asked& asked, bool refuses)
-{
-    Bytes body{static_cast<std::uint8_t>(2U * asked.quantity)};
-    for (unsigned i = 0; i < asked.quantity; ++i) {
-        const bool isResult = asked.function == kReadWriteRegisters && i == 0;
+    const unsigned quantity = LoadWire16(request + field::kQuantity);
+    Bytes body{static_cast<std::uint8_t>(2 * quantity)};
+    for (unsigned i = 0; i < quantity; ++i) {
+        const bool isResult = request[field::kFunction] == kReadWriteRegisters && i == 0;
         PutWord(body, isResult && !refuses ? 0U : answers->NextWord());
     }
-    return Frame(asked, asked.function, body);
+    return ReplyFrame(request, 0, body);
 }
 
 /// The next byte says how a frame is answered: with registers out of the input (a command
 /// succeeds, with 128 its result is out of the input, too), then changed in one byte, left out,
 /// sent twice, refused by an exception or replaced by bytes out of the input.
-Bytes ReplyTo(const Asked& asked)
+Bytes ReplyTo(const std::uint8_t* request)
 {
     const std::uint8_t how = answers->Next();
-    const bool refuses = (how & 0x80U) != 0;
-    switch (how & 7U) {
-    default:
-        return ProperReply(asked, refuses);
-    case 3: {
-        const std::size_t at = answers->Next();
-        const std::uint8_t bits = answers->Next();
-        Bytes reply = ProperReply(asked, refuses);
-        reply[at % reply.size()] ^= bits;
-        return reply;
-    }
-    case 4:
-        return {};
-    case 5: {
-        Bytes reply = ProperReply(asked, refuses);
-        const Bytes again = reply;
-        reply.insert(reply.end(), again.begin(), again.end());
-        return reply;
-    }
-    case 6:
-        return Frame(asked, asked.function | kExceptionBit, answers->Rest(answers->Next() & 7U));
-    case 7:
-        return answers->Rest(answers->Next());
-    }
+    const unsigned form = how & 7U;
+    if (form == 4) return {};
+    if (form == 6) return ReplyFrame(request, kExceptionBit, answers->Rest(answers->Next() & 7U));
+    if (form == 7) return answers->Rest(answers->Next());
+    const std::size_t at = form == 3 ? answers->Next() : 0;
+    const unsigned bits = form == 3 ? answers->Next() : 0;
+    Bytes reply = ProperReply(request, (how & 0x80U) != 0);
+    reply[at % reply.size()] ^= static_cast<std::uint8_t>(bits);
+    if (form == 5) Append(reply, Bytes(reply));
+    return reply;
 }
 
 /// As an exchange over a connection: the replies come in pieces, and no more than fit the area.
@@ -114,8 +74,8 @@ int Deliver(const Bytes& replies, std::size_t piece, ReplyPairing& pairing)
         received = std::min(received + piece, replies.size());
         if (received > kBufferBytes) return kOverflow;
         // A copy of its own, so that the address sanitizer guards the end of what has come.
-        const Bytes bytes(replies.begin(), replies.begin() + static_cast<std::ptrdiff_t>(received));
-        settled = pairing.Advance(bytes) && received >= kShortestReply;
+        settled = pairing.Advance(Bytes(replies.data(), replies.data() + received)) &&
+                  received >= kShortestReply;
     }
     if (replies.empty()) return kNoReply;
     return replies.size() < kShortestReply ? kReplyTooShort : pairing.Result();
@@ -123,25 +83,25 @@ int Deliver(const Bytes& replies, std::size_t piece, ReplyPairing& pairing)
 
 int ExchangeWithOne(RequestBuffer& request, ReplyData* reply)
 {
-    const std::vector<Asked> frames = NumberFrames(request);
     if (request.TooLong()) return kOverflow;
-    if (frames.empty()) return kReplyMismatch;
+    if (request.Frames() == 0) return kReplyMismatch;
     const std::uint8_t how = answers->Next();
-    if ((how & 0x80U) != 0) return -static_cast<int>(answers->Next() % 12U) - 1;
+    if ((how & 0x80U) != 0) return -answers->Below(12) - 1;
     Bytes replies;
-    for (const Asked& asked : frames) {
-        const Bytes one = ReplyTo(asked);
-        replies.insert(replies.end(), one.begin(), one.end());
+    const auto frames = request.Bytes();
+    for (std::size_t at = 0; at < frames.size(); at += FrameSize(&frames[at])) {
+        Append(replies, ReplyTo(&frames[at]));
     }
     ReplyPairing pairing(request, reply);
     return Deliver(replies, how == 0 ? replies.size() : how, pairing);
 }
 
-int ExchangeWithAll(RequestBuffer& request, ReplyData* reply)
+int Exchange(short zelNo, RequestBuffer& request, ReplyData* reply)
 {
+    Number(request);
+    if (zelNo != kAllControllers) return ExchangeWithOne(request, reply);
     DiscoveryContext* discovery = DiscoveryContext::Current();
     if (discovery == nullptr) return kConnectFailed;
-    NumberFrames(request);
     return discovery->Exchange(request, reply, std::chrono::milliseconds(1));
 }
 
@@ -165,10 +125,8 @@ int TransactFrames(short zelNo, RequestBuffer& request, ReplyData* reply, Exchan
 {
     constexpr int kMost = 64; // the longest serial read takes less
     fuzz::Require(++fuzz::traffic.exchanges <= kMost, "a call ends");
-    const bool all = zelNo == kAllControllers;
-    const int result =
-        all ? fuzz::ExchangeWithAll(request, reply) : fuzz::ExchangeWithOne(request, reply);
-    if (result == kOk && !all) onSuccess(*Sessions().Find(zelNo));
+    const int result = fuzz::Exchange(zelNo, request, reply);
+    if (result == kOk && zelNo != kAllControllers) onSuccess(*Sessions().Find(zelNo));
     fuzz::traffic.engineResult = result;
     return result;
 }
@@ -188,15 +146,16 @@ bool UdpSocket::Open(const char*, std::uint16_t)
 
 void UdpSocket::Close() {}
 
-IoStatus UdpSocket::Send(std::span<const std::uint8_t>)
+IoStatus UdpSocket::Send(std::span<const std::uint8_t> datagram)
 {
-    return fuzz::answers->Next() % 16 == 15 ? IoStatus::kFailed : IoStatus::kDone;
+    fuzz::lastDatagram.assign(datagram.begin(), datagram.end());
+    return fuzz::answers->Below(16) == 15 ? IoStatus::kFailed : IoStatus::kDone;
 }
 
 /// A datagram: a proper answer, or bytes out of the input.
 IoResult UdpSocket::Receive(std::span<std::uint8_t> area)
 {
-    const fuzz::Bytes datagram = fuzz::ReplyTo({fuzz::lastId, 1, kReadRegisters, 12});
+    const fuzz::Bytes datagram = fuzz::ReplyTo(fuzz::lastDatagram.data());
     if (datagram.size() > area.size()) return {IoStatus::kDone, 0};
     std::ranges::copy(datagram, area.begin());
     return {IoStatus::kDone, datagram.size()};
@@ -210,3 +169,10 @@ WaitStatus UdpSocket::WaitReadable(Deadline)
 } // namespace platform
 
 } // namespace zelq
+
+/// What libFuzzer and the replay of a corpus call.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    zelq::fuzz::Check(zelq::fuzz::Input(data, size));
+    return 0;
+}

@@ -27,6 +27,7 @@ class Input
         rest_ = rest_.subspan(1);
         return value;
     }
+    std::uint8_t Below(unsigned count) { return static_cast<std::uint8_t>(Next() % count); }
 
     /// High byte first, as a register travels.
     std::uint16_t NextWord()
@@ -46,11 +47,36 @@ class Input
     std::span<const std::uint8_t> rest_;
 };
 
+/// What each target does with an input.
+void Check(Input input);
+
 inline void Require(bool holds, const char* what)
 {
     if (holds) return;
     std::fprintf(stderr, "broken: %s\n", what);
     std::abort();
+}
+
+inline void Append(Bytes& bytes, const Bytes& more)
+{
+    bytes.insert(bytes.end(), more.begin(), more.end());
+}
+
+inline void PutWord(Bytes& bytes, std::size_t value)
+{
+    Append(bytes, {static_cast<std::uint8_t>(value >> 8U), static_cast<std::uint8_t>(value)});
+}
+
+/// A request or reply frame as it travels.
+inline Bytes Frame(std::size_t id, std::uint8_t unit, unsigned function, const Bytes& body)
+{
+    Bytes frame;
+    for (const std::size_t word : {id, std::size_t{0}, body.size() + 2}) {
+        PutWord(frame, word);
+    }
+    Append(frame, {unit, static_cast<std::uint8_t>(function)});
+    Append(frame, body);
+    return frame;
 }
 
 } // namespace zelq::fuzz

@@ -1,9 +1,8 @@
-#include "common/byte_order.h"
 #include "common/result_codes.h"
 #include "fuzz/input.h"
 #include "transport/reply_pairing.h"
 
-#include <algorithm>
+#include <tuple>
 
 // An input chooses a request and gives the bytes that come back:
 //   byte 0          bit 0: gather any number of replies; bit 1: the caller wants no data;
@@ -22,27 +21,14 @@ Bytes RequestFrame(Input& input, std::uint8_t id)
     constexpr std::uint8_t kFunctions[] = {kReadRegisters, kWriteRegisters, kReadWriteRegisters};
     const std::uint8_t function = kFunctions[input.Next() % 3];
     const auto quantity = static_cast<std::uint8_t>(std::max(input.Next() % 126, 1));
-    Bytes frame{0, id, 0, 0, 0, 6, kUnitId, function, input.Next(), 0, 0, quantity};
-    if (function == kWriteRegisters) {
-        frame.insert(frame.end(), {2, 0, 0});
-        frame[5] = 9;
-    }
-    if (function == kReadWriteRegisters) {
-        frame.insert(frame.end(), {0, 0, 0, 1, 2, 0, 0});
-        frame[5] = 13;
-    }
-    return frame;
+    Bytes body{input.Next(), 0, 0, quantity};
+    if (function == kWriteRegisters) Append(body, {2, 0, 0});
+    if (function == kReadWriteRegisters) Append(body, {0, 0, 0, 1, 2, 0, 0});
+    return Frame(id, kUnitId, function, body);
 }
 
-struct Outcome
-{
-    int result;
-    bool settled;
-    std::size_t matched;
-    Bytes data;
-
-    bool operator==(const Outcome&) const = default;
-};
+/// Result, settled or not, replies matched, data.
+using Outcome = std::tuple<int, bool, std::size_t, Bytes>;
 
 struct Exchange
 {
@@ -84,6 +70,8 @@ Outcome Deliver(const Exchange& exchange, std::size_t piece)
     return {pairing.Result(), settled, pairing.Matched(), {collected.begin(), collected.end()}};
 }
 
+} // namespace
+
 void Check(Input input)
 {
     const std::uint8_t flags = input.Next();
@@ -91,8 +79,7 @@ void Check(Input input)
     exchange.frames = flags >> 4U & 7U;
     if (exchange.frames == 0) return; // the engine exchanges nothing then
     for (std::uint8_t id = 1; id <= exchange.frames; ++id) {
-        const Bytes frame = RequestFrame(input, id);
-        exchange.request.insert(exchange.request.end(), frame.begin(), frame.end());
+        Append(exchange.request, RequestFrame(input, id));
     }
     exchange.mode = (flags & 1U) != 0 ? PairingMode::kGather : PairingMode::kOneReplyEach;
     exchange.wantsData = (flags & 2U) == 0;
@@ -107,12 +94,4 @@ void Check(Input input)
     }
 }
 
-} // namespace
-
 } // namespace zelq::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    zelq::fuzz::Check(zelq::fuzz::Input(data, size));
-    return 0;
-}

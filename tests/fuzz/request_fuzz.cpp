@@ -26,16 +26,10 @@ struct Wanted
     }
 };
 
-void PutWord(Bytes& bytes, std::size_t value)
-{
-    bytes.push_back(static_cast<std::uint8_t>(value >> 8U));
-    bytes.push_back(static_cast<std::uint8_t>(value));
-}
-
 /// How it must travel.
-Bytes Encoded(const Wanted& wanted, std::uint16_t id)
+Bytes Encoded(const Wanted& wanted, std::size_t id)
 {
-    Bytes body{kUnitId, wanted.function};
+    Bytes body;
     PutWord(body, wanted.start);
     PutWord(body, wanted.quantity);
     if (wanted.function == kReadWriteRegisters) {
@@ -46,21 +40,7 @@ Bytes Encoded(const Wanted& wanted, std::uint16_t id)
             PutWord(body, value);
         }
     }
-    Bytes frame;
-    PutWord(frame, id);
-    PutWord(frame, 0);
-    PutWord(frame, body.size());
-    frame.insert(frame.end(), body.begin(), body.end());
-    return frame;
-}
-
-void Append(RequestBuffer& request, std::vector<Wanted>& wanted, unsigned count,
-            std::uint16_t value)
-{
-    for (; count > 0 && !wanted.empty(); --count) {
-        request.AppendRegister(value);
-        if (wanted.back().function == kReadWriteRegisters) wanted.back().written.push_back(value);
-    }
+    return Frame(id, kUnitId, wanted.function, body);
 }
 
 /// Takes the steps until the input is at its end or a frame has found no room.
@@ -68,30 +48,31 @@ std::vector<Wanted> Build(RequestBuffer& request, Input& input)
 {
     std::vector<Wanted> wanted;
     while (!input.AtEnd() && !request.TooLong()) {
-        switch (input.Next() & 3U) {
-        case 0: {
+        const unsigned step = input.Next() & 3U;
+        if (step == 0) {
             const std::uint16_t start = input.NextWord();
             const std::uint16_t quantity = input.Next();
             request.StartReadFrame(start, quantity);
             if (!request.TooLong()) wanted.push_back({kReadRegisters, start, quantity, {}});
-            break;
+            continue;
         }
-        case 1: {
-            const std::uint16_t quantity = input.Next();
-            request.StartCommandFrame(quantity);
-            wanted.push_back({kReadWriteRegisters, kResultRegister, quantity, {}});
-            break;
+        if (step == 1) {
+            wanted.push_back({kReadWriteRegisters, kResultRegister, input.Next(), {}});
+            request.StartCommandFrame(wanted.back().quantity);
+            continue;
         }
-        case 2:
-            Append(request, wanted, input.Next(), input.NextWord());
-            break;
-        default:
-            Append(request, wanted, 1, input.NextWord());
-            break;
+        const unsigned count = step == 2 ? input.Next() : 1;
+        const std::uint16_t value = input.NextWord();
+        for (unsigned i = 0; i < count && !wanted.empty(); ++i) {
+            request.AppendRegister(value);
+            if (wanted.back().function == kReadWriteRegisters)
+                wanted.back().written.push_back(value);
         }
     }
     return wanted;
 }
+
+} // namespace
 
 /// What will be sent are the frames that were asked for, up to the first that must not be sent.
 void Check(Input input)
@@ -105,20 +86,11 @@ void Check(Input input)
     Bytes expected;
     std::size_t frames = 0;
     while (frames < wanted.size() && wanted[frames].Valid()) {
-        const Bytes frame = Encoded(wanted[frames], static_cast<std::uint16_t>(kFirstId + frames));
-        expected.insert(expected.end(), frame.begin(), frame.end());
+        Append(expected, Encoded(wanted[frames], kFirstId + frames));
         ++frames;
     }
     Require(request.Frames() == frames, "frames within their limits are valid");
     Require(std::ranges::equal(request.Bytes(), expected), "they travel as they were asked for");
 }
 
-} // namespace
-
 } // namespace zelq::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    zelq::fuzz::Check(zelq::fuzz::Input(data, size));
-    return 0;
-}

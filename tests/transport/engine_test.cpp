@@ -1,4 +1,5 @@
 #include "common/result_codes.h"
+#include "support/wire_test.h"
 #include "transport/engine.h"
 #include "transport/frames.h"
 #include "transport/session_table.h"
@@ -13,133 +14,66 @@ namespace zelq::test {
 
 namespace {
 
-constexpr short kUnknown = 21; ///< never connected
-constexpr short kNumber = 22;
+using EngineTest = WireTest;
 
-RequestBuffer Reads(int frames)
+/// The id that the first frame of a request gets that is never sent.
+std::uint16_t IdOf(RequestBuffer request)
 {
-    RequestBuffer request;
-    for (int i = 0; i < frames; ++i) {
-        request.StartReadFrame(0x0100, 1);
+    constexpr short kNeverConnected = 21;
+    EXPECT_EQ(TransactFrames(kNeverConnected, request), request.TooLong() ? kOverflow : kNotOpen);
+    return request.FirstId();
+}
+
+/// The very first of the process, taken ahead of all tests.
+const std::uint16_t kFirstId = IdOf(Reads(122));
+
+TEST(TransactionIds, StartAtOneAndAreOneMoreThanThereAreFrames)
+{
+    EXPECT_EQ(kFirstId, 1);
+    const std::uint16_t first = IdOf(Reads(3));
+    ASSERT_EQ(IdOf({}), static_cast<std::uint16_t>(first + 4));
+    ASSERT_EQ(IdOf(Reads(1)), static_cast<std::uint16_t>(first + 5));
+    while (IdOf({}) != 65535) {
     }
-    return request;
+    EXPECT_EQ(IdOf(Reads(1)), 0) << "they wrap to zero";
 }
-
-/// `reads` reads and then commands that write so many registers each.
-RequestBuffer Mixed(int reads, std::initializer_list<int> commands)
-{
-    RequestBuffer request = Reads(reads);
-    for (const int registers : commands) {
-        request.StartCommandFrame();
-        for (int i = 0; i < registers; ++i) {
-            request.AppendRegister(1);
-        }
-    }
-    return request;
-}
-
-/// Takes the very first id of the process, ahead of all tests.
-class FirstIdTaker : public testing::Environment
-{
-  public:
-    void SetUp() override
-    {
-        RequestBuffer request = Reads(1);
-        EXPECT_EQ(TransactFrames(kUnknown, request), kNotOpen);
-        firstId = request.FirstId();
-    }
-
-    static inline std::uint16_t firstId = 0;
-};
-
-const testing::Environment* const kFirstIdTaker =
-    testing::AddGlobalTestEnvironment(new FirstIdTaker);
-
-TEST(TransactionIds, StartAtOne)
-{
-    EXPECT_EQ(FirstIdTaker::firstId, 1);
-}
-
-TEST(TransactionIds, AreOneMoreThanThereAreFrames)
-{
-    RequestBuffer three = Reads(3);
-    EXPECT_EQ(TransactFrames(kUnknown, three), kNotOpen) << "refused, but numbered";
-    const std::uint16_t first = three.FirstId();
-    RequestBuffer none;
-    EXPECT_EQ(TransactFrames(kUnknown, none), kNotOpen);
-    EXPECT_EQ(none.FirstId(), static_cast<std::uint16_t>(first + 4));
-    RequestBuffer one = Reads(1);
-    EXPECT_EQ(TransactFrames(kUnknown, one), kNotOpen);
-    EXPECT_EQ(one.FirstId(), static_cast<std::uint16_t>(first + 5));
-}
-
-TEST(TransactionIds, WrapToZero)
-{
-    RequestBuffer empty;
-    do {
-        TransactFrames(kUnknown, empty);
-    } while (empty.FirstId() != 65535);
-    RequestBuffer one = Reads(1);
-    TransactFrames(kUnknown, one);
-    EXPECT_EQ(one.FirstId(), 0);
-}
-
-/// A connected controller.
-class EngineTest : public testing::Test
-{
-  protected:
-    void SetUp() override { ASSERT_NO_FATAL_FAILURE(controller_.Connect()); }
-    void TearDown() override { EXPECT_EQ(controller_.UnusedSteps(), 0U); }
-
-    ScriptedController controller_{kNumber};
-};
 
 TEST_F(EngineTest, NothingIsSentForARequestWithoutFrames)
 {
     RequestBuffer empty;
     EXPECT_EQ(TransactFrames(kNumber, empty), kReplyMismatch);
-    RequestBuffer overlong = Mixed(0, {122});
+    RequestBuffer overlong = Commands({122});
     EXPECT_EQ(TransactFrames(kNumber, overlong), kReplyMismatch);
-    RequestBuffer whole = Mixed(100, {56, 57}); // 1460 bytes
+    RequestBuffer whole = Commands({56, 57}, 1, Reads(100)); // 1460 bytes
     EXPECT_EQ(TransactFrames(kNumber, whole), kOverflow);
     EXPECT_TRUE(controller_.TakeRequests().empty());
     zelQ_Disconnect(kNumber);
     EXPECT_EQ(TransactFrames(kNumber, empty), kNotOpen);
 }
 
-TEST_F(EngineTest, FramesEndAtTheFirstInvalidOne)
+TEST_F(EngineTest, FramesUpToTheFirstInvalidOneTravelInOnePiece)
 {
-    RequestBuffer request = Mixed(1, {122, 1});
-    EXPECT_EQ(TransactFrames(kNumber, request), kOk);
-    const auto requests = controller_.TakeRequests();
-    ASSERT_EQ(requests.size(), 1U);
-    ASSERT_EQ(requests[0].size(), 1U);
-    EXPECT_EQ(requests[0][0].function, 3);
-}
-
-TEST_F(EngineTest, AllFramesTravelInOnePiece)
-{
-    controller_.SetRegister(0x0100, 0xBEEF);
-    RequestBuffer request = Mixed(90, {121});
+    controller_.SetRegister(0x0139, 0xBEEF);
+    RequestBuffer request = Commands({121, 122, 1}, 1, Reads(60));
     ReplyData data;
     EXPECT_EQ(TransactFrames(kNumber, request, &data), kOk);
-    EXPECT_EQ(DataWords(data).size(), 91U);
-    EXPECT_EQ(DataWords(data)[89], 0xBEEF);
+    EXPECT_EQ(DataWords(data).size(), 121U);
+    EXPECT_EQ(DataWords(data)[119], 0xBEEF);
     const auto requests = controller_.TakeRequests();
     ASSERT_EQ(requests.size(), 1U);
-    ASSERT_EQ(requests[0].size(), 91U);
+    ASSERT_EQ(requests[0].size(), 61U);
     std::uint16_t id = request.FirstId();
     for (const RequestFrame& frame : requests[0]) {
         EXPECT_EQ(frame.id, id++);
         EXPECT_EQ(frame.unit, 1);
     }
-    EXPECT_EQ(requests[0].back().written, Words(121, 1));
+    EXPECT_EQ(requests[0].back().written, Words(121, 7));
 }
 
 TEST_F(EngineTest, TheControllersResultIsNotSignExtended)
 {
     controller_.ThenResult(0xFFFF);
-    RequestBuffer request = Mixed(0, {1});
+    RequestBuffer request = Commands({1});
     EXPECT_EQ(TransactFrames(kNumber, request), 0xFFFF);
 }
 

@@ -7,10 +7,34 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <vector>
 
 namespace zelq::test {
 
-/// Gives the frames the ids 1, 2, 3 ... as the engine does.
+/// Reads of two registers each.
+inline RequestBuffer Reads(int frames, std::uint16_t start = 0x0138)
+{
+    RequestBuffer request;
+    for (int i = 0; i < frames; ++i) {
+        request.StartReadFrame(start, 2);
+    }
+    return request;
+}
+
+/// Commands that write so many registers each, behind what is asked for already.
+inline RequestBuffer Commands(std::initializer_list<int> registers, std::uint16_t readQuantity = 1,
+                              RequestBuffer request = {})
+{
+    for (const int count : registers) {
+        request.StartCommandFrame(readQuantity);
+        for (int i = 0; i < count; ++i) {
+            request.AppendRegister(7);
+        }
+    }
+    return request;
+}
+
+/// Gives the frames the ids from `first` on as the engine does.
 inline RequestBuffer Numbered(RequestBuffer request, std::uint16_t first = 1)
 {
     request.Finish();
@@ -18,8 +42,7 @@ inline RequestBuffer Numbered(RequestBuffer request, std::uint16_t first = 1)
     return request;
 }
 
-/// The reply to a read, or to a command whose first word is its result.
-inline Bytes RegistersReply(std::uint16_t id, std::uint8_t function, const Words& words)
+inline Bytes ReadReply(std::uint16_t id, const Words& words, std::uint8_t function = kReadRegisters)
 {
     Bytes body{static_cast<std::uint8_t>(2 * words.size())};
     for (const std::uint16_t word : words) {
@@ -29,29 +52,20 @@ inline Bytes RegistersReply(std::uint16_t id, std::uint8_t function, const Words
     return FrameBytes(id, function, body);
 }
 
-inline Bytes WriteReply(std::uint16_t id, std::uint16_t quantity)
+/// The reply to a command, whose first word is its result.
+inline Bytes CommandReply(std::uint16_t id, const Words& words = {0})
 {
-    return FrameBytes(
-        id, kWriteRegisters,
-        {0, 0, static_cast<std::uint8_t>(quantity >> 8), static_cast<std::uint8_t>(quantity)});
-}
-
-/// An exception that carries the controller's error code.
-inline Bytes ExceptionReply(std::uint16_t id, unsigned function, std::uint16_t errorCode)
-{
-    return FrameBytes(
-        id, static_cast<std::uint8_t>(function | kExceptionBit),
-        {3, static_cast<std::uint8_t>(errorCode >> 8), static_cast<std::uint8_t>(errorCode)});
+    return ReadReply(id, words, kReadWriteRegisters);
 }
 
 /// The same bytes with one of them changed.
-inline Bytes With(Bytes bytes, std::size_t at, std::uint8_t value)
+inline Bytes With(Bytes bytes, std::size_t at, unsigned value)
 {
-    bytes.at(at) = value;
+    bytes.at(at) = static_cast<std::uint8_t>(value);
     return bytes;
 }
 
-inline Bytes Joined(std::initializer_list<Bytes> parts)
+inline Bytes Joined(const std::vector<Bytes>& parts)
 {
     Bytes all;
     for (const Bytes& part : parts) {
@@ -63,11 +77,8 @@ inline Bytes Joined(std::initializer_list<Bytes> parts)
 /// The registers that a call has collected.
 inline Words DataWords(const ReplyData& data)
 {
-    Words words;
-    ReplyReader reader(data);
-    for (std::uint16_t word = 0; reader.Read(word);) {
-        words.push_back(word);
-    }
+    Words words(data.Bytes().size() / 2);
+    if (!ReplyReader(data).Read(words)) words.clear();
     return words;
 }
 

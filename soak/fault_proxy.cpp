@@ -1,4 +1,4 @@
-#include "soak/fault_proxy.h"
+#include "fault_proxy.h"
 
 #include <algorithm>
 #include <asio.hpp>
@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-namespace zelq::soak {
+namespace soak {
 
 namespace {
 
@@ -19,25 +19,18 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::size_t kHeader = 6;
 constexpr milliseconds kAfterTheWaits{45};
-constexpr milliseconds kShortWhile{2};
 constexpr microseconds kBetweenPieces{200};
 
-/// The size of the frame at `at`; 0 while it is not all there.
-std::size_t FrameSize(const Bytes& bytes, std::size_t at)
+/// Where the whole frames at the front of `bytes` end.
+std::vector<std::size_t> FrameEnds(const Bytes& bytes)
 {
-    if (bytes.size() < at + kHeader) return 0;
-    const std::size_t size = kHeader + (bytes[at + 4] << 8U | bytes[at + 5]);
-    return bytes.size() < at + size ? 0 : size;
-}
-
-/// Where the whole frames at the front of `bytes` start.
-std::vector<std::size_t> FrameStarts(const Bytes& bytes)
-{
-    std::vector<std::size_t> starts;
-    for (std::size_t at = 0; FrameSize(bytes, at) != 0; at += FrameSize(bytes, at)) {
-        starts.push_back(at);
+    std::vector<std::size_t> ends;
+    for (std::size_t at = 0; at + kHeader <= bytes.size(); at = ends.back()) {
+        const std::size_t end = at + kHeader + (bytes[at + 4] << 8U | bytes[at + 5]);
+        if (end > bytes.size()) break;
+        ends.push_back(end);
     }
-    return starts;
+    return ends;
 }
 
 /// Cuts so many bytes off the front.
@@ -51,44 +44,26 @@ Bytes TakeFront(Bytes& bytes, std::size_t count)
 
 } // namespace
 
-const char* NameOf(Fault fault)
-{
-    constexpr std::array<const char*, kFaultKinds> kNames = {
-        "none", "late", "delay", "slice", "double", "stray", "torn", "corrupt", "cut", "reset"};
-    return kNames[static_cast<std::size_t>(fault)];
-}
-
-class FaultProxy::Impl
+class FaultProxy::Line
 {
   public:
-    Impl(const asio::ip::address& address, std::uint16_t port, unsigned seed)
-        : random_(seed), acceptor_(io_, {address, 0}), controller_(io_)
+    Line(FaultProxy& owner, const asio::ip::address& address, int port, unsigned seed)
+        : owner_(owner), random_(seed), acceptor_(io_, {address, 0}), controller_(io_)
     {
-        controller_.connect({address, port});
+        controller_.connect({address, static_cast<std::uint16_t>(port)});
         controller_.set_option(tcp::no_delay(true));
         Accept();
         ReadController();
         thread_ = std::thread([this] { io_.run(); });
     }
 
-    ~Impl()
+    ~Line()
     {
         io_.stop();
         thread_.join();
     }
 
-    Impl(const Impl&) = delete;
-    Impl& operator=(const Impl&) = delete;
-
     [[nodiscard]] int Port() const { return acceptor_.local_endpoint().port(); }
-    void SetRates(const FaultRates& rates)
-    {
-        asio::post(io_, [this, rates] { rates_ = rates; });
-    }
-    [[nodiscard]] std::uint64_t Injected(Fault fault) const
-    {
-        return injected_[static_cast<std::size_t>(fault)];
-    }
 
   private:
     /// What is sent next, and when: so long after what is ahead of it.
@@ -106,7 +81,6 @@ class FaultProxy::Impl
         {}
         tcp::socket socket;
         asio::steady_timer timer;
-        std::array<std::uint8_t, 2048> area{};
         Bytes received;
         std::deque<Piece> pieces; ///< a line keeps its order, whatever is late
         bool sending = false;
@@ -137,65 +111,56 @@ class FaultProxy::Impl
 
     void ReadClient(const ClientPtr& client)
     {
-        client->socket.async_read_some(
-            asio::buffer(client->area), [this, client](asio::error_code error, std::size_t count) {
-                if (error || !client->socket.is_open()) return Close(*client);
-                client->received.insert(client->received.end(), client->area.begin(),
-                                        client->area.begin() + static_cast<std::ptrdiff_t>(count));
-                if (TakeRequest(client)) ReadClient(client);
-            });
+        asio::async_read(client->socket, asio::dynamic_buffer(client->received),
+                         asio::transfer_at_least(1),
+                         [this, client](asio::error_code error, std::size_t) {
+                             if (error) return Break(*client, Fault::kCut);
+                             if (client->socket.is_open() && TakeRequest(client))
+                                 ReadClient(client);
+                         });
     }
 
     /// Passes the whole frames on; false when the connection has come to its end instead.
     bool TakeRequest(const ClientPtr& client)
     {
-        const std::vector<std::size_t> starts = FrameStarts(client->received);
-        if (starts.empty()) return true;
-        const Bytes request =
-            TakeFront(client->received, starts.back() + FrameSize(client->received, starts.back()));
+        const std::vector<std::size_t> ends = FrameEnds(client->received);
+        if (ends.empty()) return true;
+        const Bytes request = TakeFront(client->received, ends.back());
         const Fault fault = Draw();
-        ++injected_[static_cast<std::size_t>(fault)];
+        ++owner_.injected[static_cast<std::size_t>(fault)];
         const bool breaks = fault == Fault::kCut || fault == Fault::kReset;
         if (breaks && Below(2) == 0) {
             Break(*client, fault);
             return false;
         }
-        running_.push_back({client, fault, starts.size()});
+        running_.push_back({client, fault, ends.size()});
         asio::write(controller_, asio::buffer(request));
         return true;
     }
 
     void ReadController()
     {
-        controller_.async_read_some(
-            asio::buffer(area_), [this](asio::error_code error, std::size_t count) {
-                if (error) return;
-                replies_.insert(replies_.end(), area_.begin(),
-                                area_.begin() + static_cast<std::ptrdiff_t>(count));
-                TakeReplies();
-                ReadController();
-            });
+        asio::async_read(controller_, asio::dynamic_buffer(replies_), asio::transfer_at_least(1),
+                         [this](asio::error_code error, std::size_t) {
+                             if (error) return;
+                             TakeReplies();
+                             ReadController();
+                         });
     }
 
+    /// Lets the faults befall the replies that are all there.
     void TakeReplies()
     {
         while (!running_.empty()) {
-            const std::vector<std::size_t> starts = FrameStarts(replies_);
-            const Running done = running_.front();
-            if (starts.size() < done.frames) return;
-            const std::size_t last = starts[done.frames - 1];
+            const std::vector<std::size_t> ends = FrameEnds(replies_);
+            const auto [client, fault, frames] = running_.front();
+            if (ends.size() < frames) return;
             running_.pop_front();
-            Answer(done, TakeFront(replies_, last + FrameSize(replies_, last)));
+            for (Piece& piece : PiecesOf(fault, TakeFront(replies_, ends[frames - 1]))) {
+                client->pieces.push_back(std::move(piece));
+            }
+            if (!client->sending) SendNext(client);
         }
-    }
-
-    /// Lets the fault befall the reply.
-    void Answer(const Running& call, Bytes reply)
-    {
-        for (Piece& piece : PiecesOf(call.fault, std::move(reply))) {
-            call.client->pieces.push_back(std::move(piece));
-        }
-        if (!call.client->sending) SendNext(call.client);
     }
 
     std::vector<Piece> PiecesOf(Fault fault, Bytes reply)
@@ -212,18 +177,16 @@ class FaultProxy::Impl
         case Fault::kDouble:
             return {{reply}, {reply, aWhile}};
         case Fault::kStray:
-            return {{Stray(reply)}, {reply, aWhile}};
-        case Fault::kTorn: {
-            const Bytes first = TakeFront(reply, part);
-            return {{first}, {reply, kAfterTheWaits}};
-        }
-        case Fault::kCorrupt:
-            TurnABit(reply);
-            return {{std::move(reply)}};
+            return {{{static_cast<std::uint8_t>(reply[0] ^ 0x40U), 0, 0, 0, 0, 5, 1, 3, 2, 1, 2}},
+                    {reply, aWhile}};
+        case Fault::kTorn:
+            return {{TakeFront(reply, part)}, {reply, kAfterTheWaits}};
         case Fault::kCut:
         case Fault::kReset:
-            reply.resize(part);
-            return {{std::move(reply), {}, fault}};
+            return {{TakeFront(reply, part), {}, fault}};
+        case Fault::kCorrupt:
+            TurnABit(reply);
+            [[fallthrough]];
         default:
             return {{std::move(reply)}};
         }
@@ -239,17 +202,12 @@ class FaultProxy::Impl
         return pieces;
     }
 
-    static Bytes Stray(const Bytes& reply)
-    {
-        const auto otherId = static_cast<std::uint8_t>(reply[0] ^ 0x40U);
-        return {otherId, reply[1], 0, 0, 0, 5, 1, 3, 2, 0x12, 0x34};
-    }
-
     void TurnABit(Bytes& reply)
     {
         constexpr std::size_t kHeaderAndCount = 9;
-        const std::vector<std::size_t> starts = FrameStarts(reply);
-        const std::size_t at = starts[Below(starts.size())] + Below(kHeaderAndCount);
+        const std::vector<std::size_t> ends = FrameEnds(reply);
+        const std::size_t frame = Below(ends.size());
+        const std::size_t at = (frame == 0 ? 0 : ends[frame - 1]) + Below(kHeaderAndCount);
         reply[at] = static_cast<std::uint8_t>(reply[at] ^ 1U << Below(8));
     }
 
@@ -278,12 +236,6 @@ class FaultProxy::Impl
         if (fault == Fault::kReset) {
             client.socket.set_option(asio::socket_base::linger(true, 0), ignored);
         }
-        Close(client);
-    }
-
-    static void Close(Client& client)
-    {
-        asio::error_code ignored;
         client.socket.close(ignored);
     }
 
@@ -294,47 +246,32 @@ class FaultProxy::Impl
 
     Fault Draw()
     {
-        auto drawn = static_cast<int>(Below(10'000));
+        auto drawn = owner_.begun ? static_cast<int>(Below(10'000)) : 10'000;
         for (std::size_t kind = 1; kind < kFaultKinds; ++kind) {
-            drawn -= rates_[kind];
+            drawn -= kFaults[kind].rate;
             if (drawn < 0) return static_cast<Fault>(kind);
         }
         return Fault::kNone;
     }
 
+    FaultProxy& owner_;
     std::mt19937 random_;
-    FaultRates rates_{};
-    std::array<std::atomic<std::uint64_t>, kFaultKinds> injected_{};
     asio::io_context io_;
     tcp::acceptor acceptor_;
     tcp::socket controller_;
-    std::array<std::uint8_t, 4096> area_{};
     Bytes replies_;
     ClientPtr client_; ///< the newest
     std::deque<Running> running_;
     std::thread thread_;
 };
 
-FaultProxy::FaultProxy(short number, int port, unsigned seed)
-    : impl_(std::make_unique<Impl>(asio::ip::make_address("127.0.0." + std::to_string(number)),
-                                   static_cast<std::uint16_t>(port), seed))
+FaultProxy::FaultProxy(short number, int controllerPort, unsigned seed)
+    : line_(std::make_unique<Line>(*this,
+                                   asio::ip::make_address("127.0.0." + std::to_string(number)),
+                                   controllerPort, seed)),
+      port(line_->Port())
 {}
 
 FaultProxy::~FaultProxy() = default;
 
-int FaultProxy::Port() const
-{
-    return impl_->Port();
-}
-
-void FaultProxy::SetRates(const FaultRates& rates)
-{
-    impl_->SetRates(rates);
-}
-
-std::uint64_t FaultProxy::Injected(Fault fault) const
-{
-    return impl_->Injected(fault);
-}
-
-} // namespace zelq::soak
+} // namespace soak

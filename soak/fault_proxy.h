@@ -3,9 +3,10 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 
-namespace zelq::soak {
+namespace soak {
 
 /// What befalls a call on its way.
 enum class Fault {
@@ -19,15 +20,19 @@ enum class Fault {
     kCorrupt, ///< a bit of a frame's header is turned
     kCut,     ///< the connection is closed before the request, or in the middle of the reply
     kReset,   ///< the same with a reset
-    kCount_
 };
 
-inline constexpr std::size_t kFaultKinds = static_cast<std::size_t>(Fault::kCount_);
+/// Its name, and how many calls in 10,000 it befalls.
+struct FaultKind
+{
+    const char* name;
+    int rate;
+};
 
-const char* NameOf(Fault fault);
-
-/// How many calls in 10,000 a fault befalls.
-using FaultRates = std::array<int, kFaultKinds>;
+inline constexpr FaultKind kFaults[] = {
+    {"none", 0},   {"late", 100}, {"delay", 50},   {"slice", 100}, {"double", 50},
+    {"stray", 20}, {"torn", 20},  {"corrupt", 50}, {"cut", 20},    {"reset", 20}};
+inline constexpr std::size_t kFaultKinds = std::size(kFaults);
 
 /// Stands between a library and a controller, and lets faults befall what passes.
 ///
@@ -38,20 +43,19 @@ using FaultRates = std::array<int, kFaultKinds>;
 class FaultProxy
 {
   public:
-    /// Listens on a free port of 127.0.0.`number`, in front of the controller at its `port` there.
-    FaultProxy(short number, int port, unsigned seed);
+    /// Listens on a free port of 127.0.0.`number`, in front of the controller at its port there.
+    FaultProxy(short number, int controllerPort, unsigned seed);
     ~FaultProxy();
-    FaultProxy(const FaultProxy&) = delete;
-    FaultProxy& operator=(const FaultProxy&) = delete;
 
-    [[nodiscard]] int Port() const;
-    void SetRates(const FaultRates& rates);
-    /// How often each fault has been injected.
-    [[nodiscard]] std::uint64_t Injected(Fault fault) const;
+    std::atomic<bool> begun = false;                                ///< faults befall what passes
+    std::array<std::atomic<std::uint64_t>, kFaultKinds> injected{}; ///< how often each fault
 
   private:
-    class Impl;
-    std::unique_ptr<Impl> impl_;
+    class Line;
+    std::unique_ptr<Line> line_;
+
+  public:
+    const int port; ///< where it listens
 };
 
-} // namespace zelq::soak
+} // namespace soak

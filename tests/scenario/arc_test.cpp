@@ -73,27 +73,23 @@ class ArcScenario : public PathScenario
         ASSERT_NO_FATAL_FAILURE(StandAt({arc.start[0], arc.start[1], 0}));
         InterpSpeedProfile speed = Speeds(100, 6'000, 100);
         ASSERT_EQ(arc.Command(kMap, speed), 0);
-        Advance(milliseconds(1));
-        EXPECT_EQ(StatusAt(1).motionKind, arc.height == 0 ? kArcKind : kHelicalKind);
-        const std::vector<Sample> samples = Watch(milliseconds(20));
-        const auto angleOf = [&](const Sample& sample) {
-            return std::atan2(sample.at[1] - arc.center[1], sample.at[0] - arc.center[0]);
-        };
-        double angle = 0;
+        ExpectIn(1ms, {.kind = arc.height == 0 ? kArcKind : kHelicalKind}, 1);
+        const std::vector<Sample> samples = Watch(50ms);
+        double turned = 0; // degrees
         double fastest = 0;
-        for (std::size_t i = 1; i < samples.size(); ++i) {
-            const Sample& sample = samples[i];
-            const double radius =
-                std::hypot(sample.at[0] - arc.center[0], sample.at[1] - arc.center[1]);
-            EXPECT_NEAR(radius, kFive, 2.0);
-            angle +=
-                std::remainder(angleOf(sample) - angleOf(samples[i - 1]), 2 * std::numbers::pi);
-            const double part = angle * 180 / std::numbers::pi / arc.degrees;
-            EXPECT_NEAR(sample.at[2], arc.height * part, 4.0);
-            EXPECT_GT(part, -0.001); // it never turns the other way
+        double before = 0;
+        for (const Sample& sample : samples) {
+            const double x = sample.at[0] - arc.center[0];
+            const double y = sample.at[1] - arc.center[1];
+            EXPECT_NEAR(std::hypot(x, y), kFive, 2.0);
+            const double angle = std::atan2(y, x) * 180 / std::numbers::pi;
+            turned += &sample == &samples.front() ? 0 : std::remainder(angle - before, 360);
+            before = angle;
+            EXPECT_NEAR(sample.at[2], arc.height * turned / arc.degrees, 4.0);
+            EXPECT_GT(turned / arc.degrees, -0.001); // it never turns the other way
             fastest = std::max(fastest, sample.Speed(2));
         }
-        EXPECT_NEAR(angle * 180 / std::numbers::pi, arc.degrees, 0.05);
+        EXPECT_NEAR(turned, arc.degrees, 0.05);
         EXPECT_NEAR(fastest, 6'000, 3);
         EXPECT_EQ(samples.back().at, (Coordinates{arc.end[0], arc.end[1], arc.height}));
     }
@@ -139,8 +135,7 @@ TEST_F(ArcScenario, AllFormsGiveTheirArcs)
     InterpSpeedProfile speed = Speeds(5'000, 5'000, 5'000);
     const double height = 2 * std::numbers::pi * kFive * 0.75; // three up for four along
     ASSERT_EQ(zelQ_IHelical(kNumber, kMap, 0, kOrigin.data(), 360, 1, height, &speed), 0);
-    Advance(milliseconds(400));
-    EXPECT_NEAR(StatusAt(2).velocity, 3'000, 1);
+    ExpectIn(400ms, {.velocity = 3'000, .within = 1}, 7);
     EXPECT_NEAR(Look().Speed(), 5'000, 2);
 }
 
@@ -149,31 +144,26 @@ TEST_F(ArcScenario, ImpossibleGeometryIsRefused)
     InterpSpeedProfile speed = Speeds(0, 1'000, 0);
     InterpSpeedProfile* s = &speed;
     const double* none = kOrigin.data();
-    const std::array<double, 2> ahead = {1'000, 1'000};
-    const std::array<double, 2> further = {3'000, 3'000};
-    const std::array<double, 2> aside = {1'000, -1'004};
-    const double* a = ahead.data();
+    const double a[] = {1'000, 1'000};
+    const double further[] = {3'000, 3'000};
+    const double aside[] = {1'000, -1'004};
     ASSERT_NO_FATAL_FAILURE(StandAt({0, 0, 0}));
-    EXPECT_THAT((Results{zelQ_IArc(kNumber, kMap, 0, none, 90, s),
-                         zelQ_IArcCE(kNumber, kMap, 0, a, a, 0, s),
-                         zelQ_IArcRE(kNumber, kMap, 700, 0, 0, none, 0, s)}),
-                Each(kNoCircle));
-    EXPECT_EQ(zelQ_IArcCE(kNumber, kMap, 0, a, further.data(), 0, s), kEndOffCircle);
-    EXPECT_THAT((Results{zelQ_IArcPE(kNumber, kMap, 0, a, further.data(), s),
-                         zelQ_IArcPE(kNumber, kMap, 0, a, none, s),
-                         zelQ_IArcPE(kNumber, kMap, 0, none, a, s)}),
-                Each(kPointsInLine));
-    EXPECT_THAT((Results{zelQ_IArcRE(kNumber, kMap, 700, 0, 0, a, 0, s),
-                         zelQ_IArcRE(kNumber, kMap, -1'000, 0, 0, a, 0, s)}),
-                Each(kRadiusTooSmall));
-    EXPECT_THAT((Results{zelQ_IHelicalRE(kNumber, kMap, 1'000, 2, 0, a, 0, 0, 0, s),
-                         zelQ_IArcCE(kNumber, kMap, 0, a, aside.data(), 2, s),
-                         zelQ_IHelical(kNumber, kMap, 0, a, 90, 2, 0, s)}),
-                Each(kOutOfRange));
+    Refused(kNoCircle,
+            {zelQ_IArc(kNumber, kMap, 0, none, 90, s), zelQ_IArcCE(kNumber, kMap, 0, a, a, 0, s),
+             zelQ_IArcRE(kNumber, kMap, 700, 0, 0, none, 0, s)});
+    EXPECT_EQ(zelQ_IArcCE(kNumber, kMap, 0, a, further, 0, s), kEndOffCircle);
+    Refused(kPointsInLine,
+            {zelQ_IArcPE(kNumber, kMap, 0, a, further, s),
+             zelQ_IArcPE(kNumber, kMap, 0, a, none, s), zelQ_IArcPE(kNumber, kMap, 0, none, a, s)});
+    Refused(kRadiusTooSmall, {zelQ_IArcRE(kNumber, kMap, 700, 0, 0, a, 0, s),
+                              zelQ_IArcRE(kNumber, kMap, -1'000, 0, 0, a, 0, s)});
+    Refused(kOutOfRange, {zelQ_IHelicalRE(kNumber, kMap, 1'000, 2, 0, a, 0, 0, 0, s),
+                          zelQ_IArcCE(kNumber, kMap, 0, a, aside, 2, s),
+                          zelQ_IHelical(kNumber, kMap, 0, a, 90, 2, 0, s)});
     speed.profileType = 2;
-    EXPECT_EQ(zelQ_IArcPE(kNumber, kMap, 0, a, aside.data(), s), kOutOfRange);
-    EXPECT_EQ(LineTo({1}, Speeds(0, 0, 0)), kOutOfRange);
-    EXPECT_EQ(StatusAt(0).inMotion, 0);
+    Refused(kOutOfRange,
+            {zelQ_IArcPE(kNumber, kMap, 0, a, aside, s), LineTo({1}, Speeds(0, 0, 0))});
+    Expect({.moving = 0}, 4);
     EXPECT_EQ(zelQ_ServoOn(kNumber, 1, 0), 0);
     EXPECT_EQ(LineTo({1, 2}, Speeds(0, 1, 0)), kServoOff);
 }

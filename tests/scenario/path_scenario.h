@@ -68,10 +68,10 @@ class PathScenario : public ScenarioTest
     {
         ScenarioTest::SetUp();
         for (short axis = 0; axis < axes_; ++axis) {
-            zelQ_UnitPerPulseSet(kNumber, axis, 1.0);
-            ASSERT_EQ(zelQ_ServoOn(kNumber, static_cast<U16>(axis), 1), 0);
+            Done({zelQ_UnitPerPulseSet(kNumber, axis, 1.0),
+                  zelQ_ServoOn(kNumber, static_cast<U16>(axis), 1)});
         }
-        Advance(milliseconds(200));
+        Advance(200ms);
     }
 
     void UseMap(std::vector<U16> axes)
@@ -79,8 +79,6 @@ class PathScenario : public ScenarioTest
         map_ = std::move(axes);
         ASSERT_EQ(zelQ_IMapSet(kNumber, kMap, static_cast<short>(map_.size()), map_.data()), 0);
     }
-
-    [[nodiscard]] ServoStatus StatusAt(std::size_t place) const { return StatusOf(map_[place]); }
 
     Sample Look()
     {
@@ -103,7 +101,7 @@ class PathScenario : public ScenarioTest
     }
 
     /// Runs what is commanded to its end, looking at it every few milliseconds.
-    std::vector<Sample> Watch(milliseconds step = milliseconds(5))
+    std::vector<Sample> Watch(nanoseconds step = 5ms)
     {
         std::vector<Sample> samples = {Look()};
         EXPECT_TRUE(AdvanceUntil(
@@ -111,28 +109,24 @@ class PathScenario : public ScenarioTest
                 samples.push_back(Look());
                 return !Running();
             },
-            seconds(60), step));
+            60s, step));
         return samples;
     }
 
-    static short Line(const Coordinates& to, InterpSpeedProfile speed, U16 option)
+    static short LineTo(const Coordinates& to, InterpSpeedProfile speed, U16 byDistances = 0)
     {
-        return zelQ_ILinear(kNumber, kMap, option, static_cast<short>(to.size()), to.data(),
-                            &speed);
-    }
-    static short LineTo(const Coordinates& target, const InterpSpeedProfile& speed)
-    {
-        return Line(target, speed, 0);
+        const auto count = static_cast<short>(to.size());
+        return zelQ_ILinear(kNumber, kMap, byDistances, count, to.data(), &speed);
     }
     static short LineBy(const Coordinates& way, const InterpSpeedProfile& speed)
     {
-        return Line(way, speed, 1);
+        return LineTo(way, speed, 1);
     }
 
     void StandAt(const Coordinates& place)
     {
         ASSERT_EQ(LineTo(place, Speeds(0, 50'000, 0)), 0);
-        Watch(milliseconds(200));
+        Watch(200ms);
         ASSERT_EQ(Look().at, place);
     }
 

@@ -7,20 +7,23 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <initializer_list>
+#include <optional>
+#include <source_location>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace zelq::test {
 
-using std::chrono::microseconds;
-using std::chrono::milliseconds;
-using std::chrono::seconds;
+using namespace std::chrono_literals;
+using std::chrono::nanoseconds;
 using testing::Each;
 using testing::ElementsAre;
 
 using U16 = unsigned short;
 using Results = std::vector<short>;
+using Here = std::source_location;
 
 /// What the controller answers to a call that it refuses.
 enum Refusal : short {
@@ -55,6 +58,33 @@ enum StopCause : U16 {
     kLatched = 10,
 };
 
+/// What the status of an axis shall show; what is not named may be anything.
+struct Shown
+{
+    std::optional<double> at = {}; ///< command position
+    std::optional<double> encoder = {};
+    std::optional<double> velocity = {};
+    std::optional<double> torque = {};
+    std::optional<double> error = {}; ///< following error
+    std::optional<U16> kind = {};     ///< of its motion
+    std::optional<U16> moving = {};
+    std::optional<U16> cause = {}; ///< of the last motion's end
+    std::optional<U16> servo = {};
+    std::optional<U16> alarm = {};
+    std::optional<U16> inPosition = {};
+    std::optional<U16> homing = {};
+    std::optional<U16> homeDone = {};
+    std::optional<U16> torqueLimited = {};
+    double within = 1e-9; ///< of position and velocity
+};
+
+/// Numbers for the one call that they stand in.
+template <typename T>
+const T* Listed(std::initializer_list<T> numbers)
+{
+    return numbers.begin();
+}
+
 /// A connected simulated controller whose clock the test drives by hand: every motion is exact,
 /// and no test waits for it.
 class ScenarioTest : public testing::Test
@@ -82,15 +112,13 @@ class ScenarioTest : public testing::Test
     /// A machine small enough to be run through: between switches, with all sensors.
     static lumosim::AxisMechanics SmallMachine()
     {
-        lumosim::AxisMechanics mechanics;
-        mechanics.negativeLimit = -100'000;
-        mechanics.positiveLimit = 100'000;
-        mechanics.stopperGap = 1'000;
-        mechanics.homeSensor = lumosim::Stretch{-3'000, -2'500};
-        mechanics.probe = lumosim::Stretch{4'000, 4'200};
-        mechanics.pulsesPerTurn = 1'000;
-        mechanics.zPhase = 300;
-        return mechanics;
+        return {.negativeLimit = -100'000,
+                .positiveLimit = 100'000,
+                .stopperGap = 1'000,
+                .homeSensor = lumosim::Stretch{-3'000, -2'500},
+                .probe = lumosim::Stretch{4'000, 4'200},
+                .pulsesPerTurn = 1'000,
+                .zPhase = 300};
     }
 
     void SetUp() override
@@ -107,13 +135,12 @@ class ScenarioTest : public testing::Test
     void TearDown() override { zelQ_Disconnect(kNumber); }
 
     /// Lets simulated time pass.
-    void Advance(std::chrono::nanoseconds time) { server_.AdvanceBy(time); }
+    void Advance(nanoseconds time) { server_.AdvanceBy(time); }
 
     /// Lets time pass in steps until `done`, at most `limit`; whether it came to that.
-    bool AdvanceUntil(const std::function<bool()>& done, std::chrono::nanoseconds limit,
-                      std::chrono::nanoseconds step = milliseconds(1))
+    bool AdvanceUntil(const std::function<bool()>& done, nanoseconds limit, nanoseconds step = 1ms)
     {
-        for (std::chrono::nanoseconds passed{0}; passed < limit; passed += step) {
+        for (nanoseconds passed{0}; passed < limit; passed += step) {
             if (done()) return true;
             Advance(step);
         }
@@ -123,60 +150,90 @@ class ScenarioTest : public testing::Test
     /// Lets the axis come to rest.
     void Finish(U16 axis = 0)
     {
-        EXPECT_TRUE(AdvanceUntil([axis] { return StatusOf(axis).inMotion == 0; }, seconds(200),
-                                 milliseconds(100)));
+        EXPECT_TRUE(AdvanceUntil([=] { return StatusOf(axis).inMotion == 0; }, 200s, 100ms));
     }
 
-    static ServoStatus StatusOf(U16 axis)
+    static ServoStatus StatusOf(U16 axis = 0)
     {
         ServoStatus status{};
         EXPECT_EQ(zelQ_GetServoStatus(kNumber, axis, &status), 0);
         return status;
     }
     static double PositionOf(U16 axis = 0) { return StatusOf(axis).commandPosition; }
-    static double EncoderOf(U16 axis = 0) { return StatusOf(axis).encoderPosition; }
     static double VelocityOf(U16 axis = 0) { return StatusOf(axis).velocity; }
-    static double TorqueOf(U16 axis = 0) { return StatusOf(axis).torque; }
 
-    /// Why it stands; 0xFFFF while it moves.
-    static U16 StoppedBy(U16 axis)
+    static testing::ScopedTrace From(const Here& here)
     {
-        const ServoStatus status = StatusOf(axis);
-        return status.inMotion == 0 ? status.stopCause : U16{0xFFFF};
-    }
-    /// Where axis 0 comes to rest, and why.
-    void ExpectEnd(double position, StopCause cause, double tolerance = 0)
-    {
-        Finish();
-        EXPECT_NEAR(PositionOf(), position, tolerance);
-        EXPECT_EQ(StatusOf(0).stopCause, cause);
+        return {here.file_name(), static_cast<int>(here.line()), "this line of the test"};
     }
 
-    /// The same, so much later, or when the axis has come to rest.
-    double PositionIn(std::chrono::nanoseconds time, U16 axis = 0)
+    static void Expect(const Shown& wanted, U16 axis = 0, const Here& here = Here::current())
+    {
+        const testing::ScopedTrace trace = From(here);
+        const ServoStatus s = StatusOf(axis);
+        const auto same = [](auto name, const auto& value, double shown, double within = 1e-9) {
+            EXPECT_NEAR(shown, value ? *value : shown, within) << name;
+        };
+        same("position", wanted.at, s.commandPosition, wanted.within);
+        same("encoder", wanted.encoder, s.encoderPosition);
+        same("velocity", wanted.velocity, s.velocity, wanted.within);
+        same("torque", wanted.torque, s.torque);
+        same("following error", wanted.error, s.followingError);
+        same("kind of motion", wanted.kind, s.motionKind);
+        same("in motion", wanted.moving, s.inMotion);
+        same("cause of the stop", wanted.cause, s.stopCause);
+        same("servo on", wanted.servo, s.servoOn);
+        same("alarm", wanted.alarm, s.alarm);
+        same("in position", wanted.inPosition, s.inPosition);
+        same("homing", wanted.homing, s.homing);
+        same("home done", wanted.homeDone, s.homeDone);
+        same("torque limited", wanted.torqueLimited, s.torqueLimited);
+    }
+    /// The same, so much later.
+    void ExpectIn(nanoseconds time, const Shown& wanted, U16 axis = 0,
+                  const Here& here = Here::current())
     {
         Advance(time);
-        return PositionOf(axis);
+        Expect(wanted, axis, here);
     }
-    double VelocityIn(std::chrono::nanoseconds time, U16 axis = 0)
-    {
-        Advance(time);
-        return VelocityOf(axis);
-    }
-    U16 InMotionIn(std::chrono::nanoseconds time, U16 axis = 0)
-    {
-        Advance(time);
-        return StatusOf(axis).inMotion;
-    }
-    double PositionAtRest(U16 axis = 0)
+    /// Where the axis comes to rest, and why.
+    void ExpectEnd(double position, StopCause cause, double within = 0, U16 axis = 0,
+                   const Here& here = Here::current())
     {
         Finish(axis);
-        return PositionOf(axis);
+        Expect({.at = position, .cause = cause, .within = within}, axis, here);
     }
-    double PlaceAtRest(U16 axis = 0)
+    /// What axes show so much later, axis 0 first.
+    void ExpectEachIn(nanoseconds time, double (*shown)(U16), std::initializer_list<double> wanted,
+                      double within = 0, const Here& here = Here::current())
     {
-        Finish(axis);
-        return PlaceOf(axis);
+        const testing::ScopedTrace trace = From(here);
+        Advance(time);
+        U16 axis = 0;
+        for (const double value : wanted) {
+            EXPECT_NEAR(shown(axis), value, within) << "axis " << axis;
+            ++axis;
+        }
+    }
+
+    /// These calls are refused so.
+    static void Refused(short result, const Results& results, const Here& here = Here::current())
+    {
+        const testing::ScopedTrace trace = From(here);
+        EXPECT_THAT(results, Each(result));
+    }
+    static void Done(const Results& results, const Here& here = Here::current())
+    {
+        Refused(0, results, here);
+    }
+
+    static void Jog(U16 dir = 0, U16 axis = 0) { ASSERT_EQ(zelQ_MoveVel(kNumber, axis, dir), 0); }
+    static void MoveTo(double place) { ASSERT_EQ(zelQ_MoveAbs(kNumber, 0, place), 0); }
+    /// Runs to a place and stands there.
+    void StandAt(double place)
+    {
+        MoveTo(place);
+        ExpectEnd(place, kAtTarget);
     }
 
     /// Switches servos on and lets the drives get ready.
@@ -185,7 +242,7 @@ class ScenarioTest : public testing::Test
         for (const U16 axis : axes) {
             ASSERT_EQ(zelQ_ServoOn(kNumber, axis, 1), 0);
         }
-        Advance(milliseconds(200));
+        Advance(200ms);
     }
 
     /// A trapezoid from rest to rest.
@@ -198,6 +255,10 @@ class ScenarioTest : public testing::Test
     auto WithAxis(int axis, Use use)
     {
         return server_.With([&](lumosim::Controller& c) { return use(c.AxisAt(axis)); });
+    }
+    bool Moving(int axis = 0)
+    {
+        return WithAxis(axis, [](lumosim::Axis& a) { return a.Moving(); });
     }
     /// Where the motor stands on its machine.
     double PlaceOf(int axis = 0)

@@ -61,7 +61,7 @@ class Homing : public ScenarioTest
         Course course;
         bool moving = true;
         while (moving) {
-            Advance(1ms);
+            Advance(4ms);
             moving = WithAxis(0, [&](lumosim::Axis& axis) {
                 const auto [place, speed, acceleration] = axis.Physical();
                 course.lowest = std::min(course.lowest, place);

@@ -135,9 +135,9 @@ TEST_F(ListMotion, ANodeIsPassedWithTheStartSpeedOfTheNext)
         Done({zelQ_CmdEncPosSet(kNumber, 0, 0), Configure(0)});
         Load({node(1'000, 100, 0, static_cast<short>(dwell)), node(2'000, 700)});
         double lowest = 1'500;
-        while (PositionOf() < 1'500) {
-            Advance(1ms);
-            if (PositionOf() > 500) lowest = std::min(lowest, VelocityOf());
+        for (ServoStatus s = StatusOf(); s.commandPosition < 1'500; s = StatusOf()) {
+            if (s.commandPosition > 500) lowest = std::min<double>(lowest, s.velocity);
+            Advance(2ms);
         }
         EXPECT_NEAR(lowest, speed, speed / 70);
         EXPECT_TRUE(AdvanceUntil([] { return PositionOf() > 1'990; }, 1s));

@@ -63,7 +63,7 @@ TEST(Steps, OfAMove)
 
 TEST(Steps, OfAnAlarmOfTheDrive)
 {
-    ExpectTheSame(std::chrono::seconds(3), [](Controller& controller) {
+    ExpectTheSame(milliseconds(1'500), [](Controller& controller) {
         Axis& axis = controller.AxisAt(0);
         axis.SetProfile({SpeedProfile::kSmooth, 0, 100'000, 100'000, 100'000, 0});
         axis.Parameters().Set(DriveSetting::kFollowingErrorLimit, 30);

@@ -19,18 +19,12 @@ class Drives : public ScenarioTest
   protected:
     static int Get(U16 axis, U16 prmClass, U16 prmNo)
     {
-        int value = -999;
-        EXPECT_EQ(zelQ_ParamGet(kNumber, axis, prmClass, prmNo, &value), 0);
-        return value;
+        return Got<int>(zelQ_ParamGet, axis, prmClass, prmNo);
     }
-
-    static int Monitor(short axis, short number)
+    static unsigned Monitor(short number)
     {
-        unsigned int value = 0;
-        EXPECT_EQ(zelQ_MonitorRead(kNumber, axis, number, &value), 0);
-        return static_cast<int>(value);
+        return Got<unsigned>(zelQ_MonitorRead, short{1}, number);
     }
-
     static Entry EntryOf(U16 axis, U16 index = 0)
     {
         Entry entry{};
@@ -109,9 +103,9 @@ TEST_F(Drives, DrivesIdentifyThemselves)
 
 TEST_F(Drives, MonitorsShowTheDrive)
 {
-    const int cold = Monitor(1, 5);
+    const unsigned cold = Monitor(5);
     ServosOn({1});
-    EXPECT_GT(Monitor(1, 5), cold);
+    EXPECT_GT(Monitor(5), cold);
     Jog(1, 1);
     Advance(1s);
     std::array<int, 6> v{};
@@ -121,19 +115,16 @@ TEST_F(Drives, MonitorsShowTheDrive)
               0);
     Expect({.at = v[0], .encoder = v[1], .velocity = -10'000, .error = v[2]}, 1);
     EXPECT_THAT(v, ElementsAre(v[0], v[1], v[2], -10'000, -50 /* friction */, 0));
-    EXPECT_EQ(Monitor(1, 5), 250 + 120 + 7) << "drive: at rest, switched on, by its load";
-    EXPECT_EQ(Monitor(1, 6), 250 + 60 + 17) << "motor";
-    EXPECT_EQ(Monitor(1, 7), 3250 - 10 - 6) << "bus";
+    EXPECT_EQ(Monitor(5), 250U + 120 + 7) << "drive: at rest, switched on, by its load";
+    EXPECT_EQ(Monitor(6), 250U + 60 + 17) << "motor";
+    EXPECT_EQ(Monitor(7), 3250U - 10 - 6) << "bus";
 }
 
 TEST_F(Drives, PropertiesShowInTheTypeWord)
 {
-    ControllerStatus all{};
-    ASSERT_EQ(zelQ_GetAllStatus(kNumber, &all), 0);
+    Got<ControllerStatus>(zelQ_GetAllStatus);
     ASSERT_EQ(zelQ_ServoPropertyCfg(kNumber, 2, 1, 4, 3, 2, 2, 131'072), 0);
-
-    SlaveProperty p{};
-    ASSERT_EQ(zelQ_SlavePropertyGet(kNumber, 2, &p), 0);
+    auto p = Got<SlaveProperty>(zelQ_SlavePropertyGet, short{2});
     EXPECT_THAT((std::vector<U16>{p.axis, p.type, p.seriesCode, p.limitLogic, p.homeLogic,
                                   p.inputUse, p.absoluteEncoder}),
                 ElementsAre(2, 1, 4, 3, 2, 2, 1));
@@ -148,7 +139,7 @@ TEST_F(Drives, PropertiesShowInTheTypeWord)
 
     // The configurable input is the emergency stop now.
     SetInputs({.configurable = true}, 2);
-    ASSERT_EQ(zelQ_GetAllStatus(kNumber, &all), 0) << "the counter has moved";
+    const auto all = Got<ControllerStatus>(zelQ_GetAllStatus); // the counter has moved
     EXPECT_EQ(all.servo[2].emergencyStop, 1);
     EXPECT_EQ(all.servo[2].seriesCode, 4);
 
@@ -170,8 +161,7 @@ TEST_F(Drives, AChangeOfTheSlavesIsSeen)
     EXPECT_EQ(all[7].axis, 0xFFFF);
     EXPECT_EQ(all[30].type, 2);
     EXPECT_EQ(zelQ_UnitPerPulseSet(kNumber, 7, 1.0), ZELQ_NOT_A_SERVO);
-    ControllerStatus status{};
-    ASSERT_EQ(zelQ_GetAllStatus(kNumber, &status), 0);
+    const auto status = Got<ControllerStatus>(zelQ_GetAllStatus);
     EXPECT_EQ(status.servoCount, 7);
     EXPECT_EQ(status.inputCount, 1);
 }

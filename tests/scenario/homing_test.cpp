@@ -13,12 +13,12 @@ namespace {
 class Homing : public ScenarioTest
 {
   protected:
-    Homing() : ScenarioTest(Config({}, SmallMachine())) {}
+    Homing() : ScenarioTest(Config({}, SmallMachine(), 2)) {}
 
     void SetUp() override
     {
         ScenarioTest::SetUp();
-        SetSpeed(0, 20'000, 50'000, 20'000);
+        SetSpeed(0, 1e6, 1e5, 1e6);
         ServosOn({0});
         constexpr double kRate = 60'000;
         ASSERT_EQ(zelQ_HomeSetDetailSpeed(kNumber, 0, 0, 100, kRate, 6'000, kRate, 0, 100, kRate,

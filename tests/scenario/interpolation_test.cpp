@@ -132,12 +132,7 @@ class ContinuousPath : public PathScenario
         EXPECT_EQ(zelQ_CP_PreRegGetRemain(kNumber, remain.data()), 0);
         return remain.at(map);
     }
-    static U16 InUse()
-    {
-        U16 use = 9;
-        EXPECT_EQ(zelQ_CP_PreRegUseGet(kNumber, &use), 0);
-        return use;
-    }
+    static U16 InUse() { return Got<U16>(zelQ_CP_PreRegUseGet); }
 };
 
 TEST_F(ContinuousPath, JointsTakeTheSlowerOfTheirSpeeds)

@@ -12,26 +12,16 @@ enum ListRefusal : short { kIsRunning = 60, kIsEmpty, kIsOpen, kIsClosed, kIsFul
 
 struct Node
 {
-    double position = 0;
-    double start = 1'000;
-    double acc = 0; // at once
-    double drive = 1'000;
-    double dec = 0;
-    short mode = 0;
-    short dwell = 0;
+    double position = 0, start = 1'000, acc = 0, drive = 1'000, dec = 0; // there at once
+    short mode = 0, dwell = 0;
 };
 
 /// What a list's status shows of its course.
 struct Show
 {
     unsigned node;
-    bool running;
-    bool closed;
-    bool endedEarly;
-    unsigned waiting;
-    unsigned free;
-    unsigned completed;
-    unsigned rounds;
+    bool running, closed, endedEarly;
+    unsigned waiting, free, completed, rounds;
 
     bool operator==(const Show&) const = default;
 };
@@ -82,8 +72,7 @@ class ListMotion : public ScenarioTest
 
     static Show ListOf(short axis = 0)
     {
-        LmStatus s{};
-        EXPECT_EQ(zelQ_LmGetStatus(kNumber, axis, &s), 0);
+        const auto s = Got<LmStatus>(zelQ_LmGetStatus, axis);
         return {s.low11, s.bit11 == 1, s.bit12 == 1, s.bit13 == 1,
                 s.word1, s.word2,      s.long3,      s.long5};
     }

@@ -214,12 +214,7 @@ class Restart : public MaintenanceScenario
         ASSERT_EQ(zelQ_Connect(kNumber, 127, 0, third), 0);
     }
 
-    static unsigned Resets()
-    {
-        unsigned resets = 99;
-        EXPECT_EQ(zelQ_GetPowerResetCount(kNumber, &resets), 0);
-        return resets;
-    }
+    static unsigned Resets() { return Got<unsigned>(zelQ_GetPowerResetCount); }
     lumosim::Word MainOutputs()
     {
         return server_.With([](lumosim::Controller& c) { return c.MainOutputs(); });
@@ -232,11 +227,10 @@ class Restart : public MaintenanceScenario
     /// What the calls read, and what is stored without a call that reads it.
     void ExpectSettings(bool servoNetwork, bool hardware)
     {
-        U16 use = 9;
         U16 first = 9;
-        U16 second = 9;
-        Done({zelQ_UseMaroDefParamGet(kNumber, &use), zelQ_RtexCycleGet(kNumber, &first, &second)});
-        const std::vector<int> set = {use, first, second, Stored().cycleOption};
+        const auto second = Got<U16>(zelQ_RtexCycleGet, &first);
+        const std::vector<int> set = {Got<U16>(zelQ_UseMaroDefParamGet), first, second,
+                                      Stored().cycleOption};
         EXPECT_EQ(set, servoNetwork ? (std::vector{1, 2, 4, -70'000}) : (std::vector{0, 1, 1, 0}));
         EXPECT_EQ(Stored().hardwareInformation, hardware ? 0x0123 : 0);
     }

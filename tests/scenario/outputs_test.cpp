@@ -28,12 +28,7 @@ class Outputs : public ScenarioTest
         return word;
     }
 
-    static ControllerStatus Status()
-    {
-        ControllerStatus status{};
-        EXPECT_EQ(zelQ_GetAllStatus(kNumber, &status), 0);
-        return status;
-    }
+    static ControllerStatus Status() { return Got<ControllerStatus>(zelQ_GetAllStatus); }
     static unsigned DriveOutputs(U16 axis)
     {
         const ServoStatus status = StatusOf(axis);
@@ -129,11 +124,7 @@ TEST_F(Outputs, OfSlaves)
 TEST_F(Outputs, KeepOutDecidesWhatALinkFailureSwitchesOff)
 {
     constexpr short kNetworkDown = 101;
-    const auto keeps = [] {
-        unsigned slaves = 99;
-        EXPECT_EQ(zelQ_RDOLinkFailKeepOutGet(kNumber, &slaves), 0);
-        return slaves;
-    };
+    const auto keeps = [] { return Got<unsigned>(zelQ_RDOLinkFailKeepOutGet); };
     ASSERT_EQ(zelQ_RDOLinkFailKeepOutSet(kNumber, 1U << 31U), 0);
     EXPECT_EQ(keeps(), 1U << 31U);
     Done({zelQ_RDOSet(kNumber, 10, 7), zelQ_RDOSet(kNumber, 31, 7), zelQ_SDOSet(kNumber, 0, 1, 1)});

@@ -12,14 +12,11 @@ namespace zelq::test {
 enum PathKind : U16 { kLinearKind = 6, kArcKind = 7, kHelicalKind = 8 };
 
 /// What the controller answers to interpolation that cannot be.
+// clang-format off
 enum PathRefusal : short {
-    kMapTooShort = 40,
-    kNoCircle = 41,
-    kEndOffCircle = 42,
-    kPointsInLine = 43,
-    kRadiusTooSmall = 44,
-    kPreRegistersFull = 45,
+    kMapTooShort = 40, kNoCircle, kEndOffCircle, kPointsInLine, kRadiusTooSmall, kPreRegistersFull,
 };
+// clang-format on
 
 using Coordinates = std::vector<double>;
 
@@ -36,14 +33,15 @@ struct Sample
     }
 };
 
-inline InterpSpeedProfile Speeds(double start, double drive, double end, U16 shape = 0)
+inline InterpSpeedProfile Speeds(double start, double drive, double end, U16 shape = 0,
+                                 double acc = 40'000, double dec = 50'000)
 {
     return {.profileType = shape,
             .reserved = 0,
             .startSpeed = start,
-            .acc = 40'000,
+            .acc = acc,
             .driveSpeed = drive,
-            .dec = 50'000,
+            .dec = dec,
             .endSpeed = end};
 }
 
@@ -54,15 +52,8 @@ class PathScenario : public ScenarioTest
     static constexpr short kMap = 3;
 
     explicit PathScenario(short axes = kAxes, const lumosim::AxisMechanics& mechanics = {})
-        : ScenarioTest(ConfigWith(axes, mechanics)), axes_(axes)
+        : ScenarioTest(Config({}, mechanics, axes)), axes_(axes)
     {}
-
-    static lumosim::ServerConfig ConfigWith(short axes, const lumosim::AxisMechanics& mechanics)
-    {
-        lumosim::ServerConfig config = Config({}, mechanics);
-        config.controller.axes = axes;
-        return config;
-    }
 
     void SetUp() override
     {
@@ -125,8 +116,8 @@ class PathScenario : public ScenarioTest
 
     void StandAt(const Coordinates& place)
     {
-        ASSERT_EQ(LineTo(place, Speeds(0, 50'000, 0)), 0);
-        Watch(200ms);
+        ASSERT_EQ(LineTo(place, Speeds(0, 50'000, 0, 0, 2e6, 2e6)), 0);
+        Watch(100ms);
         ASSERT_EQ(Look().at, place);
     }
 

@@ -39,8 +39,7 @@ class PointToPoint : public ScenarioTest
     /// Code, flag, mode and position.
     static std::vector<double> Search()
     {
-        SearchStatus s{};
-        EXPECT_EQ(zelQ_SearchGetStatus(kNumber, 0, &s), 0);
+        const auto s = Got<SearchStatus>(zelQ_SearchGetStatus, U16{0});
         return {1.0 * s.code, 1.0 * s.flag, 1.0 * s.mode, s.pos};
     }
 
@@ -202,9 +201,7 @@ TEST_F(PointToPoint, SearchesLatchEverySignalAtItsPlace)
     struct Case
     {
         const char* name;
-        U16 dir;
-        U16 signal;
-        U16 edge;
+        U16 dir, signal, edge;
         double place;
     };
     EXPECT_EQ(Search()[0], 0);
@@ -288,9 +285,8 @@ TEST_F(PointToPoint, OverridesGiveTheRunningMotionItsSpeed)
     ExpectIn(10ms, {.velocity = 2'000});
     ASSERT_EQ(drive(8'000), 0);
     FinishSmoothly(20'000);
-    SpeedProfile profile{};
-    ASSERT_EQ(zelQ_SpeedGet(kNumber, 0, &profile), 0);
-    EXPECT_EQ(double{profile.drive}, 5'000) << "for the running motion only";
+    EXPECT_EQ(double{Got<SpeedProfile>(zelQ_SpeedGet, short{0}).drive}, 5'000)
+        << "for the running motion only";
 
     JogFor(1s, 1);
     ASSERT_EQ(zelQ_OverrideSpeed(kNumber, 0, 1'000, 6'000, 30'000), 0);

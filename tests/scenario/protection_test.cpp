@@ -35,9 +35,7 @@ class Protection : public ScenarioTest
     }
     static TorqueLimitStatus LimitOf()
     {
-        TorqueLimitStatus status{};
-        EXPECT_EQ(zelQ_TorqueLimitGetStatus(kNumber, 0, &status), 0);
-        return status;
+        return Got<TorqueLimitStatus>(zelQ_TorqueLimitGetStatus, U16{0});
     }
 
     lumosim::Result TurnWheel(std::int32_t notches)
@@ -268,9 +266,7 @@ TEST_F(Protection, ThePowerCycleForgetsWhatIsNotSaved)
     Done({zelQ_StopModeDisconnected(kNumber, 1, 1), zelQ_MPGSetCfg(kNumber, 0, 0, 3, 0, 1, 1)});
     PowerCycle();
     EXPECT_EQ(LimitOf().active, 0);
-    SpeedProfile profile{};
-    ASSERT_EQ(zelQ_SpeedGet(kNumber, 0, &profile), 0);
-    EXPECT_EQ(double{profile.acc}, lumosim::SpeedProfile().acc);
+    EXPECT_EQ(double{Got<SpeedProfile>(zelQ_SpeedGet, short{0}).acc}, lumosim::SpeedProfile().acc);
     ServosOn({0});
     EXPECT_EQ(TurnWheel(100), lumosim::Result::kDone);
     EXPECT_FALSE(Moving()) << "the wheel is off";

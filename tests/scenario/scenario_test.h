@@ -25,56 +25,29 @@ using U16 = unsigned short;
 using Results = std::vector<short>;
 using Here = std::source_location;
 
+// clang-format off
 /// What the controller answers to a call that it refuses.
 enum Refusal : short {
-    kNoServo = 3,
-    kServoOff = 4,
-    kInAlarm = 5,
-    kBusy = 6,
-    kOutOfRange = 7,
-    kStandingStill = 8,
-    kLimitBlocks = 9,
-    kEmptyMap = 11,
-    kAxisTwice = 12,
-    kEmergencyStopped = 13,
-    kNoOverride = 20,
-    kNoAbsoluteEncoder = 21,
-    kAlarmLasts = 80,
-    kSoftwareLimitBlocks = 81,
+    kNoServo = 3, kServoOff, kInAlarm, kBusy, kOutOfRange, kStandingStill, kLimitBlocks,
+    kEmptyMap = 11, kAxisTwice, kEmergencyStopped,
+    kNoOverride = 20, kNoAbsoluteEncoder,
+    kAlarmLasts = 80, kSoftwareLimitBlocks,
 };
 
 /// Why the last motion ended, as the status tells it.
 enum StopCause : U16 {
-    kAtTarget = 0,
-    kStopped = 1,
-    kSuddenlyStopped = 2,
-    kAtLimitSensor = 3,
-    kAtSoftwareLimit = 4,
-    kByAlarm = 5,
-    kByServoOff = 6,
-    kByEmergencyStop = 7,
-    kByLostHost = 8,
-    kAtHome = 9,
-    kLatched = 10,
+    kAtTarget, kStopped, kSuddenlyStopped, kAtLimitSensor, kAtSoftwareLimit, kByAlarm, kByServoOff,
+    kByEmergencyStop, kByLostHost, kAtHome, kLatched,
 };
+// clang-format on
 
-/// What the status of an axis shall show; what is not named may be anything.
+/// What the status of an axis shall show; what is not named may be anything. The position is the
+/// commanded one, `error` the following error, `cause` that of the last motion's end.
 struct Shown
 {
-    std::optional<double> at = {}; ///< command position
-    std::optional<double> encoder = {};
-    std::optional<double> velocity = {};
-    std::optional<double> torque = {};
-    std::optional<double> error = {}; ///< following error
-    std::optional<U16> kind = {};     ///< of its motion
-    std::optional<U16> moving = {};
-    std::optional<U16> cause = {}; ///< of the last motion's end
-    std::optional<U16> servo = {};
-    std::optional<U16> alarm = {};
-    std::optional<U16> inPosition = {};
-    std::optional<U16> homing = {};
-    std::optional<U16> homeDone = {};
-    std::optional<U16> torqueLimited = {};
+    std::optional<double> at = {}, encoder = {}, velocity = {}, torque = {}, error = {};
+    std::optional<U16> kind = {}, moving = {}, cause = {}, servo = {}, alarm = {}, inPosition = {};
+    std::optional<U16> homing = {}, homeDone = {}, torqueLimited = {};
     double within = 1e-9; ///< of position and velocity
 };
 
@@ -97,11 +70,12 @@ class ScenarioTest : public testing::Test
     explicit ScenarioTest(const lumosim::ServerConfig& config) : server_(config) {}
 
     static lumosim::ServerConfig Config(std::vector<lumosim::SlaveConfig> slaves,
-                                        const lumosim::AxisMechanics& mechanics = {})
+                                        const lumosim::AxisMechanics& mechanics = {},
+                                        int axes = kAxes)
     {
         lumosim::ServerConfig config;
         config.controller.number = kNumber;
-        config.controller.axes = kAxes;
+        config.controller.axes = axes;
         config.controller.slaves = std::move(slaves);
         config.controller.mechanics = mechanics;
         config.address = "127.0.0." + std::to_string(kNumber);
@@ -153,11 +127,17 @@ class ScenarioTest : public testing::Test
         EXPECT_TRUE(AdvanceUntil([=] { return StatusOf(axis).inMotion == 0; }, 200s, 100ms));
     }
 
+    /// What a call with one output gives.
+    template <typename Value, typename Number, typename... Parameters, typename... Arguments>
+    static Value Got(short (*call)(Number, Parameters...), Arguments... arguments)
+    {
+        Value value{};
+        EXPECT_EQ(call(Number{kNumber}, arguments..., &value), 0);
+        return value;
+    }
     static ServoStatus StatusOf(U16 axis = 0)
     {
-        ServoStatus status{};
-        EXPECT_EQ(zelQ_GetServoStatus(kNumber, axis, &status), 0);
-        return status;
+        return Got<ServoStatus>(zelQ_GetServoStatus, axis);
     }
     static double PositionOf(U16 axis = 0) { return StatusOf(axis).commandPosition; }
     static double VelocityOf(U16 axis = 0) { return StatusOf(axis).velocity; }

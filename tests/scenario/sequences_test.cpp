@@ -6,7 +6,11 @@ namespace zelq::test {
 
 namespace {
 
-enum State : U16 { kNotFilled, kFilling, kReady, kRunning, kPaused, kFinished, kBroken, kFaulted };
+// clang-format off
+enum State : U16 {
+    kNotFilled, kFilling, kReady, kRunning, kPaused, kFinished, kBrokenOff, kFaulted,
+};
+// clang-format on
 enum Kind : U16 { kNone, kMotion, kInput, kDelay }; ///< of the record that is waited for
 enum SequenceRefusal : short {
     kRuns = 70,
@@ -45,12 +49,7 @@ class SequencesScenario : public ScenarioTest
         ASSERT_EQ(zelQ_SeqStart(kNumber, seq), 0);
     }
 
-    static SeqStatus Program(U16 seq = 0)
-    {
-        SeqStatus status{};
-        EXPECT_EQ(zelQ_SeqGetStatus(kNumber, seq, &status), 0);
-        return status;
-    }
+    static SeqStatus Program(U16 seq = 0) { return Got<SeqStatus>(zelQ_SeqGetStatus, seq); }
 
     /// State, record and what it waits for, so much later.
     void ExpectAt(nanoseconds in, State state, unsigned record, Kind waitsFor = kNone, U16 seq = 0)
@@ -163,8 +162,7 @@ TEST_F(SequencesScenario, ProgramsRunSideBySideInTheOrderOfTheirInputs)
     ExpectPositionsIn(50ms, {50, -150, 100, -50});
     SetInputs({}, 2);
     ExpectPositionsIn(1s, {100, -200, 100, -70});
-    SeqAllStatus all{};
-    ASSERT_EQ(zelQ_SeqGetAllStatus(kNumber, &all), 0);
+    const auto all = Got<SeqAllStatus>(zelQ_SeqGetAllStatus);
     for (const SeqStatus& program : all.program) {
         EXPECT_EQ(program.state, kFinished) << "a stop by command is no fault";
         EXPECT_EQ(program.bits9_13, 1);
@@ -236,7 +234,7 @@ TEST_F(SequencesScenario, EndlessProgramsSingleStepsPauseAndStop)
     ASSERT_EQ(zelQ_SeqStop(kNumber, 0, 1), 0);
     ExpectIn(5ms, {.moving = 0}); // stopped with the program
     Expect({.moving = 1}, 2);     // none of its own
-    EXPECT_EQ(Program().state, kBroken);
+    EXPECT_EQ(Program().state, kBrokenOff);
     ASSERT_EQ(zelQ_SeqStart(kNumber, 0), 0);
     Advance(50ms);
     ASSERT_EQ(zelQ_SeqStop(kNumber, 0, 0), 0);

@@ -75,8 +75,8 @@ class ArcScenario : public PathScenario
         SCOPED_TRACE(arc.name);
         ASSERT_NO_FATAL_FAILURE(StandAt({arc.start[0], arc.start[1], 0}));
         InterpSpeedProfile speed = Speeds(100, kDrive, 100, 0, 2e6, 2e6);
-        ASSERT_EQ(arc.Command(kMap, speed), 0);
-        ExpectIn(1ms, {.kind = arc.height == 0 ? kArcKind : kHelicalKind}, 0);
+        After(arc.Command(kMap, speed), 1ms, {.kind = arc.height == 0 ? kArcKind : kHelicalKind},
+              0);
         const std::vector<Sample> samples = Watch(5ms);
         double turned = 0; // degrees
         double fastest = 0;
@@ -137,8 +137,8 @@ TEST_F(ArcScenario, AllFormsGiveTheirArcs)
     ASSERT_NO_FATAL_FAILURE(StandAt({kFive, 0, 0}));
     InterpSpeedProfile speed = Speeds(5'000, 5'000, 5'000);
     const double height = 2 * std::numbers::pi * kFive * 0.75; // three up for four along
-    ASSERT_EQ(zelQ_IHelical(kNumber, kMap, 0, kOrigin.data(), 360, 1, height, &speed), 0);
-    ExpectIn(400ms, {.velocity = 3'000, .within = 1}, 1);
+    After(zelQ_IHelical(kNumber, kMap, 0, kOrigin.data(), 360, 1, height, &speed), 400ms,
+          {.velocity = 3'000, .within = 1}, 1);
     EXPECT_NEAR(Look().Speed(), 5'000, 2);
 }
 

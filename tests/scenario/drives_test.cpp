@@ -90,8 +90,23 @@ TEST_F(Drives, ValidationNeedsAServoThatIsOff)
     EXPECT_EQ(pulsesPerTurn(), 5000) << "what was written is saved, in force or not";
 }
 
-TEST_F(Drives, DrivesIdentifyThemselves)
+TEST_F(Drives, MonitorsAndIdentificationShowTheDrive)
 {
+    const unsigned cold = Monitor(5);
+    ServosOn({1});
+    EXPECT_GT(Monitor(5), cold);
+    JogFor(1s, 1, 1);
+    std::array<unsigned, 6> values{};
+    ASSERT_EQ(zelQ_mMonitorRead(kNumber, 6, Listed<short>({1, 1, 1, 1, 1, 0}),
+                                Listed<U16>({0, 1, 2, 3, 4, 3}), values.data()),
+              0);
+    const std::vector<int> v(values.begin(), values.end());
+    EXPECT_THAT(v, ElementsAre(v[0], v[1], v[2], -10'000, -50 /* friction */, 0));
+    Expect({.at = v[0], .encoder = v[1], .velocity = -10'000, .error = v[2]}, 1);
+    EXPECT_EQ(Monitor(5), 250U + 120 + 7) << "drive: at rest, switched on, by its load";
+    EXPECT_EQ(Monitor(6), 250U + 60 + 17) << "motor";
+    EXPECT_EQ(Monitor(7), 3250U - 10 - 6) << "bus";
+
     std::array<char, 80> id{};
     ASSERT_EQ(zelQ_ParamGetSysID(kNumber, 3, id.data()), 0);
     std::string texts;
@@ -101,26 +116,7 @@ TEST_F(Drives, DrivesIdentifyThemselves)
     EXPECT_EQ(texts, "ZEL, Lumo Drive 400, D00903, Lumo Motor 400, M00903, ");
 }
 
-TEST_F(Drives, MonitorsShowTheDrive)
-{
-    const unsigned cold = Monitor(5);
-    ServosOn({1});
-    EXPECT_GT(Monitor(5), cold);
-    Jog(1, 1);
-    Advance(1s);
-    std::array<int, 6> v{};
-    ASSERT_EQ(zelQ_mMonitorRead(kNumber, 6, Listed<short>({1, 1, 1, 1, 1, 0}),
-                                Listed<U16>({0, 1, 2, 3, 4, 3}),
-                                reinterpret_cast<unsigned*>(v.data())),
-              0);
-    Expect({.at = v[0], .encoder = v[1], .velocity = -10'000, .error = v[2]}, 1);
-    EXPECT_THAT(v, ElementsAre(v[0], v[1], v[2], -10'000, -50 /* friction */, 0));
-    EXPECT_EQ(Monitor(5), 250U + 120 + 7) << "drive: at rest, switched on, by its load";
-    EXPECT_EQ(Monitor(6), 250U + 60 + 17) << "motor";
-    EXPECT_EQ(Monitor(7), 3250U - 10 - 6) << "bus";
-}
-
-TEST_F(Drives, PropertiesShowInTheTypeWord)
+TEST_F(Drives, PropertiesAndSlavesShowInTheTypeWords)
 {
     Got<ControllerStatus>(zelQ_GetAllStatus);
     ASSERT_EQ(zelQ_ServoPropertyCfg(kNumber, 2, 1, 4, 3, 2, 2, 131'072), 0);
@@ -147,19 +143,17 @@ TEST_F(Drives, PropertiesShowInTheTypeWord)
     Jog();
     EXPECT_EQ(zelQ_ServoPropertyCfg(kNumber, 0, 0, 1, 0, 0, 0, 0), kBusy);
     EXPECT_EQ(zelQ_SlavePropertyGet(kNumber, 20, &p), ZELQ_BAD_AXIS);
-}
 
-TEST_F(Drives, AChangeOfTheSlavesIsSeen)
-{
+    // A change of the slaves is seen.
     server_.With([](lumosim::Controller& c) {
         c.SetSlave({30, lumosim::SlaveType::kInput, {}});
         c.SetSlave({7, lumosim::SlaveType::kNone, {}});
     });
-    std::array<SlaveProperty, 32> all{};
-    ASSERT_EQ(zelQ_SlavePropertyGetAll(kNumber, all.data()), 0);
-    EXPECT_EQ(all[6].axis, 6);
-    EXPECT_EQ(all[7].axis, 0xFFFF);
-    EXPECT_EQ(all[30].type, 2);
+    std::array<SlaveProperty, 32> slaves{};
+    ASSERT_EQ(zelQ_SlavePropertyGetAll(kNumber, slaves.data()), 0);
+    EXPECT_EQ(slaves[6].axis, 6);
+    EXPECT_EQ(slaves[7].axis, 0xFFFF);
+    EXPECT_EQ(slaves[30].type, 2);
     EXPECT_EQ(zelQ_UnitPerPulseSet(kNumber, 7, 1.0), ZELQ_NOT_A_SERVO);
     const auto status = Got<ControllerStatus>(zelQ_GetAllStatus);
     EXPECT_EQ(status.servoCount, 7);
@@ -170,8 +164,7 @@ TEST_F(Drives, AnAlarmStopsItsAxisUntilItIsReset)
 {
     ServosOn({0, 1});
     Jog();
-    Jog(0, 1);
-    Advance(2s);
+    JogFor(2s, 0, 1);
     Raise({16, 3}, 0);
     Expect({.moving = 0, .cause = kByAlarm, .servo = 0, .alarm = 1});
     EXPECT_EQ(StatusOf().servoReady, 0);
@@ -180,8 +173,7 @@ TEST_F(Drives, AnAlarmStopsItsAxisUntilItIsReset)
     Refused(kInAlarm, {zelQ_ServoOn(kNumber, 0, 1), zelQ_MoveVel(kNumber, 0, 0)});
 
     WithAxis(0, [](lumosim::Axis& axis) { axis.SetWarning(true); });
-    ASSERT_EQ(zelQ_AlarmResetReq(kNumber, 0), 0);
-    Expect({.alarm = 0});
+    After(zelQ_AlarmResetReq(kNumber, 0), 0ms, {.alarm = 0});
     EXPECT_EQ(StatusOf().servoReady, 1);
     EXPECT_EQ(StatusOf().warning, 1);
     Done({zelQ_ServoOn(kNumber, 0, 1), zelQ_ServoReset(kNumber, 0)});
@@ -196,8 +188,7 @@ TEST_F(Drives, SomeAlarmsLastUntilThePowerGoesOff)
     Raise(lumosim::kEncoderAlarm, 3);
     EXPECT_EQ(resetBoth(), kAlarmLasts);
     Expect({.alarm = 1}, 2); // all or none
-    Done({zelQ_AlarmResetReq(kNumber, 2), zelQ_ServoReset(kNumber, 3)});
-    Expect({.alarm = 1}, 3);
+    After({zelQ_AlarmResetReq(kNumber, 2), zelQ_ServoReset(kNumber, 3)}, 0ms, {.alarm = 1}, 3);
     PowerCycle();
     Expect({.alarm = 0}, 3);
     EXPECT_EQ(EntryOf(3)[0], 40) << "the list survives it";

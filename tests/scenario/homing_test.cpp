@@ -120,8 +120,7 @@ TEST_F(Homing, EveryKindFindsItsPlace)
          }) {
         SCOPED_TRACE(run.name);
         PlaceAt(run.from);
-        ASSERT_EQ(run.start(), 0);
-        Expect({.kind = 5, .homing = 1, .homeDone = 0});
+        After(run.start(), 0ms, {.kind = 5, .homing = 1, .homeDone = 0});
         Refused(kBusy, {run.start(), zelQ_MoveRel(kNumber, 0, 1)});
         ExpectHome(run.home);
     }
@@ -148,8 +147,7 @@ TEST_F(Homing, ThePhasesHaveTheirSpeeds)
                               : zelQ_HomeSetDriveSpeed(kNumber, 0, 0, 5'000, 2'000, 600, 900),
                   0);
         PlaceAt(20'000);
-        ASSERT_EQ(Home(1), 0);
-        ExpectIn(100ms, {.velocity = ratio == 10 ? -5'000 : -1'500, .within = 1});
+        After(Home(1), 100ms, {.velocity = ratio == 10 ? -5'000 : -1'500, .within = 1});
         ExpectHome(-2'500);
     }
 }
@@ -157,8 +155,7 @@ TEST_F(Homing, ThePhasesHaveTheirSpeeds)
 TEST_F(Homing, ItMayPauseAndMoveOn)
 {
     PlaceAt(-2'700);
-    ASSERT_EQ(Home(1, 0, 2, 0, 800), 0);
-    ExpectIn(400ms, {.velocity = 0});
+    After(Home(1, 0, 2, 0, 800), 400ms, {.velocity = 0});
     ExpectIn(500ms, {.velocity = 0, .homing = 1});
     ExpectHome(-2'500);
     for (const double way : {4'000.0, 0.0}) {
@@ -188,15 +185,9 @@ TEST_F(Homing, AStopperIsFoundByItsTorque)
     ExpectNoHome(kByAlarm);
 }
 
-TEST_F(Homing, SoftwareLimitsDoNotStopIt)
-{
-    ASSERT_EQ(zelQ_StopModeSwLimit(kNumber, 0, 2, 50'000, 2, -1'000), 0);
-    ASSERT_EQ(Home(1), 0);
-    ExpectHome(-2'500);
-}
-
 TEST_F(Homing, DoneIsCancelledAndLostByAnInterruptedRun)
 {
+    ASSERT_EQ(zelQ_StopModeSwLimit(kNumber, 0, 2, 50'000, 2, -1'000), 0) << "does not stop it";
     for (const auto& lose : std::initializer_list<std::function<void()>>{
              [] {
                  EXPECT_EQ(zelQ_mHomeDoneCancel(kNumber, 2, Listed<U16>({0, 1})), 0);
@@ -209,10 +200,8 @@ TEST_F(Homing, DoneIsCancelledAndLostByAnInterruptedRun)
     }
     ServosOn({0});
     PlaceAt(5'000);
-    ASSERT_EQ(Home(1), 0);
-    Advance(300ms);
-    ASSERT_EQ(zelQ_StopDec(kNumber, 0), 0);
-    Advance(20s);
+    After(Home(1), 300ms);
+    After(zelQ_StopDec(kNumber, 0), 20s);
     ExpectNoHome(kStopped);
 
     // No sensor at all: from the one limit to the other.

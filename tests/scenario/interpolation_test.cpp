@@ -58,8 +58,7 @@ TEST_F(SixteenAxes, MoveAlongOneStraightLine)
 TEST_F(PathScenario, LinesTakeTargetsOrDistancesAndMoveOnlyTheirAxes)
 {
     UseMap({5, 2, 6});
-    ASSERT_EQ(LineBy({3'000, -400}, Speeds(100, 5'000, 100)), 0);
-    ExpectIn(50ms, {.kind = kLinearKind}, 5);
+    After(LineBy({3'000, -400}, Speeds(100, 5'000, 100)), 50ms, {.kind = kLinearKind}, 5);
     Expect({.moving = 1}, 2);
     Expect({.moving = 0}, 6);
     Refused(kBusy, {LineTo({1, 1}, Speeds(0, 100, 0)), zelQ_MoveRel(kNumber, 5, 10),
@@ -71,8 +70,7 @@ TEST_F(PathScenario, LinesTakeTargetsOrDistancesAndMoveOnlyTheirAxes)
     EXPECT_EQ(Watch().back().at, (Coordinates{1'000, -400, 77}));
     Expect({.cause = kAtTarget}, 5);
     // Nowhere to go: done at once, and the next line is taken.
-    EXPECT_EQ(LineBy({0, 0}, Speeds(0, 5'000, 0)), 0);
-    Expect({.moving = 0}, 5);
+    After(LineBy({0, 0}, Speeds(0, 5'000, 0)), 0ms, {.moving = 0}, 5);
     EXPECT_EQ(LineBy({5, 0}, Speeds(0, 5'000, 0)), 0);
 }
 
@@ -238,8 +236,7 @@ TEST_F(ContinuousPath, AStoppedPathBrakesOnItsCourse)
 
     // Axes of the map that run by themselves stop with it.
     ASSERT_EQ(LineTo({4'000}, Speeds(0, 4'000, 0)), 0);
-    Jog(0, 0);
-    Advance(100ms);
+    JogFor(100ms, 0, 0);
     ASSERT_EQ(zelQ_StopIMap(kNumber, kMap, kAtOnce), 0);
     EXPECT_FALSE(Running());
     Expect({.cause = kSuddenlyStopped}, 0);
@@ -279,8 +276,7 @@ TEST_F(PathOfThree, WhatTakesOneAxisOffBrakesTheOthersOnThePath)
           Leaving{kByServoOff, false, [] { zelQ_ServoOn(kNumber, 1, 0); }},
           Leaving{kAtLimitSensor, true, [this] { SetInputs({.limitPositive = true}, 1); }}}) {
         SCOPED_TRACE(leaving.cause);
-        Done({Run(3'000), Run(100)});
-        Advance(1s);
+        After({Run(3'000), Run(100)}, 1s);
         const double left = Look().at[1];
         leaving.leave();
         ExpectIn(1us, {.moving = 1});
@@ -296,8 +292,7 @@ TEST_F(PathOfThree, WhatTakesOneAxisOffBrakesTheOthersOnThePath)
         ASSERT_NO_FATAL_FAILURE(StandAt({0, 0, 0}));
     }
     // A switch is met at its own moment, also in one step.
-    ASSERT_EQ(Run(12'000), 0);
-    Advance(60s);
+    After(Run(12'000), 60s);
     const Coordinates at = Look().at;
     Expect({.moving = 0, .cause = kAtLimitSensor}, 0);
     Expect({.moving = 0, .cause = kAtLimitSensor}, 2);
@@ -310,10 +305,9 @@ TEST_F(PathOfThree, WhatTakesOneAxisOffBrakesTheOthersOnThePath)
 
 TEST_F(PathOfThree, AxesGetReadyAndJoinAtDifferentTimes)
 {
-    Done({zelQ_ServoOn(kNumber, 0, 0), zelQ_ServoOn(kNumber, 2, 0), zelQ_ServoOn(kNumber, 0, 1)});
-    Advance(2ms);
-    Done({zelQ_ServoOn(kNumber, 2, 1), Run(300), Run(300)});
-    Advance(5ms);
+    After({zelQ_ServoOn(kNumber, 0, 0), zelQ_ServoOn(kNumber, 2, 0), zelQ_ServoOn(kNumber, 0, 1)},
+          2ms);
+    After({zelQ_ServoOn(kNumber, 2, 1), Run(300), Run(300)}, 5ms);
     for (int i = 0; i < 100; ++i) {
         EXPECT_NEAR(PlaceOf(1), 2 * PlaceOf(0), 1e-3);
         EXPECT_NEAR(PlaceOf(2), 3 * PlaceOf(0), 1e-3);
@@ -336,8 +330,7 @@ TEST_F(PathOfThree, AxesGetReadyAndJoinAtDifferentTimes)
 
 TEST_F(PathOfThree, PowerCyclesAndRemovedStationsEndPaths)
 {
-    ASSERT_EQ(Run(3'000), 0);
-    Advance(100ms);
+    After(Run(3'000), 100ms);
     server_.With([](lumosim::Controller& c) { c.SetSlave({1, lumosim::SlaveType::kNone, {}}); });
     EXPECT_EQ(Run(1), kNoServo);
     ExpectIn(100ms, {.moving = 1});

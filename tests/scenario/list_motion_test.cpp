@@ -194,10 +194,8 @@ TEST_F(ListMotion, AStreamIsFedOnTheWay)
     ASSERT_EQ(Configure(1), 0);
     Load({{.position = 1'300}, {.position = 300}});
     Advance(500ms);
-    ASSERT_EQ(Stop(), 0);
-    Advance(500ms);
-    ASSERT_EQ(Run(), 0);
-    ExpectIn(1s, {.at = 300});
+    After(Stop(), 500ms);
+    After(Run(), 1s, {.at = 300});
     EXPECT_EQ(ListOf(), (Show{0, false, true, false, 0, 256, 1, 1}));
 }
 

@@ -149,7 +149,7 @@ TEST_F(MaintenanceScenario, FlashImage)
             {mark(0xFFFFF), mark(0x100000), mark(0xFFFFFFFFU), erase(0, 256), erase(2, 1)});
 }
 
-TEST_F(MaintenanceScenario, ProcessorMemory)
+TEST_F(MaintenanceScenario, ProcessorMemoryAndModel)
 {
     unsigned word = 1;
     const auto peek = [&](short space, unsigned address) {
@@ -165,10 +165,7 @@ TEST_F(MaintenanceScenario, ProcessorMemory)
     Refused(105, {peek(0, 0x10000), peek(0, 2), peek(1, 0), zelQ_CPUPoke(kNumber, 0, 0x10000, 0)});
     PowerCycle();
     expect(0);
-}
 
-TEST_F(MaintenanceScenario, ModelIsTold)
-{
     std::array<U16, 19> info{};
     ASSERT_EQ(zelQ_GetDevInfo(kNumber, info.data()), 0);
     EXPECT_THAT(std::span(info).first(4), ElementsAre(127, 0, 0, 9));
@@ -202,8 +199,7 @@ class Restart : public MaintenanceScenario
     /// Restarts the controller, which is found at 127.0.`third`.9 then.
     void Do(How how, U16 third)
     {
-        ASSERT_EQ(zelQ_Reset(kNumber, how), 0);
-        Advance(lumosim::Maintenance::kResetDelay - 1ns);
+        After(zelQ_Reset(kNumber, how), lumosim::Maintenance::kResetDelay - 1ns);
         EXPECT_EQ(Asked(), 0) << "the answer has time to go";
         Advance(1ns);
         EXPECT_EQ(Asked(), -1);

@@ -174,14 +174,12 @@ TEST_F(Outputs, InputsShowBesideThem)
 
 TEST_F(Outputs, LimitTimesRunFromWhenTheOutputCameOn)
 {
-    Done({zelQ_MDOSetLimitTime(kNumber, 0, 1, 200), zelQ_MDOSet(kNumber, 0x03)});
-    Advance(150ms);
+    After({zelQ_MDOSetLimitTime(kNumber, 0, 1, 200), zelQ_MDOSet(kNumber, 0x03)}, 150ms);
     EXPECT_EQ(zelQ_MDOSetPin(kNumber, 0, 1), 0); // it is on already
     ExpectOnFor(50ms);
     EXPECT_EQ(MainOutputs(), 0x02U) << "the other one has no limit";
     // Off and on again is a new beginning.
-    EXPECT_EQ(zelQ_MDOSetTogPin(kNumber, 0), 0);
-    Advance(100ms);
+    After(zelQ_MDOSetTogPin(kNumber, 0), 100ms);
     EXPECT_EQ(zelQ_MDOSetTogPin(kNumber, 0), 0);
     EXPECT_THAT(LimitOf(0), ElementsAre(0, 1, 0, 200));
     EXPECT_EQ(zelQ_MDOSetTogPin(kNumber, 0), 0);
@@ -198,12 +196,10 @@ TEST_F(Outputs, LimitTimesRunFromWhenTheOutputCameOn)
 
 TEST_F(Outputs, LimitTimesRunFromTheLastCommandOrNotAtAll)
 {
-    Done({zelQ_MDOSetLimitTime(kNumber, 0, 2, 200), zelQ_MDOSet(kNumber, 0x01)});
-    Advance(150ms);
+    After({zelQ_MDOSetLimitTime(kNumber, 0, 2, 200), zelQ_MDOSet(kNumber, 0x01)}, 150ms);
     EXPECT_EQ(zelQ_MDOSetPins(kNumber, 1, Listed<U16>({0}), Listed<U16>({1})), 0);
     ExpectOnFor(200ms);
-    Done({zelQ_MDOSetLimitTime(kNumber, 0, 0, 0), zelQ_MDOSet(kNumber, 0x01)});
-    Advance(1h);
+    After({zelQ_MDOSetLimitTime(kNumber, 0, 0, 0), zelQ_MDOSet(kNumber, 0x01)}, 1h);
     EXPECT_EQ(MainOutputs(), 1U);
 
     ASSERT_EQ(zelQ_MDOSetLimitTime(kNumber, 5, 2, 70'000), 0);

@@ -30,12 +30,6 @@ class PointToPoint : public ScenarioTest
         ServosOn({0, 1});
     }
 
-    void JogFor(nanoseconds time, U16 dir = 0)
-    {
-        Jog(dir);
-        Advance(time);
-    }
-
     /// Code, flag, mode and position.
     static std::vector<double> Search()
     {
@@ -58,17 +52,14 @@ class PointToPoint : public ScenarioTest
     }
 };
 
-TEST_F(PointToPoint, AServoTakesItsTimeAndAMoveWaitsForIt)
+TEST_F(PointToPoint, AMoveWaitsForItsServoAndShowsInTheStatusToItsEnd)
 {
     EXPECT_EQ(zelQ_MoveVel(kNumber, 2, 0), kServoOff);
-    Done({zelQ_ServoOn(kNumber, 2, 1), zelQ_MoveVel(kNumber, 2, 0)});
-    ExpectIn(lumosim::Axis::kServoOnTime - 1us, {.at = 0, .velocity = 0, .servo = 0}, 2);
+    After({zelQ_ServoOn(kNumber, 2, 1), zelQ_MoveVel(kNumber, 2, 0)},
+          lumosim::Axis::kServoOnTime - 1us, {.at = 0, .velocity = 0, .servo = 0}, 2);
     ExpectIn(10ms, {.servo = 1}, 2);
     EXPECT_GT(PositionOf(2), 0);
-}
 
-TEST_F(PointToPoint, AMoveShowsInTheStatusFromBeginToEnd)
-{
     MoveTo(-5'000);
     ExpectIn(100ms, {.torque = -5.4}); // speeding up
     ExpectIn(300ms, {.velocity = -5'000, .torque = -5, .error = -3, .inPosition = 0});
@@ -82,8 +73,7 @@ TEST_F(PointToPoint, ANewMoveReplacesTheRunningOneWithoutAJump)
 {
     JogFor(1s);
     const double here = PositionOf();
-    ASSERT_EQ(zelQ_MoveRel(kNumber, 0, -3'000), 0);
-    Expect({.velocity = 5'000, .kind = kRelative});
+    After(zelQ_MoveRel(kNumber, 0, -3'000), 0ms, {.velocity = 5'000, .kind = kRelative});
     FinishSmoothly(here - 3'000);
     StandAt(12);
     MoveTo(12);
@@ -107,13 +97,10 @@ TEST_F(PointToPoint, StopsOfOneAndOfSeveralAxes)
     }
     SetSpeed(0, 0, 5'000, 0);
     JogFor(10ms);
-    ASSERT_EQ(zelQ_StopDec(kNumber, 0), 0);
-    Expect({.moving = 0}); // a deceleration of 0 stops at once
+    After(zelQ_StopDec(kNumber, 0), 0ms, {.moving = 0}); // a deceleration of 0 stops at once
     for (const U16 mode : {U16{0}, U16{1}}) {
-        ASSERT_EQ(zelQ_mMoveVel(kNumber, 2, kPairList, 1), 0);
-        ExpectIn(1s, {.velocity = -2'500}, 1);
-        ASSERT_EQ(zelQ_mStop(kNumber, 2, kPairList, mode), 0);
-        Expect({.moving = 0});
+        After(zelQ_mMoveVel(kNumber, 2, kPairList, 1), 1s, {.velocity = -2'500}, 1);
+        After(zelQ_mStop(kNumber, 2, kPairList, mode), 0ms, {.moving = 0});
         Expect({.moving = mode}, 1);
         Finish(1);
     }
@@ -123,8 +110,7 @@ TEST_F(PointToPoint, StopsOfOneAndOfSeveralAxes)
 TEST_F(PointToPoint, WhatTakesTheServoEndsAMotion)
 {
     JogFor(1s);
-    ASSERT_EQ(zelQ_ServoOn(kNumber, 0, 0), 0);
-    Expect({.velocity = 0, .cause = kByServoOff});
+    After(zelQ_ServoOn(kNumber, 0, 0), 0ms, {.velocity = 0, .cause = kByServoOff});
     ASSERT_EQ(zelQ_ServoPropertyCfg(kNumber, 0, 0, 1, 0, 0, 2, 0), 0) << "the input is the stop";
     ServosOn({0});
     JogFor(1s);
@@ -132,8 +118,7 @@ TEST_F(PointToPoint, WhatTakesTheServoEndsAMotion)
     Expect({.moving = 0, .cause = kByEmergencyStop});
     EXPECT_EQ(zelQ_MoveVel(kNumber, 0, 0), kEmergencyStopped);
     SetInputs({});
-    Done({zelQ_MoveVel(kNumber, 0, 0), zelQ_ServoReset(kNumber, 0)});
-    Expect({.cause = kByServoOff});
+    After({zelQ_MoveVel(kNumber, 0, 0), zelQ_ServoReset(kNumber, 0)}, 0ms, {.cause = kByServoOff});
     EXPECT_EQ(zelQ_MoveVel(kNumber, 0, 0), kServoOff);
 }
 
@@ -157,8 +142,7 @@ TEST_F(PointToPoint, CountersAreSetAtRestAndTakenFromTheEncoder)
     Refused(kBusy, {zelQ_CmdEncPosSet(kNumber, 0, 5), zelQ_EncToCmdPos(kNumber, 0)});
     ASSERT_EQ(zelQ_StopSudden(kNumber, 0), 0);
     const double place = PlaceOf();
-    ASSERT_EQ(zelQ_mCmdEncPosSet(kNumber, 2, kPair, Listed({-70'000.0, -7.0})), 0);
-    Expect({.at = -70'000});
+    After(zelQ_mCmdEncPosSet(kNumber, 2, kPair, Listed({-70'000.0, -7.0})), 0ms, {.at = -70'000});
     Expect({.encoder = -7}, 1);
     EXPECT_EQ(PlaceOf(), place) << "the motor has not moved";
     StandAt(-70'080);
@@ -171,8 +155,7 @@ TEST_F(PointToPoint, CountersAreSetAtRestAndTakenFromTheEncoder)
     ASSERT_EQ(zelQ_ServoOn(kNumber, 0, 0), 0);
     push();
     Expect({.at = -70'080, .error = -42});
-    ASSERT_EQ(zelQ_mEncToCmdPos(kNumber, 2, kPairList), 0);
-    Expect({.at = -70'038});
+    After(zelQ_mEncToCmdPos(kNumber, 2, kPairList), 0ms, {.at = -70'038});
     push();
     ServosOn({0});
     Expect({.at = -69'996, .encoder = -69'996, .inPosition = 1}); // found again at servo-on
@@ -189,8 +172,8 @@ TEST_F(PointToPoint, TurnsOfAbsoluteEncodersAreCleared)
     ASSERT_EQ(zelQ_ServoPropertyCfg(kNumber, 0, 1, 1, 0, 0, 0, 0), 0);
     WithAxis(0, [](lumosim::Axis& axis) { axis.SetHomeDone(true); });
     for (const auto& [before, after] : {std::pair{7'250, 250}, std::pair{-250, 750}}) {
-        Done({zelQ_CmdEncPosSet(kNumber, 0, before), zelQ_AbsEncMultiTurnClear(kNumber, 0)});
-        Expect({.at = after, .encoder = after, .homeDone = 0});
+        After({zelQ_CmdEncPosSet(kNumber, 0, before), zelQ_AbsEncMultiTurnClear(kNumber, 0)}, 0ms,
+              {.at = after, .encoder = after, .homeDone = 0});
     }
     PowerCycle();
     ExpectEachIn(0s, PositionOf, {750, 0}); // the encoder knows it
@@ -212,8 +195,8 @@ TEST_F(PointToPoint, SearchesLatchEverySignalAtItsPlace)
           Case{"Z phase the other way", 1, 2, 0, -700}}) {
         SCOPED_TRACE(search.name);
         StandAt(0);
-        ASSERT_EQ(zelQ_SearchMove(kNumber, 0, search.dir, search.signal, search.edge, 1), 0);
-        Expect({.kind = kSearch});
+        After(zelQ_SearchMove(kNumber, 0, search.dir, search.signal, search.edge, 1), 0ms,
+              {.kind = kSearch});
         EXPECT_THAT(Search(), ElementsAre(1, 0, search.signal, 0));
         ExpectEnd(search.place, kLatched); // stopped at once
         EXPECT_THAT(Search(), ElementsAre(2, 1, search.signal, search.place));
@@ -245,8 +228,7 @@ TEST_F(PointToPoint, SearchesTakeInputsFromOutsideAndEndWithoutTheirSignal)
     SetInputs({.configurable = true, .probe = true});
     Expect({.moving = 0});
     EXPECT_EQ(Search()[3], here);
-    ASSERT_EQ(search(kGoesOff), 0);
-    Advance(100ms);
+    After(search(kGoesOff), 100ms);
     EXPECT_TRUE(searching());
     SetInputs({});
     EXPECT_FALSE(searching());
@@ -289,13 +271,11 @@ TEST_F(PointToPoint, OverridesGiveTheRunningMotionItsSpeed)
         << "for the running motion only";
 
     JogFor(1s, 1);
-    ASSERT_EQ(zelQ_OverrideSpeed(kNumber, 0, 1'000, 6'000, 30'000), 0);
-    ExpectIn(500ms, {.velocity = -5'500});
+    After(zelQ_OverrideSpeed(kNumber, 0, 1'000, 6'000, 30'000), 500ms, {.velocity = -5'500});
     ExpectIn(1s, {.velocity = -6'000});
     ASSERT_EQ(drive(3'000), 0) << "the rest stays as it was given";
     ExpectIn(100ms, {.velocity = -3'000});
-    ASSERT_EQ(zelQ_StopDec(kNumber, 0), 0);
-    ExpectIn(101ms, {.moving = 0});
+    After(zelQ_StopDec(kNumber, 0), 101ms, {.moving = 0});
 
     ASSERT_EQ(zelQ_mMoveVel(kNumber, 2, kPairList, 0), 0);
     ASSERT_EQ(zelQ_mOverrideDriveSpeed(kNumber, 2, kPair, Listed({6'000.0, 1'000.0})), 0);
@@ -342,42 +322,37 @@ TEST_F(PointToPoint, ATorqueAcceleratesUpToItsSpeedLimit)
         return zelQ_CT_SetTorque(kNumber, 0, torque, turns);
     };
     // 25 % less 5 % friction: 1,000,000 pulses/s²; 600 turns a minute: 10,000 pulses/s.
-    ASSERT_EQ(set(25, 600), 0);
-    ExpectIn(5ms, {.velocity = 5'000, .torque = 25, .kind = kTorque});
+    After(set(25, 600), 5ms, {.velocity = 5'000, .torque = 25, .kind = kTorque});
     ExpectIn(100ms, {.velocity = 10'000, .torque = 5}); // at the limit only friction is left
-    ASSERT_EQ(set(25, 480), 0);
-    ExpectIn(1ms, {.velocity = 8'000}); // the peak torque brakes what is too fast
-    ASSERT_EQ(set(-25, 600), 0);        // against the motion: braked by it and friction
+    After(set(25, 480), 1ms, {.velocity = 8'000});      // the peak torque brakes what is too fast
+    ASSERT_EQ(set(-25, 600), 0); // against the motion: braked by it and friction
     ExpectIn(2ms, {.velocity = 5'000, .torque = -25});
     ExpectIn(100ms, {.velocity = -10'000});
     ASSERT_EQ(set(-3, 600), 0); // less than friction: it runs out
     ExpectIn(50ms, {.velocity = -5'000});
     ExpectIn(1s, {.velocity = 0, .torque = -3, .moving = 1}); // the mode lasts until it is stopped
     EXPECT_EQ(zelQ_MoveVel(kNumber, 0, 0), kBusy);
-    ASSERT_EQ(zelQ_StopDec(kNumber, 0), 0);
-    Expect({.torque = 0, .moving = 0});
+    After(zelQ_StopDec(kNumber, 0), 0ms, {.torque = 0, .moving = 0});
     EXPECT_EQ(set(25, -1), kOutOfRange);
 
     ASSERT_EQ(zelQ_mCT_SetTorque(kNumber, 2, kPair, Listed({4.0, 20.0}), Listed<U16>({60, 60})), 0);
     ExpectEachIn(1s, VelocityOf, {0, 500});
     // The motor's own speed is too high to stop between the switch and the stopper.
-    ASSERT_EQ(set(25, 0), 0);
-    Advance(100s);
+    After(set(25, 0), 100s);
     EXPECT_EQ(set(25, 0), kInAlarm);
 }
 
 TEST_F(PointToPoint, AStopperHoldsATorqueAndAlarmsAPosition)
 {
     ChangeMachine([](lumosim::AxisMechanics& m) { m.stopperGap = -90'000; }); // at 10,000
-    ASSERT_EQ(zelQ_CT_SetTorque(kNumber, 0, 25.0, 600), 0);
-    ExpectIn(10s, {.at = 10'000, .encoder = 10'000, .velocity = 0, .torque = 25, .kind = kTorque});
+    After(zelQ_CT_SetTorque(kNumber, 0, 25.0, 600), 10s,
+          {.at = 10'000, .encoder = 10'000, .velocity = 0, .torque = 25, .kind = kTorque});
     ASSERT_EQ(zelQ_StopSudden(kNumber, 0), 0);
 
     // A position a little behind it: the motor presses, the encoder stays.
     StandAt(10'100);
     Expect({.encoder = 10'000, .torque = 50, .error = 100, .inPosition = 0});
-    ASSERT_EQ(zelQ_EncToCmdPos(kNumber, 0), 0);
-    Expect({.at = 10'000, .torque = 0});
+    After(zelQ_EncToCmdPos(kNumber, 0), 0ms, {.at = 10'000, .torque = 0});
 
     MoveTo(50'000);
     ExpectIn(10s, {.encoder = 10'000, .servo = 0, .alarm = 1});
@@ -388,15 +363,13 @@ TEST_F(PointToPoint, AVelocityIsRampedTo)
     const auto set = [](double velocity) {
         return zelQ_CV_SetVelocity(kNumber, 0, velocity, 10'000, 20'000, 0);
     };
-    ASSERT_EQ(set(4'000), 0);
-    ExpectIn(200ms, {.velocity = 2'000, .kind = kVelocity});
+    After(set(4'000), 200ms, {.velocity = 2'000, .kind = kVelocity});
     Advance(1s);
     ASSERT_EQ(set(-4'000), 0);
     ExpectIn(100ms, {.velocity = 2'000});  // braking
     ExpectIn(300ms, {.velocity = -2'000}); // the other way
     Advance(1s);
-    ASSERT_EQ(set(0), 0);
-    ExpectIn(150ms, {.velocity = -1'000});
+    After(set(0), 150ms, {.velocity = -1'000});
     ExpectIn(51ms, {.moving = 0, .cause = kAtTarget}); // velocity 0 ends the mode
     Refused(kOutOfRange, {set(-2'147'483'648.0), zelQ_CV_SetVelocity(kNumber, 0, 1, 1, 1, 2)});
     EXPECT_EQ(set(0), 0) << "nothing to do at rest";
@@ -411,8 +384,8 @@ TEST_F(PointToPoint, AVelocityIsRampedTo)
 
 TEST_F(PointToPoint, AProfilePositionHasItsOwnSpeed)
 {
-    ASSERT_EQ(zelQ_PP_SetTPosSpeed(kNumber, 0, 10'000, 2'000), 0);
-    ExpectIn(1s, {.velocity = 2'000, .kind = kProfilePosition});
+    After(zelQ_PP_SetTPosSpeed(kNumber, 0, 10'000, 2'000), 1s,
+          {.velocity = 2'000, .kind = kProfilePosition});
     ASSERT_EQ(zelQ_PP_SetTPosSpeed(kNumber, 0, -300, 8'000), 0) << "another target on the way";
     Expect({.velocity = 2'000});
     ExpectEnd(-300, kAtTarget);

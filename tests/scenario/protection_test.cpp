@@ -45,7 +45,7 @@ class Protection : public ScenarioTest
     }
 };
 
-TEST_F(Protection, SoftwareLimitsStopByTheirModes)
+TEST_F(Protection, SoftwareLimitsStopByTheirModesAndAreReadBack)
 {
     SetSoftLimits(kSudden, 5'000, kDecelerate, -2'000);
     MoveTo(7'000);
@@ -80,15 +80,11 @@ TEST_F(Protection, SoftwareLimitsStopByTheirModes)
     ExpectEnd(9'000, kAtSoftwareLimit);
     EXPECT_EQ(zelQ_MoveVel(kNumber, 0, 0), kSoftwareLimitBlocks);
     EXPECT_EQ(zelQ_MoveVel(kNumber, 0, 1), 0);
-}
 
-TEST_F(Protection, SoftwareLimitsAreReadBack)
-{
+    // They are read back.
     SetSoftLimits(kSudden, 70'007.9, kDecelerate, -3);
-    U16 mode1[2];
-    U16 mode2[2];
-    double pos1[2];
-    double pos2[2];
+    U16 mode1[2], mode2[2];
+    double pos1[2], pos2[2];
     const U16 given[] = {3, 0};
     ASSERT_EQ(zelQ_mSwLimitGet(kNumber, 2, given, mode1, pos1, mode2, pos2), 0);
     EXPECT_THAT(mode1, ElementsAre(kOff, kSudden));
@@ -116,8 +112,7 @@ TEST_F(Protection, SensorsStopByTheirModes)
 {
     const auto jogInto = [this](const lumosim::AxisInputs& inputs) {
         SetInputs({});
-        Jog();
-        Advance(1s);
+        JogFor(1s);
         SetInputs(inputs);
         Advance(1ms);
     };
@@ -224,8 +219,7 @@ TEST_F(Protection, TorqueLimitsShowInTheStatus)
     Jog();
     ExpectIn(100ms, {.torque = 14, .torqueLimited = 1}); // 15 % around -1 %
     EXPECT_THAT(limit(), ElementsAre(1, 1, 0, 15, 30, 0xFFF6, 0x0102, 140, 70'000));
-    ASSERT_EQ(zelQ_TorqueLimitFree(kNumber, 0, 1), 0);
-    Expect({.torque = 25, .torqueLimited = 0});
+    After(zelQ_TorqueLimitFree(kNumber, 0, 1), 0ms, {.torque = 25, .torqueLimited = 0});
     EXPECT_EQ(LimitOf().active, 0);
     ASSERT_EQ(zelQ_mTorqueLimitFree(kNumber, 2, Listed<short>({0, 1}), Listed({0U, 0U})), 0);
     EXPECT_EQ(LimitOf().active, 1) << "on, but holding nothing back";
@@ -241,8 +235,8 @@ TEST_F(Protection, TorqueLimitsShowInTheStatus)
 TEST_F(Protection, ATorqueModePushesWithWhatTheLimitLeaves)
 {
     LimitTorque(10);
-    ASSERT_EQ(zelQ_CT_SetTorque(kNumber, 0, 30.0, 6'000), 0);
-    ExpectIn(10ms, {.velocity = 2'500, .torque = 10}); // 5 % accelerate, 5 % are friction
+    After(zelQ_CT_SetTorque(kNumber, 0, 30.0, 6'000), 10ms,
+          {.velocity = 2'500, .torque = 10}); // 5 % accelerate, 5 % are friction
     LimitTorque(20);
     ExpectIn(10ms, {.velocity = 2'500 + 7'500, .torque = 20});
     LimitTorque(50);
@@ -254,8 +248,7 @@ TEST_F(Protection, ATorqueModePushesWithWhatTheLimitLeaves)
     Expect({.torque = -40});
     LimitTorque(100, 30, 50);
     Expect({.torque = -25}); // 30 % below +5 %
-    ASSERT_EQ(zelQ_ServoOn(kNumber, 0, 0), 0);
-    Expect({.torque = 0, .torqueLimited = 0});
+    After(zelQ_ServoOn(kNumber, 0, 0), 0ms, {.torque = 0, .torqueLimited = 0});
 }
 
 TEST_F(Protection, ThePowerCycleForgetsWhatIsNotSaved)

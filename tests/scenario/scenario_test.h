@@ -207,7 +207,25 @@ class ScenarioTest : public testing::Test
         Refused(0, results, here);
     }
 
+    /// Calls that are done, and what shows so much later.
+    void After(const Results& results, nanoseconds time, const Shown& wanted = {}, U16 axis = 0,
+               const Here& here = Here::current())
+    {
+        Done(results, here);
+        ExpectIn(time, wanted, axis, here);
+    }
+    void After(short result, nanoseconds time, const Shown& wanted = {}, U16 axis = 0,
+               const Here& here = Here::current())
+    {
+        After(Results{result}, time, wanted, axis, here);
+    }
+
     static void Jog(U16 dir = 0, U16 axis = 0) { ASSERT_EQ(zelQ_MoveVel(kNumber, axis, dir), 0); }
+    void JogFor(nanoseconds time, U16 dir = 0, U16 axis = 0)
+    {
+        Jog(dir, axis);
+        Advance(time);
+    }
     static void MoveTo(double place) { ASSERT_EQ(zelQ_MoveAbs(kNumber, 0, place), 0); }
     /// Runs to a place and stands there.
     void StandAt(double place)

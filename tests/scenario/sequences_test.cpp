@@ -224,21 +224,17 @@ TEST_F(SequencesScenario, EndlessProgramsSingleStepsPauseAndStop)
     ExpectPositionsIn(1s, {500});
     EXPECT_NEAR(Program().long3, 15, 1);
     EXPECT_EQ(Program().bits9_13, Program().long3 / 3);
-    ASSERT_EQ(zelQ_SeqPause(kNumber, 0), 0);
-    Advance(1s);
+    After(zelQ_SeqPause(kNumber, 0), 1s);
     EXPECT_EQ(Program().state, kPaused);
     ExpectPositionsIn(0ms, {PositionOf() < 550 ? 500.0 : 600.0});
     Done({zelQ_SeqResume(kNumber, 0), zelQ_MoveRel(kNumber, 2, 1000)});
     ASSERT_TRUE(AdvanceUntil([] { return StatusOf().inMotion == 0; }, 300ms));
     ASSERT_TRUE(AdvanceUntil([] { return StatusOf().inMotion == 1; }, 300ms));
-    ASSERT_EQ(zelQ_SeqStop(kNumber, 0, 1), 0);
-    ExpectIn(5ms, {.moving = 0}); // stopped with the program
-    Expect({.moving = 1}, 2);     // none of its own
+    After(zelQ_SeqStop(kNumber, 0, 1), 5ms, {.moving = 0}); // stopped with the program
+    Expect({.moving = 1}, 2);                               // none of its own
     EXPECT_EQ(Program().state, kBrokenOff);
-    ASSERT_EQ(zelQ_SeqStart(kNumber, 0), 0);
-    Advance(50ms);
-    ASSERT_EQ(zelQ_SeqStop(kNumber, 0, 0), 0);
-    ExpectIn(20ms, {.moving = 1}); // its motion runs to the end
+    After(zelQ_SeqStart(kNumber, 0), 50ms);
+    After(zelQ_SeqStop(kNumber, 0, 0), 20ms, {.moving = 1}); // its motion runs to the end
 }
 
 TEST_F(SequencesScenario, FaultsStopAProgram)
@@ -271,8 +267,8 @@ TEST_F(SequencesScenario, FaultsStopAProgram)
     });
     Advance(100ms);
     EXPECT_EQ(Program().state, kFinished);
-    Done({zelQ_ServoOn(kNumber, 2, 0), zelQ_MoveVel(kNumber, 1, 0), zelQ_SeqStart(kNumber, 0)});
-    ExpectIn(10ms, {.moving = 1}, 1);
+    After({zelQ_ServoOn(kNumber, 2, 0), zelQ_MoveVel(kNumber, 1, 0), zelQ_SeqStart(kNumber, 0)},
+          10ms, {.moving = 1}, 1);
     EXPECT_EQ(Program().word5, kServoOff);
 }
 

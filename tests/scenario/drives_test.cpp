@@ -17,14 +17,8 @@ using Entry = std::array<U16, 3>; ///< number, sub-number, seconds
 class Drives : public ScenarioTest
 {
   protected:
-    static int Get(U16 axis, U16 prmClass, U16 prmNo)
-    {
-        return Got<int>(zelQ_ParamGet, axis, prmClass, prmNo);
-    }
-    static unsigned Monitor(short number)
-    {
-        return Got<unsigned>(zelQ_MonitorRead, short{1}, number);
-    }
+    static int Get(U16 axis, U16 group, U16 no) { return Got<int>(zelQ_ParamGet, axis, group, no); }
+    static unsigned Monitor(short no) { return Got<unsigned>(zelQ_MonitorRead, short{1}, no); }
     static Entry EntryOf(U16 axis, U16 index = 0)
     {
         Entry entry{};

@@ -109,10 +109,7 @@ class PathScenario : public ScenarioTest
         const auto count = static_cast<short>(to.size());
         return zelQ_ILinear(kNumber, kMap, byDistances, count, to.data(), &speed);
     }
-    static short LineBy(const Coordinates& way, const InterpSpeedProfile& speed)
-    {
-        return LineTo(way, speed, 1);
-    }
+    static short LineBy(const Coordinates& way, InterpSpeedProfile s) { return LineTo(way, s, 1); }
 
     void StandAt(const Coordinates& place)
     {

@@ -25,18 +25,15 @@ class Protection : public ScenarioTest
     {
         ASSERT_EQ(zelQ_StopModeSwLimit(kNumber, 0, mode1, pos1, mode2, pos2), 0);
     }
-    static void SetSensor(Sensor sensor, Mode mode)
+    static void SetSensor(Sensor s, Mode mode)
     {
-        ASSERT_EQ(zelQ_StopModeSensorOn(kNumber, 0, sensor, mode), 0);
+        Done({zelQ_StopModeSensorOn(kNumber, 0, s, mode)});
     }
     static void LimitTorque(U16 positive, U16 negative = 500, short offset = 0)
     {
         ASSERT_EQ(zelQ_TorqueLimitSet(kNumber, 0, positive, negative, offset, 1, 2, 70'000), 0);
     }
-    static TorqueLimitStatus LimitOf()
-    {
-        return Got<TorqueLimitStatus>(zelQ_TorqueLimitGetStatus, U16{0});
-    }
+    static auto LimitOf() { return Got<TorqueLimitStatus>(zelQ_TorqueLimitGetStatus, U16{0}); }
 
     lumosim::Result TurnWheel(std::int32_t notches)
     {

@@ -121,12 +121,6 @@ class ScenarioTest : public testing::Test
         return done();
     }
 
-    /// Lets the axis come to rest.
-    void Finish(U16 axis = 0)
-    {
-        EXPECT_TRUE(AdvanceUntil([=] { return StatusOf(axis).inMotion == 0; }, 200s, 100ms));
-    }
-
     /// What a call with one output gives.
     template <typename Value, typename Number, typename... Parameters, typename... Arguments>
     static Value Got(short (*call)(Number, Parameters...), Arguments... arguments)
@@ -135,19 +129,22 @@ class ScenarioTest : public testing::Test
         EXPECT_EQ(call(Number{kNumber}, arguments..., &value), 0);
         return value;
     }
-    static ServoStatus StatusOf(U16 axis = 0)
+    static auto StatusOf(U16 axis = 0) { return Got<ServoStatus>(zelQ_GetServoStatus, axis); }
+    /// Lets the axis come to rest.
+    void Finish(U16 axis = 0)
     {
-        return Got<ServoStatus>(zelQ_GetServoStatus, axis);
+        EXPECT_TRUE(AdvanceUntil([=] { return StatusOf(axis).inMotion == 0; }, 200s, 100ms));
     }
+
     static double PositionOf(U16 axis = 0) { return StatusOf(axis).commandPosition; }
     static double VelocityOf(U16 axis = 0) { return StatusOf(axis).velocity; }
 
-    static testing::ScopedTrace From(const Here& here)
+    static testing::ScopedTrace From(Here here)
     {
         return {here.file_name(), static_cast<int>(here.line()), "this line of the test"};
     }
 
-    static void Expect(const Shown& wanted, U16 axis = 0, const Here& here = Here::current())
+    static void Expect(const Shown& wanted, U16 axis = 0, Here here = Here::current())
     {
         const testing::ScopedTrace trace = From(here);
         const ServoStatus s = StatusOf(axis);
@@ -170,22 +167,21 @@ class ScenarioTest : public testing::Test
         same("torque limited", wanted.torqueLimited, s.torqueLimited);
     }
     /// The same, so much later.
-    void ExpectIn(nanoseconds time, const Shown& wanted, U16 axis = 0,
-                  const Here& here = Here::current())
+    void ExpectIn(nanoseconds time, const Shown& wanted, U16 axis = 0, Here here = Here::current())
     {
         Advance(time);
         Expect(wanted, axis, here);
     }
     /// Where the axis comes to rest, and why.
     void ExpectEnd(double position, StopCause cause, double within = 0, U16 axis = 0,
-                   const Here& here = Here::current())
+                   Here here = Here::current())
     {
         Finish(axis);
         Expect({.at = position, .cause = cause, .within = within}, axis, here);
     }
     /// What axes show so much later, axis 0 first.
     void ExpectEachIn(nanoseconds time, double (*shown)(U16), std::initializer_list<double> wanted,
-                      double within = 0, const Here& here = Here::current())
+                      double within = 0, Here here = Here::current())
     {
         const testing::ScopedTrace trace = From(here);
         Advance(time);
@@ -196,26 +192,23 @@ class ScenarioTest : public testing::Test
         }
     }
 
-    /// These calls are refused so.
-    static void Refused(short result, const Results& results, const Here& here = Here::current())
+    /// All these calls are refused so, or done.
+    static void Refused(short result, const Results& results, Here here = Here::current())
     {
         const testing::ScopedTrace trace = From(here);
         EXPECT_THAT(results, Each(result));
     }
-    static void Done(const Results& results, const Here& here = Here::current())
-    {
-        Refused(0, results, here);
-    }
+    static void Done(const Results& all, Here here = Here::current()) { Refused(0, all, here); }
 
     /// Calls that are done, and what shows so much later.
     void After(const Results& results, nanoseconds time, const Shown& wanted = {}, U16 axis = 0,
-               const Here& here = Here::current())
+               Here here = Here::current())
     {
         Done(results, here);
         ExpectIn(time, wanted, axis, here);
     }
     void After(short result, nanoseconds time, const Shown& wanted = {}, U16 axis = 0,
-               const Here& here = Here::current())
+               Here here = Here::current())
     {
         After(Results{result}, time, wanted, axis, here);
     }

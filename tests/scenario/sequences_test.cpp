@@ -39,14 +39,20 @@ class SequencesScenario : public ScenarioTest
         }
     }
 
-    /// Fills a program by calls made while it has the focus, and starts it.
-    void Start(Results (*records)(), U16 seq = 0)
+    /// Empties a program and gives it the focus: the calls behind it go into it.
+    short Focus(U16 seq = 0)
     {
-        Done({zelQ_SeqFuncBufClear(kNumber, seq), zelQ_SeqSetFocus(kNumber, seq)});
-        Done(records());
-        Done({zelQ_SeqKillFocus(kNumber), zelQ_SeqFuncAddEnd(kNumber, seq)});
-        EXPECT_EQ(Program(seq).state, kReady);
-        ASSERT_EQ(zelQ_SeqStart(kNumber, seq), 0);
+        focused_ = seq;
+        Done({zelQ_SeqFuncBufClear(kNumber, seq)});
+        return zelQ_SeqSetFocus(kNumber, seq);
+    }
+    /// Starts the program that has the focus, which these calls, made by now, have filled.
+    void Start(const Results& records)
+    {
+        Done(records);
+        Done({zelQ_SeqKillFocus(kNumber), zelQ_SeqFuncAddEnd(kNumber, focused_)});
+        EXPECT_EQ(Program(focused_).state, kReady);
+        ASSERT_EQ(zelQ_SeqStart(kNumber, focused_), 0);
     }
 
     static SeqStatus Program(U16 seq = 0) { return Got<SeqStatus>(zelQ_SeqGetStatus, seq); }
@@ -78,6 +84,8 @@ class SequencesScenario : public ScenarioTest
     {
         server_.With([=](lumosim::Controller& c) { c.SetSlaveInputs(kInputSlave, inputs); });
     }
+
+    U16 focused_ = 0;
 };
 
 TEST_F(SequencesScenario, CallsGoIntoTheProgramThatHasTheFocusAndRunInOrder)
@@ -107,14 +115,12 @@ TEST_F(SequencesScenario, CallsGoIntoTheProgramThatHasTheFocusAndRunInOrder)
 TEST_F(SequencesScenario, EveryInputIsWaitedForByPinAndByMask)
 {
     SetSlaveInputs(0x80000000U);
-    Start([] {
-        return Results{zelQ_SeqFuncWaitMDIpin(kNumber, 7, 1),
-                       zelQ_SeqFuncWaitMDIpins(kNumber, 0x0F, 0xF5),
-                       zelQ_SeqFuncWaitRDIpin(kNumber, kInputSlave, 31, 0),
-                       zelQ_SeqFuncWaitRDIpins(kNumber, kInputSlave, 0x10001U, 0x0001U),
-                       zelQ_SeqFuncWaitSDIpin(kNumber, 1, 2, 1),
-                       zelQ_SeqFuncWaitSDIpins(kNumber, 1, 0x0B, 0x0A)};
-    });
+    Start({Focus(), zelQ_SeqFuncWaitMDIpin(kNumber, 7, 1),
+           zelQ_SeqFuncWaitMDIpins(kNumber, 0x0F, 0xF5),
+           zelQ_SeqFuncWaitRDIpin(kNumber, kInputSlave, 31, 0),
+           zelQ_SeqFuncWaitRDIpins(kNumber, kInputSlave, 0x10001U, 0x0001U),
+           zelQ_SeqFuncWaitSDIpin(kNumber, 1, 2, 1),
+           zelQ_SeqFuncWaitSDIpins(kNumber, 1, 0x0B, 0x0A)});
     unsigned record = 1;
     for (const auto& happen : std::initializer_list<std::function<void()>>{
              [this] { SetMainInputs(0x80); }, [this] { SetMainInputs(0x35); },
@@ -130,30 +136,14 @@ TEST_F(SequencesScenario, EveryInputIsWaitedForByPinAndByMask)
 
 TEST_F(SequencesScenario, ProgramsRunSideBySideInTheOrderOfTheirInputs)
 {
-    Start([] {
-        return Results{zelQ_SeqFuncWaitMDIpin(kNumber, 0, 1), zelQ_MoveAbs(kNumber, 0, 100),
-                       WaitFor(0)};
-    });
-    Start(
-        [] {
-            return Results{zelQ_SeqFuncWaitRDIpin(kNumber, kInputSlave, 17, 1),
-                           zelQ_MoveRel(kNumber, 1, -200), WaitFor(1)};
-        },
-        1);
-    Start(
-        [] {
-            return Results{zelQ_SeqFuncWaitSDIpin(kNumber, 2, 3, 1), zelQ_MoveVel(kNumber, 2, 0),
-                           zelQ_SeqFuncWaitSDIpin(kNumber, 2, 3, 0), zelQ_StopDec(kNumber, 2),
-                           WaitFor(2)};
-        },
-        2);
-    Start(
-        [] {
-            return Results{zelQ_SeqFuncWaitMDIpin(kNumber, 7, 1),
-                           zelQ_mMoveAbs(kNumber, 1, Listed<short>({3}), Listed({-70.0})),
-                           WaitFor(3)};
-        },
-        3);
+    Start({Focus(), zelQ_SeqFuncWaitMDIpin(kNumber, 0, 1), zelQ_MoveAbs(kNumber, 0, 100),
+           WaitFor(0)});
+    Start({Focus(1), zelQ_SeqFuncWaitRDIpin(kNumber, kInputSlave, 17, 1),
+           zelQ_MoveRel(kNumber, 1, -200), WaitFor(1)});
+    Start({Focus(2), zelQ_SeqFuncWaitSDIpin(kNumber, 2, 3, 1), zelQ_MoveVel(kNumber, 2, 0),
+           zelQ_SeqFuncWaitSDIpin(kNumber, 2, 3, 0), zelQ_StopDec(kNumber, 2), WaitFor(2)});
+    Start({Focus(3), zelQ_SeqFuncWaitMDIpin(kNumber, 7, 1),
+           zelQ_mMoveAbs(kNumber, 1, Listed<short>({3}), Listed({-70.0})), WaitFor(3)});
     SetSlaveInputs(1U << 17U);
     Advance(50ms);
     SetInputs({.configurable = true}, 2);
@@ -171,12 +161,10 @@ TEST_F(SequencesScenario, ProgramsRunSideBySideInTheOrderOfTheirInputs)
 
 TEST_F(SequencesScenario, WaitsForAllAxesOrAny)
 {
-    Start([] {
-        const U16 both[] = {0, 1};
-        return Results{zelQ_MoveAbs(kNumber, 0, 100), zelQ_MoveAbs(kNumber, 1, 300),
-                       zelQ_SeqFuncWaitMovDone(kNumber, 1, 2, both),
-                       zelQ_SeqFuncWaitMovDone(kNumber, 0, 2, both)};
-    });
+    const U16 both[] = {0, 1};
+    Start({Focus(), zelQ_MoveAbs(kNumber, 0, 100), zelQ_MoveAbs(kNumber, 1, 300),
+           zelQ_SeqFuncWaitMovDone(kNumber, 1, 2, both),
+           zelQ_SeqFuncWaitMovDone(kNumber, 0, 2, both)});
     ExpectAt(99ms, kRunning, 3, kMotion);
     ExpectAt(4ms, kRunning, 4, kMotion);
     ExpectAt(190ms, kRunning, 4, kMotion);
@@ -186,22 +174,15 @@ TEST_F(SequencesScenario, WaitsForAllAxesOrAny)
 TEST_F(SequencesScenario, AProgramQueuesLinesAndWaitsForTheQueue)
 {
     Done({zelQ_IMapSet(kNumber, 0, 2, Listed<U16>({0, 1})), zelQ_CP_PreRegUseSet(kNumber, 1)});
-    Start([] {
-        const U16 queue[] = {0};
-        const auto line = [](double x, double y) {
-            const double target[] = {x, y};
-            InterpSpeedProfile speed{};
-            speed.startSpeed = speed.driveSpeed = speed.endSpeed = 1000;
-            return zelQ_ILinear(kNumber, 0, 0, 2, target, &speed);
-        };
-        return Results{line(100, 0),
-                       line(100, 100),
-                       line(0, 100),
-                       zelQ_SeqFuncWaitPreRegEmpty(kNumber, 1, 1, queue),
-                       zelQ_MoveAbs(kNumber, 2, 1000),
-                       zelQ_SeqFuncWaitPreRegEmpty(kNumber, 3, 1, queue),
-                       zelQ_MoveAbs(kNumber, 3, 1000)};
-    });
+    const U16 queue[] = {0};
+    const auto line = [](double x, double y) {
+        InterpSpeedProfile speed{};
+        speed.startSpeed = speed.driveSpeed = speed.endSpeed = 1000;
+        return zelQ_ILinear(kNumber, 0, 0, 2, Listed({x, y}), &speed);
+    };
+    Start({Focus(), line(100, 0), line(100, 100), line(0, 100),
+           zelQ_SeqFuncWaitPreRegEmpty(kNumber, 1, 1, queue), zelQ_MoveAbs(kNumber, 2, 1000),
+           zelQ_SeqFuncWaitPreRegEmpty(kNumber, 3, 1, queue), zelQ_MoveAbs(kNumber, 3, 1000)});
     ExpectPositionsIn(250ms, {50, 100, 50, 0});
     ExpectPositionsIn(100ms, {0, 100, 150, 50});
     EXPECT_EQ(Program().state, kFinished);
@@ -210,7 +191,7 @@ TEST_F(SequencesScenario, AProgramQueuesLinesAndWaitsForTheQueue)
 TEST_F(SequencesScenario, EndlessProgramsSingleStepsPauseAndStop)
 {
     ASSERT_EQ(zelQ_SeqSetCfg(kNumber, 1, 0, 0, 1), 0);
-    Start([] { return Results{zelQ_MoveAbs(kNumber, 2, 10), zelQ_MoveAbs(kNumber, 3, 20)}; }, 1);
+    Start({Focus(1), zelQ_MoveAbs(kNumber, 2, 10), zelQ_MoveAbs(kNumber, 3, 20)});
     for (const unsigned record : {2U, 3U}) {
         ExpectAt(100ms, kPaused, record, kNone, 1);
         EXPECT_EQ(zelQ_SeqResume(kNumber, 1), 0);
@@ -218,9 +199,7 @@ TEST_F(SequencesScenario, EndlessProgramsSingleStepsPauseAndStop)
     ExpectAt(1ms, kFinished, 3, kNone, 1);
 
     ASSERT_EQ(zelQ_SeqSetCfg(kNumber, 0, 1, 0, 0), 0);
-    Start([] {
-        return Results{zelQ_MoveRel(kNumber, 0, 100), WaitFor(0), zelQ_SeqFuncDelay(kNumber, 100)};
-    });
+    Start({Focus(), zelQ_MoveRel(kNumber, 0, 100), WaitFor(0), zelQ_SeqFuncDelay(kNumber, 100)});
     ExpectPositionsIn(1s, {500});
     EXPECT_NEAR(Program().long3, 15, 1);
     EXPECT_EQ(Program().bits9_13, Program().long3 / 3);
@@ -243,28 +222,22 @@ TEST_F(SequencesScenario, FaultsStopAProgram)
     U16 reaction = 0;
     for (const double end : {1000.0, 100.0, 50.0}) {
         Done({zelQ_SeqSetCfg(kNumber, 0, 0, reaction++, 0), zelQ_CmdEncPosSet(kNumber, 0, 0)});
-        Start([] {
-            return Results{zelQ_MoveAbs(kNumber, 0, 1000), zelQ_SeqFuncDelay(kNumber, 49),
-                           zelQ_MoveAbs(kNumber, 9, 0), zelQ_MoveAbs(kNumber, 0, 0)};
-        });
+        Start({Focus(), zelQ_MoveAbs(kNumber, 0, 1000), zelQ_SeqFuncDelay(kNumber, 49),
+               zelQ_MoveAbs(kNumber, 9, 0), zelQ_MoveAbs(kNumber, 0, 0)});
         ExpectAt(2s, kFaulted, 3);
         EXPECT_EQ(Program().word5, kNoServo);
         ExpectPositionsIn(0ms, {end});
     }
     // A motion that does not reach its end; what was before the program does not concern it.
-    Start([] {
-        return Results{zelQ_MoveAbs(kNumber, 0, 10'000), zelQ_MoveAbs(kNumber, 1, 10'000),
-                       WaitFor(0), zelQ_MoveAbs(kNumber, 2, 1)};
-    });
+    Start({Focus(), zelQ_MoveAbs(kNumber, 0, 10'000), zelQ_MoveAbs(kNumber, 1, 10'000), WaitFor(0),
+           zelQ_MoveAbs(kNumber, 2, 1)});
     Advance(100ms);
     SetInputs({.limitPositive = true}, 0);
     ExpectIn(200ms, {.moving = 0}, 1); // stopped with the program
     EXPECT_EQ(Program().word5, kNotReached);
     ExpectPositionsIn(0ms, {200, 200, 0});
     // What an earlier run has moved, and what has failed there, does not concern the next one.
-    Start([] {
-        return Results{WaitFor(0), zelQ_MoveAbs(kNumber, 2, 5), zelQ_MoveRel(kNumber, 1, 5)};
-    });
+    Start({Focus(), WaitFor(0), zelQ_MoveAbs(kNumber, 2, 5), zelQ_MoveRel(kNumber, 1, 5)});
     Advance(100ms);
     EXPECT_EQ(Program().state, kFinished);
     After({zelQ_ServoOn(kNumber, 2, 0), zelQ_MoveVel(kNumber, 1, 0), zelQ_SeqStart(kNumber, 0)},

@@ -22,10 +22,8 @@ struct ArcCase
 {
     const char* name;
     Form form;
-    Point start;
-    Point first;   ///< centre, or the point on the way
-    Point last;    ///< end
-    double number; ///< angle or radius
+    Point start, first, last; ///< the first is the centre, or a point on the way
+    double number;            ///< angle or radius
     U16 longWay;
     Turn turn;
     Point center;
@@ -38,23 +36,22 @@ struct ArcCase
     {
         const double* a = first.data();
         const double* b = last.data();
-        switch (form) {
-        case kAngle:
-            return height == 0 ? zelQ_IArc(9, map, option, a, number, &s)
-                               : zelQ_IHelical(9, map, option, a, number, 0, height, &s);
-        case kCenterEnd:
-            return height == 0 ? zelQ_IArcCE(9, map, option, a, b, turn, &s)
-                               : zelQ_IHelicalCE(9, map, option, a, b, 0, height, turn, &s);
-        case kPassEnd:
-            return height == 0 ? zelQ_IArcPE(9, map, option, a, b, &s)
-                               : zelQ_IHelicalPE(9, map, option, a, b, 0, height, &s);
-        case kRadiusEnd:
-            break;
-        }
+        const double h = height;
         const auto select = static_cast<short>(longWay);
-        return height == 0
-                   ? zelQ_IArcRE(9, map, number, select, option, b, turn, &s)
-                   : zelQ_IHelicalRE(9, map, number, longWay, option, b, 0, height, turn, &s);
+        if (form == kAngle) {
+            return h == 0 ? zelQ_IArc(9, map, option, a, number, &s)
+                          : zelQ_IHelical(9, map, option, a, number, 0, h, &s);
+        }
+        if (form == kCenterEnd) {
+            return h == 0 ? zelQ_IArcCE(9, map, option, a, b, turn, &s)
+                          : zelQ_IHelicalCE(9, map, option, a, b, 0, h, turn, &s);
+        }
+        if (form == kPassEnd) {
+            return h == 0 ? zelQ_IArcPE(9, map, option, a, b, &s)
+                          : zelQ_IHelicalPE(9, map, option, a, b, 0, h, &s);
+        }
+        return h == 0 ? zelQ_IArcRE(9, map, number, select, option, b, turn, &s)
+                      : zelQ_IHelicalRE(9, map, number, longWay, option, b, 0, h, turn, &s);
     }
 };
 

@@ -28,37 +28,27 @@ ServerConfig Wired(SerialWiring::To to)
     return config;
 }
 
-// Runs serial commands as a host's connection would.
-class SerialHost
+// Runs a command as a host's connection would.
+void Write(Server& server, std::initializer_list<Word> block)
 {
-  public:
-    explicit SerialHost(Server& server) : server_(server) {}
+    EXPECT_EQ(server.With([&](Controller& c) { return c.Execute(block); }), Result::kDone);
+}
 
-    void Write(std::initializer_list<Word> block)
-    {
-        const auto run = [&](Controller& controller) { return controller.Execute(block); };
-        EXPECT_EQ(server_.With(run), Result::kDone);
-    }
-
-    // Reads until `size` bytes have come.
-    Bytes Read(std::size_t size)
-    {
-        Bytes all;
-        test::Await([&] {
-            Reply reply;
-            server_.With([&](Controller& c) { c.Run(std::vector<Word>{0x173, 1024}, reply); });
-            CommandReader in(reply.Words());
-            const std::size_t waiting = in.NextWord();
-            const Bytes bytes = NextBytes(in, std::min<std::size_t>(waiting, 1024));
-            all.insert(all.end(), bytes.begin(), bytes.end());
-            return all.size() >= size;
-        });
-        return all;
-    }
-
-  private:
-    Server& server_;
-};
+// Reads until `size` bytes have come.
+Bytes Read(Server& server, std::size_t size)
+{
+    Bytes all;
+    test::Await([&] {
+        Reply reply;
+        server.With([&](Controller& c) { c.Run(std::vector<Word>{0x173, 1024}, reply); });
+        CommandReader in(reply.Words());
+        const std::size_t waiting = in.NextWord();
+        const Bytes bytes = NextBytes(in, std::min<std::size_t>(waiting, 1024));
+        all.insert(all.end(), bytes.begin(), bytes.end());
+        return all.size() >= size;
+    });
+    return all;
+}
 
 Bytes Pattern(std::size_t size)
 {
@@ -73,8 +63,7 @@ TEST(SerialFarEnd, IsAProgramAtATcpPort)
 {
     Server server(Wired(SerialWiring::To::kTcp));
     server.Start();
-    SerialHost host(server);
-    host.Write({0x172, 2, 0xEEEE}); // nobody is there
+    Write(server, {0x172, 2, 0xEEEE}); // nobody is there
     for (int round = 0; round < 2; ++round) {
         SCOPED_TRACE("program " + std::to_string(round));
         asio::io_context io;
@@ -83,11 +72,11 @@ TEST(SerialFarEnd, IsAProgramAtATcpPort)
         // More than the port's buffer holds: what it has no room for waits.
         const Bytes sent = Pattern(3 * SerialPort::kReceiveBuffer);
         std::thread sender([&] { asio::write(program, asio::buffer(sent)); });
-        EXPECT_EQ(host.Read(sent.size()), sent);
+        EXPECT_EQ(Read(server, sent.size()), sent);
         sender.join();
 
-        host.Write({0x172, 5, 0x0201, 0x0403, 0xEE05});
-        host.Write({0x172, 1, 0xEE06});
+        Write(server, {0x172, 5, 0x0201, 0x0403, 0xEE05});
+        Write(server, {0x172, 1, 0xEE06});
         Bytes received(6);
         asio::read(program, asio::buffer(received));
         EXPECT_EQ(received, (Bytes{1, 2, 3, 4, 5, 6}));
@@ -98,7 +87,7 @@ TEST(SerialFarEnd, CanBeNothing)
 {
     Server server(Wired(SerialWiring::To::kNothing));
     server.Start();
-    SerialHost(server).Write({0x172, 2, 0x0201});
+    Write(server, {0x172, 2, 0x0201});
     EXPECT_EQ(server.With([](Controller& c) { return c.Get<SerialPort>().Waiting(); }), 0U);
     EXPECT_EQ(server.SerialTcpPort(), 0);
 }
@@ -115,12 +104,11 @@ TEST(SerialFarEnd, IsAPairOfNamedPipes)
     {
         Server server(config);
         server.Start();
-        SerialHost host(server);
         const Bytes sent = Pattern(5000);
         std::ofstream(in, std::ios::binary).write(reinterpret_cast<const char*>(sent.data()), 5000);
-        EXPECT_EQ(host.Read(sent.size()), sent);
+        EXPECT_EQ(Read(server, sent.size()), sent);
 
-        host.Write({0x172, 3, 0x4241, 0x0A43});
+        Write(server, {0x172, 3, 0x4241, 0x0A43});
         std::string line(3, ' ');
         std::ifstream(out, std::ios::binary).read(line.data(), 3);
         EXPECT_EQ(line, "ABC");

@@ -113,8 +113,7 @@ TEST(PathPlan, TimesOfReachingAreThoseOfTheCourse)
         std::size_t axis;
         double position;
         int direction;
-        double from;
-        double quarters;
+        double from, quarters;
     };
     for (const Row& row :
          {Row{0, 0, -1, 0, 1}, Row{0, 0, 1, 0, 3}, Row{1, 0, 1, 0, 0}, Row{1, 0, -1, 0, 2},

@@ -114,12 +114,10 @@ TEST_F(AxisSetupTest, SpeedsOfManyAxesTravelNineToAFrame)
         Expect({
             Row(CALL(mSpeedSet, count, axes, p, s_[0].data(), s_[1].data(), s_[2].data(),
                      s_[3].data()))
-                .Frames(Frames(frames, {0, 1, 2, 3, 0}))
-                .Shows(std::to_string(count)),
+                .Frames(Frames(frames, {0, 1, 2, 3, 0}), std::to_string(count)),
             Row(CALL(mSpeedWithStopSet, count, axes, p, s_[0].data(), s_[1].data(), s_[2].data(),
                      s_[3].data(), s_[4].data()))
-                .Frames(Frames(frames, {0, 1, 2, 3, 4}))
-                .Shows(std::to_string(count)),
+                .Frames(Frames(frames, {0, 1, 2, 3, 4}), std::to_string(count)),
         });
     }
 }

@@ -162,8 +162,7 @@ TEST_F(DeviceInfoTest, BytesFindTheirWordsAndImpossibleDatesLeaveNoTrace)
         const auto part = [&date](std::size_t i) { return static_cast<U16>(date.at(i)); };
         const auto year = static_cast<U16>(2000 + date[0]);
         Expect({Row(CALL(GetDevInfo, info.data()))
-                    .Reads({{0xF400, 12}})
-                    .Shows("")
+                    .Reads({{0xF400, 12}}, "")
                     .Fills(info, {112, 113, 114, 115, 116, 117, 118, 119, 120, 121, 122, 123, 100,
                                   101, 102, year, part(1), part(2), 106})});
     }
@@ -184,8 +183,7 @@ TEST_F(DeviceInfoTest, PowerResets)
     unsigned int count = 0;
     controller_.SetRegisters(0xF410, {0x1170, 0x0001});
     Expect({Row(CALL(GetPowerResetCount, &count))
-                .Reads({{0xF410, 2}})
-                .Shows("70000", "0")
+                .Reads({{0xF410, 2}}, "70000", "0")
                 .Gets(count, 70000U)});
 }
 

@@ -181,12 +181,10 @@ TEST_F(DriveModesTest, TorqueLimitsTravelFourteenToAFrame)
     for (const short count : std::initializer_list<short>{14, 15, 32}) {
         Expect({Row(CALL(mTorqueLimitSet, count, axes.data(), limit1.data(), limit2.data(),
                          param3.data(), high.data(), low.data(), values.data()))
-                    .Frames(frames(static_cast<U16>(count), true))
-                    .Shows(std::to_string(count)),
+                    .Frames(frames(static_cast<U16>(count), true), std::to_string(count)),
                 // Unlike for one axis, the limit stays on.
                 Row(CALL(mTorqueLimitFree, count, signedAxes.data(), values.data()))
-                    .Frames(frames(static_cast<U16>(count), false))
-                    .Shows(std::to_string(count))});
+                    .Frames(frames(static_cast<U16>(count), false), std::to_string(count))});
     }
 }
 
@@ -231,12 +229,10 @@ TEST_F(DriveModesTest, TorqueLimitStatusIsReadFromTheAxisRegisters)
     controller_.SetRegisters(0x062F, {0x0005, 10, 20, 30, 40, 0xFFFF, 0x5678, 0x9234});
     Expect({
         Row(CALL(TorqueLimitGetStatus, 7, &status))
-            .Reads({{0x072F, 8}})
-            .Shows("7")
+            .Reads({{0x072F, 8}}, "7")
             .Gets(status, flags(0, 1, 0)),
         Row(CALL(TorqueLimitGetStatus, 6, &status))
-            .Reads({{0x062F, 8}})
-            .Shows("6")
+            .Reads({{0x062F, 8}}, "6")
             .Gets(status, flags(1, 0, 1)),
     });
     Refused(-2002, {CALL(TorqueLimitGetStatus, 32, nullptr), CALL(TorqueLimitGetStatus, 8, &status),
@@ -274,16 +270,14 @@ TEST_F(DriveModesTest, SoftwareLimitsAreReadBack)
     controller_.SetRegisters(0x003E, Join({Long(-8), {1}, Long(9), {2}}));
     Expect({
         Row(CALL(SwLimitGet, 2, m1.data(), p1.data(), m2.data(), p2.data()))
-            .Reads({{0x023E, 6}})
-            .Shows("2")
+            .Reads({{0x023E, 6}}, "2")
             .Fills(m1, {1})
             .Fills(p1, {-1.0})
             .Fills(m2, {2})
             .Fills(p2, {70.0}),
         // The line's fourth number is 0.
         Row(CALL(mSwLimitGet, 2, axes, m1.data(), p1.data(), m2.data(), p2.data()))
-            .Reads({{0x033E, 6}, {0x003E, 6}})
-            .Shows("2,0")
+            .Reads({{0x033E, 6}, {0x003E, 6}}, "2,0")
             .Fills(m1, {2, 1})
             .Fills(p1, {35000.0, -8.0})
             .Fills(m2, {0, 2})
@@ -291,8 +285,7 @@ TEST_F(DriveModesTest, SoftwareLimitsAreReadBack)
     });
     ThenFirstFrameOnly();
     ExpectOnce(Row(CALL(mSwLimitGet, 2, axes, m1.data(), p1.data(), m2.data(), p2.data()))
-                   .Reads({{0x033E, 6}, {0x003E, 6}})
-                   .Shows("2,0")
+                   .Reads({{0x033E, 6}, {0x003E, 6}}, "2,0")
                    .Gives(-12)
                    .Fills(m1, {})
                    .Fills(p1, {})

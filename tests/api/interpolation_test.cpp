@@ -127,14 +127,12 @@ TEST_F(InterpolationTest, MapsAreReadBack)
     Expect({
         // Low byte first; a place behind the count is left out.
         Row(CALL(IMapGet, 15, out.data()))
-            .Reads({{0xF41A + 135, 9}})
-            .Shows("15,3", "15,0")
+            .Reads({{0xF41A + 135, 9}}, "15,3", "15,0")
             .Fills(out, {3, kOld, 30, 0, 255}),
         Row(CALL(IMapGet, 1, out.data())).Reads({{0xF41A + 9, 9}}).Shows("1,0").Fills(out, {0}),
         // More axes than a map holds.
         Row(CALL(IMapGet, 0, out.data()))
-            .Reads({{0xF41A, 9}})
-            .Shows("0,17", "0,0")
+            .Reads({{0xF41A, 9}}, "0,17", "0,0")
             .Fills(out, {17, kOld, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}),
     });
 }
@@ -253,10 +251,7 @@ TEST_F(InterpolationTest, PreRegisters)
             .Reads({{0xF417, 1}})
             .Lines("zelQ_CP_UsePreRegGet(5,32769,0)", "zelQ_CP_UsePreRegGet(5,0,0)")
             .Gets(use, 0x8001),
-        Row(CALL(CP_PreRegGetRemain, remain.data()), {0x01C2})
-            .Data(words)
-            .Shows("")
-            .Fills(remain, words),
+        Row(CALL(CP_PreRegGetRemain, remain.data()), {0x01C2}).Data(words, "").Fills(remain, words),
     });
     Refused(-1700, {CALL(CP_PreRegUseGet, nullptr), CALL(CP_PreRegGetRemain, nullptr)});
 }

@@ -183,8 +183,7 @@ TEST_F(ListMotionTest, StatusOfOneAxisWithoutARangeCheck)
     Expect({
         Row(CALL(LmGetStatus, 2, &status)).Reads({{0x0212, 7}}).Shows("2").Gets(status, Decoded(2)),
         Row(CALL(LmGetStatus, 0x0102, &status))
-            .Reads({{0x0212, 7}})
-            .Shows("258")
+            .Reads({{0x0212, 7}}, "258")
             .Gets(status, Decoded(0x0102)),
         Row(CALL(LmGetStatus, -1, &status)).Reads({{0xFF12, 7}}).Shows("-1").Gets(status, empty),
     });

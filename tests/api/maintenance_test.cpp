@@ -91,24 +91,20 @@ TEST_F(MaintenanceTest, SettingsOfOneFrame)
         {CALL(Reset, 3), {0x1002, 3}},
         {CALL(UseMaroDefParamSet, 1), {0x1007, 0, 1}},
         Row(CALL(UseMaroDefParamGet, &first), {0x1007, 1})
-            .Data({0xFFFF})
-            .Shows("65535", "0")
+            .Data({0xFFFF}, "65535", "0")
             .Gets(first, 0xFFFF),
         Row(CALL(UseMaroDefParamGet, nullptr), {0x1007, 1}).Data({1}).Shows("1", "0"),
         // The third has 32 bits.
         {CALL(RtexCycleSet, 1, 2, 70000), {0x1008, 0, 1, 2, 0x1170, 0x0001}},
         Row(CALL(RtexCycleGet, &first, &second), {0x1008, 1})
-            .Data({10, 20})
-            .Shows("10,20", "0,0")
+            .Data({10, 20}, "10,20", "0,0")
             .Gets(first, 10)
             .Gets(second, 20),
         Row(CALL(RtexCycleGet, nullptr, &second), {0x1008, 1})
-            .Data({11, 21})
-            .Shows("11,21", "0,0")
+            .Data({11, 21}, "11,21", "0,0")
             .Gets(second, 21),
         Row(CALL(RtexCycleGet, &first, nullptr), {0x1008, 1})
-            .Data({12, 22})
-            .Shows("12,22", "0,0")
+            .Data({12, 22}, "12,22", "0,0")
             .Gets(first, 12),
         {CALL(UARTSetBypass, 1), {0x0170, 1}},
         {CALL(UARTSetCfg, 115200, 9, 2, 0), {0x0171, 0xC200, 1, 9, 2, 0}},
@@ -133,9 +129,7 @@ TEST_F(MaintenanceTest, SerialWriteFillsFramesOf118Registers)
                                    k == 0 ? Words{0x0172, static_cast<U16>(length)} : Words{},
                                    Packed(first, std::min<std::size_t>(236, left))}));
         }
-        Expect({Row(CALL(UARTWrite, data.data(), length))
-                    .Frames(frames)
-                    .Shows(std::to_string(length))});
+        Expect({Row(CALL(UARTWrite, data.data(), length)).Frames(frames, std::to_string(length))});
     }
     Refused(-1702, {CALL(UARTWrite, nullptr, 0), CALL(UARTWrite, nullptr, 1025),
                     CALL(UARTWrite, nullptr, -1)});
@@ -297,17 +291,13 @@ TEST_F(MaintenanceTest, FlashAndMemoryInOneFrame)
         Row(CALL(FlashWrite, 1, 2, nullptr, 0)).Gives(-12).Shows("1,2,0"),
         Row(CALL(FlashWrite, 1, 2, nullptr, -2)).Gives(-12).Shows("1,2,-2"),
         Row(CALL(FlashRead, 2, 2, read.data(), 2), {0x1003, 2, 2, 0, 2})
-            .Data({0x1234})
-            .Shows("2,2,2")
+            .Data({0x1234}, "2,2,2")
             .Fills(read, {0x34, 0x12}),
         Row(CALL(FlashRead, 2, 2, nullptr, 0)).Gives(-12).Shows("2,2,0"),
         Row(CALL(CPUPeek, 3, 0x20000004, &word), {0x1004, 3, 4, 0x2000})
-            .Data({0xBEEF, 0xDEAD})
-            .Shows("3,536870916,-559038737", "3,536870916,0")
+            .Data({0xBEEF, 0xDEAD}, "3,536870916,-559038737", "3,536870916,0")
             .Gets(word, 0xDEADBEEFU),
-        Row(CALL(CPUPeek, -1, 0, nullptr), {0x1004, 0xFFFF, 0, 0})
-            .Data({1, 0})
-            .Shows("-1,0,1", "-1,0,0"),
+        Row(CALL(CPUPeek, -1, 0, nullptr), {0x1004, 0xFFFF, 0, 0}).Data({1, 0}, "-1,0,1", "-1,0,0"),
         Row(CALL(CPUPoke, 1, 65538, 0xFFFFFFFFU), {0x1005, 1, 2, 1, 0xFFFF, 0xFFFF})
             .Shows("1,65538,-1,0"),
         Row(CALL(EepromClear, 0xFFFF, 1), {0x1006, 0xFFFF, 1}).Shows(""),

@@ -188,13 +188,11 @@ TEST_F(MotionTest, SearchesHaveTheOptionsBeforeTheAxis)
         {CALL(SearchMove, 4, 1, 3, 0, 1), {0x0013, 1, 3, 0, 1, 1, 4}},
         {CALL(SearchMove, 31, 0, 0, 1, 0), {0x0013, 0, 0, 1, 0, 1, 31}},
         Row(CALL(SearchGetStatus, 2, &out), {0x0014, 1, 2})
-            .Data(Join({{0x0075}, Long(-7)}))
-            .Shows("2")
+            .Data(Join({{0x0075}, Long(-7)}), "2")
             .Gets(out, Found(5, 1, 3, -3.5)),
         // The bits above are nobody's; the axis is the controller's to judge.
         Row(CALL(SearchGetStatus, 300, &out), {0x0014, 1, 300})
-            .Data(Join({{0xFF8A}, Long(70000)}))
-            .Shows("300")
+            .Data(Join({{0xFF8A}, Long(70000)}), "300")
             .Gets(out, Found(10, 0, 0, 70000.0)),
     });
     Refused(-2002, {CALL(SearchMove, 32, 9, 9, 9, 9)});
@@ -224,14 +222,12 @@ TEST_F(MotionTest, SearchesOfAsManyAxesAsFramesCarry)
     };
     Expect({
         Row(CALL(mSearchGetStatus, 3, axes_, out.data()), {0x0014, 3, 4, 2, 0xFFFF})
-            .Data(Join({{0x0011}, Long(100), {0x0022}, Long(-5), {0x0063}, Long(8)}))
-            .Shows("3")
+            .Data(Join({{0x0011}, Long(100), {0x0022}, Long(-5), {0x0063}, Long(8)}), "3")
             .Fills(out, {Found(1, 1, 0, 10.0), Found(2, 0, 1, -2.5), Found(3, 0, 3, 8.0)}),
         Row(CALL(mSearchGetStatus, 0, axes, out.data()), {0x0014, 0}).Shows("0").Fills(out, {}),
         Row(CALL(mSearchGetStatus, 42, axes, out.data()))
             .Frames({frame(42)})
-            .Data(Words(126, 0x0030))
-            .Shows("42")
+            .Data(Words(126, 0x0030), "42")
             .Fills(out, wanted),
         // More than a reply can hold; the most that a request can; more, which is not sent.
         Row(CALL(mSearchGetStatus, 43, axes, out.data()))

@@ -154,8 +154,7 @@ TEST_F(OutputsTest, LinkFailKeepOut)
         Row(CALL(RDOLinkFailKeepOutSet, 0x80000001U), {0x0195, 0, 1, 0x8000}).Shows("-2147483647"),
         Row(CALL(RDOLinkFailKeepOutGet, nullptr), {0x0195, 1}).Data({7, 0}).Shows("7", "0"),
         Row(CALL(RDOLinkFailKeepOutGet, &value), {0x0195, 1})
-            .Data({0x1234, 0x0005})
-            .Shows("332340", "0")
+            .Data({0x1234, 0x0005}, "332340", "0")
             .Gets(value, 0x00051234U),
     });
 }
@@ -197,21 +196,18 @@ TEST_F(OutputsTest, LimitTimeIsReadBack)
     const Words packed = {0xFFE6, 0x0001, 0x8000};
     Expect({
         Row(CALL(MDOGetLimitTime, 7, &a, &b, &c, &time), {0x01A6, 7})
-            .Data(packed)
-            .Shows("7")
+            .Data(packed, "7")
             .Gets(a, 3)
             .Gets(b, 2)
             .Gets(c, 9)
             .Gets(time, 0x80000001U),
         Row(CALL(MDOGetLimitTime, 7, nullptr, &b, nullptr, &time), {0x01A6, 7})
-            .Data(packed)
-            .Shows("7")
+            .Data(packed, "7")
             .Gets(b, 2)
             .Gets(time, 0x80000001U),
         // Without a place for the second, none of the three is wanted.
         Row(CALL(MDOGetLimitTime, 7, &a, nullptr, &c, nullptr), {0x01A6, 7})
-            .Data(packed)
-            .Shows("7")
+            .Data(packed, "7")
             .Gets(a, 0xA5A5)
             .Gets(c, 0xA5A5),
     });

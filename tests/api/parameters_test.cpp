@@ -59,21 +59,17 @@ TEST_F(ParametersTest, Get)
     }
     Expect({
         Row(CALL(ParamGet, 31, 255, 254, &value), {0x0151, 255, 254, 1, 31})
-            .Data({0xFFFE, 0xFFFF})
-            .Shows("31,255,254")
+            .Data({0xFFFE, 0xFFFF}, "31,255,254")
             .NeedsNoData()
             .Gets(value, -2),
         Row(CALL(ParamGet, 0, 0, 0, nullptr), {0x0151, 0, 0, 1, 0})
-            .Data({1, 2})
-            .Shows("0,0,0")
+            .Data({1, 2}, "0,0,0")
             .NeedsNoData(),
         Row(CALL(mParamGet, 2, axes_, 8, 9, values.data()), {0x0151, 8, 9, 2, 7, 40})
-            .Data(Join({Long(-70000), Long(5)}))
-            .Shows("2,8,9")
+            .Data(Join({Long(-70000), Long(5)}), "2,8,9")
             .Fills(values, {-70000, 5}),
         Row(CALL(mParamGet, 32, all.data(), 3, 4, values.data()), most)
-            .Data(data)
-            .Shows("32,3,4")
+            .Data(data, "32,3,4")
             .Fills(values, wanted),
     });
     // The axis comes last here, and for several the count.
@@ -122,8 +118,7 @@ TEST_F(ParametersTest, IdentificationIsCopiedLowByteFirst)
     const auto bytes = Counting<std::uint8_t, 80>(0);
     // No count in the command.
     Expect({Row(CALL(ParamGetSysID, 2, id.data()), {0x0154, 2})
-                .Data(data)
-                .Shows("2")
+                .Data(data, "2")
                 .Fills(id, {bytes.begin(), bytes.end()})});
     Refused(-2002, {CALL(ParamGetSysID, 32, nullptr)});
     Refused(-1702, {CALL(ParamGetSysID, 31, nullptr)});
@@ -192,14 +187,12 @@ TEST_F(ParametersTest, AlarmsAreRead)
     Expect({
         // The number in the low byte, the sub-number in the high one; the index before the axis.
         Row(CALL(AlarmListGet, 31, 14, &no, &sub, &data), {0x0141, 1, 14, 31})
-            .Data({0x0310, 0xFFFE})
-            .Shows("14,31")
+            .Data({0x0310, 0xFFFE}, "14,31")
             .Gets(no, 0x10)
             .Gets(sub, 3)
             .Gets(data, 0xFFFE),
         Row(CALL(AlarmListGet, 0, 0, nullptr, nullptr, nullptr), {0x0141, 1, 0, 0})
-            .Data({1, 2})
-            .Shows("0,0"),
+            .Data({1, 2}, "0,0"),
     });
     Refused(-2002, {CALL(AlarmListGet, 32, 15, nullptr, nullptr, nullptr)});
     Refused(-1702, {CALL(AlarmListGet, 31, 15, nullptr, nullptr, nullptr)});

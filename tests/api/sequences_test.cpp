@@ -90,10 +90,7 @@ TEST_F(SequencesTest, StatusFieldByField)
         wanted.program[seq] = Decoded(seq);
     }
     Expect({
-        Row(CALL(SeqGetStatus, 3, &status))
-            .Reads({{0xF4BC, 6}})
-            .Shows("3")
-            .Gets(status, Decoded(3)),
+        Row(CALL(SeqGetStatus, 3, &status)).Reads({{0xF4BC, 6}}, "3").Gets(status, Decoded(3)),
         // Traced with one number more, and if it succeeds.
         Row(CALL(SeqGetAllStatus, &all))
             .Reads({{0xF4AA, 24}})

@@ -280,21 +280,17 @@ TEST_F(SlavePropertiesTest, OneSlaveIsReadByItsType)
     const Words rest(8, kOld);
     Expect({
         Row(CALL(SlavePropertyGet, 0, &one))
-            .Reads({{0x0038, 2}})
-            .Shows("0")
+            .Reads({{0x0038, 2}}, "0")
             .Gets(one, Property({0, 1, 5, 9, 6, 2, 1, 4, kOld, 1})),
         // Input and output slaves: number and type; another type: nothing, and no error.
         Row(CALL(SlavePropertyGet, 1, &one))
-            .Reads({{0x0138, 2}})
-            .Shows("1")
+            .Reads({{0x0138, 2}}, "1")
             .Gets(one, Property(Join({{1, 2}, rest}))),
         Row(CALL(SlavePropertyGet, 2, &one))
-            .Reads({{0x0238, 2}})
-            .Shows("2")
+            .Reads({{0x0238, 2}}, "2")
             .Gets(one, Property(Join({{2, 3}, rest}))),
         Row(CALL(SlavePropertyGet, 3, &one))
-            .Reads({{0x0338, 2}})
-            .Shows("3")
+            .Reads({{0x0338, 2}}, "3")
             .Gets(one, Untouched<SlaveProperty>()),
         // Type 0, whatever stands above it: found after sending, not traced.
         Row(CALL(SlavePropertyGet, 4, &one))
@@ -319,10 +315,7 @@ TEST_F(SlavePropertiesTest, AllSlavesAreReadAndKept)
     wanted[1] = Property({1, 1, 5, 9, 11, 3, 3, kOld, kOld, 0});
     wanted[2] = Property(Join({{2, 2}, codes}));
     wanted[3] = Property(Join({{3, 15}, none}));
-    Expect({Row(CALL(SlavePropertyGetAll, all.data()))
-                .Reads(TypeReads())
-                .Shows("")
-                .Fills(all, wanted)});
+    Expect({Row(CALL(SlavePropertyGetAll, all.data())).Reads(TypeReads(), "").Fills(all, wanted)});
     ExpectServo(1);
     Refused(-1701, {CALL(SlavePropertyGetAll, nullptr)});
 }

@@ -3,7 +3,6 @@
 #include "scenario/scenario_test.h"
 
 #include <algorithm>
-#include <array>
 
 namespace zelq::test {
 
@@ -14,12 +13,12 @@ namespace {
 class Homing : public ScenarioTest
 {
   protected:
-    Homing() : ScenarioTest(Config({}, SmallMachine())) {}
+    Homing() : ScenarioTest(Config({}, SmallMachine(), 2)) {}
 
     void SetUp() override
     {
         ScenarioTest::SetUp();
-        SetSpeed(0, 20'000, 50'000, 20'000);
+        SetSpeed(0, 1e6, 1e5, 1e6);
         ServosOn({0});
         constexpr double kRate = 60'000;
         ASSERT_EQ(zelQ_HomeSetDetailSpeed(kNumber, 0, 0, 100, kRate, 6'000, kRate, 0, 100, kRate,
@@ -32,26 +31,50 @@ class Homing : public ScenarioTest
     void PlaceAt(double place)
     {
         ASSERT_EQ(zelQ_CmdEncPosSet(kNumber, 0, PlaceOf()), 0);
-        ASSERT_EQ(zelQ_MoveAbs(kNumber, 0, place), 0);
-        ASSERT_EQ(PlaceAtRest(), place);
+        StandAt(place);
+        ASSERT_EQ(PlaceOf(), place);
     }
 
-    /// The speeds that a run cruises with, and the lowest place that it comes to.
-    std::vector<int> SpeedsOfRun(double& lowest)
+    /// Runs to the end, which homing is done at or not; its motor stands at `place` then.
+    void ExpectHome(double place, double position = -700)
     {
-        std::vector<int> speeds;
+        ExpectEnd(position, kAtHome);
+        Expect({.encoder = position, .homing = 0, .homeDone = 1});
+        EXPECT_EQ(PlaceOf(), place);
+    }
+    void ExpectNoHome(StopCause cause)
+    {
+        Finish();
+        Expect({.cause = cause, .homing = 0, .homeDone = 0});
+    }
+
+    /// What a run shows on its way.
+    struct Course
+    {
+        std::vector<int> speeds; ///< that it cruises with
+        double lowest = 0;       ///< place
+        double highest = 0;      ///< place of the encoder
+        int torque = 0;          ///< the highest one but for acceleration
+    };
+    Course Watch()
+    {
+        Course course;
         bool moving = true;
         while (moving) {
-            Advance(milliseconds(1));
+            Advance(4ms);
             moving = WithAxis(0, [&](lumosim::Axis& axis) {
-                const int speed = axis.Velocity();
-                const bool cruising = axis.Physical().acceleration == 0 && speed != 0;
-                if (cruising && (speeds.empty() || speeds.back() != speed)) speeds.push_back(speed);
-                lowest = std::min(lowest, axis.Physical().position);
+                const auto [place, speed, acceleration] = axis.Physical();
+                course.lowest = std::min(course.lowest, place);
+                course.highest = std::max<double>(course.highest, axis.EncoderPosition());
+                if (acceleration != 0) return axis.Moving();
+                course.torque = std::max(course.torque, axis.Torque());
+                const int cruising = axis.Velocity();
+                const bool another = course.speeds.empty() || course.speeds.back() != cruising;
+                if (cruising != 0 && another) course.speeds.push_back(cruising);
                 return axis.Moving();
             });
         }
-        return speeds;
+        return course;
     }
 
     static short Home(U16 dir, U16 opt = 0, U16 zMode = 2, U16 sel = 0, short pause = 0,
@@ -97,38 +120,26 @@ TEST_F(Homing, EveryKindFindsItsPlace)
          }) {
         SCOPED_TRACE(run.name);
         PlaceAt(run.from);
-        ASSERT_EQ(run.start(), 0);
-        EXPECT_EQ(StatusOf(0).homing, 1);
-        EXPECT_EQ(StatusOf(0).motionKind, 5);
-        EXPECT_EQ(StatusOf(0).homeDone, 0);
-        EXPECT_EQ(run.start(), kBusy);
-        EXPECT_EQ(zelQ_MoveRel(kNumber, 0, 1), kBusy);
-        EXPECT_EQ(PlaceAtRest(), run.home);
-        const ServoStatus status = StatusOf(0);
-        EXPECT_EQ(double{status.commandPosition}, -700) << "home gets the position";
-        EXPECT_EQ(double{status.encoderPosition}, -700);
-        EXPECT_EQ(status.homing, 0);
-        EXPECT_EQ(status.homeDone, 1);
-        EXPECT_EQ(status.stopCause, kAtHome);
+        After(run.start(), 0ms, {.kind = 5, .homing = 1, .homeDone = 0});
+        Refused(kBusy, {run.start(), zelQ_MoveRel(kNumber, 0, 1)});
+        ExpectHome(run.home);
     }
 }
 
 TEST_F(Homing, ThePhasesHaveTheirSpeeds)
 {
-    double lowest = 0;
     PlaceAt(5'000);
     ASSERT_EQ(Home(1, 0, 0), 0);
-    EXPECT_EQ(SpeedsOfRun(lowest), (std::vector<int>{-6'000, 3'000, -700, 1'500}));
-    EXPECT_NEAR(lowest, -2'800, 1) << "the search ends with deceleration";
+    Course course = Watch();
+    EXPECT_THAT(course.speeds, ElementsAre(-6'000, 3'000, -700, 1'500));
+    EXPECT_NEAR(course.lowest, -2'800, 1) << "the search ends with deceleration";
     EXPECT_TRUE(WithAxis(0, [](auto& axis) { return axis.SignalOn(lumosim::Signal::kZPhase); }));
     PlaceAt(0);
-    lowest = 0;
     ASSERT_EQ(Home(1, 1), 0);
-    SpeedsOfRun(lowest);
-    EXPECT_NEAR(lowest, -2'506, 6) << "at once";
+    EXPECT_NEAR(Watch().lowest, -2'506, 6) << "at once";
     PlaceAt(90'000);
     ASSERT_EQ(Home(0), 0);
-    EXPECT_EQ(SpeedsOfRun(lowest), (std::vector<int>{6'000, -6'000, 700})) << "through the limit";
+    EXPECT_THAT(Watch().speeds, ElementsAre(6'000, -6'000, 700)) << "through the limit";
 
     // The same speeds by the shorter calls: by ratio and start speed, and by a tenth and twice.
     for (const short ratio : {short{10}, short{2}}) {
@@ -136,26 +147,20 @@ TEST_F(Homing, ThePhasesHaveTheirSpeeds)
                               : zelQ_HomeSetDriveSpeed(kNumber, 0, 0, 5'000, 2'000, 600, 900),
                   0);
         PlaceAt(20'000);
-        ASSERT_EQ(Home(1), 0);
-        EXPECT_NEAR(VelocityIn(milliseconds(100)), ratio == 10 ? -5'000 : -1'500, 1);
-        EXPECT_EQ(PlaceAtRest(), -2'500);
+        After(Home(1), 100ms, {.velocity = ratio == 10 ? -5'000 : -1'500, .within = 1});
+        ExpectHome(-2'500);
     }
 }
 
 TEST_F(Homing, ItMayPauseAndMoveOn)
 {
     PlaceAt(-2'700);
-    ASSERT_EQ(Home(1, 0, 2, 0, 800), 0);
-    EXPECT_EQ(VelocityIn(milliseconds(400)), 0);
-    EXPECT_EQ(VelocityIn(milliseconds(500)), 0);
-    EXPECT_EQ(StatusOf(0).homing, 1);
-    Finish();
-    EXPECT_EQ(StatusOf(0).homeDone, 1);
+    After(Home(1, 0, 2, 0, 800), 400ms, {.velocity = 0});
+    ExpectIn(500ms, {.velocity = 0, .homing = 1});
+    ExpectHome(-2'500);
     for (const double way : {4'000.0, 0.0}) {
         ASSERT_EQ(Home(1, 0, 2, 1, 0, way), 0);
-        EXPECT_EQ(PlaceAtRest(), -2'500 + way);
-        EXPECT_EQ(PositionOf(), 0);
-        EXPECT_EQ(StatusOf(0).stopCause, kAtHome);
+        ExpectHome(-2'500 + way, 0);
     }
 }
 
@@ -164,78 +169,46 @@ TEST_F(Homing, AStopperIsFoundByItsTorque)
     ASSERT_EQ(zelQ_ParamSet(kNumber, 0, 3, 2, 500), 0) << "over-travel, which homing may";
     PlaceAt(95'000);
     ASSERT_EQ(Stopper(0, 0, 800), 0);
-    std::int32_t highest = 0;
-    double furthest = 0;
-    bool moving = true;
-    while (moving) {
-        Advance(milliseconds(1));
-        moving = WithAxis(0, [&](lumosim::Axis& axis) {
-            if (axis.Physical().acceleration == 0) highest = std::max(highest, axis.Torque());
-            furthest = std::max(furthest, static_cast<double>(axis.EncoderPosition()));
-            return axis.Moving();
-        });
-    }
-    EXPECT_GT(highest, 700);
-    EXPECT_LE(highest, 800);
-    EXPECT_EQ(furthest, 101'000) << "the encoder gets no further than the stopper";
-    EXPECT_EQ(StatusOf(0).homeDone, 1);
+    const Course course = Watch();
+    EXPECT_GT(course.torque, 700);
+    EXPECT_LE(course.torque, 800);
+    EXPECT_EQ(course.highest, 101'000) << "the encoder gets no further than the stopper";
+    ExpectHome(101'000);
 
     // A limit that leaves less than is looked for: the drive presses until it gives up.
     ASSERT_EQ(zelQ_TorqueLimitSet(kNumber, 0, 70, 500, 0, 0, 0, 0), 0);
     PlaceAt(95'000);
     ASSERT_EQ(Stopper(0, 0, 600), 0);
-    Finish();
-    EXPECT_EQ(StatusOf(0).homeDone, 1);
+    ExpectHome(101'000);
     PlaceAt(95'000);
     ASSERT_EQ(Stopper(0, 0, 800), 0);
-    Finish();
-    EXPECT_EQ(StatusOf(0).stopCause, kByAlarm);
-    EXPECT_EQ(StatusOf(0).homeDone, 0);
-}
-
-TEST_F(Homing, SoftwareLimitsDoNotStopIt)
-{
-    ASSERT_EQ(zelQ_StopModeSwLimit(kNumber, 0, 2, 50'000, 2, -1'000), 0);
-    ASSERT_EQ(Home(1), 0);
-    EXPECT_EQ(PlaceAtRest(), -2'500);
-    EXPECT_EQ(StatusOf(0).homeDone, 1);
+    ExpectNoHome(kByAlarm);
 }
 
 TEST_F(Homing, DoneIsCancelledAndLostByAnInterruptedRun)
 {
-    const auto home = [this] {
-        EXPECT_EQ(Home(1), 0);
-        Finish();
-        EXPECT_EQ(StatusOf(0).homeDone, 1);
-    };
-    home();
-    constexpr std::array<U16, 2> kList = {0, 1};
-    ASSERT_EQ(zelQ_mHomeDoneCancel(kNumber, 2, kList.data()), 0);
-    EXPECT_EQ(StatusOf(0).homeDone, 0);
-    home();
-    ASSERT_EQ(zelQ_HomeDoneCancel(kNumber, 0), 0);
-    EXPECT_EQ(StatusOf(0).homeDone, 0);
-    home();
-    PowerCycle();
-    EXPECT_EQ(StatusOf(0).homeDone, 0);
-
+    ASSERT_EQ(zelQ_StopModeSwLimit(kNumber, 0, 2, 50'000, 2, -1'000), 0) << "does not stop it";
+    for (const auto& lose : std::initializer_list<std::function<void()>>{
+             [] {
+                 EXPECT_EQ(zelQ_mHomeDoneCancel(kNumber, 2, Listed<U16>({0, 1})), 0);
+             },
+             [] { EXPECT_EQ(zelQ_HomeDoneCancel(kNumber, 0), 0); }, [this] { PowerCycle(); }}) {
+        ASSERT_EQ(Home(1), 0);
+        ExpectHome(-2'500);
+        lose();
+        Expect({.homeDone = 0});
+    }
     ServosOn({0});
     PlaceAt(5'000);
-    ASSERT_EQ(Home(1), 0);
-    Advance(milliseconds(300));
-    ASSERT_EQ(zelQ_StopDec(kNumber, 0), 0);
-    Advance(seconds(20));
-    EXPECT_EQ(StatusOf(0).homing, 0);
-    EXPECT_EQ(StatusOf(0).homeDone, 0);
-    EXPECT_EQ(StatusOf(0).stopCause, kStopped);
+    After(Home(1), 300ms);
+    After(zelQ_StopDec(kNumber, 0), 20s);
+    ExpectNoHome(kStopped);
 
     // No sensor at all: from the one limit to the other.
     ChangeMachine([](lumosim::AxisMechanics& m) { m.homeSensor.reset(); });
     ASSERT_EQ(Home(1), 0);
-    Finish();
-    EXPECT_EQ(StatusOf(0).limitPositive, 1);
-    EXPECT_EQ(StatusOf(0).homeDone, 0);
-    EXPECT_EQ(StatusOf(0).stopCause, kAtLimitSensor);
+    ExpectNoHome(kAtLimitSensor);
+    EXPECT_EQ(StatusOf().limitPositive, 1);
     ASSERT_EQ(zelQ_ServoOn(kNumber, 0, 0), 0);
     EXPECT_EQ(Home(0), kServoOff);
 }

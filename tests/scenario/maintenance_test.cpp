@@ -14,7 +14,6 @@ namespace zelq::test {
 namespace {
 
 using Bytes = std::vector<unsigned char>;
-using std::chrono::nanoseconds;
 
 Bytes Pattern(std::size_t size)
 {
@@ -64,11 +63,8 @@ TEST_F(MaintenanceScenario, SerialPortLoopsBackInPiecesOfAnySize)
     U16 available = 0;
     Bytes buffer(10);
     ASSERT_EQ(zelQ_UARTSetBypass(kNumber, 1), 0);
-    EXPECT_EQ(Write({1}), kTaken);
-    EXPECT_EQ(zelQ_UARTRead(kNumber, buffer.data(), 10, &available), kTaken);
-    ASSERT_EQ(zelQ_UARTSetBypass(kNumber, 0), 0);
-    EXPECT_EQ(Write({1}), 0);
-    ASSERT_EQ(zelQ_UARTSetBypass(kNumber, 1), 0);
+    Refused(kTaken, {Write({1}), zelQ_UARTRead(kNumber, buffer.data(), 10, &available)});
+    Done({zelQ_UARTSetBypass(kNumber, 0), Write({1}), zelQ_UARTSetBypass(kNumber, 1)});
     PowerCycle();
     EXPECT_EQ(Read(10), Bytes()) << "in use again, and empty";
 }
@@ -86,16 +82,16 @@ TEST_F(MaintenanceScenario, SerialPortHasAFarEndAFormatAndABuffer)
         return With<lumosim::SerialPort>([&](auto& port) { return port.TryReceive(bytes); });
     };
     ASSERT_EQ(Write({1, 2, 0xFF}), 0);
-    EXPECT_EQ(sent(), (Bytes{1, 2, 0xFF}));
+    EXPECT_THAT(sent(), ElementsAre(1, 2, 0xFF));
     EXPECT_TRUE(receive({0xFF}));
-    EXPECT_EQ(Read(2), (Bytes{0xFF}));
+    EXPECT_THAT(Read(2), ElementsAre(0xFF));
     ASSERT_EQ(zelQ_UARTSetCfg(kNumber, 70'000, 7, 2, 1), 0);
     const auto format = With<lumosim::SerialPort>([](auto& port) { return port.Format(); });
     EXPECT_EQ(format, (lumosim::SerialFormat{70'000, 7, 2, 1}));
     ASSERT_EQ(Write({0x80, 0xFF}), 0);
-    EXPECT_EQ(sent(), (Bytes{1, 2, 0xFF, 0x00, 0x7F})) << "seven bits go out";
+    EXPECT_THAT(sent(), ElementsAre(1, 2, 0xFF, 0x00, 0x7F)) << "seven bits go out";
     EXPECT_TRUE(receive({0x80, 0xFF}));
-    EXPECT_EQ(Read(2), (Bytes{0x00, 0x7F})) << "and come in";
+    EXPECT_THAT(Read(2), ElementsAre(0x00, 0x7F)) << "and come in";
 
     constexpr std::size_t kRoom = lumosim::SerialPort::kReceiveBuffer;
     EXPECT_TRUE(receive(Bytes(kRoom - 1, 7)));
@@ -111,23 +107,19 @@ TEST_F(MaintenanceScenario, FlashImage)
     constexpr unsigned kBase = 0x20000;
     constexpr short kSector = kBase / 4096;
     constexpr short kNoSuchFlash = 104;
-    const Bytes image = Pattern(10000);
-    const auto forEachPiece = [&](auto&& use) {
-        for (std::size_t at = 0; at < image.size(); at += 1024) {
-            const auto size = static_cast<short>(std::min<std::size_t>(1024, image.size() - at));
-            ASSERT_EQ(use(kBase + static_cast<unsigned>(at), at, size), 0) << at;
+    Bytes image = Pattern(10000);
+    const auto access = [](Access mode, Bytes& bytes) {
+        for (std::size_t at = 0; at < bytes.size(); at += 1024) {
+            const auto size = static_cast<short>(std::min<std::size_t>(1024, bytes.size() - at));
+            const auto address = kBase + static_cast<unsigned>(at);
+            ASSERT_EQ(mode == kWrite ? zelQ_FlashWrite(kNumber, mode, address, &bytes[at], size)
+                                     : zelQ_FlashRead(kNumber, mode, address, &bytes[at], size),
+                      0);
         }
-    };
-    const auto writeAll = [&] {
-        forEachPiece([&](unsigned address, std::size_t at, short size) {
-            return zelQ_FlashWrite(kNumber, kWrite, address, &image[at], size);
-        });
     };
     const auto readAll = [&] {
         Bytes read(image.size());
-        forEachPiece([&](unsigned address, std::size_t at, short size) {
-            return zelQ_FlashRead(kNumber, kRead, address, &read[at], size);
-        });
+        access(kRead, read);
         return read;
     };
     const auto erase = [](short first, short last) {
@@ -137,55 +129,47 @@ TEST_F(MaintenanceScenario, FlashImage)
         return With<lumosim::Memory>([=](auto& memory) { return memory.Flash()[address]; });
     };
     // Bits that are clear stay so until the flash is erased; the sectors beside it stay.
-    const std::array<unsigned char, 2> marks{0x0F, 0x3C};
     const auto mark = [&](unsigned address) {
-        return zelQ_FlashWrite(kNumber, kWrite, address, marks.data(), 2);
+        return zelQ_FlashWrite(kNumber, kWrite, address, Bytes{0x0F, 0x3C}.data(), 2);
     };
-    EXPECT_THAT((Results{mark(kBase + 100), mark(kBase - 2), mark(kBase + 3 * 4096), mark(0xFFFFE),
-                         mark(0)}),
-                Each(0));
-    writeAll();
+    Done({mark(kBase + 100), mark(kBase - 2), mark(kBase + 3 * 4096), mark(0xFFFFE), mark(0)});
+    access(kWrite, image);
     PowerCycle();
     EXPECT_EQ(cell(kBase + 100), image[100] & 0x0F);
     EXPECT_EQ(erase(kSector, kSector + 2), 0);
     EXPECT_EQ(readAll(), Bytes(image.size(), 0xFF));
     EXPECT_EQ(cell(kBase - 1), 0x3C);
     EXPECT_EQ(cell(kBase + 3 * 4096), 0x0F);
-    writeAll();
+    access(kWrite, image);
     EXPECT_EQ(readAll(), image);
     EXPECT_EQ(erase(1, 255), 0);
     EXPECT_EQ(cell(0xFFFFF), 0xFF);
     EXPECT_EQ(cell(1), 0x3C);
-    EXPECT_THAT(
-        (Results{mark(0xFFFFF), mark(0x100000), mark(0xFFFFFFFFU), erase(0, 256), erase(2, 1)}),
-        Each(kNoSuchFlash));
+    Refused(kNoSuchFlash,
+            {mark(0xFFFFF), mark(0x100000), mark(0xFFFFFFFFU), erase(0, 256), erase(2, 1)});
 }
 
-TEST_F(MaintenanceScenario, ProcessorMemory)
+TEST_F(MaintenanceScenario, ProcessorMemoryAndModel)
 {
     unsigned word = 1;
     const auto peek = [&](short space, unsigned address) {
         return zelQ_CPUPeek(kNumber, space, address, &word);
     };
-    EXPECT_EQ(peek(0, 0xFFFC), 0);
-    EXPECT_EQ(word, 0U);
+    const auto expect = [&](unsigned wanted) {
+        EXPECT_EQ(peek(0, 0xFFFC), 0);
+        EXPECT_EQ(word, wanted);
+    };
+    expect(0);
     EXPECT_EQ(zelQ_CPUPoke(kNumber, 0, 0xFFFC, 0xDEADBEEFU), 0);
-    EXPECT_EQ(peek(0, 0xFFFC), 0);
-    EXPECT_EQ(word, 0xDEADBEEFU);
-    EXPECT_THAT(
-        (Results{peek(0, 0x10000), peek(0, 2), peek(1, 0), zelQ_CPUPoke(kNumber, 0, 0x10000, 0)}),
-        Each(105));
+    expect(0xDEADBEEFU);
+    Refused(105, {peek(0, 0x10000), peek(0, 2), peek(1, 0), zelQ_CPUPoke(kNumber, 0, 0x10000, 0)});
     PowerCycle();
-    EXPECT_EQ(peek(0, 0xFFFC), 0);
-    EXPECT_EQ(word, 0U);
-}
+    expect(0);
 
-TEST_F(MaintenanceScenario, ModelIsTold)
-{
     std::array<U16, 19> info{};
     ASSERT_EQ(zelQ_GetDevInfo(kNumber, info.data()), 0);
-    EXPECT_EQ(std::vector<U16>(info.begin(), info.begin() + 4), (std::vector<U16>{127, 0, 0, 9}));
-    EXPECT_EQ(std::vector<U16>(info.begin() + 15, info.end()), (std::vector<U16>{2026, 1, 1, 8}));
+    EXPECT_THAT(std::span(info).first(4), ElementsAre(127, 0, 0, 9));
+    EXPECT_THAT(std::span(info).last(4), ElementsAre(2026, 1, 1, 8));
     std::array<char, 32> text{};
     EXPECT_EQ(zelQ_GetDevInfoToModelStr(info.data(), text.data(), 32), 0);
     EXPECT_STREQ(text.data(), "ZEL Lumo-32");
@@ -200,13 +184,10 @@ class Restart : public MaintenanceScenario
     void SetUp() override
     {
         ScenarioTest::SetUp();
-        const std::array<short, 3> address = {127, 0, 1};
-        const std::array<short, 4> mask = {255, 255, 0, 0};
-        const std::array<short, 4> gateway = {127, 0, 0, 1};
-        ASSERT_THAT((Results{zelQ_CfgNetwork(kNumber, address.data(), mask.data(), gateway.data()),
-                             zelQ_CfgHwInfo(kNumber, 0x0123), zelQ_UseMaroDefParamSet(kNumber, 1),
-                             zelQ_RtexCycleSet(kNumber, 2, 4, -70'000), zelQ_MDOSet(kNumber, 15)}),
-                    Each(0));
+        Done({zelQ_CfgNetwork(kNumber, Listed<short>({127, 0, 1}), Listed<short>({255, 255, 0, 0}),
+                              Listed<short>({127, 0, 0, 1})),
+              zelQ_CfgHwInfo(kNumber, 0x0123), zelQ_UseMaroDefParamSet(kNumber, 1),
+              zelQ_RtexCycleSet(kNumber, 2, 4, -70'000), zelQ_MDOSet(kNumber, 15)});
     }
 
     static short Asked()
@@ -218,24 +199,18 @@ class Restart : public MaintenanceScenario
     /// Restarts the controller, which is found at 127.0.`third`.9 then.
     void Do(How how, U16 third)
     {
-        ASSERT_EQ(zelQ_Reset(kNumber, how), 0);
-        Advance(lumosim::Maintenance::kResetDelay - nanoseconds(1));
+        After(zelQ_Reset(kNumber, how), lumosim::Maintenance::kResetDelay - 1ns);
         EXPECT_EQ(Asked(), 0) << "the answer has time to go";
-        Advance(nanoseconds(1));
+        Advance(1ns);
         EXPECT_EQ(Asked(), -1);
-        Advance(lumosim::Maintenance::kBootTime - nanoseconds(1));
+        Advance(lumosim::Maintenance::kBootTime - 1ns);
         EXPECT_EQ(zelQ_Connect(kNumber, 127, 0, third), -1);
-        Advance(nanoseconds(1));
+        Advance(1ns);
         EXPECT_EQ(zelQ_Connect(kNumber, 127, 0, static_cast<U16>(third == 1 ? 0 : 1)), -1);
         ASSERT_EQ(zelQ_Connect(kNumber, 127, 0, third), 0);
     }
 
-    static unsigned Resets()
-    {
-        unsigned resets = 99;
-        EXPECT_EQ(zelQ_GetPowerResetCount(kNumber, &resets), 0);
-        return resets;
-    }
+    static unsigned Resets() { return Got<unsigned>(zelQ_GetPowerResetCount); }
     lumosim::Word MainOutputs()
     {
         return server_.With([](lumosim::Controller& c) { return c.MainOutputs(); });
@@ -248,15 +223,11 @@ class Restart : public MaintenanceScenario
     /// What the calls read, and what is stored without a call that reads it.
     void ExpectSettings(bool servoNetwork, bool hardware)
     {
-        U16 use = 9;
         U16 first = 9;
-        U16 second = 9;
-        EXPECT_EQ(zelQ_UseMaroDefParamGet(kNumber, &use), 0);
-        EXPECT_EQ(zelQ_RtexCycleGet(kNumber, &first, &second), 0);
-        EXPECT_EQ(use, servoNetwork ? 1 : 0);
-        EXPECT_EQ(first, servoNetwork ? 2 : 1);
-        EXPECT_EQ(second, servoNetwork ? 4 : 1);
-        EXPECT_EQ(Stored().cycleOption, servoNetwork ? -70'000 : 0);
+        const auto second = Got<U16>(zelQ_RtexCycleGet, &first);
+        const std::vector<int> set = {Got<U16>(zelQ_UseMaroDefParamGet), first, second,
+                                      Stored().cycleOption};
+        EXPECT_EQ(set, servoNetwork ? (std::vector{1, 2, 4, -70'000}) : (std::vector{0, 1, 1, 0}));
         EXPECT_EQ(Stored().hardwareInformation, hardware ? 0x0123 : 0);
     }
 };
@@ -299,8 +270,8 @@ TEST_F(Restart, TheEepromIsClearedNowOrThen)
     EXPECT_EQ(Stored().network.address[2], 0);
     ASSERT_EQ(zelQ_EepromClear(kNumber, kHardware, 1), 0);
     ExpectSettings(false, false);
-    const std::array<short, 4> octets = {127, 0, 2, 1};
-    ASSERT_EQ(zelQ_CfgNetwork(kNumber, octets.data(), octets.data(), octets.data()), 0);
+    const short octets[] = {127, 0, 2, 1};
+    ASSERT_EQ(zelQ_CfgNetwork(kNumber, octets, octets, octets), 0);
     PowerCycle();
     EXPECT_EQ(Stored().network.address[2], 2) << "cleared once";
 }

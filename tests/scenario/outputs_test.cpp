@@ -3,9 +3,6 @@
 #include "core/remote_outputs.h"
 #include "scenario/scenario_test.h"
 
-#include <array>
-#include <memory>
-
 namespace zelq::test {
 
 namespace {
@@ -31,22 +28,14 @@ class Outputs : public ScenarioTest
         return word;
     }
 
-    static std::unique_ptr<ControllerStatus> Status()
-    {
-        auto status = std::make_unique<ControllerStatus>();
-        EXPECT_EQ(zelQ_GetAllStatus(kNumber, status.get()), 0);
-        return status;
-    }
+    static ControllerStatus Status() { return Got<ControllerStatus>(zelQ_GetAllStatus); }
     static unsigned DriveOutputs(U16 axis)
     {
         const ServoStatus status = StatusOf(axis);
         return status.output1 + 2U * status.output2;
     }
-    static unsigned SlaveOutputs(std::size_t slave)
-    {
-        return Joined(Status()->outputs[slave].bits);
-    }
-    static unsigned MainOutputs() { return Joined(Status()->mainOutputs); }
+    static unsigned SlaveOutputs(std::size_t slave) { return Joined(Status().outputs[slave].bits); }
+    static unsigned MainOutputs() { return Joined(Status().mainOutputs); }
 
     void SetMainOutputs(lumosim::Word outputs)
     {
@@ -59,11 +48,11 @@ class Outputs : public ScenarioTest
     }
 
     /// Output 0 is on until this moment, and off then.
-    void ExpectOnFor(std::chrono::nanoseconds time)
+    void ExpectOnFor(nanoseconds time)
     {
-        Advance(time - std::chrono::nanoseconds(1));
+        Advance(time - 1ns);
         EXPECT_EQ(MainOutputs() & 1U, 1U) << "just before";
-        Advance(std::chrono::nanoseconds(1));
+        Advance(1ns);
         EXPECT_EQ(MainOutputs() & 1U, 0U);
     }
 
@@ -81,9 +70,9 @@ class Outputs : public ScenarioTest
 
 TEST_F(Outputs, OfDrives)
 {
-    const std::array<U16, 2> axes = {1, 7};
-    const std::array<U16, 2> on = {1, 1};
-    const std::array<U16, 2> off = {0, 0};
+    const U16 axes[] = {1, 7};
+    const U16 on[] = {1, 1};
+    const U16 off[] = {0, 0};
     const auto expect = [](short result, short wanted, unsigned outputs) {
         EXPECT_EQ(result, wanted);
         EXPECT_EQ(DriveOutputs(1), outputs);
@@ -95,57 +84,50 @@ TEST_F(Outputs, OfDrives)
     expect(zelQ_SDOSetTog(kNumber, 1, 1, 1), 0, 2);
     expect(zelQ_SDOSetTog(kNumber, 1, 0, 0), 0, 2);
     expect(zelQ_SDOSet(kNumber, 10, 1, 1), kNoServo, 2);
-    expect(zelQ_mSDOSet(kNumber, 2, axes.data(), on.data(), off.data()), 0, 1);
+    expect(zelQ_mSDOSet(kNumber, 2, axes, on, off), 0, 1);
     EXPECT_EQ(DriveOutputs(7), 1U);
     EXPECT_EQ(DriveOutputs(0), 0U);
-    const std::array<U16, 2> oneIsNone = {1, 10};
-    expect(zelQ_mSDOSet(kNumber, 2, oneIsNone.data(), off.data(), off.data()), kNoServo, 1);
+    expect(zelQ_mSDOSet(kNumber, 2, Listed<U16>({1, 10}), off, off), kNoServo, 1); // all or none
 }
 
 TEST_F(Outputs, OfSlaves)
 {
     constexpr short kNoOutputSlave = 100;
-    const std::array<unsigned, 3> words = {1, 2, 0xF0000000U};
-    ASSERT_EQ(zelQ_aRDOSet(kNumber, 3, words.data()), 0);
+    ASSERT_EQ(zelQ_aRDOSet(kNumber, 3, Listed({1U, 2U, 0xF0000000U})), 0);
     EXPECT_EQ(SlaveOutputs(10), 1U);
     EXPECT_EQ(SlaveOutputs(31), 0xF0000000U);
     const auto expect = [](short result, unsigned outputs) {
         EXPECT_EQ(result, 0);
         EXPECT_EQ(SlaveOutputs(11), outputs);
     };
+    const U16 pins[] = {1, 4, 30};
+    const U16 states[] = {0, 1, 0};
+    const U16 indexes[] = {2, 1, 0xFFFF};
+    const U16 places[] = {31, 1, 5};
     expect(zelQ_RDOSet(kNumber, 11, 0x80000001U), 0x80000001U);
     expect(zelQ_RDOSetPin(kNumber, 11, 30, 1), 0xC0000001U);
     expect(zelQ_RDOSetPin(kNumber, 11, 30, 0), 0x80000001U);
     expect(zelQ_RDOSetTogPin(kNumber, 11, 0), 0x80000000U);
     expect(zelQ_aRDOSetPin(kNumber, 0xFFFF, 33, 1), 0x80000002U);
     expect(zelQ_aRDOSetTogPin(kNumber, 1, 31), 0x00000002U);
-    const std::array<U16, 3> pins = {1, 4, 30};
-    const std::array<U16, 3> states = {0, 1, 0};
-    expect(zelQ_RDOSetPins(kNumber, 11, 3, pins.data(), states.data()), 0x10U);
-    expect(zelQ_RDOSetTogPins(kNumber, 11, 3, pins.data()), 0x40000002U);
-    const std::array<U16, 2> both = {1, 1};
-    expect(zelQ_RDOSetPins(kNumber, 11, 2, both.data(), states.data()), 0x40000000U);
-    const std::array<U16, 3> indexes = {2, 1, 0xFFFF};
-    const std::array<U16, 3> places = {31, 1, 5};
-    expect(zelQ_aRDOSetPins(kNumber, 3, indexes.data(), places.data(), states.data()), 0x40000002U);
-    expect(zelQ_aRDOSetTogPins(kNumber, 3, indexes.data(), places.data()), 0x40000000U);
+    expect(zelQ_RDOSetPins(kNumber, 11, 3, pins, states), 0x10U);
+    expect(zelQ_RDOSetTogPins(kNumber, 11, 3, pins), 0x40000002U);
+    expect(zelQ_RDOSetPins(kNumber, 11, 2, Listed<U16>({1, 1}), states), 0x40000000U);
+    expect(zelQ_aRDOSetPins(kNumber, 3, indexes, places, states), 0x40000002U);
+    expect(zelQ_aRDOSetTogPins(kNumber, 3, indexes, places), 0x40000000U);
     EXPECT_EQ(SlaveOutputs(10), 0x21U);
     EXPECT_EQ(SlaveOutputs(31), 0xF0000000U);
     EXPECT_EQ(zelQ_aRDOSetPins(kNumber, 0, nullptr, nullptr, nullptr), 0);
-    EXPECT_THAT((Results{zelQ_RDOSet(kNumber, 0, 1), zelQ_RDOSet(kNumber, 30, 1)}),
-                Each(kNoOutputSlave));
+    Refused(kNoOutputSlave, {zelQ_RDOSet(kNumber, 0, 1), zelQ_RDOSet(kNumber, 30, 1)});
 }
 
 TEST_F(Outputs, KeepOutDecidesWhatALinkFailureSwitchesOff)
 {
     constexpr short kNetworkDown = 101;
-    unsigned keeps = 0;
+    const auto keeps = [] { return Got<unsigned>(zelQ_RDOLinkFailKeepOutGet); };
     ASSERT_EQ(zelQ_RDOLinkFailKeepOutSet(kNumber, 1U << 31U), 0);
-    ASSERT_EQ(zelQ_RDOLinkFailKeepOutGet(kNumber, &keeps), 0);
-    EXPECT_EQ(keeps, 1U << 31U);
-    EXPECT_THAT((Results{zelQ_RDOSet(kNumber, 10, 7), zelQ_RDOSet(kNumber, 31, 7),
-                         zelQ_SDOSet(kNumber, 0, 1, 1)}),
-                Each(0));
+    EXPECT_EQ(keeps(), 1U << 31U);
+    Done({zelQ_RDOSet(kNumber, 10, 7), zelQ_RDOSet(kNumber, 31, 7), zelQ_SDOSet(kNumber, 0, 1, 1)});
     SetNetworkUp(false);
     EXPECT_EQ(SlaveOutputs(10), 0U);
     EXPECT_EQ(SlaveOutputs(31), 7U);
@@ -154,16 +136,12 @@ TEST_F(Outputs, KeepOutDecidesWhatALinkFailureSwitchesOff)
     SetNetworkUp(true);
     EXPECT_EQ(zelQ_RDOSet(kNumber, 10, 7), 0);
     PowerCycle();
-    ASSERT_EQ(zelQ_RDOLinkFailKeepOutGet(kNumber, &keeps), 0);
-    EXPECT_EQ(keeps, 0U);
+    EXPECT_EQ(keeps(), 0U);
     EXPECT_EQ(SlaveOutputs(31), 0U);
 }
 
 TEST_F(Outputs, OfTheMainBoard)
 {
-    const std::array<U16, 3> pins = {0, 3, 2};
-    const std::array<U16, 3> states = {1, 1, 0};
-    const std::array<short, 3> toggled = {7, 1, 4};
     const auto expect = [](short result, unsigned outputs) {
         EXPECT_EQ(result, 0);
         EXPECT_EQ(MainOutputs(), outputs);
@@ -172,8 +150,8 @@ TEST_F(Outputs, OfTheMainBoard)
     expect(zelQ_MDOSetPin(kNumber, 1, 1), 0xA7U);
     expect(zelQ_MDOSetPin(kNumber, 7, 0), 0x27U);
     expect(zelQ_MDOSetTogPin(kNumber, 0), 0x26U);
-    expect(zelQ_MDOSetPins(kNumber, 3, pins.data(), states.data()), 0x2BU);
-    expect(zelQ_MDOSetTogPins(kNumber, 3, toggled.data()), 0xB9U);
+    expect(zelQ_MDOSetPins(kNumber, 3, Listed<U16>({0, 3, 2}), Listed<U16>({1, 1, 0})), 0x2BU);
+    expect(zelQ_MDOSetTogPins(kNumber, 3, Listed<short>({7, 1, 4})), 0xB9U);
 }
 
 TEST_F(Outputs, InputsShowBesideThem)
@@ -182,63 +160,54 @@ TEST_F(Outputs, InputsShowBesideThem)
         c.SetMainInputs(0x1A5);
         c.SetSlaveInputs(30, 0x80000001U);
     });
-    EXPECT_EQ(Joined(Status()->mainInputs), 0xA5U);
-    EXPECT_EQ(Joined(Status()->inputs[30].bits), 0x80000001U);
     SetInputs({.limitPositive = true, .configurable = true});
     SetInputs({.limitNegative = true, .homeSensor = true}, 1);
-    const auto shown = [](U16 axis) {
-        const ServoStatus s = Status()->servo[axis];
+    const ControllerStatus status = Status();
+    EXPECT_EQ(Joined(status.mainInputs), 0xA5U);
+    EXPECT_EQ(Joined(status.inputs[30].bits), 0x80000001U);
+    const auto shown = [](const ServoStatus& s) {
         return std::vector<U16>{s.limitPositive, s.limitNegative, s.homeSensor, s.auxInput};
     };
-    EXPECT_THAT(shown(0), ElementsAre(1, 0, 0, 1));
-    EXPECT_THAT(shown(1), ElementsAre(0, 1, 1, 0));
+    EXPECT_THAT(shown(status.servo[0]), ElementsAre(1, 0, 0, 1));
+    EXPECT_THAT(shown(status.servo[1]), ElementsAre(0, 1, 1, 0));
 }
 
 TEST_F(Outputs, LimitTimesRunFromWhenTheOutputCameOn)
 {
-    ASSERT_EQ(zelQ_MDOSetLimitTime(kNumber, 0, 1, 200), 0);
-    EXPECT_EQ(zelQ_MDOSet(kNumber, 0x03), 0);
-    Advance(milliseconds(150));
+    After({zelQ_MDOSetLimitTime(kNumber, 0, 1, 200), zelQ_MDOSet(kNumber, 0x03)}, 150ms);
     EXPECT_EQ(zelQ_MDOSetPin(kNumber, 0, 1), 0); // it is on already
-    ExpectOnFor(milliseconds(50));
+    ExpectOnFor(50ms);
     EXPECT_EQ(MainOutputs(), 0x02U) << "the other one has no limit";
     // Off and on again is a new beginning.
+    After(zelQ_MDOSetTogPin(kNumber, 0), 100ms);
     EXPECT_EQ(zelQ_MDOSetTogPin(kNumber, 0), 0);
-    Advance(milliseconds(100));
+    EXPECT_THAT(LimitOf(0), ElementsAre(0, 1, 0, 200));
     EXPECT_EQ(zelQ_MDOSetTogPin(kNumber, 0), 0);
-    EXPECT_EQ(LimitOf(0), (std::vector<unsigned>{0, 1, 0, 200}));
-    EXPECT_EQ(zelQ_MDOSetTogPin(kNumber, 0), 0);
-    EXPECT_EQ(LimitOf(0), (std::vector<unsigned>{3, 1, 0, 200})) << "on, and its time runs";
-    ExpectOnFor(milliseconds(200));
+    EXPECT_THAT(LimitOf(0), ElementsAre(3, 1, 0, 200)) << "on, and its time runs";
+    ExpectOnFor(200ms);
     // Set for an output that is on; switched on by another part of the controller.
     SetMainOutputs(1);
-    Advance(milliseconds(50));
+    Advance(50ms);
     ASSERT_EQ(zelQ_MDOSetLimitTime(kNumber, 0, 1, 100), 0);
-    ExpectOnFor(milliseconds(100));
+    ExpectOnFor(100ms);
     SetMainOutputs(1);
-    ExpectOnFor(milliseconds(100) + std::chrono::nanoseconds(1)); // noticed at the next one
+    ExpectOnFor(100ms + 1ns); // noticed at the next one
 }
 
 TEST_F(Outputs, LimitTimesRunFromTheLastCommandOrNotAtAll)
 {
-    ASSERT_EQ(zelQ_MDOSetLimitTime(kNumber, 0, 2, 200), 0);
-    EXPECT_EQ(zelQ_MDOSet(kNumber, 0x01), 0);
-    Advance(milliseconds(150));
-    const U16 pin = 0;
-    const U16 on = 1;
-    EXPECT_EQ(zelQ_MDOSetPins(kNumber, 1, &pin, &on), 0);
-    ExpectOnFor(milliseconds(200));
-    ASSERT_EQ(zelQ_MDOSetLimitTime(kNumber, 0, 0, 0), 0);
-    EXPECT_EQ(zelQ_MDOSet(kNumber, 0x01), 0);
-    Advance(std::chrono::hours(1));
+    After({zelQ_MDOSetLimitTime(kNumber, 0, 2, 200), zelQ_MDOSet(kNumber, 0x01)}, 150ms);
+    EXPECT_EQ(zelQ_MDOSetPins(kNumber, 1, Listed<U16>({0}), Listed<U16>({1})), 0);
+    ExpectOnFor(200ms);
+    After({zelQ_MDOSetLimitTime(kNumber, 0, 0, 0), zelQ_MDOSet(kNumber, 0x01)}, 1h);
     EXPECT_EQ(MainOutputs(), 1U);
 
     ASSERT_EQ(zelQ_MDOSetLimitTime(kNumber, 5, 2, 70'000), 0);
-    EXPECT_EQ(LimitOf(5), (std::vector<unsigned>{0, 2, 5, 70'000}));
-    EXPECT_EQ(LimitOf(4), (std::vector<unsigned>{0, 0, 4, 0}));
+    EXPECT_THAT(LimitOf(5), ElementsAre(0, 2, 5, 70'000));
+    EXPECT_THAT(LimitOf(4), ElementsAre(0, 0, 4, 0));
     EXPECT_EQ(zelQ_MDOSetLimitTime(kNumber, 5, 1, 0), kOutOfRange);
     PowerCycle();
-    EXPECT_EQ(LimitOf(5), (std::vector<unsigned>{0, 0, 5, 0}));
+    EXPECT_THAT(LimitOf(5), ElementsAre(0, 0, 5, 0));
 }
 
 } // namespace

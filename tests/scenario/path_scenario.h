@@ -12,14 +12,11 @@ namespace zelq::test {
 enum PathKind : U16 { kLinearKind = 6, kArcKind = 7, kHelicalKind = 8 };
 
 /// What the controller answers to interpolation that cannot be.
+// clang-format off
 enum PathRefusal : short {
-    kMapTooShort = 40,
-    kNoCircle = 41,
-    kEndOffCircle = 42,
-    kPointsInLine = 43,
-    kRadiusTooSmall = 44,
-    kPreRegistersFull = 45,
+    kMapTooShort = 40, kNoCircle, kEndOffCircle, kPointsInLine, kRadiusTooSmall, kPreRegistersFull,
 };
+// clang-format on
 
 using Coordinates = std::vector<double>;
 
@@ -36,14 +33,15 @@ struct Sample
     }
 };
 
-inline InterpSpeedProfile Speeds(double start, double drive, double end, U16 shape = 0)
+inline InterpSpeedProfile Speeds(double start, double drive, double end, U16 shape = 0,
+                                 double acc = 40'000, double dec = 50'000)
 {
     return {.profileType = shape,
             .reserved = 0,
             .startSpeed = start,
-            .acc = 40'000,
+            .acc = acc,
             .driveSpeed = drive,
-            .dec = 50'000,
+            .dec = dec,
             .endSpeed = end};
 }
 
@@ -54,24 +52,17 @@ class PathScenario : public ScenarioTest
     static constexpr short kMap = 3;
 
     explicit PathScenario(short axes = kAxes, const lumosim::AxisMechanics& mechanics = {})
-        : ScenarioTest(ConfigWith(axes, mechanics)), axes_(axes)
+        : ScenarioTest(Config({}, mechanics, axes)), axes_(axes)
     {}
-
-    static lumosim::ServerConfig ConfigWith(short axes, const lumosim::AxisMechanics& mechanics)
-    {
-        lumosim::ServerConfig config = Config({}, mechanics);
-        config.controller.axes = axes;
-        return config;
-    }
 
     void SetUp() override
     {
         ScenarioTest::SetUp();
         for (short axis = 0; axis < axes_; ++axis) {
-            zelQ_UnitPerPulseSet(kNumber, axis, 1.0);
-            ASSERT_EQ(zelQ_ServoOn(kNumber, static_cast<U16>(axis), 1), 0);
+            Done({zelQ_UnitPerPulseSet(kNumber, axis, 1.0),
+                  zelQ_ServoOn(kNumber, static_cast<U16>(axis), 1)});
         }
-        Advance(milliseconds(200));
+        Advance(200ms);
     }
 
     void UseMap(std::vector<U16> axes)
@@ -79,8 +70,6 @@ class PathScenario : public ScenarioTest
         map_ = std::move(axes);
         ASSERT_EQ(zelQ_IMapSet(kNumber, kMap, static_cast<short>(map_.size()), map_.data()), 0);
     }
-
-    [[nodiscard]] ServoStatus StatusAt(std::size_t place) const { return StatusOf(map_[place]); }
 
     Sample Look()
     {
@@ -103,7 +92,7 @@ class PathScenario : public ScenarioTest
     }
 
     /// Runs what is commanded to its end, looking at it every few milliseconds.
-    std::vector<Sample> Watch(milliseconds step = milliseconds(5))
+    std::vector<Sample> Watch(nanoseconds step = 5ms)
     {
         std::vector<Sample> samples = {Look()};
         EXPECT_TRUE(AdvanceUntil(
@@ -111,28 +100,21 @@ class PathScenario : public ScenarioTest
                 samples.push_back(Look());
                 return !Running();
             },
-            seconds(60), step));
+            60s, step));
         return samples;
     }
 
-    static short Line(const Coordinates& to, InterpSpeedProfile speed, U16 option)
+    static short LineTo(const Coordinates& to, InterpSpeedProfile speed, U16 byDistances = 0)
     {
-        return zelQ_ILinear(kNumber, kMap, option, static_cast<short>(to.size()), to.data(),
-                            &speed);
+        const auto count = static_cast<short>(to.size());
+        return zelQ_ILinear(kNumber, kMap, byDistances, count, to.data(), &speed);
     }
-    static short LineTo(const Coordinates& target, const InterpSpeedProfile& speed)
-    {
-        return Line(target, speed, 0);
-    }
-    static short LineBy(const Coordinates& way, const InterpSpeedProfile& speed)
-    {
-        return Line(way, speed, 1);
-    }
+    static short LineBy(const Coordinates& way, InterpSpeedProfile s) { return LineTo(way, s, 1); }
 
     void StandAt(const Coordinates& place)
     {
-        ASSERT_EQ(LineTo(place, Speeds(0, 50'000, 0)), 0);
-        Watch(milliseconds(200));
+        ASSERT_EQ(LineTo(place, Speeds(0, 50'000, 0, 0, 2e6, 2e6)), 0);
+        Watch(100ms);
         ASSERT_EQ(Look().at, place);
     }
 

@@ -7,53 +7,56 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <initializer_list>
+#include <optional>
+#include <source_location>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace zelq::test {
 
-using std::chrono::microseconds;
-using std::chrono::milliseconds;
-using std::chrono::seconds;
+using namespace std::chrono_literals;
+using std::chrono::nanoseconds;
 using testing::Each;
 using testing::ElementsAre;
 
 using U16 = unsigned short;
 using Results = std::vector<short>;
+using Here = std::source_location;
 
+// clang-format off
 /// What the controller answers to a call that it refuses.
 enum Refusal : short {
-    kNoServo = 3,
-    kServoOff = 4,
-    kInAlarm = 5,
-    kBusy = 6,
-    kOutOfRange = 7,
-    kStandingStill = 8,
-    kLimitBlocks = 9,
-    kEmptyMap = 11,
-    kAxisTwice = 12,
-    kEmergencyStopped = 13,
-    kNoOverride = 20,
-    kNoAbsoluteEncoder = 21,
-    kAlarmLasts = 80,
-    kSoftwareLimitBlocks = 81,
+    kNoServo = 3, kServoOff, kInAlarm, kBusy, kOutOfRange, kStandingStill, kLimitBlocks,
+    kEmptyMap = 11, kAxisTwice, kEmergencyStopped,
+    kNoOverride = 20, kNoAbsoluteEncoder,
+    kAlarmLasts = 80, kSoftwareLimitBlocks,
 };
 
 /// Why the last motion ended, as the status tells it.
 enum StopCause : U16 {
-    kAtTarget = 0,
-    kStopped = 1,
-    kSuddenlyStopped = 2,
-    kAtLimitSensor = 3,
-    kAtSoftwareLimit = 4,
-    kByAlarm = 5,
-    kByServoOff = 6,
-    kByEmergencyStop = 7,
-    kByLostHost = 8,
-    kAtHome = 9,
-    kLatched = 10,
+    kAtTarget, kStopped, kSuddenlyStopped, kAtLimitSensor, kAtSoftwareLimit, kByAlarm, kByServoOff,
+    kByEmergencyStop, kByLostHost, kAtHome, kLatched,
 };
+// clang-format on
+
+/// What the status of an axis shall show; what is not named may be anything. The position is the
+/// commanded one, `error` the following error, `cause` that of the last motion's end.
+struct Shown
+{
+    std::optional<double> at = {}, encoder = {}, velocity = {}, torque = {}, error = {};
+    std::optional<U16> kind = {}, moving = {}, cause = {}, servo = {}, alarm = {}, inPosition = {};
+    std::optional<U16> homing = {}, homeDone = {}, torqueLimited = {};
+    double within = 1e-9; ///< of position and velocity
+};
+
+/// Numbers for the one call that they stand in.
+template <typename T>
+const T* Listed(std::initializer_list<T> numbers)
+{
+    return numbers.begin();
+}
 
 /// A connected simulated controller whose clock the test drives by hand: every motion is exact,
 /// and no test waits for it.
@@ -67,11 +70,12 @@ class ScenarioTest : public testing::Test
     explicit ScenarioTest(const lumosim::ServerConfig& config) : server_(config) {}
 
     static lumosim::ServerConfig Config(std::vector<lumosim::SlaveConfig> slaves,
-                                        const lumosim::AxisMechanics& mechanics = {})
+                                        const lumosim::AxisMechanics& mechanics = {},
+                                        int axes = kAxes)
     {
         lumosim::ServerConfig config;
         config.controller.number = kNumber;
-        config.controller.axes = kAxes;
+        config.controller.axes = axes;
         config.controller.slaves = std::move(slaves);
         config.controller.mechanics = mechanics;
         config.address = "127.0.0." + std::to_string(kNumber);
@@ -82,15 +86,13 @@ class ScenarioTest : public testing::Test
     /// A machine small enough to be run through: between switches, with all sensors.
     static lumosim::AxisMechanics SmallMachine()
     {
-        lumosim::AxisMechanics mechanics;
-        mechanics.negativeLimit = -100'000;
-        mechanics.positiveLimit = 100'000;
-        mechanics.stopperGap = 1'000;
-        mechanics.homeSensor = lumosim::Stretch{-3'000, -2'500};
-        mechanics.probe = lumosim::Stretch{4'000, 4'200};
-        mechanics.pulsesPerTurn = 1'000;
-        mechanics.zPhase = 300;
-        return mechanics;
+        return {.negativeLimit = -100'000,
+                .positiveLimit = 100'000,
+                .stopperGap = 1'000,
+                .homeSensor = lumosim::Stretch{-3'000, -2'500},
+                .probe = lumosim::Stretch{4'000, 4'200},
+                .pulsesPerTurn = 1'000,
+                .zPhase = 300};
     }
 
     void SetUp() override
@@ -107,76 +109,122 @@ class ScenarioTest : public testing::Test
     void TearDown() override { zelQ_Disconnect(kNumber); }
 
     /// Lets simulated time pass.
-    void Advance(std::chrono::nanoseconds time) { server_.AdvanceBy(time); }
+    void Advance(nanoseconds time) { server_.AdvanceBy(time); }
 
     /// Lets time pass in steps until `done`, at most `limit`; whether it came to that.
-    bool AdvanceUntil(const std::function<bool()>& done, std::chrono::nanoseconds limit,
-                      std::chrono::nanoseconds step = milliseconds(1))
+    bool AdvanceUntil(const std::function<bool()>& done, nanoseconds limit, nanoseconds step = 1ms)
     {
-        for (std::chrono::nanoseconds passed{0}; passed < limit; passed += step) {
+        for (nanoseconds passed{0}; passed < limit; passed += step) {
             if (done()) return true;
             Advance(step);
         }
         return done();
     }
 
+    /// What a call with one output gives.
+    template <typename Value, typename Number, typename... Parameters, typename... Arguments>
+    static Value Got(short (*call)(Number, Parameters...), Arguments... arguments)
+    {
+        Value value{};
+        EXPECT_EQ(call(Number{kNumber}, arguments..., &value), 0);
+        return value;
+    }
+    static auto StatusOf(U16 axis = 0) { return Got<ServoStatus>(zelQ_GetServoStatus, axis); }
     /// Lets the axis come to rest.
     void Finish(U16 axis = 0)
     {
-        EXPECT_TRUE(AdvanceUntil([axis] { return StatusOf(axis).inMotion == 0; }, seconds(200),
-                                 milliseconds(100)));
+        EXPECT_TRUE(AdvanceUntil([=] { return StatusOf(axis).inMotion == 0; }, 200s, 100ms));
     }
 
-    static ServoStatus StatusOf(U16 axis)
-    {
-        ServoStatus status{};
-        EXPECT_EQ(zelQ_GetServoStatus(kNumber, axis, &status), 0);
-        return status;
-    }
     static double PositionOf(U16 axis = 0) { return StatusOf(axis).commandPosition; }
-    static double EncoderOf(U16 axis = 0) { return StatusOf(axis).encoderPosition; }
     static double VelocityOf(U16 axis = 0) { return StatusOf(axis).velocity; }
-    static double TorqueOf(U16 axis = 0) { return StatusOf(axis).torque; }
 
-    /// Why it stands; 0xFFFF while it moves.
-    static U16 StoppedBy(U16 axis)
+    static testing::ScopedTrace From(Here here)
     {
-        const ServoStatus status = StatusOf(axis);
-        return status.inMotion == 0 ? status.stopCause : U16{0xFFFF};
-    }
-    /// Where axis 0 comes to rest, and why.
-    void ExpectEnd(double position, StopCause cause, double tolerance = 0)
-    {
-        Finish();
-        EXPECT_NEAR(PositionOf(), position, tolerance);
-        EXPECT_EQ(StatusOf(0).stopCause, cause);
+        return {here.file_name(), static_cast<int>(here.line()), "this line of the test"};
     }
 
-    /// The same, so much later, or when the axis has come to rest.
-    double PositionIn(std::chrono::nanoseconds time, U16 axis = 0)
+    static void Expect(const Shown& wanted, U16 axis = 0, Here here = Here::current())
+    {
+        const testing::ScopedTrace trace = From(here);
+        const ServoStatus s = StatusOf(axis);
+        const auto same = [](auto name, const auto& value, double shown, double within = 1e-9) {
+            EXPECT_NEAR(shown, value ? *value : shown, within) << name;
+        };
+        same("position", wanted.at, s.commandPosition, wanted.within);
+        same("encoder", wanted.encoder, s.encoderPosition);
+        same("velocity", wanted.velocity, s.velocity, wanted.within);
+        same("torque", wanted.torque, s.torque);
+        same("following error", wanted.error, s.followingError);
+        same("kind of motion", wanted.kind, s.motionKind);
+        same("in motion", wanted.moving, s.inMotion);
+        same("cause of the stop", wanted.cause, s.stopCause);
+        same("servo on", wanted.servo, s.servoOn);
+        same("alarm", wanted.alarm, s.alarm);
+        same("in position", wanted.inPosition, s.inPosition);
+        same("homing", wanted.homing, s.homing);
+        same("home done", wanted.homeDone, s.homeDone);
+        same("torque limited", wanted.torqueLimited, s.torqueLimited);
+    }
+    /// The same, so much later.
+    void ExpectIn(nanoseconds time, const Shown& wanted, U16 axis = 0, Here here = Here::current())
     {
         Advance(time);
-        return PositionOf(axis);
+        Expect(wanted, axis, here);
     }
-    double VelocityIn(std::chrono::nanoseconds time, U16 axis = 0)
-    {
-        Advance(time);
-        return VelocityOf(axis);
-    }
-    U16 InMotionIn(std::chrono::nanoseconds time, U16 axis = 0)
-    {
-        Advance(time);
-        return StatusOf(axis).inMotion;
-    }
-    double PositionAtRest(U16 axis = 0)
+    /// Where the axis comes to rest, and why.
+    void ExpectEnd(double position, StopCause cause, double within = 0, U16 axis = 0,
+                   Here here = Here::current())
     {
         Finish(axis);
-        return PositionOf(axis);
+        Expect({.at = position, .cause = cause, .within = within}, axis, here);
     }
-    double PlaceAtRest(U16 axis = 0)
+    /// What axes show so much later, axis 0 first.
+    void ExpectEachIn(nanoseconds time, double (*shown)(U16), std::initializer_list<double> wanted,
+                      double within = 0, Here here = Here::current())
     {
-        Finish(axis);
-        return PlaceOf(axis);
+        const testing::ScopedTrace trace = From(here);
+        Advance(time);
+        U16 axis = 0;
+        for (const double value : wanted) {
+            EXPECT_NEAR(shown(axis), value, within) << "axis " << axis;
+            ++axis;
+        }
+    }
+
+    /// All these calls are refused so, or done.
+    static void Refused(short result, const Results& results, Here here = Here::current())
+    {
+        const testing::ScopedTrace trace = From(here);
+        EXPECT_THAT(results, Each(result));
+    }
+    static void Done(const Results& all, Here here = Here::current()) { Refused(0, all, here); }
+
+    /// Calls that are done, and what shows so much later.
+    void After(const Results& results, nanoseconds time, const Shown& wanted = {}, U16 axis = 0,
+               Here here = Here::current())
+    {
+        Done(results, here);
+        ExpectIn(time, wanted, axis, here);
+    }
+    void After(short result, nanoseconds time, const Shown& wanted = {}, U16 axis = 0,
+               Here here = Here::current())
+    {
+        After(Results{result}, time, wanted, axis, here);
+    }
+
+    static void Jog(U16 dir = 0, U16 axis = 0) { ASSERT_EQ(zelQ_MoveVel(kNumber, axis, dir), 0); }
+    void JogFor(nanoseconds time, U16 dir = 0, U16 axis = 0)
+    {
+        Jog(dir, axis);
+        Advance(time);
+    }
+    static void MoveTo(double place) { ASSERT_EQ(zelQ_MoveAbs(kNumber, 0, place), 0); }
+    /// Runs to a place and stands there.
+    void StandAt(double place)
+    {
+        MoveTo(place);
+        ExpectEnd(place, kAtTarget);
     }
 
     /// Switches servos on and lets the drives get ready.
@@ -185,7 +233,7 @@ class ScenarioTest : public testing::Test
         for (const U16 axis : axes) {
             ASSERT_EQ(zelQ_ServoOn(kNumber, axis, 1), 0);
         }
-        Advance(milliseconds(200));
+        Advance(200ms);
     }
 
     /// A trapezoid from rest to rest.
@@ -198,6 +246,10 @@ class ScenarioTest : public testing::Test
     auto WithAxis(int axis, Use use)
     {
         return server_.With([&](lumosim::Controller& c) { return use(c.AxisAt(axis)); });
+    }
+    bool Moving(int axis = 0)
+    {
+        return WithAxis(axis, [](lumosim::Axis& a) { return a.Moving(); });
     }
     /// Where the motor stands on its machine.
     double PlaceOf(int axis = 0)

@@ -23,7 +23,7 @@ ControllerConfig Mixed()
     return config;
 }
 
-TEST(CommandReader, RemembersReadingPastTheEnd)
+TEST(Commands, AreReadAndAnsweredWithinTheirBoundsAndHaveOneCodeEach)
 {
     const Words words = {1, 0xFFFF, 0xFFFF};
     CommandReader reader(words);
@@ -33,19 +33,13 @@ TEST(CommandReader, RemembersReadingPastTheEnd)
     EXPECT_TRUE(reader.Finished());
     EXPECT_EQ(reader.NextLong(), 0);
     EXPECT_FALSE(reader.Finished());
-}
 
-TEST(Reply, IsBoundedByItsRegisters)
-{
     Reply reply;
     for (int i = 0; i < 2000; ++i) {
         reply.AddLong(i);
     }
-    EXPECT_EQ(reply.Words().size(), Reply::kCapacity);
-}
+    EXPECT_EQ(reply.Words().size(), Reply::kCapacity) << "bounded by its registers";
 
-TEST(CommandTable, RefusesACodeTwice)
-{
     CommandTable table;
     const auto handler = [](CommandReader&, Reply&) { return Result::kDone; };
     table.Add(7, "one", handler);
@@ -54,31 +48,20 @@ TEST(CommandTable, RefusesACodeTwice)
 }
 
 // The speed profiles of three axes over two frames, cut at any place behind the head.
-Words ProfileCommand()
+TEST(CommandChannel, JoinsTheFramesOfACommand)
 {
     Words command = {2, 3};
     for (Word axis = 0; axis < 3; ++axis) {
-        for (const Word word :
-             Words{axis, 0, 10, 0, 20, 0, static_cast<Word>(30 + axis), 0, 40, 0, 50, 0}) {
-            command.push_back(word);
-        }
+        const Words speeds = {axis, 0, 10, 0, 20, 0, static_cast<Word>(30 + axis), 0, 40, 0, 50, 0};
+        command.insert(command.end(), speeds.begin(), speeds.end());
     }
-    return command;
-}
-
-TEST(CommandChannel, JoinsTheFramesOfACommand)
-{
-    const Words command = ProfileCommand();
-    for (std::size_t cut = 0; cut <= command.size(); ++cut) {
+    for (auto cut = command.begin(); cut <= command.end(); ++cut) {
         Controller controller(Mixed());
         CommandChannel channel(controller);
         Words first = {0x0201};
-        first.insert(first.end(), command.begin(),
-                     command.begin() + static_cast<std::ptrdiff_t>(cut));
         Words second = {0x0202};
-        second.insert(second.end(), command.begin() + static_cast<std::ptrdiff_t>(cut),
-                      command.end());
-
+        first.insert(first.end(), command.begin(), cut);
+        second.insert(second.end(), cut, command.end());
         EXPECT_EQ(channel.Write(first), Result::kDone);
         EXPECT_NE(controller.AxisAt(2).Profile().drive, 32) << "not before the last frame";
         EXPECT_EQ(channel.Write(second), Result::kDone);

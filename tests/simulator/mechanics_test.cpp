@@ -8,70 +8,60 @@
 namespace lumosim {
 namespace {
 
-struct EdgeCase
+TEST(Mechanics, EdgesLieAhead)
 {
-    const char* name;
-    Signal signal;
-    bool on;
-    double here;
-    int direction;
-    std::optional<double> edge;
-};
-
-class Edges : public testing::TestWithParam<EdgeCase>
-{};
-
-TEST_P(Edges, LieAhead)
-{
-    AxisMechanics mechanics;
-    mechanics.negativeLimit = -500;
-    mechanics.positiveLimit = 500;
-    mechanics.stopperGap = 20;
-    mechanics.homeSensor = Stretch{10, 19};
-    mechanics.pulsesPerTurn = 100;
-    mechanics.zPhase = 30;
-    const EdgeCase& edge = GetParam();
-    EXPECT_EQ(EdgeAhead(mechanics, edge.signal, edge.on, edge.here, edge.direction), edge.edge);
+    struct Edge
+    {
+        const char* name;
+        Signal signal;
+        bool on;
+        double here;
+        int direction;
+        std::optional<double> place;
+    };
+    const AxisMechanics mechanics{.negativeLimit = -500,
+                                  .positiveLimit = 500,
+                                  .stopperGap = 20,
+                                  .homeSensor = Stretch{10, 19},
+                                  .probe = {},
+                                  .pulsesPerTurn = 100,
+                                  .zPhase = 30};
+    for (const Edge& edge :
+         {Edge{"on from below", Signal::kHomeSensor, true, 0, 1, 10},
+          Edge{"on from above", Signal::kHomeSensor, true, 30, -1, 19},
+          Edge{"off above it", Signal::kHomeSensor, false, 12, 1, 20},
+          Edge{"off below it", Signal::kHomeSensor, false, 19, -1, 9},
+          Edge{"off behind the stretch ahead", Signal::kHomeSensor, false, 0, 1, 20},
+          Edge{"not again from inside", Signal::kHomeSensor, true, 10, 1, {}},
+          Edge{"not behind", Signal::kHomeSensor, true, 9, -1, {}},
+          Edge{"never without a probe", Signal::kProbe, true, 0, 1, {}},
+          Edge{"never without a place", Signal::kConfigurableInput, true, 0, 1, {}},
+          Edge{"next Z phase", Signal::kZPhase, true, 29.5, 1, 30},
+          Edge{"Z phase of the next turn", Signal::kZPhase, true, 30, 1, 130},
+          Edge{"Z phase of the turn before", Signal::kZPhase, true, 30, -1, -70},
+          Edge{"Z phase over", Signal::kZPhase, false, 30, -1, 29},
+          Edge{"limit", Signal::kLimitPositive, true, 0, 1, 500},
+          Edge{"off the limit", Signal::kLimitNegative, false, -530, 1, -499},
+          Edge{"no end of the limit", Signal::kLimitPositive, false, 510, 1, {}},
+          Edge{"off the stopper", Signal::kStopperPositive, false, 520, -1, 519}}) {
+        EXPECT_EQ(EdgeAhead(mechanics, edge.signal, edge.on, edge.here, edge.direction), edge.place)
+            << edge.name;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    All, Edges,
-    testing::Values(
-        EdgeCase{"OnFromBelow", Signal::kHomeSensor, true, 0, 1, 10},
-        EdgeCase{"OnFromAbove", Signal::kHomeSensor, true, 30, -1, 19},
-        EdgeCase{"OffAboveIt", Signal::kHomeSensor, false, 12, 1, 20},
-        EdgeCase{"OffBelowIt", Signal::kHomeSensor, false, 19, -1, 9},
-        EdgeCase{"OffBehindTheStretchAhead", Signal::kHomeSensor, false, 0, 1, 20},
-        EdgeCase{"NotAgainFromInside", Signal::kHomeSensor, true, 10, 1, std::nullopt},
-        EdgeCase{"NotBehind", Signal::kHomeSensor, true, 9, -1, std::nullopt},
-        EdgeCase{"NeverWithoutAProbe", Signal::kProbe, true, 0, 1, std::nullopt},
-        EdgeCase{"NeverWithoutAPlace", Signal::kConfigurableInput, true, 0, 1, std::nullopt},
-        EdgeCase{"NextZPhase", Signal::kZPhase, true, 29.5, 1, 30},
-        EdgeCase{"ZPhaseOfTheNextTurn", Signal::kZPhase, true, 30, 1, 130},
-        EdgeCase{"ZPhaseOfTheTurnBefore", Signal::kZPhase, true, 30, -1, -70},
-        EdgeCase{"ZPhaseOver", Signal::kZPhase, false, 30, -1, 29},
-        EdgeCase{"Limit", Signal::kLimitPositive, true, 0, 1, 500},
-        EdgeCase{"OffTheLimit", Signal::kLimitNegative, false, -530, 1, -499},
-        EdgeCase{"NoEndOfTheLimit", Signal::kLimitPositive, false, 510, 1, std::nullopt},
-        EdgeCase{"OffTheStopper", Signal::kStopperPositive, false, 520, -1, 519}),
-    [](const auto& parameter) { return parameter.param.name; });
 
 TEST(Mechanics, SignalsAreOnAtTheirPlacesOrByHand)
 {
-    AxisMechanics mechanics;
-    mechanics.homeSensor = Stretch{10, 19};
-    EXPECT_FALSE(OnAt(mechanics, Signal::kHomeSensor, 9));
-    EXPECT_TRUE(OnAt(mechanics, Signal::kHomeSensor, 10));
-    EXPECT_TRUE(OnAt(mechanics, Signal::kHomeSensor, 19));
-    EXPECT_FALSE(OnAt(mechanics, Signal::kHomeSensor, 20));
+    const AxisMechanics mechanics{.homeSensor = Stretch{10, 19}, .probe = {}};
+    for (const int place : {9, 10, 19, 20}) {
+        EXPECT_EQ(OnAt(mechanics, Signal::kHomeSensor, place), place == 10 || place == 19);
+    }
     EXPECT_TRUE(OnAt(mechanics, Signal::kZPhase, 2500 - 10'000));
-    AxisInputs inputs;
-    inputs.probe = true;
-    EXPECT_TRUE(ForcedOn(inputs, Signal::kProbe));
-    EXPECT_FALSE(ForcedOn(inputs, Signal::kHomeSensor));
-    EXPECT_EQ(mechanics.BehindStopper(10'050'007), 7);
-    EXPECT_EQ(mechanics.BehindStopper(-10'050'007), -7);
-    EXPECT_EQ(mechanics.BehindStopper(10'050'000), 0);
+    EXPECT_TRUE(ForcedOn({.probe = true}, Signal::kProbe));
+    EXPECT_FALSE(ForcedOn({.probe = true}, Signal::kHomeSensor));
+    for (const int behind : {7, 0}) {
+        EXPECT_EQ(mechanics.BehindStopper(10'050'000 + behind), behind);
+        EXPECT_EQ(mechanics.BehindStopper(-10'050'000 - behind), -behind);
+    }
 }
 
 } // namespace

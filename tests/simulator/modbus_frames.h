@@ -1,9 +1,10 @@
-// Requests and answers in bytes, and waiting for what comes of them.
+// Frames written as text, and waiting for what comes of them.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <initializer_list>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -23,56 +24,38 @@ bool Await(Condition condition)
     return condition();
 }
 
-inline void Put(Bytes& bytes, unsigned value)
+// Bytes in hexadecimal digits, two each; spaces may stand between them.
+inline Bytes Hex(const std::string& text)
 {
-    bytes.push_back(static_cast<std::uint8_t>(value >> 8U));
-    bytes.push_back(static_cast<std::uint8_t>(value));
+    Bytes bytes;
+    std::size_t at = 0;
+    while (at < text.size()) {
+        const bool space = text[at] == ' ';
+        if (!space)
+            bytes.push_back(static_cast<std::uint8_t>(std::stoi(text.substr(at, 2), {}, 16)));
+        at += space ? 1 : 2;
+    }
+    return bytes;
 }
 
 // A frame around a function code and what follows it.
-inline Bytes Frame(unsigned id, const Bytes& pdu)
+inline Bytes Frame(const std::string& text, std::uint8_t id = 7, std::uint8_t unit = 1)
 {
-    Bytes frame;
-    Put(frame, id);
-    Put(frame, 0);
-    Put(frame, static_cast<unsigned>(pdu.size()) + 1);
-    frame.push_back(1);
+    const Bytes pdu = Hex(text);
+    const auto length = static_cast<std::uint8_t>(pdu.size() + 1);
+    Bytes frame = {0, id, 0, 0, 0, length, unit};
     frame.insert(frame.end(), pdu.begin(), pdu.end());
     return frame;
 }
 
-inline Bytes ReadFrame(unsigned id, unsigned first, unsigned quantity)
+// A command's block, four digits a register, from which the result is read back.
+inline Bytes CommandFrame(const std::string& block, std::uint8_t id = 7)
 {
-    Bytes pdu = {3};
-    Put(pdu, first);
-    Put(pdu, quantity);
-    return Frame(id, pdu);
-}
-
-inline Bytes CommandFrame(unsigned id, std::initializer_list<unsigned> registers,
-                          unsigned quantity = 1)
-{
-    Bytes pdu = {23};
-    const auto count = static_cast<unsigned>(registers.size());
-    for (const unsigned value : {0xF000U, quantity, 0U, count}) {
-        Put(pdu, value);
-    }
-    pdu.push_back(static_cast<std::uint8_t>(2 * count));
-    for (const unsigned value : registers) {
-        Put(pdu, value);
-    }
-    return Frame(id, pdu);
-}
-
-// The answer to a read, or to a command with the result register in front.
-inline Bytes RegistersFrame(unsigned id, std::uint8_t function,
-                            std::initializer_list<unsigned> registers)
-{
-    Bytes pdu = {function, static_cast<std::uint8_t>(2 * registers.size())};
-    for (const unsigned value : registers) {
-        Put(pdu, value);
-    }
-    return Frame(id, pdu);
+    const auto count = static_cast<std::uint8_t>(Hex(block).size() / 2);
+    Bytes frame = Frame("17 F000 0001 0000 0000 00" + block, id);
+    frame[15] = count;
+    frame[16] = static_cast<std::uint8_t>(2 * count);
+    return frame;
 }
 
 inline Bytes Joined(std::initializer_list<Bytes> frames)

@@ -1,8 +1,8 @@
 // How fast a path is run: its sections planned as one.
 
 #include "core/path/path_plan.h"
+#include "observed.h"
 
-#include <algorithm>
 #include <cmath>
 #include <deque>
 #include <gtest/gtest.h>
@@ -10,7 +10,8 @@
 namespace lumosim {
 namespace {
 
-constexpr double kStep = 0.0002;
+using test::kStep;
+using test::Observed;
 
 SpeedProfile Speeds(std::int32_t start, std::int32_t drive, std::int32_t end, Word shape = 0)
 {
@@ -26,31 +27,9 @@ PathSection Line(double from, double to, const SpeedProfile& speeds)
     return {Course::Line(begin, end, 1), speeds, MotionKind::kLinear, 1};
 }
 
-struct Observed
-{
-    double fastest = 0;
-    double steepestUp = 0;
-    double steepestDown = 0;
-    double largestHole = 0; // way that the speed does not account for
-};
-
 Observed Observe(const PathPlan& plan)
 {
-    Observed seen;
-    MotionState before = plan.AxisAt(0, 0);
-    const int steps = static_cast<int>(plan.Duration() / kStep);
-    for (int step = 1; step < steps; ++step) {
-        const MotionState now = plan.AxisAt(0, step * kStep);
-        const double growth = (now.velocity - before.velocity) / kStep;
-        const double hole =
-            now.position - before.position - (now.velocity + before.velocity) / 2 * kStep;
-        seen.fastest = std::max(seen.fastest, now.velocity);
-        seen.steepestUp = std::max(seen.steepestUp, growth);
-        seen.steepestDown = std::max(seen.steepestDown, -growth);
-        seen.largestHole = std::max(seen.largestHole, std::abs(hole));
-        before = now;
-    }
-    return seen;
+    return test::Observe([&](double time) { return plan.AxisAt(0, time); }, plan.Duration());
 }
 
 TEST(PathPlan, ManyShortSectionsAreRunAsOneLongOne)
@@ -64,7 +43,7 @@ TEST(PathPlan, ManyShortSectionsAreRunAsOneLongOne)
         }
         const auto plan = PlanPath(sections, {}, nullptr);
         const Observed seen = Observe(*plan);
-        EXPECT_NEAR(seen.fastest, 4000, 10);
+        EXPECT_NEAR(seen.highest, 4000, 10);
         EXPECT_LE(seen.steepestUp, 20'000 * 1.1);
         EXPECT_LE(seen.steepestDown, 30'000 * 1.1);
         EXPECT_LT(seen.largestHole, 0.01);
@@ -134,8 +113,7 @@ TEST(PathPlan, TimesOfReachingAreThoseOfTheCourse)
         std::size_t axis;
         double position;
         int direction;
-        double from;
-        double quarters;
+        double from, quarters;
     };
     for (const Row& row :
          {Row{0, 0, -1, 0, 1}, Row{0, 0, 1, 0, 3}, Row{1, 0, 1, 0, 0}, Row{1, 0, -1, 0, 2},

@@ -1,104 +1,135 @@
-// The server over real loopback connections.
+// The server over real loopback connections: hosts, those who look for it, and its own restart.
 
+#include "core/maintenance.h"
 #include "modbus_frames.h"
 #include "server/server.h"
 
 #include <asio.hpp>
 #include <chrono>
 #include <gtest/gtest.h>
+#include <string>
 #include <thread>
 #include <vector>
 
 namespace lumosim {
 namespace {
 
+using asio::ip::tcp;
+using asio::ip::udp;
 using test::Await;
 using test::Bytes;
 using test::CommandFrame;
+using test::Frame;
 using test::Joined;
-using test::kPatience;
-using test::ReadFrame;
-using test::RegistersFrame;
 
-// A host's connection. A server that never answers fails the test instead of hanging it.
+ServerConfig ByHand(int number = 1)
+{
+    ServerConfig config;
+    config.clock = Clock::kByHand;
+    config.controller.number = number;
+    config.address = "127.0.0." + std::to_string(number);
+    return config;
+}
+
+// A host's socket. A server that never answers fails the test instead of hanging it.
+template <typename Socket>
 class Host
 {
   public:
-    explicit Host(const Server& server)
-    {
-        socket_.connect({asio::ip::make_address(server.Address()), server.Port()});
-        socket_.set_option(asio::ip::tcp::no_delay(true));
-    }
-
-    void Send(std::span<const std::uint8_t> bytes)
-    {
-        asio::write(socket_, asio::buffer(bytes.data(), bytes.size()));
-    }
-
-    // Up to `size` bytes, fewer when the server closes before.
-    Bytes Receive(std::size_t size)
+    // What one call of `start` receives, at most `size` bytes.
+    template <typename Start>
+    Bytes Receive(std::size_t size, Start start)
     {
         Bytes bytes(size);
         std::size_t received = 0;
         bool ended = false;
-        asio::async_read(socket_, asio::buffer(bytes),
-                         [&](const asio::error_code&, std::size_t count) {
-                             received = count;
-                             ended = true;
-                         });
+        start(asio::buffer(bytes), [&](const asio::error_code&, std::size_t count) {
+            received = count;
+            ended = true;
+        });
         io_.restart();
-        io_.run_for(kPatience);
+        io_.run_for(test::kPatience);
         EXPECT_TRUE(ended) << "no answer";
-        if (!ended) {
-            socket_.cancel();
-            io_.run();
-        }
+        socket_.cancel();
+        io_.run();
         bytes.resize(received);
         return bytes;
     }
 
-    bool ClosedByServer() { return Receive(1).empty(); }
-
-  private:
+  protected:
     asio::io_context io_;
-    asio::ip::tcp::socket socket_{io_};
+    Socket socket_{io_};
 };
 
-ServerConfig ByHand()
+class TcpHost : public Host<tcp::socket>
 {
-    ServerConfig config;
-    config.clock = Clock::kByHand;
-    return config;
-}
-
-TEST(Server, AnswersManyFramesOfOneSegment)
-{
-    ServerConfig config = ByHand();
-    config.controller.axes = 32;
-    Server server(config);
-    server.Start();
-    Host host(server);
-    Bytes requests;
-    for (unsigned axis = 0; axis < 32; ++axis) {
-        requests = Joined({requests, ReadFrame(axis + 1, axis << 8U | 0x38U, 2)});
+  public:
+    TcpHost(const std::string& address, std::uint16_t port)
+    {
+        socket_.connect({asio::ip::make_address(address), port});
+        socket_.set_option(tcp::no_delay(true));
     }
-    host.Send(requests);
-    const Bytes answers = host.Receive(32 * 13);
-    ASSERT_EQ(answers.size(), 32U * 13U);
-    EXPECT_EQ(Bytes(answers.end() - 13, answers.end()), RegistersFrame(32, 3, {1, 0}));
-}
+    explicit TcpHost(const Server& server) : TcpHost(server.Address(), server.Port()) {}
+
+    void Send(const Bytes& bytes) { asio::write(socket_, asio::buffer(bytes)); }
+
+    // Up to `size` bytes, fewer when the server closes before.
+    Bytes Receive(std::size_t size)
+    {
+        return Host::Receive(size, [this](auto buffer, auto handler) {
+            asio::async_read(socket_, buffer, handler);
+        });
+    }
+    bool ClosedByServer() { return Receive(1).empty(); }
+};
+
+// A host that looks for controllers.
+class Seeker : public Host<udp::socket>
+{
+  public:
+    Seeker()
+    {
+        socket_.open(udp::v4());
+        socket_.bind({asio::ip::address_v4::loopback(), 0});
+    }
+
+    void Send(const Bytes& datagram, const Server& server)
+    {
+        socket_.send_to(asio::buffer(datagram),
+                        {asio::ip::make_address(server.Address()), server.DiscoveryPort()});
+    }
+    Bytes Receive()
+    {
+        return Host::Receive(
+            2000, [this](auto buffer, auto handler) { socket_.async_receive(buffer, handler); });
+    }
+
+    // Asks for the last two octets of the server's address.
+    void ExpectFinds(const Server& server, std::uint8_t number)
+    {
+        Send(Frame("03 F407 0001", 7, 255), server);
+        Bytes answer = Frame("03 02 0000", 7, 255);
+        answer[9] = number;
+        EXPECT_EQ(Receive(), answer);
+    }
+};
 
 TEST(Server, GarbageClosesItsConnectionAndNoOther)
 {
     Server server(ByHand());
     server.Start();
-    Host good(server);
-    Host bad(server);
-    const Bytes garbage(32, 0xEE);
-    bad.Send(garbage);
+    TcpHost good(server);
+    TcpHost bad(server);
+    bad.Send(Bytes(32, 0xEE));
     EXPECT_TRUE(bad.ClosedByServer());
-    good.Send(ReadFrame(1, 0x38, 2));
-    EXPECT_EQ(good.Receive(13), RegistersFrame(1, 3, {1, 0}));
+    Bytes many; // frames of one segment
+    for (int i = 0; i < 32; ++i) {
+        many = Joined({many, Frame("03 0038 0002")});
+    }
+    good.Send(many);
+    const Bytes answers = good.Receive(32 * 13);
+    ASSERT_EQ(answers.size(), 32U * 13U);
+    EXPECT_EQ(Bytes(answers.end() - 13, answers.end()), Frame("03 04 0001 0000"));
     EXPECT_TRUE(Await([&server] { return server.Connections() == 1; }));
 }
 
@@ -125,52 +156,44 @@ TEST(Server, DropsConnectionsAndStartsAgain)
 {
     Server server(ByHand());
     server.Start();
-    const std::uint16_t port = server.Port();
-    EXPECT_NE(port, 0);
-    Host host(server);
+    TcpHost host(server);
     EXPECT_TRUE(Await([&server] { return server.Connections() == 1; }));
     server.DropConnections();
     EXPECT_TRUE(host.ClosedByServer());
     EXPECT_EQ(server.Connections(), 0U);
 
-    Host second(server);
+    ServerConfig samePort = ByHand();
+    samePort.port = server.Port();
+    Server other(samePort);
+    EXPECT_THROW(other.Start(), std::system_error);
+    other.Stop();
+
+    TcpHost second(server);
     server.With([](Controller& controller) { controller.SetMainInputs(0x11); });
     server.Stop();
     EXPECT_TRUE(second.ClosedByServer());
-    EXPECT_THROW(Host{server}, std::system_error) << "nobody listens";
+    EXPECT_THROW(TcpHost{server}, std::system_error) << "nobody listens";
 
     server.Start();
-    Host third(server);
-    third.Send(ReadFrame(1, 0xF415, 1));
-    EXPECT_EQ(third.Receive(11), RegistersFrame(1, 3, {0x11})) << "the same controller";
-}
-
-TEST(Server, TellsThatThePortIsTaken)
-{
-    Server first(ByHand());
-    first.Start();
-    ServerConfig config = ByHand();
-    config.port = first.Port();
-    Server second(config);
-    EXPECT_THROW(second.Start(), std::system_error);
-    second.Stop();
+    TcpHost third(server);
+    third.Send(Frame("03 F415 0001"));
+    EXPECT_EQ(third.Receive(11), Frame("03 02 0011")) << "the same controller";
 }
 
 TEST(Server, ServesManyHostsAtOnce)
 {
-    ServerConfig config;
-    Server server(config);
+    Server server{ServerConfig()};
     server.Start();
     std::vector<std::thread> hosts;
-    for (unsigned number = 0; number < 8; ++number) {
-        hosts.emplace_back([&server, number] {
-            Host host(server);
-            for (unsigned i = 0; i < 200; ++i) {
-                // Two frames of one command, so that mixed connections would show.
-                host.Send(Joined({CommandFrame(i, {0x0201, 1, 1}),
-                                  CommandFrame(i, {0x0202, number % 4, 1, 5000})}));
-                ASSERT_EQ(host.Receive(22),
-                          Joined({RegistersFrame(i, 23, {0}), RegistersFrame(i, 23, {0})}));
+    for (int number = 0; number < 8; ++number) {
+        hosts.emplace_back([&server, axis = "000" + std::to_string(number % 4)] {
+            TcpHost host(server);
+            // Two frames of one command, so that mixed connections would show.
+            const Bytes request = Joined(
+                {CommandFrame("0201 0001 0001"), CommandFrame("0202 " + axis + " 0001 1388")});
+            for (int i = 0; i < 200; ++i) {
+                host.Send(request);
+                ASSERT_EQ(host.Receive(22), Joined({Frame("17 02 0000"), Frame("17 02 0000")}));
             }
         });
     }
@@ -178,6 +201,92 @@ TEST(Server, ServesManyHostsAtOnce)
         host.join();
     }
     EXPECT_TRUE(Await([&server] { return server.Connections() == 0; }));
+}
+
+// A controller at 127.0.0.24 that can be found.
+class NetworkServer : public testing::Test
+{
+  protected:
+    static ServerConfig Config()
+    {
+        ServerConfig config = ByHand(24);
+        config.discoveryPort = 0;
+        return config;
+    }
+
+    void SetUp() override { server_.Start(); }
+
+    void Execute(std::initializer_list<Word> block)
+    {
+        server_.With([&](Controller& c) { EXPECT_EQ(c.Execute(block), Result::kDone); });
+    }
+    // Connecting tells whether somebody listens.
+    bool Listens()
+    {
+        try {
+            const TcpHost host("127.0.0.24", server_.Port());
+            return true;
+        } catch (const std::system_error&) {
+            return false;
+        }
+    }
+
+    Server server_{Config()};
+    Seeker seeker_;
+};
+
+TEST_F(NetworkServer, AnswersEveryRequestOfDiscoveryAndNothingElse)
+{
+    const Bytes request = Frame("03 F407 0001", 7, 255);
+    Bytes command = CommandFrame("0101 01A0 0001");
+    command[6] = 255;
+    // Silence follows what is no request: the next answer is that to the next request.
+    for (const Bytes& datagram :
+         {Bytes(), Bytes(600, 0xFF), command, Frame("04 F407 0001", 7, 255), Frame("03 F407 007D"),
+          Bytes(request.begin(), request.end() - 1)}) {
+        seeker_.Send(datagram, server_);
+    }
+    seeker_.ExpectFinds(server_, 24);
+    seeker_.ExpectFinds(server_, 24);
+    EXPECT_EQ(server_.With([](Controller& c) { return c.MainOutputs(); }), 0);
+    server_.Stop();
+    server_.Start();
+    seeker_.ExpectFinds(server_, 24);
+}
+
+TEST_F(NetworkServer, ARestartDropsConnectionsAndComesBackInOneStep)
+{
+    TcpHost host(server_);
+    ASSERT_TRUE(Await([this] { return server_.Connections() == 1; }));
+    Execute({0x1002, 0});
+    EXPECT_EQ(server_.Connections(), 1U);
+    server_.AdvanceBy(std::chrono::seconds(5));
+    EXPECT_EQ(server_.Connections(), 0U);
+    EXPECT_TRUE(host.ClosedByServer());
+    EXPECT_TRUE(Listens());
+    seeker_.ExpectFinds(server_, 24);
+}
+
+TEST_F(NetworkServer, StaysWhereItIsWhenTheComputerHasNoSuchAddress)
+{
+    Execute({0x01B1, 203, 0, 113, 255, 0, 0, 0, 0, 0, 0, 0});
+    Execute({0x1002, 1});
+    server_.AdvanceBy(std::chrono::seconds(1));
+    EXPECT_EQ(server_.Address(), "127.0.0.24");
+    EXPECT_TRUE(Listens());
+}
+
+TEST_F(NetworkServer, ARestartWaitsUntilItsPortIsFreeAgain)
+{
+    Execute({0x1002, 1});
+    server_.AdvanceBy(Maintenance::kResetDelay);
+    {
+        asio::io_context io;
+        const tcp::acceptor other(io, {asio::ip::make_address("127.0.0.24"), server_.Port()});
+        server_.AdvanceBy(Maintenance::kBootTime);
+        EXPECT_EQ(server_.Connections(), 0U);
+    }
+    EXPECT_TRUE(Await([this] { return Listens(); }));
 }
 
 } // namespace

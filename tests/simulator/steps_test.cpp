@@ -52,27 +52,20 @@ void ExpectTheSame(Nanoseconds time, Start start)
     whole.ExpectLike(odd);
 }
 
-TEST(Steps, OfAMove)
+TEST(Steps, OfAnyLengthGiveTheSame)
 {
+    // A move, an alarm of the drive, a path.
     ExpectTheSame(milliseconds(777), [](Controller& controller) {
         controller.AxisAt(0).SetProfile({SpeedProfile::kTrapezoid, 0, 20'000, 5'000, 10'000, 0});
         controller.AxisAt(0).MoveTo(7'001);
         controller.AxisAt(1).MoveTo(50);
     });
-}
-
-TEST(Steps, OfAnAlarmOfTheDrive)
-{
-    ExpectTheSame(std::chrono::seconds(3), [](Controller& controller) {
+    ExpectTheSame(milliseconds(1'500), [](Controller& controller) {
         Axis& axis = controller.AxisAt(0);
         axis.SetProfile({SpeedProfile::kSmooth, 0, 100'000, 100'000, 100'000, 0});
         axis.Parameters().Set(DriveSetting::kFollowingErrorLimit, 30);
         axis.Jog(1);
     });
-}
-
-TEST(Steps, OfAPath)
-{
     ExpectTheSame(milliseconds(389), [](Controller& controller) {
         controller.Execute({0x70, 5, 2, 0, 1});
         controller.Execute({0x1C1, 1});

@@ -142,6 +142,21 @@ class Row
         readQuantity_ = data.size() + 1;
         return Set(data_, std::move(data));
     }
+    /// The same, with what the line shows.
+    Row&& Frames(std::vector<Words> frames, const std::string& arguments) &&
+    {
+        return std::move(*this).Frames(std::move(frames)).Shows(arguments);
+    }
+    template <typename... Shown>
+    Row&& Reads(std::vector<Read> reads, const std::string& arguments, const Shown&... failed) &&
+    {
+        return std::move(*this).Reads(std::move(reads)).Shows(arguments, failed...);
+    }
+    template <typename... Shown>
+    Row&& Data(Words data, const std::string& arguments, const Shown&... failed) &&
+    {
+        return std::move(*this).Data(std::move(data)).Shows(arguments, failed...);
+    }
     Row&& Gives(short result) && { return Set(result_, result); }
     /// Fails like this, with its outputs written.
     Row&& StopsWith(short result) &&

@@ -1,0 +1,98 @@
+#include "latency.h"
+
+#include "clients.h"
+
+#include <cstdio>
+#include <fstream>
+#include <optional>
+
+namespace bench {
+
+namespace {
+
+constexpr int kAxes = 32;
+constexpr int kNumber = 1;
+constexpr int kConnectNumber = 2;
+
+enum Order : std::size_t {
+    kRawMove,
+    kBareMove,
+    kMove,
+    kRawSnapshot,
+    kBareSnapshot,
+    kSnapshot,
+    kRawConnect,
+    kConnect,
+    kMore,
+};
+
+/// Connects anew, and exchanges what the library's connect does.
+void ConnectRaw(std::optional<RawClient>& client, const Peer& peer)
+{
+    static const Exchange kTypes = SlaveTypesExchange();
+    static const Exchange kConfiguration = ConfigurationExchange();
+    client.reset();
+    client.emplace(peer);
+    client->Run(kTypes);
+    client->Run(kConfiguration);
+}
+
+/// How the times of the moves are spread.
+void WriteSpread(const std::vector<Subject>& subjects, const std::string& path)
+{
+    std::ofstream data(path);
+    data << "percent raw bare library\n";
+    for (int percent = 0; percent < 100; ++percent) {
+        data << percent;
+        for (const std::size_t subject : {kRawMove, kBareMove, kMove}) {
+            data << ' ' << Percentile(subjects[subject].times, percent);
+        }
+        data << '\n';
+    }
+}
+
+} // namespace
+
+void MeasureLatency(const char* title, Processors processors, int chunks, const MoreSubjects& more,
+                    const std::string& spreadPath)
+{
+    Clients clients(kNumber, kAxes, processors.peer);
+    const Peer connectPeer(kConnectNumber, kAxes, processors.peer);
+    const Peer rawConnectPeer(kConnectNumber, kAxes, processors.peer);
+    const Peer morePeer(kNumber, kAxes, processors.peer);
+    PinThisThread(processors.client);
+    const Connection connection(connectPeer);
+    std::optional<RawClient> rawConnect;
+    const Exchange move = MoveExchange();
+    const Exchange snapshot = SnapshotExchange(kAxes);
+
+    constexpr int kConnects = 5; // each takes as long as ten exchanges
+    std::vector<Subject> subjects = {
+        {"raw exchange of a move's bytes", [&] { clients.raw.Run(move); }, kRawMove},
+        {"a move's system calls, nothing else", [&] { clients.bare.Run(move); }, kRawMove},
+        {"**`zelQ_MoveAbs`**", [] { MoveAbs(kNumber); }, kRawMove},
+        {"raw exchange of a snapshot's bytes", [&] { clients.raw.Run(snapshot); }, kRawSnapshot},
+        {"a snapshot's system calls, nothing else", [&] { clients.bare.Run(snapshot); },
+         kRawSnapshot},
+        {"**`zelQ_GetAllStatus`**, 32 axes", [] { Snapshot(kNumber); }, kRawSnapshot},
+        {"raw connect with the same exchanges", [&] { ConnectRaw(rawConnect, rawConnectPeer); },
+         kRawConnect, kConnects},
+        {"**`zelQ_Connect`**", [] { ConnectAgain(kConnectNumber); }, kRawConnect, kConnects},
+    };
+    if (more) {
+        for (Subject& subject : more(morePeer)) {
+            subject.base = kRawSnapshot;
+            subjects.push_back(std::move(subject));
+        }
+    }
+    Interleave(subjects, chunks);
+    std::printf("\n### %s\n\n", title);
+    PrintTable(subjects);
+    if (more) {
+        std::printf("\nSnapshots in the time of the same 33 reads with libmodbus: %.1f.\n",
+                    Ratio(subjects[kMore], subjects[kSnapshot], kUsual));
+    }
+    if (!spreadPath.empty()) WriteSpread(subjects, spreadPath);
+}
+
+} // namespace bench

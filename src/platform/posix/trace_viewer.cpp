@@ -80,7 +80,8 @@ class ViewerSocket
         viewer.sun_family = AF_UNIX;
         std::memcpy(viewer.sun_path + 1, kViewerName, sizeof(kViewerName) - 1);
         constexpr socklen_t kSize = offsetof(sockaddr_un, sun_path) + sizeof(kViewerName);
-        connected_ = connect(descriptor, reinterpret_cast<sockaddr*>(&viewer), kSize) == 0;
+        if (connect(descriptor, reinterpret_cast<sockaddr*>(&viewer), kSize) != 0) return false;
+        connected_ = true;
         return SendToConnected(descriptor, line, length);
     }
 

@@ -158,17 +158,16 @@ IoResult TcpSocket::Send(std::span<const std::uint8_t> bytes)
     return {IoStatus::kDone, static_cast<std::size_t>(sent)};
 }
 
-IoResult TcpSocket::ReceiveWithin(std::span<std::uint8_t> area, std::chrono::milliseconds wait)
+IoResult TcpSocket::ReceiveWithin(std::span<std::uint8_t> area, const Wait& wait)
 {
     const int descriptor = state_.descriptor.load();
     if (descriptor == TcpState::kNone) return {IoStatus::kFailed, 0}; // poll() would wait for it
-    const Deadline deadline = Clock::now() + wait;
-    if (LetReceiveWait(state_, descriptor, wait).count() > 0) {
+    if (LetReceiveWait(state_, descriptor, wait.left).count() > 0) {
         const IoResult received = Receive(descriptor, area, 0);
         // The signal that interrupts it is the caller's to look at before he goes on.
         if (received.status != IoStatus::kBlocked || errno == EINTR) return received;
     }
-    const WaitStatus ready = Poll(descriptor, POLLIN, deadline);
+    const WaitStatus ready = Poll(descriptor, POLLIN, wait.deadline);
     if (ready == WaitStatus::kTimedOut) return {IoStatus::kTimedOut, 0};
     if (ready == WaitStatus::kFailed) return {IoStatus::kFailed, 0};
     return ReceivePending(area);

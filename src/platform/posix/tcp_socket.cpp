@@ -1,6 +1,7 @@
 #include "platform/tcp_socket.h"
 
 #include "platform/posix/poll_time.h"
+#include "platform/posix/socket_calls.h"
 
 #include <arpa/inet.h>
 #include <cerrno>
@@ -71,7 +72,7 @@ IoResult Failed(int error)
 
 IoResult Receive(int descriptor, std::span<std::uint8_t> area, int flags)
 {
-    const ssize_t got = recv(descriptor, area.data(), area.size(), flags);
+    const ssize_t got = ReceiveNow(descriptor, area.data(), area.size(), flags);
     if (got < 0) return Failed(errno);
     if (got == 0) return {IoStatus::kClosed, 0};
     return {IoStatus::kDone, static_cast<std::size_t>(got)};
@@ -153,7 +154,7 @@ IoResult TcpSocket::ReceivePending(std::span<std::uint8_t> area)
 IoResult TcpSocket::Send(std::span<const std::uint8_t> bytes)
 {
     const ssize_t sent =
-        send(state_.descriptor.load(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        SendNow(state_.descriptor.load(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent < 0) return Failed(errno);
     return {IoStatus::kDone, static_cast<std::size_t>(sent)};
 }

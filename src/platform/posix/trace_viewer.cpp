@@ -1,6 +1,7 @@
 #include "platform/trace_viewer.h"
 
 #include "platform/posix/debug_output.h"
+#include "platform/posix/socket_calls.h"
 #include "platform/process.h"
 
 #include <atomic>
@@ -77,7 +78,7 @@ class ViewerSocket
         // looking for one costs less than a send that nobody takes.
         if (SendToConnected(descriptor, line, length)) return true;
         const auto* viewer = reinterpret_cast<const sockaddr*>(&kViewer);
-        if (connect(descriptor, viewer, kViewerBytes) != 0) return false;
+        if (ConnectNow(descriptor, viewer, kViewerBytes) != 0) return false;
         connected_ = true;
         return SendToConnected(descriptor, line, length);
     }

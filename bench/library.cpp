@@ -2,12 +2,15 @@
 
 #include "zelq.h"
 
+#include <cstring>
 #include <stdexcept>
 #include <string>
 
 namespace bench {
 
 namespace {
+
+thread_local ControllerStatus status;
 
 void Check(short result, const char* call)
 {
@@ -46,9 +49,14 @@ void MoveAbs(int number)
     Check(zelQ_MoveAbs(Number(number), 3, 1000.5), "zelQ_MoveAbs");
 }
 
+void FillRecord()
+{
+    std::memset(&status, 0, sizeof(status));
+    asm volatile("" : : "r"(&status) : "memory"); // somebody reads it
+}
+
 void Snapshot(int number)
 {
-    thread_local ControllerStatus status;
     Check(zelQ_GetAllStatus(Number(number), &status), "zelQ_GetAllStatus");
 }
 

@@ -12,6 +12,8 @@ void ConnectAgain(int number);
 void Disconnect(int number);
 void MoveAbs(int number);
 void Snapshot(int number);
+/// Fills the record of a snapshot with zeros: it cannot be filled in less time.
+void FillRecord();
 
 /// A connection for as long as it lives.
 class Connection

@@ -16,6 +16,8 @@ class Socket
     static Socket Listening(int host);
     static Socket Connected(int host, int port);
 
+    /// Takes over what the system calls a socket.
+    explicit Socket(std::intptr_t handle) : handle_(handle) {}
     ~Socket();
     Socket(Socket&& other) noexcept;
     Socket& operator=(Socket&& other) noexcept;
@@ -28,13 +30,11 @@ class Socket
     [[nodiscard]] std::intptr_t Handle() const { return handle_; }
 
   private:
-    explicit Socket(std::intptr_t handle) : handle_(handle) {}
-
     std::intptr_t handle_;
 };
 
-/// Asks of the system for each exchange all that the library has to ask of it, and nothing else is
-/// done: what such a client takes is the least that the library can.
+/// Asks of the system all that the library has to ask of it, and does nothing else: what such a
+/// client takes is the least that the library can take.
 class BareClient
 {
   public:
@@ -43,9 +43,12 @@ class BareClient
     BareClient(const BareClient&) = delete;
     BareClient& operator=(const BareClient&) = delete;
 
+    void ConnectAgain();
     void Run(const Exchange& exchange);
 
   private:
+    const int host_;
+    const int port_;
     Socket socket_;
     std::intptr_t other_; ///< the system's own: by which it looks for a viewer, or waits
     std::array<std::uint8_t, 4096> reply_{};

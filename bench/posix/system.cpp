@@ -5,9 +5,11 @@
 #include <cstring>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sched.h>
 #include <stdexcept>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -77,7 +79,8 @@ Socket::Socket(Socket&& other) noexcept : handle_(std::exchange(other.handle_, -
 
 Socket& Socket::operator=(Socket&& other) noexcept
 {
-    std::swap(handle_, other.handle_);
+    if (handle_ >= 0) close(Number(handle_));
+    handle_ = std::exchange(other.handle_, -1);
     return *this;
 }
 
@@ -111,15 +114,39 @@ std::size_t Socket::Receive(std::span<std::uint8_t> area) const
 }
 
 BareClient::BareClient(int host, int port)
-    : socket_(Socket::Connected(host, port)), other_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    : host_(host),
+      port_(port),
+      socket_(Socket::Connected(host, port)),
+      other_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
 {
-    const timeval limit{1, 0};
-    setsockopt(Number(socket_.Handle()), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+    ConnectAgain();
 }
 
 BareClient::~BareClient()
 {
     close(Number(other_));
+}
+
+void BareClient::ConnectAgain()
+{
+    shutdown(Number(socket_.Handle()), SHUT_RDWR);
+    socket_ = Socket(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    const int number = Number(socket_.Handle());
+    const int on = 1;
+    setsockopt(number, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    setsockopt(number, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+    const sockaddr_in address = Loopback(host_, port_);
+    pollfd entry{number, POLLOUT, 0};
+    int error = 0;
+    socklen_t size = sizeof(error);
+    int nonBlocking = 0;
+    const timeval limit{1, 0};
+    Require((connect(number, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 ||
+             poll(&entry, 1, -1) == 1) &&
+                getsockopt(number, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0 &&
+                ioctl(number, FIONBIO, &nonBlocking) == 0 &&
+                setsockopt(number, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit)) == 0,
+            "cannot connect");
 }
 
 void BareClient::Run(const Exchange& exchange)

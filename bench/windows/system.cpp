@@ -84,7 +84,8 @@ Socket::Socket(Socket&& other) noexcept : handle_(std::exchange(other.handle_, -
 
 Socket& Socket::operator=(Socket&& other) noexcept
 {
-    std::swap(handle_, other.handle_);
+    if (handle_ != -1) closesocket(Native(handle_));
+    handle_ = std::exchange(other.handle_, -1);
     return *this;
 }
 
@@ -120,16 +121,42 @@ std::size_t Socket::Receive(std::span<std::uint8_t> area) const
 }
 
 BareClient::BareClient(int host, int port)
-    : socket_(Socket::Connected(host, port)),
+    : host_(host),
+      port_(port),
+      socket_(Socket::Connected(host, port)),
       other_(reinterpret_cast<std::intptr_t>(WSACreateEvent()))
 {
-    constexpr long kReady = FD_READ | FD_WRITE | FD_CLOSE;
-    Require(WSAEventSelect(Native(socket_.Handle()), Event(other_), kReady) == 0, "no events");
+    ConnectAgain();
 }
 
 BareClient::~BareClient()
 {
     WSACloseEvent(Event(other_));
+}
+
+void BareClient::ConnectAgain()
+{
+    shutdown(Native(socket_.Handle()), SD_BOTH);
+    const SOCKET made = WSASocketW(AF_INET, SOCK_STREAM, IPPROTO_TCP, nullptr, 0,
+                                   WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
+    socket_ = Socket(static_cast<std::intptr_t>(made));
+    const int on = 1;
+    const auto* value = reinterpret_cast<const char*>(&on);
+    u_long nonBlocking = 1;
+    setsockopt(made, SOL_SOCKET, SO_REUSEADDR, value, sizeof(on));
+    ioctlsocket(made, static_cast<long>(FIONBIO), &nonBlocking);
+    setsockopt(made, IPPROTO_TCP, TCP_NODELAY, value, sizeof(on));
+    const sockaddr_in address = Loopback(host_, port_);
+    connect(made, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+    fd_set writable{1, {made}};
+    int error = 0;
+    int size = sizeof(error);
+    constexpr long kReady = FD_READ | FD_WRITE | FD_CLOSE;
+    Require(select(0, nullptr, &writable, nullptr, nullptr) == 1 &&
+                getsockopt(made, SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&error), &size) ==
+                    0 &&
+                error == 0 && WSAEventSelect(made, Event(other_), kReady) == 0,
+            "cannot connect");
 }
 
 void BareClient::Run(const Exchange& exchange)

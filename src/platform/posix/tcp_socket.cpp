@@ -5,11 +5,11 @@
 
 #include <arpa/inet.h>
 #include <cerrno>
-#include <fcntl.h>
 #include <mutex>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <new>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -46,8 +46,8 @@ int ConnectTo(int descriptor, const sockaddr_in& address, std::chrono::milliseco
 /// step says that it does not wait.
 bool MakeBlocking(int descriptor)
 {
-    const int flags = fcntl(descriptor, F_GETFL);
-    return flags >= 0 && fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK) == 0;
+    int nonBlocking = 0;
+    return ioctl(descriptor, FIONBIO, &nonBlocking) == 0;
 }
 
 /// What an error comes to. Some mean that the connection is gone; EPIPE is this system's word for

@@ -27,4 +27,15 @@ struct Clients
     BareClient bare;
 };
 
+/// Connects anew, and runs the two exchanges that a connect of the library's has.
+template <typename Client>
+void ConnectAndLearn(Client& client)
+{
+    static const Exchange kTypes = SlaveTypesExchange();
+    static const Exchange kConfiguration = ConfigurationExchange();
+    client.ConnectAgain();
+    client.Run(kTypes);
+    client.Run(kConfiguration);
+}
+
 } // namespace bench

@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <fstream>
-#include <optional>
 
 namespace bench {
 
@@ -28,29 +27,6 @@ enum Order : std::size_t {
     kMore,
 };
 
-/// Runs the two exchanges that a connect of the library's has.
-template <typename Client>
-void LearnSlaves(Client& client)
-{
-    static const Exchange kTypes = SlaveTypesExchange();
-    static const Exchange kConfiguration = ConfigurationExchange();
-    client.Run(kTypes);
-    client.Run(kConfiguration);
-}
-
-void ConnectRaw(std::optional<RawClient>& client, const Peer& peer)
-{
-    client.reset();
-    client.emplace(peer);
-    LearnSlaves(*client);
-}
-
-void ConnectBare(BareClient& client)
-{
-    client.ConnectAgain();
-    LearnSlaves(client);
-}
-
 void RunAndFill(BareClient& client, const Exchange& snapshot)
 {
     client.Run(snapshot);
@@ -71,6 +47,32 @@ void WriteSpread(const std::vector<Subject>& subjects, const std::string& path)
     }
 }
 
+/// In the order of their numbers.
+std::vector<Subject> CallSubjects(Clients& clients, Clients& connecting)
+{
+    const Exchange move = MoveExchange();
+    const Exchange snapshot = SnapshotExchange(kAxes);
+    constexpr int kConnects = 5; // each takes as long as ten exchanges
+    return {
+        {"raw exchange of a move's bytes", [&clients, move] { clients.raw.Run(move); }, kRawMove},
+        {"a move's system calls, nothing else", [&clients, move] { clients.bare.Run(move); },
+         kRawMove},
+        {"**`zelQ_MoveAbs`**", [] { MoveAbs(kNumber); }, kRawMove},
+        {"raw exchange of a snapshot's bytes", [&clients, snapshot] { clients.raw.Run(snapshot); },
+         kRawSnapshot},
+        {"a snapshot's system calls, nothing else",
+         [&clients, snapshot] { clients.bare.Run(snapshot); }, kRawSnapshot},
+        {"the same, and its record filled with zeros",
+         [&clients, snapshot] { RunAndFill(clients.bare, snapshot); }, kRawSnapshot},
+        {"**`zelQ_GetAllStatus`**, 32 axes", [] { Snapshot(kNumber); }, kRawSnapshot},
+        {"raw connect with the same exchanges", [&connecting] { ConnectAndLearn(connecting.raw); },
+         kRawConnect, kConnects},
+        {"a connect's system calls, nothing else",
+         [&connecting] { ConnectAndLearn(connecting.bare); }, kRawConnect, kConnects},
+        {"**`zelQ_Connect`**", [] { ConnectAgain(kConnectNumber); }, kRawConnect, kConnects},
+    };
+}
+
 } // namespace
 
 void MeasureLatency(const char* title, Processors processors, int chunks, const MoreSubjects& more,
@@ -78,30 +80,9 @@ void MeasureLatency(const char* title, Processors processors, int chunks, const 
 {
     Clients clients(kNumber, kAxes, processors.peer);
     Clients connecting(kConnectNumber, kAxes, processors.peer);
-    const Peer rawConnectPeer(kConnectNumber, kAxes, processors.peer);
     const Peer morePeer(kNumber, kAxes, processors.peer);
     PinThisThread(processors.client);
-    std::optional<RawClient> rawConnect;
-    const Exchange move = MoveExchange();
-    const Exchange snapshot = SnapshotExchange(kAxes);
-
-    constexpr int kConnects = 5; // each takes as long as ten exchanges
-    std::vector<Subject> subjects = {
-        {"raw exchange of a move's bytes", [&] { clients.raw.Run(move); }, kRawMove},
-        {"a move's system calls, nothing else", [&] { clients.bare.Run(move); }, kRawMove},
-        {"**`zelQ_MoveAbs`**", [] { MoveAbs(kNumber); }, kRawMove},
-        {"raw exchange of a snapshot's bytes", [&] { clients.raw.Run(snapshot); }, kRawSnapshot},
-        {"a snapshot's system calls, nothing else", [&] { clients.bare.Run(snapshot); },
-         kRawSnapshot},
-        {"the same, and its record filled with zeros", [&] { RunAndFill(clients.bare, snapshot); },
-         kRawSnapshot},
-        {"**`zelQ_GetAllStatus`**, 32 axes", [] { Snapshot(kNumber); }, kRawSnapshot},
-        {"raw connect with the same exchanges", [&] { ConnectRaw(rawConnect, rawConnectPeer); },
-         kRawConnect, kConnects},
-        {"a connect's system calls, nothing else", [&] { ConnectBare(connecting.bare); },
-         kRawConnect, kConnects},
-        {"**`zelQ_Connect`**", [] { ConnectAgain(kConnectNumber); }, kRawConnect, kConnects},
-    };
+    std::vector<Subject> subjects = CallSubjects(clients, connecting);
     if (more) {
         for (Subject& subject : more(morePeer)) {
             subject.base = kRawSnapshot;

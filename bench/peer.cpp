@@ -70,6 +70,12 @@ std::uint16_t Peer::RegisterValue(std::uint16_t address) const
     return (address & 0xFF) == 0x38 && address >> 8 < axes_ ? 1 : 0;
 }
 
+void RawClient::ConnectAgain()
+{
+    socket_ = Socket(-1); // closed first
+    socket_ = Socket::Connected(host_, port_);
+}
+
 void RawClient::Run(const Exchange& exchange)
 {
     socket_.Send(exchange.request);

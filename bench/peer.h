@@ -40,11 +40,16 @@ class Peer
 class RawClient
 {
   public:
-    explicit RawClient(const Peer& peer) : socket_(Socket::Connected(peer.Host(), peer.Port())) {}
+    explicit RawClient(const Peer& peer)
+        : host_(peer.Host()), port_(peer.Port()), socket_(Socket::Connected(host_, port_))
+    {}
 
+    void ConnectAgain();
     void Run(const Exchange& exchange);
 
   private:
+    const int host_;
+    const int port_;
     Socket socket_;
     std::array<std::uint8_t, 4096> reply_{};
 };

@@ -1,6 +1,6 @@
 #include "repeat.h"
 
-#include "library.h"
+#include "clients.h"
 
 #include <functional>
 #include <map>
@@ -10,15 +10,13 @@ namespace bench {
 
 void Repeat(const char* what, int count)
 {
-    const Peer peer(1);
-    const Peer rawPeer(1);
-    const Connection connection(peer);
-    RawClient raw(rawPeer);
+    Clients clients(1);
     const Exchange move = MoveExchange();
-    const Exchange snapshot = SnapshotExchange(32);
     const std::map<std::string, std::function<void()>> calls = {
-        {"move", [] { MoveAbs(1); }},         {"raw-move", [&] { raw.Run(move); }},
-        {"snapshot", [] { Snapshot(1); }},    {"raw-snapshot", [&] { raw.Run(snapshot); }},
+        {"raw-move", [&] { clients.raw.Run(move); }},
+        {"move", [] { MoveAbs(1); }},
+        {"snapshot", [] { Snapshot(1); }},
+        {"raw-connect", [&] { ConnectAndLearn(clients.raw); }},
         {"connect", [] { ConnectAgain(1); }},
     };
     const auto& call = calls.at(what);

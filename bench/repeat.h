@@ -2,8 +2,8 @@
 
 namespace bench {
 
-/// For counting system calls from outside: makes so many of the calls that `what` names (move,
-/// raw-move, snapshot, raw-snapshot, connect) on the calling thread.
+/// For counting system calls from outside: makes so many of the calls that `what` names (raw-move,
+/// move, snapshot, raw-connect, connect) on the calling thread.
 void Repeat(const char* what, int count);
 
 } // namespace bench

@@ -70,9 +70,7 @@ ShortDecimal ToShortDecimal(double size)
         const double scaled = size * scale;
         if (!std::isless(scaled, kTooLong)) break;
         const auto digits = static_cast<std::int32_t>(scaled + 0.5);
-        if (digits / static_cast<double>(scale) == size) {
-            return {digits, scale};
-        }
+        if (digits / static_cast<double>(scale) == size) return {digits, scale};
     }
     return {0, 0};
 }
@@ -93,19 +91,18 @@ Room PutGeneral(Room room, double value)
     }
     constexpr int kDigits = 6;
     std::array<char, 32> digits; // NOLINT(*-member-init): written by to_chars
-    return Put(room, digits.data(),
-               std::to_chars(digits.begin(), digits.end(), value, std::chars_format::general,
-                             kDigits)
-                   .ptr);
+    return Put(
+        room, digits.data(),
+        std::to_chars(digits.begin(), digits.end(), value, std::chars_format::general, kDigits)
+            .ptr);
 }
 
 /// As "%3.1f" prints it; three characters are the least that one decimal takes.
 Room PutOneDecimal(Room room, double value)
 {
     std::array<char, 320> digits; // NOLINT(*-member-init): written by to_chars
-    return Put(
-        room, digits.data(),
-        std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed, 1).ptr);
+    return Put(room, digits.data(),
+               std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed, 1).ptr);
 }
 
 /// The minute that a stamp was last written in: its number since 1970 in the low bits, its digits

@@ -7,8 +7,8 @@
 namespace zelq::platform {
 
 // The steps of an exchange as the kernel takes them. The system library's own are points where a
-// thread can be cancelled: that costs two locked operations each in every program with threads, and
-// a thread that ended in the middle of an exchange would leave the controller's turn taken.
+// thread can be cancelled, which costs two locked operations each in every program with threads;
+// and nobody wants to be cancelled in the middle of an exchange.
 
 inline ssize_t ReceiveNow(int descriptor, void* area, std::size_t bytes, int flags)
 {

@@ -1,7 +1,7 @@
 # The plot of docs/performance.md, from the figures in `folder`: gnuplot -e "folder='…'; out='…'"
 set terminal svg size 900,380 font "sans-serif,12" background rgb "white"
 set output out
-set key top left reverse Left
+set key bottom right
 set grid ytics linecolor rgb "#dddddd"
 set style line 1 linecolor rgb "#888888" linewidth 2 pointtype 7 pointsize 0.5
 set style line 2 linecolor rgb "#dd8800" linewidth 2 pointtype 7 pointsize 0.5
@@ -22,7 +22,6 @@ set xlabel "µs"
 set ylabel "%"
 set xrange [*:*]
 set yrange [0:100]
-set key bottom right
 plot folder."/spread.dat" using 2:1 with lines linestyle 1 title "raw exchange", \
      "" using 3:1 with lines linestyle 2 title "system calls alone", \
      "" using 4:1 with lines linestyle 3 title "zelQ\\_MoveAbs"

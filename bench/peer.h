@@ -1,34 +1,38 @@
 #pragma once
 
-#include <cstdint>
+#include "system.h"
+
+#include <atomic>
 #include <thread>
-#include <vector>
 
 namespace bench {
-
-using Bytes = std::vector<std::uint8_t>;
 
 /// The cheapest controller there can be: on a thread of its own it receives a request, takes each
 /// frame's id over into a reply of the right size, and sends the replies in one piece.
 class Peer
 {
   public:
-    Peer();
+    /// At 127.0.0.`host`, with so many servo axes; its thread is kept to `processor`.
+    explicit Peer(int host, int axes = 32, int processor = -1);
+    /// Its clients have closed their connections, or are about to.
     ~Peer();
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
 
+    [[nodiscard]] int Host() const { return host_; }
     [[nodiscard]] int Port() const { return port_; }
-    /// The processor to run on; -1: any.
-    void PinTo(int processor) const;
 
   private:
     void Accept();
-    static void Serve(int connection);
+    void Serve(const Socket& connection) const;
+    std::size_t Reply(const std::uint8_t* frame, std::uint8_t* reply) const;
+    [[nodiscard]] std::uint16_t RegisterValue(std::uint16_t address) const;
 
-    int listener_;
-    int port_ = 0;
-    int wake_[2];
+    const int host_;
+    const int axes_;
+    const Socket listener_;
+    const int port_;
+    std::atomic<bool> ending_ = false;
     std::thread thread_;
 };
 
@@ -36,26 +40,18 @@ class Peer
 class RawClient
 {
   public:
-    explicit RawClient(int port);
-    ~RawClient();
-    RawClient(const RawClient&) = delete;
-    RawClient& operator=(const RawClient&) = delete;
+    explicit RawClient(const Peer& peer)
+        : host_(peer.Host()), port_(peer.Port()), socket_(Socket::Connected(host_, port_))
+    {}
 
-    /// Sends the bytes and receives as many as the reply has.
-    void Exchange(const Bytes& request, std::size_t replySize);
+    void ConnectAgain();
+    void Run(const Exchange& exchange);
 
   private:
-    int socket_;
-    Bytes reply_;
+    const int host_;
+    const int port_;
+    Socket socket_;
+    std::array<std::uint8_t, 4096> reply_{};
 };
-
-/// A function-3 frame.
-Bytes ReadFrame(std::uint16_t start, std::uint16_t quantity);
-/// A command frame that writes these registers.
-Bytes CommandFrame(const std::vector<std::uint16_t>& registers);
-/// Size of the reply to a request of one or more frames.
-std::size_t ReplySize(const Bytes& request);
-
-void PinThisThread(int processor);
 
 } // namespace bench

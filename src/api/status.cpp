@@ -93,7 +93,7 @@ template <std::size_t Count>
 void FillBits(unsigned short (&bits)[Count], std::uint32_t word)
 {
     for (std::size_t i = 0; i < Count; ++i) {
-        bits[i] = static_cast<std::uint16_t>(word >> i & 1U);
+        bits[i] = (word & 1U << i) != 0 ? 1 : 0;
     }
 }
 

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <ctime>
 #include <string_view>
 
@@ -16,70 +17,93 @@ namespace {
 
 constexpr std::size_t kLineBytes = 2048; // with the newline and the closing zero
 
-/// Puts text together in a buffer of its user; what does not fit is cut.
-class TextWriter
+/// Where text goes next, and where there is no more room for it; what does not fit is cut. Handed
+/// on by value, it stays in registers: a character that is written could be a part of anything in
+/// memory.
+struct Room
 {
-  public:
-    explicit TextWriter(std::span<char> room) : at_(room.data()), end_(at_ + room.size()) {}
-
-    void Put(char character)
-    {
-        if (at_ != end_) *at_++ = character;
-    }
-
-    void Put(std::string_view text)
-    {
-        for (const char character : text) {
-            Put(character);
-        }
-    }
-
-    void Put(std::int32_t value)
-    {
-        constexpr int kOneDigit = 10;
-        if (value >= 0 && value < kOneDigit) return Put(static_cast<char>('0' + value));
-        std::array<char, 16> digits; // NOLINT(*-member-init): written by to_chars
-        PutUpTo(digits.data(), std::to_chars(digits.begin(), digits.end(), value).ptr);
-    }
-
-    /// As "%g" prints it, but always with a point: the application's locale has no say here.
-    void PutGeneral(double value)
-    {
-        constexpr int kDigits = 6;
-        constexpr double kTooLong = 1e6; // has more digits
-        // Most values are whole, and those are quicker printed as such. The comparison is one that
-        // says nothing to a caller who traps the invalid, whatever the value is.
-        if (std::isless(std::abs(value), kTooLong)) {
-            const auto whole = static_cast<std::int32_t>(value);
-            if (whole == value && (whole != 0 || !std::signbit(value))) return Put(whole);
-        }
-        std::array<char, 32> digits; // NOLINT(*-member-init): written by to_chars
-        PutUpTo(digits.data(), std::to_chars(digits.begin(), digits.end(), value,
-                                             std::chars_format::general, kDigits)
-                                   .ptr);
-    }
-
-    /// As "%3.1f" prints it; three characters are the least that one decimal takes.
-    void PutOneDecimal(double value)
-    {
-        std::array<char, 320> digits; // NOLINT(*-member-init): written by to_chars
-        const auto end =
-            std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed, 1);
-        PutUpTo(digits.data(), end.ptr);
-    }
-
-    /// Where the text ends.
-    [[nodiscard]] char* End() const { return at_; }
-
-  private:
-    void PutUpTo(const char* begin, const char* end)
-    {
-        Put({begin, static_cast<std::size_t>(end - begin)});
-    }
-
-    char* at_;
-    char* end_;
+    char* at;
+    char* end;
 };
+
+Room Put(Room room, char character)
+{
+    if (room.at != room.end) *room.at++ = character;
+    return room;
+}
+
+Room Put(Room room, const char* begin, const char* end)
+{
+    while (begin != end) {
+        room = Put(room, *begin++);
+    }
+    return room;
+}
+
+Room Put(Room room, std::int32_t value)
+{
+    constexpr int kOneDigit = 10;
+    if (value >= 0 && value < kOneDigit) return Put(room, static_cast<char>('0' + value));
+    std::array<char, 16> digits; // NOLINT(*-member-init): written by to_chars
+    return Put(room, digits.data(), std::to_chars(digits.begin(), digits.end(), value).ptr);
+}
+
+/// A number as whole thousandths, hundredths or tenths, or else as a whole one; of six digits at
+/// most.
+struct ShortDecimal
+{
+    std::int32_t digits;
+    std::int32_t scale; ///< 0: it is no such number
+};
+
+/// Most values are such, and those are printed in a fraction of the time. The nearest double to a
+/// number of so few digits prints as that number. The comparisons say nothing to a caller who traps
+/// the invalid, whatever the value is.
+ShortDecimal ToShortDecimal(double size)
+{
+    constexpr double kTooLong = 1e6; // has more digits
+    constexpr double kTooShort = 1e-3;
+    constexpr int kScales[] = {1, 10, 100, 1000};
+    if (size == 0) return {0, 1};
+    if (!std::isgreaterequal(size, kTooShort)) return {0, 0};
+    for (const int scale : kScales) {
+        const double scaled = size * scale;
+        if (!std::isless(scaled, kTooLong)) break;
+        const auto digits = static_cast<std::int32_t>(scaled + 0.5);
+        if (digits / static_cast<double>(scale) == size) return {digits, scale};
+    }
+    return {0, 0};
+}
+
+/// As "%g" prints it, but always with a point: the application's locale has no say here.
+Room PutGeneral(Room room, double value)
+{
+    const ShortDecimal decimal = ToShortDecimal(std::abs(value));
+    if (decimal.scale != 0) {
+        if (std::signbit(value)) room = Put(room, '-');
+        room = Put(room, decimal.digits / decimal.scale);
+        if (decimal.scale == 1) return room;
+        room = Put(room, '.');
+        for (int scale = decimal.scale / 10; scale != 0; scale /= 10) {
+            room = Put(room, static_cast<char>('0' + decimal.digits / scale % 10));
+        }
+        return room;
+    }
+    constexpr int kDigits = 6;
+    std::array<char, 32> digits; // NOLINT(*-member-init): written by to_chars
+    return Put(
+        room, digits.data(),
+        std::to_chars(digits.begin(), digits.end(), value, std::chars_format::general, kDigits)
+            .ptr);
+}
+
+/// As "%3.1f" prints it; three characters are the least that one decimal takes.
+Room PutOneDecimal(Room room, double value)
+{
+    std::array<char, 320> digits; // NOLINT(*-member-init): written by to_chars
+    return Put(room, digits.data(),
+               std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed, 1).ptr);
+}
 
 /// The minute that a stamp was last written in: its number since 1970 in the low bits, its digits
 /// "YYMMDDhhmm" above them, each in four bits; 0: none. One word, so that no thread sees half of
@@ -103,7 +127,7 @@ std::uint64_t MinuteDigits(const std::tm& local)
 }
 
 /// "YYMMDDhhmmss", local time. The system is asked what a minute is called once in the minute.
-void PutStamp(TextWriter& text)
+Room PutStamp(Room room)
 {
     constexpr std::time_t kSeconds = 60;
     constexpr std::uint64_t kMinuteMask = (1U << kMinuteBits) - 1;
@@ -119,60 +143,51 @@ void PutStamp(TextWriter& text)
         second = local.tm_sec;
     }
     for (unsigned bits = 64; bits > kMinuteBits; bits -= kDigitBits) {
-        text.Put(static_cast<char>('0' + (known >> (bits - kDigitBits) & 0x0FU)));
+        room = Put(room, static_cast<char>('0' + (known >> (bits - kDigitBits) & 0x0FU)));
     }
-    text.Put(static_cast<char>('0' + second / 10));
-    text.Put(static_cast<char>('0' + second % 10));
+    room = Put(room, static_cast<char>('0' + second / 10));
+    return Put(room, static_cast<char>('0' + second % 10));
 }
 
-void PutValue(TextWriter& text, char conversion, const TraceValue& value)
+Room PutValue(Room room, char conversion, const TraceValue& value)
 {
     switch (conversion) {
     case 'd':
-        text.Put(value.Integer());
-        break;
+        return Put(room, value.Integer());
     case 'g':
-        text.PutGeneral(value.Real());
-        break;
+        return PutGeneral(room, value.Real());
     case 'f':
-        text.PutOneDecimal(value.Real());
-        break;
+        return PutOneDecimal(room, value.Real());
     default:
-        text.Put(std::string_view(value.Text()));
-        break;
+        return Put(room, value.Text(), value.Text() + std::strlen(value.Text()));
     }
 }
 
-void PutFormatted(TextWriter& text, const char* format, const TraceValue* value)
+Room PutFormatted(Room room, const char* format, const TraceValue* value)
 {
     for (const char* at = format; *at != '\0'; ++at) {
         if (*at != '%') {
-            text.Put(*at);
+            room = Put(room, *at);
             continue;
         }
         do {
             ++at;
         } while (*at == '.' || (*at >= '0' && *at <= '9'));
-        if (*at == '%') {
-            text.Put('%');
-        } else {
-            PutValue(text, *at, *value++);
-        }
+        room = *at == '%' ? Put(room, '%') : PutValue(room, *at, *value++);
     }
+    return room;
 }
 
 } // namespace
 
 void WriteTraceLine(const char* format, std::span<const TraceValue> values)
 {
+    constexpr std::string_view kHead = "TIME=";
     constexpr std::size_t kTextBytes = kLineBytes - 2;
     std::array<char, kLineBytes> line; // NOLINT(*-member-init): written up to the text's end
-    TextWriter text({line.data(), kTextBytes});
-    text.Put("TIME=");
-    PutStamp(text);
-    text.Put(',');
-    PutFormatted(text, format, values.data());
-    char* const end = text.End();
+    Room room{line.data(), line.data() + kTextBytes};
+    room = PutStamp(Put(room, kHead.begin(), kHead.end()));
+    char* const end = PutFormatted(Put(room, ','), format, values.data()).at;
     end[0] = '\n';
     end[1] = '\0';
     platform::DeliverTraceLine(line.data(), static_cast<std::size_t>(end + 1 - line.data()));

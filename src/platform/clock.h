@@ -15,4 +15,15 @@ inline std::chrono::milliseconds Left(Deadline deadline)
     return left.count() > 0 ? left : std::chrono::milliseconds{0};
 }
 
+/// A wait that has begun: when it ends, and how much of it was left at the last look at the clock.
+struct Wait
+{
+    Wait(std::chrono::milliseconds time) : deadline(Clock::now() + time), left(time) {}
+
+    void LookAtClock() { left = Left(deadline); }
+
+    const Deadline deadline;
+    std::chrono::milliseconds left;
+};
+
 } // namespace zelq::platform

@@ -52,9 +52,9 @@ class TcpSocket
     /// What has come so far, without waiting; kBlocked for nothing.
     IoResult ReceivePending(std::span<std::uint8_t> area);
     IoResult Send(std::span<const std::uint8_t> bytes);
-    /// Waits at most `wait` for bytes and receives those that have come by then; kBlocked when it
-    /// was interrupted by a signal.
-    IoResult ReceiveWithin(std::span<std::uint8_t> area, std::chrono::milliseconds wait);
+    /// Waits for bytes, and receives those that have come by then; kBlocked when it was interrupted
+    /// by a signal.
+    IoResult ReceiveWithin(std::span<std::uint8_t> area, const Wait& wait);
     WaitStatus WaitWritable(Deadline deadline);
 
   private:

@@ -123,8 +123,7 @@ int Connection::Receive(const RequestBuffer& request, ReplyPairing& pairing,
                         std::chrono::milliseconds timeOut)
 {
     ReceiveArea area; // NOLINT(*-member-init): filled by receiving
-    std::chrono::milliseconds wait = kReceiveWaits * timeOut;
-    const platform::Deadline deadline = platform::Clock::now() + wait;
+    platform::Wait wait(kReceiveWaits * timeOut);
     std::size_t count = 0;
     while (true) {
         const IoResult got = socket_.ReceiveWithin(std::span(area).subspan(count), wait);
@@ -141,7 +140,7 @@ int Connection::Receive(const RequestBuffer& request, ReplyPairing& pairing,
         if (!settled_) count = DropLate(std::span(area).first(count), pairing.Taken());
         const bool done = pairing.Advance(std::span(area).first(count));
         if (done && count >= kShortestReply) break;
-        wait = platform::Left(deadline);
+        wait.LookAtClock();
     }
     if (count == 0) return kNoReply;
     Settle(request, pairing, std::span(area).first(count));

@@ -46,4 +46,14 @@ inline std::size_t FrameSize(const std::uint8_t* frame)
     return field::kBeforeLength + LoadWire16(frame + field::kLength);
 }
 
+/// A request to read registers has always the same size.
+inline constexpr std::size_t kReadFrameBytes = 12;
+
+/// The size of a request's frame. Most are reads: where the next one starts is known then before
+/// the length has been loaded.
+inline std::size_t RequestFrameSize(const std::uint8_t* frame)
+{
+    return frame[field::kFunction] == kReadRegisters ? kReadFrameBytes : FrameSize(frame);
+}
+
 } // namespace zelq

@@ -79,16 +79,23 @@ class ReplyReader
 
     /// Steps over a command's result register: it is never taken for data.
     void SkipResult() { Skip(2); }
-    [[nodiscard]] bool Read(std::span<std::uint16_t> values)
+    template <std::size_t Count>
+    [[nodiscard]] bool Read(std::array<std::uint16_t, Count>& values)
     {
-        if (bytes_.size() < values.size_bytes()) return false;
-        for (std::size_t i = 0; i < values.size(); ++i) {
+        if (bytes_.size() < sizeof(values)) return false;
+        for (std::size_t i = 0; i < Count; ++i) {
             values[i] = LoadWire16(bytes_.data() + 2 * i);
         }
-        Skip(values.size_bytes());
+        Skip(sizeof(values));
         return true;
     }
-    [[nodiscard]] bool Read(std::uint16_t& value) { return Read(std::span(&value, 1)); }
+    [[nodiscard]] bool Read(std::uint16_t& value)
+    {
+        if (bytes_.size() < sizeof(value)) return false;
+        value = LoadWire16(bytes_.data());
+        Skip(sizeof(value));
+        return true;
+    }
     /// Low word first.
     [[nodiscard]] bool Read(std::uint32_t& value)
     {

@@ -47,9 +47,11 @@ bool ReplyPairing::Advance(std::span<const std::uint8_t> received)
 void ReplyPairing::TakeUsual(std::span<const std::uint8_t> received)
 {
     constexpr std::size_t kRegistersAt = 9; // behind their byte count
-    while (matched_ < frames_ && received.size() - replyOffset_ >= kRegistersAt) {
-        const std::uint8_t* request = &request_[requestOffset_];
-        const std::uint8_t* reply = &received[replyOffset_];
+    const std::uint8_t* request = request_.data() + requestOffset_;
+    const std::uint8_t* reply = received.data() + replyOffset_;
+    const std::uint8_t* const end = received.data() + received.size();
+    std::size_t matched = matched_;
+    while (matched < frames_ && end - reply >= static_cast<std::ptrdiff_t>(kRegistersAt)) {
         const std::size_t bytes = std::size_t{2} * LoadWire16(request + field::kQuantity);
         const bool isRead = request[field::kFunction] == kReadRegisters;
         const bool isCommand = request[field::kFunction] == kReadWriteRegisters;
@@ -57,12 +59,17 @@ void ReplyPairing::TakeUsual(std::span<const std::uint8_t> received)
                            std::memcmp(request, reply, field::kLength) == 0 &&
                            std::memcmp(request + field::kUnit, reply + field::kUnit, 2) == 0 &&
                            FrameSize(reply) == kRegistersAt + bytes && reply[8] == bytes &&
-                           received.size() - replyOffset_ >= kRegistersAt + bytes;
-        if (!usual || (isCommand && LoadWire16(reply + kRegistersAt) != kOk)) return;
-        if (reply_ != nullptr && !reply_->AppendReplyData({reply + kRegistersAt, bytes})) return;
+                           end - reply >= static_cast<std::ptrdiff_t>(kRegistersAt + bytes);
+        if (!usual || (isCommand && LoadWire16(reply + kRegistersAt) != kOk)) break;
+        if (reply_ != nullptr && !reply_->AppendReplyData({reply + kRegistersAt, bytes})) break;
         if (isCommand) result_ = kOk;
-        Matched(kRegistersAt + bytes);
+        request += RequestFrameSize(request);
+        reply += kRegistersAt + bytes;
+        ++matched;
     }
+    matched_ = matched;
+    requestOffset_ = static_cast<std::size_t>(request - request_.data());
+    replyOffset_ = static_cast<std::size_t>(reply - received.data());
 }
 
 int ReplyPairing::Result() const
@@ -154,7 +161,7 @@ void ReplyPairing::Matched(std::size_t replyBytes)
     ++matched_;
     replyOffset_ += replyBytes;
     if (mode_ == PairingMode::kOneReplyEach) {
-        requestOffset_ += FrameSize(&request_[requestOffset_]);
+        requestOffset_ += RequestFrameSize(&request_[requestOffset_]);
     }
 }
 

@@ -46,7 +46,7 @@ void RequestBuffer::Number(std::uint16_t first)
     std::uint8_t* at = bytes_.data();
     for (std::size_t frame = 0; frame < frames_; ++frame) {
         StoreWire16(at + field::kTransactionId, first++);
-        at += FrameSize(at);
+        at += RequestFrameSize(at);
     }
 }
 

@@ -74,7 +74,6 @@ class RequestBuffer
     [[nodiscard]] bool TooLong() const { return overflowed_ || Bytes().size() >= kBufferBytes; }
 
   private:
-    static constexpr std::size_t kReadFrameBytes = 12;
     static constexpr std::size_t kCommandHeaderBytes = 17;
     static constexpr unsigned kMaxReadQuantity = 125;
     static constexpr unsigned kMaxCommandQuantity = 121;

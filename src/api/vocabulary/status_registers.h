@@ -25,7 +25,7 @@ constexpr std::uint16_t ConfigurationCounter(std::uint16_t word)
 template <std::size_t Count>
 struct RegisterBlock
 {
-    std::array<std::uint16_t, Count> words{};
+    std::array<std::uint16_t, Count> words; ///< written by ReadFrom
 
     [[nodiscard]] bool ReadFrom(ReplyReader& reader) { return reader.Read(words); }
 

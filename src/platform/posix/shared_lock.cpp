@@ -121,7 +121,7 @@ LockStatus SharedLock::Wait(std::chrono::milliseconds timeout)
     const LockStatus status = word != nullptr ? Take(*word, place, timeout) : LockStatus::kFailed;
     if (status == LockStatus::kHeld) {
         place.held = word;
-        place.holder = ThreadNumber();
+        place.holder.store(ThreadNumber(), std::memory_order_relaxed);
     }
     if (status == LockStatus::kFailed) --state_.inside;
     return status;
@@ -133,7 +133,7 @@ void SharedLock::Release()
     const std::uint32_t self = ThreadNumber();
     if (place.holder == self) {
         LockWord* const held = place.held;
-        place.holder = 0;
+        place.holder.store(0, std::memory_order_relaxed);
         GiveBack(*held, self);
     }
     --state_.inside;

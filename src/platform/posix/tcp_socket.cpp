@@ -1,14 +1,15 @@
 #include "platform/tcp_socket.h"
 
 #include "platform/posix/poll_time.h"
+#include "platform/posix/socket_calls.h"
 
 #include <arpa/inet.h>
 #include <cerrno>
-#include <fcntl.h>
 #include <mutex>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <new>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -45,8 +46,8 @@ int ConnectTo(int descriptor, const sockaddr_in& address, std::chrono::milliseco
 /// step says that it does not wait.
 bool MakeBlocking(int descriptor)
 {
-    const int flags = fcntl(descriptor, F_GETFL);
-    return flags >= 0 && fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK) == 0;
+    int nonBlocking = 0;
+    return ioctl(descriptor, FIONBIO, &nonBlocking) == 0;
 }
 
 /// What an error comes to. Some mean that the connection is gone; EPIPE is this system's word for
@@ -71,7 +72,7 @@ IoResult Failed(int error)
 
 IoResult Receive(int descriptor, std::span<std::uint8_t> area, int flags)
 {
-    const ssize_t got = recv(descriptor, area.data(), area.size(), flags);
+    const ssize_t got = ReceiveNow(descriptor, area.data(), area.size(), flags);
     if (got < 0) return Failed(errno);
     if (got == 0) return {IoStatus::kClosed, 0};
     return {IoStatus::kDone, static_cast<std::size_t>(got)};
@@ -153,22 +154,21 @@ IoResult TcpSocket::ReceivePending(std::span<std::uint8_t> area)
 IoResult TcpSocket::Send(std::span<const std::uint8_t> bytes)
 {
     const ssize_t sent =
-        send(state_.descriptor.load(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        SendNow(state_.descriptor.load(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent < 0) return Failed(errno);
     return {IoStatus::kDone, static_cast<std::size_t>(sent)};
 }
 
-IoResult TcpSocket::ReceiveWithin(std::span<std::uint8_t> area, std::chrono::milliseconds wait)
+IoResult TcpSocket::ReceiveWithin(std::span<std::uint8_t> area, const Wait& wait)
 {
     const int descriptor = state_.descriptor.load();
     if (descriptor == TcpState::kNone) return {IoStatus::kFailed, 0}; // poll() would wait for it
-    const Deadline deadline = Clock::now() + wait;
-    if (LetReceiveWait(state_, descriptor, wait).count() > 0) {
+    if (LetReceiveWait(state_, descriptor, wait.left).count() > 0) {
         const IoResult received = Receive(descriptor, area, 0);
         // The signal that interrupts it is the caller's to look at before he goes on.
         if (received.status != IoStatus::kBlocked || errno == EINTR) return received;
     }
-    const WaitStatus ready = Poll(descriptor, POLLIN, deadline);
+    const WaitStatus ready = Poll(descriptor, POLLIN, wait.deadline);
     if (ready == WaitStatus::kTimedOut) return {IoStatus::kTimedOut, 0};
     if (ready == WaitStatus::kFailed) return {IoStatus::kFailed, 0};
     return ReceivePending(area);

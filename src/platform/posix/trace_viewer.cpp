@@ -1,12 +1,12 @@
 #include "platform/trace_viewer.h"
 
 #include "platform/posix/debug_output.h"
+#include "platform/posix/socket_calls.h"
 #include "platform/process.h"
 
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
-#include <cstring>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -16,8 +16,9 @@ namespace zelq::platform {
 
 namespace {
 
-/// Name of the abstract datagram socket that a viewer binds.
-constexpr char kViewerName[] = "Quillet";
+/// Address of the abstract datagram socket that a viewer binds.
+constexpr sockaddr_un kViewer = {AF_UNIX, "\0Quillet"};
+constexpr socklen_t kViewerBytes = offsetof(sockaddr_un, sun_path) + sizeof("\0Quillet") - 1;
 
 /// The library's end: one unbound datagram socket for all threads, made for the first line and
 /// closed at unload. One that cannot be made now is tried again for the next line.
@@ -76,11 +77,9 @@ class ViewerSocket
         // Connected, a line costs no look-up. A viewer that has gone is noticed by the send, and
         // looking for one costs less than a send that nobody takes.
         if (SendToConnected(descriptor, line, length)) return true;
-        sockaddr_un viewer{};
-        viewer.sun_family = AF_UNIX;
-        std::memcpy(viewer.sun_path + 1, kViewerName, sizeof(kViewerName) - 1);
-        constexpr socklen_t kSize = offsetof(sockaddr_un, sun_path) + sizeof(kViewerName);
-        connected_ = connect(descriptor, reinterpret_cast<sockaddr*>(&viewer), kSize) == 0;
+        const auto* viewer = reinterpret_cast<const sockaddr*>(&kViewer);
+        if (ConnectNow(descriptor, viewer, kViewerBytes) != 0) return false;
+        connected_ = true;
         return SendToConnected(descriptor, line, length);
     }
 

@@ -226,16 +226,15 @@ IoResult TcpSocket::Send(std::span<const std::uint8_t> bytes)
     return {IoStatus::kDone, static_cast<std::size_t>(sent)};
 }
 
-IoResult TcpSocket::ReceiveWithin(std::span<std::uint8_t> area, std::chrono::milliseconds wait)
+IoResult TcpSocket::ReceiveWithin(std::span<std::uint8_t> area, const Wait& wait)
 {
-    const Deadline deadline = Clock::now() + wait;
     bool closed = false;
     while (true) {
         const IoResult received = ReceivePending(area);
         if (received.status != IoStatus::kBlocked) return received;
         // What came before the close has been taken by now.
         if (closed) return {IoStatus::kClosed, 0};
-        const Turn turn = AwaitChange(state_, deadline);
+        const Turn turn = AwaitChange(state_, wait.deadline);
         if (turn == Turn::kTimedOut) return {IoStatus::kTimedOut, 0};
         if (turn == Turn::kFailed) return {IoStatus::kFailed, 0};
         closed = turn == Turn::kClosed;

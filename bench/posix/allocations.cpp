@@ -1,4 +1,4 @@
-#include "allocations.h"
+#include "posix/allocations.h"
 
 #include <cstddef>
 

@@ -5,13 +5,28 @@ namespace zelq::tool {
 
 class Program;
 
+void AddDiscover(Program& program);
 void AddPing(Program& program);
+void AddInfo(Program& program);
+void AddDoctor(Program& program);
 void AddStatus(Program& program);
+void AddWatch(Program& program);
+void AddIo(Program& program);
+void AddMonitor(Program& program);
+void AddAlarms(Program& program);
+void AddServo(Program& program);
+void AddJog(Program& program);
+void AddMove(Program& program);
+void AddHome(Program& program);
+void AddStop(Program& program);
+void AddSearch(Program& program);
+void AddSpeed(Program& program);
+void AddUnits(Program& program);
 
 /// All of them, in the order of the help.
 inline constexpr void (*kVerbs[])(Program&) = {
-    AddPing,
-    AddStatus,
+    AddDiscover, AddPing, AddInfo, AddDoctor, AddStatus, AddWatch,  AddIo,    AddMonitor, AddAlarms,
+    AddServo,    AddJog,  AddMove, AddHome,   AddStop,   AddSearch, AddSpeed, AddUnits,
 };
 
 } // namespace zelq::tool

@@ -1,62 +1,11 @@
-#include "tools/tool_test.h"
+#include "tools/moving_test.h"
 
 namespace zelq::test {
 
 namespace {
 
-class MoveTest : public ToolTest
-{
-  protected:
-    MoveTest() : ToolTest(SmallMachine()) {}
-
-    /// Between switches that are reached in a moment; quick axes.
-    static lumosim::ServerConfig SmallMachine()
-    {
-        lumosim::ServerConfig config = Config();
-        config.controller.mechanics.positiveLimit = 30'000;
-        config.controller.mechanics.negativeLimit = -30'000;
-        config.controller.mechanics.homeSensor = lumosim::Stretch{-3'000, -2'500};
-        config.controller.mechanics.probe = lumosim::Stretch{4'000, 4'200};
-        return config;
-    }
-
-    void SetUp() override
-    {
-        ToolTest::SetUp();
-        Limit(R"("name": "X")");
-    }
-
-    /// The configuration of axis 0.
-    void Limit(const std::string& axis)
-    {
-        Configure(R"({"targets": {"press": {"network": "127.0.0", "controller": )" +
-                  std::to_string(kNumber) + R"(, "port": )" + std::to_string(server_.Port()) +
-                  R"(, "axes": {"0": {)" + axis + "}}}}}");
-    }
-
-    /// Switches all servos on.
-    void SwitchOn() { ASSERT_EQ(Run("servo on all --yes").exit, 0); }
-
-    std::int32_t PositionOf(int axis)
-    {
-        return WithAxis(axis, [](lumosim::Axis& a) { return a.CommandPosition(); });
-    }
-    bool IsMoving(int axis)
-    {
-        return WithAxis(axis, [](lumosim::Axis& a) { return a.Moving(); });
-    }
-    /// Starts a verb and waits until the axis runs under it.
-    std::unique_ptr<PipedProcess> StartMotion(const std::string& words, int axis)
-    {
-        auto process = Start(words);
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (!IsMoving(axis) && std::chrono::steady_clock::now() < end) {
-            std::this_thread::yield();
-        }
-        EXPECT_TRUE(IsMoving(axis));
-        return process;
-    }
-};
+class MoveTest : public MovingTest
+{};
 
 TEST_F(MoveTest, MovesToPositionsAndByDistances)
 {

@@ -1,0 +1,17 @@
+// The verbs: each stands in a file of its own, and adds itself to the program.
+#pragma once
+
+namespace zelq::tool {
+
+class Program;
+
+void AddPing(Program& program);
+void AddStatus(Program& program);
+
+/// All of them, in the order of the help.
+inline constexpr void (*kVerbs[])(Program&) = {
+    AddPing,
+    AddStatus,
+};
+
+} // namespace zelq::tool

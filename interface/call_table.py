@@ -38,7 +38,7 @@ def layout_checks(record):
 
 
 def to_json(record):
-    yield f"static Json RecordToJson(const {record['name']}& record)\n{{\n    Json json;\n"
+    yield f"template <> Json ToJson(const {record['name']}& record)\n{{\n    Json json;\n"
     for field in record["fields"]:
         if is_reserved(field):
             continue
@@ -73,15 +73,15 @@ def parameter_row(parameter):
 
 def argument(index, parameter):
     kind = "unsigned char" if parameter["type"] == "void" else parameter["type"]
-    return f"frame.{'Pointer' if parameter['pointer'] else 'Value'}<{kind}>({index})"
+    given = "Out" if parameter["direction"] == "out" else "In"
+    return f"frame.{given if parameter['pointer'] else 'Value'}<{kind}>({index})"
 
 
 def call(function):
     arguments = ", ".join(argument(*each) for each in enumerate(function["parameters"]))
     made = f"{function['name']}({arguments})"
-    unused = "" if arguments or function["result"]["kind"] != "none" else "/*frame*/"
     body = f"{made};" if function["result"]["kind"] == "none" else f"frame.Give({made});"
-    return f"[](CallFrame& {unused or 'frame'}) {{ {body} }}"
+    return f"[](CallFrame& frame) {{ {body} }}"
 
 
 def table(functions):
@@ -117,8 +117,6 @@ def main():
         pieces += ["\n"]
     for record in interface["records"]:
         pieces += to_json(record)
-        pieces += [f"template <> Json ToJson(const {record['name']}& value)\n{{\n"
-                   "    return RecordToJson(value);\n}\n\n"]
         if record["name"] in inputs:
             pieces += from_json(record)
     pieces += table(interface["functions"])

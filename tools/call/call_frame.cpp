@@ -1,7 +1,6 @@
 #include "call/call_frame.h"
 
 #include <algorithm>
-#include <cmath>
 #include <string_view>
 
 namespace zelq::tool {
@@ -25,8 +24,8 @@ bool IsBytes(const Parameter& parameter)
 
 const Function* FindFunction(const std::string& name)
 {
-    const auto found = std::find_if(
-        kFunctions.begin(), kFunctions.end(), [&](const Function& function) {
+    const auto found =
+        std::find_if(kFunctions.begin(), kFunctions.end(), [&](const Function& function) {
             const std::string_view full = function.name;
             return full == name || full.substr(kPrefix.size()) == name;
         });
@@ -45,8 +44,8 @@ std::int64_t WholeNumber(const Json& json, std::int64_t least, std::int64_t most
                           ? json.get<std::uint64_t>() <= static_cast<std::uint64_t>(most)
                           : json.is_number_integer() && json.get<std::int64_t>() >= least;
     if (!fits || json.get<std::int64_t>() > most) {
-        FailArgument(where, json.dump() + " is no whole number in " + std::to_string(least) +
-                                ".." + std::to_string(most));
+        FailArgument(where, json.dump() + " is no whole number in " + std::to_string(least) + ".." +
+                                std::to_string(most));
     }
     return json.get<std::int64_t>();
 }

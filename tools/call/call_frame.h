@@ -6,7 +6,9 @@
 #include "frame/json.h"
 #include "zelq.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <initializer_list>
 #include <limits>
@@ -72,7 +74,8 @@ void ExpectFields(const Json& json, std::initializer_list<const char*> names,
                   const std::string& where);
 
 /// A value of C out of JSON. Records that are inputs specialise it.
-template <typename T> T FromJson(const Json& json, const std::string& where)
+template <typename T>
+T FromJson(const Json& json, const std::string& where)
 {
     if constexpr (std::is_floating_point_v<T>) {
         return RealNumber(json, where);
@@ -83,18 +86,21 @@ template <typename T> T FromJson(const Json& json, const std::string& where)
 }
 
 /// JSON of a value of C. Records specialise it.
-template <typename T> Json ToJson(const T& value)
+template <typename T>
+Json ToJson(const T& value)
 {
     return value;
 }
 
 /// By value: a field of a packed record is read before anything refers to it.
-template <typename T> Json ValueToJson(T value)
+template <typename T>
+Json ValueToJson(T value)
 {
     return ToJson(value);
 }
 
-template <typename T> Json EachToJson(const T& values)
+template <typename T>
+Json EachToJson(const T& values)
 {
     Json json = Json::array();
     for (const auto& value : values) {
@@ -109,8 +115,8 @@ class CallFrame
 {
   public:
     /// `arguments` is an object with a field for each parameter that is given. How many elements an
-    /// array has need not be: it follows from the arrays. A Failure for names that the function does
-    /// not have, and for missing inputs.
+    /// array has need not be: it follows from the arrays. A Failure for names that the function
+    /// does not have, and for missing inputs.
     CallFrame(const Function& function, Json arguments);
 
     void Run() { function_.call(*this); }
@@ -119,36 +125,43 @@ class CallFrame
     /// Of a call that has failed, those alone in which something was written.
     [[nodiscard]] Json Outputs(bool succeeded) const;
 
-    template <typename T> T Value(std::size_t index) const
+    template <typename T>
+    T Value(std::size_t index) const
     {
         const Parameter& parameter = function_.parameters[index];
         return FromJson<T>(arguments_[parameter.name], parameter.name);
     }
 
-    template <typename T> T* Pointer(std::size_t index)
+    /// An output alone.
+    template <typename T>
+    T* Out(std::size_t index)
+    {
+        const Parameter& parameter = function_.parameters[index];
+        return IsNull(parameter) ? nullptr : Keep(parameter, Room<T>(parameter));
+    }
+
+    /// An input; it is an output too where its parameter says so.
+    template <typename T>
+    T* In(std::size_t index)
     {
         const Parameter& parameter = function_.parameters[index];
         if (IsNull(parameter)) return nullptr;
-        auto values = std::make_shared<std::vector<T>>(Elements(parameter));
-        if (parameter.direction != Direction::kOut) Fill(parameter, *values);
-        if (parameter.direction != Direction::kIn) {
-            outputs_.push_back({parameter.name, [values, before = *values, &parameter] {
-                                    return OutputOf(parameter, *values, before);
-                                }});
-        }
-        kept_.push_back(values);
-        // Room for one at least: a pointer to nothing would be taken for null.
-        values->reserve(1);
-        return values->data();
+        std::vector<T> values = Room<T>(parameter);
+        Fill(parameter, values);
+        return Keep(parameter, std::move(values));
     }
 
-    template <typename T> void Give(T result) { result_ = result; }
+    template <typename T>
+    void Give(T result)
+    {
+        result_ = result;
+    }
 
   private:
     struct Output
     {
         const char* name;
-        std::function<Json()> read; ///< null when nothing was written
+        std::function<Json()> read; ///< its value, and whether anything was written
     };
 
     /// What was written: bytes that are no longer as they were.
@@ -170,7 +183,31 @@ class CallFrame
         return Json{{"written", written}, {"value", std::move(json)}};
     }
 
-    template <typename T> void Fill(const Parameter& parameter, std::vector<T>& values) const
+    template <typename T>
+    std::vector<T> Room(const Parameter& parameter) const
+    {
+        std::vector<T> values;
+        // For one at least: a pointer to nothing would be taken for null.
+        values.reserve(Elements(parameter) + 1);
+        values.resize(Elements(parameter));
+        return values;
+    }
+
+    template <typename T>
+    T* Keep(const Parameter& parameter, std::vector<T> values)
+    {
+        auto kept = std::make_shared<std::vector<T>>(std::move(values));
+        if (parameter.direction != Direction::kIn) {
+            outputs_.push_back({parameter.name, [kept, before = *kept, &parameter] {
+                                    return OutputOf(parameter, *kept, before);
+                                }});
+        }
+        kept_.push_back(kept);
+        return kept->data();
+    }
+
+    template <typename T>
+    void Fill(const Parameter& parameter, std::vector<T>& values) const
     {
         const Json& given = arguments_[parameter.name];
         if (parameter.length == nullptr && parameter.elements == 0) {
@@ -178,8 +215,7 @@ class CallFrame
             return;
         }
         for (std::size_t i = 0; i < values.size(); ++i) {
-            values[i] =
-                FromJson<T>(given[i], parameter.name + ("[" + std::to_string(i) + "]"));
+            values[i] = FromJson<T>(given[i], parameter.name + ("[" + std::to_string(i) + "]"));
         }
     }
 

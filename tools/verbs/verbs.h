@@ -8,10 +8,16 @@ class Program;
 void AddPing(Program& program);
 void AddStatus(Program& program);
 
+void AddExplain(Program& program);
+void AddCall(Program& program);
+
 /// All of them, in the order of the help.
 inline constexpr void (*kVerbs[])(Program&) = {
     AddPing,
     AddStatus,
+
+    AddExplain,
+    AddCall,
 };
 
 } // namespace zelq::tool

@@ -10,6 +10,8 @@ namespace zelq::tool {
 
 namespace {
 
+constexpr std::string_view kJsonOption = "--json";
+
 constexpr const char* kDescription = "Finds, watches, moves and keeps ZEL Lumo motion controllers.";
 
 constexpr const char* kFooter =
@@ -114,7 +116,7 @@ Program::Program() : root_(kDescription, "zelq")
         ->check(CLI::Range(1, 65535))
         ->type_name("PORT");
     root_.add_option("--config", file_, "the configuration file")->type_name("FILE");
-    root_.add_flag("--json", json_, "write JSON for programs");
+    root_.add_flag(std::string(kJsonOption), json_, "write JSON for programs");
 }
 
 CLI::App& Program::AddVerb(const VerbText& text, Action action)
@@ -156,15 +158,25 @@ int Program::Perform(Context& context)
     }
 }
 
+std::string Program::WrongUsage(const CLI::ParseError& error) const
+{
+    const bool noVerb = root_.get_subcommands().empty() &&
+                        dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
+    if (!noVerb) return error.what();
+    const std::vector<std::string> words = root_.remaining();
+    return (words.empty() ? "a verb is missing" : "\"" + words.front() + "\" is no verb") +
+           "; \"zelq --help\" lists them";
+}
+
 int Program::Run(int argc, char** argv)
 {
     try {
         root_.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) return root_.exit(error);
-        const bool json = std::any_of(
-            argv, argv + argc, [](const char* word) { return word == std::string_view("--json"); });
-        return Report(Output(json), Failure(kUsage, error.what()));
+        const bool json =
+            std::any_of(argv, argv + argc, [](const char* word) { return word == kJsonOption; });
+        return Report(Output(json), Failure(kUsage, WrongUsage(error)));
     }
     CatchInterrupts();
     Context context(options_, file_, json_);

@@ -75,6 +75,7 @@ class Program
   private:
     int Perform(Context& context);
     [[nodiscard]] const Action& Chosen();
+    [[nodiscard]] std::string WrongUsage(const CLI::ParseError& error) const;
 
     CLI::App root_;
     std::map<const CLI::App*, Action> actions_;

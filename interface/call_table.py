@@ -23,7 +23,8 @@ namespace zelq::tool {
 
 
 def literal(text):
-    return "nullptr" if text is None else json.dumps(text, ensure_ascii=False)
+    """A text of C, without the marks by which the manual links names."""
+    return "nullptr" if text is None else json.dumps(text.replace("#ZELQ", "ZELQ"))
 
 
 def is_reserved(field):

@@ -210,7 +210,7 @@ static const ZelqError kZelqErrors[] = {
      "The list of axes was put together wrongly.", "Name each axis once."},
     {NULL, 13, 13, "SIM_EMERGENCY_STOP", "The emergency stop is active.",
      "The emergency-stop input of the drive is on, or its wiring is broken.",
-     "Make the machine safe, release the emergency stop, then switch the servo on."},
+     "Make the machine safe. Release the emergency stop, then switch the servo on."},
     {NULL, 20, 20, "SIM_NO_OVERRIDE", "The running motion takes no such override, or is stopping.",
      "Homing, paths, lists and torque or velocity modes are not overridden; the axis is "
      "braking for a stop or a switch.",

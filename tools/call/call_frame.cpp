@@ -160,10 +160,13 @@ std::size_t CallFrame::Elements(const Parameter& parameter) const
 Json CallFrame::Outputs(bool succeeded) const
 {
     Json outputs = Json::object();
-    for (const Output& output : outputs_) {
-        Json read = output.read();
+    // In the order of the parameters: that in which a compiler evaluates arguments is its own.
+    for (const Parameter& parameter : function_.parameters) {
+        const auto output = outputs_.find(parameter.name);
+        if (output == outputs_.end()) continue;
+        Json read = output->second();
         if (succeeded || read["written"].get<bool>()) {
-            outputs[output.name] = std::move(read["value"]);
+            outputs[parameter.name] = std::move(read["value"]);
         }
     }
     return outputs;

@@ -12,6 +12,7 @@
 #include <functional>
 #include <initializer_list>
 #include <limits>
+#include <map>
 #include <memory>
 #include <span>
 #include <string>
@@ -158,12 +159,6 @@ class CallFrame
     }
 
   private:
-    struct Output
-    {
-        const char* name;
-        std::function<Json()> read; ///< its value, and whether anything was written
-    };
-
     /// What was written: bytes that are no longer as they were.
     template <typename T>
     static Json OutputOf(const Parameter& parameter, const std::vector<T>& values,
@@ -198,9 +193,9 @@ class CallFrame
     {
         auto kept = std::make_shared<std::vector<T>>(std::move(values));
         if (parameter.direction != Direction::kIn) {
-            outputs_.push_back({parameter.name, [kept, before = *kept, &parameter] {
-                                    return OutputOf(parameter, *kept, before);
-                                }});
+            outputs_[parameter.name] = [kept, before = *kept, &parameter] {
+                return OutputOf(parameter, *kept, before);
+            };
         }
         kept_.push_back(kept);
         return kept->data();
@@ -229,7 +224,8 @@ class CallFrame
     const Function& function_;
     Json arguments_;
     Json result_;
-    std::vector<Output> outputs_;
+    /// By their names: what reads the value, and whether anything was written.
+    std::map<std::string, std::function<Json()>> outputs_;
     std::vector<std::shared_ptr<void>> kept_;
 };
 

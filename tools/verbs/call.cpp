@@ -1,11 +1,10 @@
-#include "call/call_frame.h"
+#include "call/call_words.h"
 #include "call/function_text.h"
 #include "frame/program.h"
 #include "frame/system.h"
 #include "verbs/verbs.h"
 #include "zelq_errors.h"
 
-#include <cstring>
 #include <fstream>
 
 namespace zelq::tool {
@@ -39,65 +38,8 @@ struct CallOptions
     bool keepGoing = false;
 };
 
-struct Wish
-{
-    const Function* function;
-    Json arguments = Json::object();
-};
-
-Json ParseValue(const std::string& text, const std::string& where)
-{
-    Json value = Json::parse(text, nullptr, false);
-    if (value.is_discarded()) FailArgument(where, text + " is no JSON");
-    return value;
-}
-
-void AddArgument(Wish& wish, const std::string& word)
-{
-    const auto add = [&](const std::string& name, Json value) {
-        if (wish.arguments.contains(name)) FailArgument(name, "is given twice");
-        wish.arguments[name] = std::move(value);
-    };
-    if (word.front() == '{') {
-        const Json object = ParseValue(word, "arguments");
-        for (const auto& [name, value] : object.items()) {
-            add(name, value);
-        }
-        return;
-    }
-    const std::size_t sign = word.find('=');
-    const std::string name = word.substr(0, sign);
-    add(name, ParseValue(word.substr(sign + 1), name));
-}
-
-const Function& Named(const std::string& name)
-{
-    const Function* function = FindFunction(name);
-    if (function != nullptr) return *function;
-    throw Failure(kUsage, "\"" + name + "\" is no function of the library; see --list");
-}
-
-/// "MoveAbs axis=0 pos=1000 StopDec axis=0" are two calls.
-std::vector<Wish> ParseWishes(const std::vector<std::string>& words)
-{
-    std::vector<Wish> wishes;
-    for (const std::string& word : words) {
-        const bool isArgument =
-            !word.empty() && (word.front() == '{' || word.find('=') != std::string::npos);
-        if (isArgument && wishes.empty()) {
-            throw Failure(kUsage, "\"" + word + "\" stands in front of any function");
-        }
-        if (isArgument) {
-            AddArgument(wishes.back(), word);
-            continue;
-        }
-        wishes.push_back({&Named(word)});
-    }
-    return wishes;
-}
-
 /// [{"function": "zelQ_MoveAbs", "arguments": {"axis": 0, "pos": 1000}}, ...]
-void ReadWishes(const std::string& name, std::vector<Wish>& wishes)
+void ReadCalls(const std::string& name, std::vector<NamedCall>& calls)
 {
     std::ifstream file(name, std::ios::binary);
     if (!file) throw Failure(kUsage, "cannot read " + name);
@@ -109,24 +51,18 @@ void ReadWishes(const std::string& name, std::vector<Wish>& wishes)
         if (!arguments.is_object() || !entry.value("function", Json()).is_string()) {
             throw Failure(kUsage, name + ": " + entry.dump() + " is no call");
         }
-        const Function& function = Named(entry["function"].get<std::string>());
-        wishes.push_back({&function, arguments});
+        const Function& function = NamedFunction(entry["function"].get<std::string>());
+        calls.push_back({&function, arguments});
     }
 }
 
-bool HasNumber(const Function& function)
-{
-    return !function.parameters.empty() &&
-           std::strcmp(function.parameters.front().name, "zelNo") == 0;
-}
-
 /// Fills in which controller is meant, and sees that it is connected.
-void FillNumber(Context& context, Wish& wish)
+void FillNumber(Context& context, NamedCall& call)
 {
-    if (!HasNumber(*wish.function) || wish.arguments.contains("zelNo")) return;
+    if (!HasNumber(*call.function) || call.arguments.contains("zelNo")) return;
     const Target target = context.Meant();
-    wish.arguments["zelNo"] = target.number;
-    if (wish.function->session) {
+    call.arguments["zelNo"] = target.number;
+    if (call.function->session) {
         context.Connected();
     } else {
         zelQ_SetNetPortNum(target.number, target.port);
@@ -161,11 +97,11 @@ bool IsCode(const Function& function, ExitCode exit)
            (function.kind == ResultKind::kCount && exit != kDone);
 }
 
-ExitCode Call(Context& context, Wish& wish, Json& calls)
+ExitCode RunCall(Context& context, NamedCall& call, Json& calls)
 {
-    const Function& function = *wish.function;
-    FillNumber(context, wish);
-    CallFrame frame(function, std::move(wish.arguments));
+    const Function& function = *call.function;
+    FillNumber(context, call);
+    CallFrame frame(function, std::move(call.arguments));
     frame.Run();
     const ExitCode exit = ExitOf(function, frame.Result());
     Json json = {{"function", function.name}, {"result", frame.Result()}};
@@ -190,7 +126,7 @@ ExitCode Call(Context& context, Wish& wish, Json& calls)
     return exit;
 }
 
-void List(Context& context)
+void ListFunctions(Context& context)
 {
     Table table({{"function"}, {"what it does"}});
     Json list = Json::array();
@@ -202,21 +138,21 @@ void List(Context& context)
     context.out.Show(list);
 }
 
-ExitCode Calls(Context& context, const CallOptions& options)
+ExitCode RunCalls(Context& context, const CallOptions& options)
 {
     if (options.list) {
-        List(context);
+        ListFunctions(context);
         return kDone;
     }
-    std::vector<Wish> wishes = ParseWishes(options.words);
-    if (!options.file.empty()) ReadWishes(options.file, wishes);
-    if (wishes.empty()) throw Failure(kUsage, "no function is named; see --list");
+    std::vector<NamedCall> wanted = ParseCalls(options.words);
+    if (!options.file.empty()) ReadCalls(options.file, wanted);
+    if (wanted.empty()) throw Failure(kUsage, "no function is named; see --list");
     Json calls = Json::array();
     ExitCode exit = kDone;
-    for (Wish& wish : wishes) {
+    for (NamedCall& call : wanted) {
         if (Interrupted()) exit = kInterrupted;
         if (exit == kInterrupted || (exit != kDone && !options.keepGoing)) break;
-        const ExitCode called = Call(context, wish, calls);
+        const ExitCode called = RunCall(context, call, calls);
         if (exit == kDone) exit = called;
     }
     context.out.Show(Json{{"calls", calls}});
@@ -230,7 +166,7 @@ void AddCall(Program& program)
     auto options = std::make_shared<CallOptions>();
     CLI::App& app = program.AddVerb(
         {"call", Group::kCall, "call any function of the library by its name", kCallManual},
-        [options](Context& context) { return Calls(context, *options); });
+        [options](Context& context) { return RunCalls(context, *options); });
     app.add_option("words", options->words, "functions, each with its arguments behind it")
         ->type_name("FUNCTION [NAME=VALUE...]");
     app.add_option("--file", options->file,

@@ -74,15 +74,17 @@ TEST_F(SeeTest, TraceReadsWhatOthersHaveKept)
     const std::string file =
         WriteFile("lines", "TIME=260102030405,-2=zelQ_Reset(300,1)\nTIME=260102030405,2=zelQ_"
                            "GetEnumList(127,0,0,1)\nTIME=260102030405,ERROR_REQUEST_TIMED_OUT... "
-                           "ZEL NO:7\nsomething else\n");
+                           "ZEL NO:7\nTIME=260102030405,zelQ_Disconnect(3)\nsomething else\n");
     const std::vector<Json> lines = JsonLines(Run("trace --json --read " + file).output);
-    ASSERT_EQ(lines.size(), 4U);
+    ASSERT_EQ(lines.size(), 5U);
     EXPECT_EQ(lines[0]["name"], "ZELQ_BAD_CONTROLLER_NUMBER");
     EXPECT_FALSE(lines[1]["failed"]); // two controllers were found
     EXPECT_FALSE(lines[1].contains("controller"));
     EXPECT_TRUE(lines[2]["failed"]);
     EXPECT_EQ(lines[2]["controller"], 7);
-    EXPECT_EQ(lines[3]["text"], "something else");
+    EXPECT_EQ(lines[3]["function"], "zelQ_Disconnect");
+    EXPECT_FALSE(lines[3]["failed"]);
+    EXPECT_EQ(lines[4]["text"], "something else");
     Check({
         {"trace --read " + FileName("none"), 2, "cannot read", "", {}},
         {"trace --write " + FileName("no/such/folder"), 2, "cannot write", "", {}},

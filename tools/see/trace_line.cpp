@@ -43,7 +43,7 @@ void ReadCall(std::string_view call, TraceLine& line)
 {
     const std::size_t equals = call.find('=');
     const std::size_t opens = call.find('(');
-    if (opens == std::string_view::npos || equals > opens || call.back() != ')') {
+    if (opens == std::string_view::npos || call.back() != ')') {
         // What a ping tells of its failure, such as "ERROR_REQUEST_TIMED_OUT... ZEL NO:3".
         constexpr std::string_view kNumber = "ZEL NO:";
         const std::size_t number = call.find(kNumber);
@@ -53,8 +53,10 @@ void ReadCall(std::string_view call, TraceLine& line)
         line.failed = call.starts_with("ERROR");
         return;
     }
-    line.result = LeadingNumber(call);
-    line.function = call.substr(equals + 1, opens - equals - 1);
+    // A function without a result is traced without one.
+    const std::size_t name = equals < opens ? equals + 1 : 0;
+    if (equals < opens) line.result = LeadingNumber(call);
+    line.function = call.substr(name, opens - name);
     line.arguments = call.substr(opens + 1, call.size() - opens - 2);
     const Function* function = FindFunction(line.function);
     if (IsForController(function)) line.controller = LeadingNumber(line.arguments);

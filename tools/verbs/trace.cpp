@@ -112,7 +112,7 @@ class TraceView
         } else {
             json["function"] = line.function;
             json["arguments"] = line.arguments;
-            json["result"] = line.result.value_or(0);
+            if (line.result) json["result"] = *line.result;
         }
         if (line.controller) json["controller"] = *line.controller;
         json["failed"] = line.failed;

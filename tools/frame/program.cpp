@@ -123,7 +123,7 @@ CLI::App& Program::AddVerb(const VerbText& text, Action action)
 {
     CLI::App* verb = root_.add_subcommand(text.name, text.summary);
     verb->group(TitleOf(text.group))->footer(text.manual)->fallthrough();
-    actions_[verb] = std::move(action);
+    if (action != nullptr) actions_[verb] = std::move(action);
     return *verb;
 }
 

@@ -1,11 +1,13 @@
 // What the program needs of the system: the terminal, Ctrl-C, folders.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zelq::tool {
 
@@ -58,5 +60,11 @@ std::optional<std::string> ReadLine();
 
 /// Where this user keeps the settings of programs; empty when the system does not tell.
 std::filesystem::path SettingsFolder();
+
+using Octets = std::array<unsigned short, 4>;
+/// Those that reach every host of the networks of this computer, its own among them.
+std::vector<Octets> BroadcastAddresses();
+/// How many TCP connections this computer has to an address such as "192.168.0.3".
+int ConnectionsTo(const std::string& address, int port);
 
 } // namespace zelq::tool

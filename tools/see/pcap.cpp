@@ -19,24 +19,24 @@ constexpr std::uint8_t kSyn = 0x02;
 constexpr std::uint8_t kPush = 0x08;
 constexpr std::uint8_t kAck = 0x10;
 
-using Octets = std::vector<std::uint8_t>;
+using PacketBytes = std::vector<std::uint8_t>;
 
 /// The file's own numbers have their low byte first, those of the network their high one.
-void PutLow(Octets& to, std::uint32_t value, int bytes)
+void PutLow(PacketBytes& to, std::uint32_t value, int bytes)
 {
     for (int i = 0; i < bytes; ++i) {
         to.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
     }
 }
 
-void PutHigh(Octets& to, std::uint32_t value, int bytes)
+void PutHigh(PacketBytes& to, std::uint32_t value, int bytes)
 {
     for (int i = bytes - 1; i >= 0; --i) {
         to.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
     }
 }
 
-void Set16(Octets& in, std::size_t at, std::uint16_t value)
+void Set16(PacketBytes& in, std::size_t at, std::uint16_t value)
 {
     in[at] = static_cast<std::uint8_t>(value >> 8);
     in[at + 1] = static_cast<std::uint8_t>(value);
@@ -52,9 +52,10 @@ std::uint16_t Checksum(std::span<const std::uint8_t> bytes, std::uint32_t sum = 
     return static_cast<std::uint16_t>(~sum);
 }
 
-Octets IpHeader(const Endpoint& from, const Endpoint& to, std::size_t payload, std::uint16_t id)
+PacketBytes IpHeader(const Endpoint& from, const Endpoint& to, std::size_t payload,
+                     std::uint16_t id)
 {
-    Octets header;
+    PacketBytes header;
     PutHigh(header, 0x4500, 2);
     PutHigh(header, static_cast<std::uint32_t>(kIpBytes + payload), 2);
     PutHigh(header, id, 2);
@@ -68,7 +69,7 @@ Octets IpHeader(const Endpoint& from, const Endpoint& to, std::size_t payload, s
 }
 
 /// What TCP takes into its checksum of the IP header.
-std::uint32_t PseudoHeaderSum(const Octets& ip, std::size_t length)
+std::uint32_t PseudoHeaderSum(const PacketBytes& ip, std::size_t length)
 {
     std::uint32_t sum = 6 + static_cast<std::uint32_t>(length);
     for (std::size_t i = 12; i < kIpBytes; i += 2) {
@@ -83,7 +84,7 @@ PcapFile::PcapFile(const std::string& name, std::uint64_t mostBytes)
     : file_(name, std::ios::binary | std::ios::trunc), mostBytes_(mostBytes)
 {
     if (!file_) throw Failure(kUsage, "cannot write " + name);
-    Octets header;
+    PacketBytes header;
     PutLow(header, 0xA1B2C3D4, 4); // times in microseconds
     PutLow(header, 2, 2);
     PutLow(header, 4, 2);
@@ -131,7 +132,7 @@ void PcapFile::Packet(Connection& connection, bool byClient, std::uint8_t flags,
     const std::uint32_t sequence = byClient ? connection.clientNext : connection.serverNext;
     const std::uint32_t seen = byClient ? connection.serverNext : connection.clientNext;
 
-    Octets tcp;
+    PacketBytes tcp;
     PutHigh(tcp, from.port, 2);
     PutHigh(tcp, to.port, 2);
     PutHigh(tcp, sequence, 4);
@@ -140,11 +141,11 @@ void PcapFile::Packet(Connection& connection, bool byClient, std::uint8_t flags,
     PutHigh(tcp, 0xFFFF, 2);
     PutHigh(tcp, 0, 4);
     tcp.insert(tcp.end(), bytes.begin(), bytes.end());
-    const Octets ip = IpHeader(from, to, tcp.size(), static_cast<std::uint16_t>(++packets_));
+    const PacketBytes ip = IpHeader(from, to, tcp.size(), static_cast<std::uint16_t>(++packets_));
     Set16(tcp, 16, Checksum(tcp, PseudoHeaderSum(ip, tcp.size())));
 
     const Microseconds now = Now();
-    Octets header;
+    PacketBytes header;
     PutLow(header, static_cast<std::uint32_t>(now / 1'000'000), 4);
     PutLow(header, static_cast<std::uint32_t>(now % 1'000'000), 4);
     PutLow(header, static_cast<std::uint32_t>(size), 4);

@@ -5,8 +5,23 @@ namespace zelq::tool {
 
 class Program;
 
+void AddDiscover(Program& program);
 void AddPing(Program& program);
+void AddInfo(Program& program);
+void AddDoctor(Program& program);
 void AddStatus(Program& program);
+void AddWatch(Program& program);
+void AddIo(Program& program);
+void AddMonitor(Program& program);
+void AddAlarms(Program& program);
+void AddServo(Program& program);
+void AddJog(Program& program);
+void AddMove(Program& program);
+void AddHome(Program& program);
+void AddStop(Program& program);
+void AddSearch(Program& program);
+void AddSpeed(Program& program);
+void AddUnits(Program& program);
 
 void AddParams(Program& program);
 void AddSequence(Program& program);
@@ -21,10 +36,10 @@ void AddCall(Program& program);
 
 /// All of them, in the order of the help.
 inline constexpr void (*kVerbs[])(Program&) = {
-    AddPing,   AddStatus,
-
-    AddParams, AddSequence, AddFlash,   AddUart,    AddNetwork,
-    AddReset,  AddTrace,    AddCapture, AddExplain, AddCall,
+    AddDiscover, AddPing,   AddInfo,  AddDoctor,  AddStatus,   AddWatch, AddIo,
+    AddMonitor,  AddAlarms, AddServo, AddJog,     AddMove,     AddHome,  AddStop,
+    AddSearch,   AddSpeed,  AddUnits, AddParams,  AddSequence, AddFlash, AddUart,
+    AddNetwork,  AddReset,  AddTrace, AddCapture, AddExplain,  AddCall,
 };
 
 } // namespace zelq::tool

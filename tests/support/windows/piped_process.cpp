@@ -9,7 +9,7 @@ namespace {
 
 constexpr UINT kKillCode = 0xDEAD;
 
-HANDLE Native(NativeProcess::Handle handle)
+HANDLE AsHandle(NativeProcess::Handle handle)
 {
     return reinterpret_cast<HANDLE>(handle);
 }
@@ -32,7 +32,7 @@ struct Pipe
 };
 
 /// As the child's runtime takes a command line apart.
-std::string Quoted(const std::string& word)
+std::string ShellWord(const std::string& word)
 {
     std::string quoted = "\"";
     std::size_t backslashes = 0;
@@ -75,9 +75,9 @@ void NativeProcess::Start(const std::string& program, const std::vector<std::str
     const Pipe in(true);
     const Pipe out(false);
     const Pipe error(false);
-    std::string commandLine = Quoted(program);
+    std::string commandLine = ShellWord(program);
     for (const std::string& argument : arguments) {
-        commandLine += ' ' + Quoted(argument);
+        commandLine += ' ' + ShellWord(argument);
     }
     STARTUPINFOA start{};
     start.cb = sizeof(start);
@@ -103,15 +103,16 @@ void NativeProcess::Start(const std::string& program, const std::vector<std::str
 
 bool NativeProcess::AwaitEnd(int milliseconds) const
 {
-    return WaitForSingleObject(Native(process), static_cast<DWORD>(milliseconds)) == WAIT_OBJECT_0;
+    return WaitForSingleObject(AsHandle(process), static_cast<DWORD>(milliseconds)) ==
+           WAIT_OBJECT_0;
 }
 
 int NativeProcess::Collect()
 {
-    WaitForSingleObject(Native(process), INFINITE);
+    WaitForSingleObject(AsHandle(process), INFINITE);
     DWORD code = kKillCode;
-    GetExitCodeProcess(Native(process), &code);
-    CloseHandle(Native(process));
+    GetExitCodeProcess(AsHandle(process), &code);
+    CloseHandle(AsHandle(process));
     process = 0;
     return code <= 0xFF ? static_cast<int>(code) : kKilled;
 }
@@ -119,32 +120,33 @@ int NativeProcess::Collect()
 void NativeProcess::Interrupt() const
 {
     // A group of its own hears no Ctrl-C; the other key means the same.
-    GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, GetProcessId(Native(process)));
+    GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, GetProcessId(AsHandle(process)));
 }
 
 void NativeProcess::Kill() const
 {
-    TerminateProcess(Native(process), kKillCode);
+    TerminateProcess(AsHandle(process), kKillCode);
 }
 
 std::size_t NativeProcess::Read(Handle stream, char* bytes, std::size_t size)
 {
     DWORD got = 0;
-    return ReadFile(Native(stream), bytes, static_cast<DWORD>(size), &got, nullptr) == FALSE ? 0
-                                                                                             : got;
+    return ReadFile(AsHandle(stream), bytes, static_cast<DWORD>(size), &got, nullptr) == FALSE
+               ? 0
+               : got;
 }
 
 bool NativeProcess::Write(Handle stream, const std::string& text)
 {
     DWORD written = 0;
-    return WriteFile(Native(stream), text.data(), static_cast<DWORD>(text.size()), &written,
+    return WriteFile(AsHandle(stream), text.data(), static_cast<DWORD>(text.size()), &written,
                      nullptr) != FALSE &&
            written == text.size();
 }
 
 void NativeProcess::Close(Handle& stream)
 {
-    if (stream != 0) CloseHandle(Native(stream));
+    if (stream != 0) CloseHandle(AsHandle(stream));
     stream = 0;
 }
 

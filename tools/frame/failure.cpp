@@ -1,6 +1,6 @@
 #include "frame/failure.h"
 
-#include "zelq.h"
+#include "zelq_errors.h"
 
 namespace zelq::tool {
 
@@ -22,8 +22,8 @@ ExitCode ExitCodeOf(int code)
 
 std::string CodeText(int code)
 {
-    return code > 0 ? "the controller refuses with result " + std::to_string(code)
-                    : "the library gives " + std::to_string(code);
+    return std::to_string(code) + " " + ZelqErrorName(nullptr, code) + ": " +
+           ZelqErrorText(nullptr, code);
 }
 
 void Expect(int result, const std::string& what)

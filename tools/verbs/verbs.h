@@ -23,10 +23,23 @@ void AddSearch(Program& program);
 void AddSpeed(Program& program);
 void AddUnits(Program& program);
 
+void AddParams(Program& program);
+void AddSequence(Program& program);
+void AddFlash(Program& program);
+void AddUart(Program& program);
+void AddNetwork(Program& program);
+void AddReset(Program& program);
+void AddTrace(Program& program);
+void AddCapture(Program& program);
+void AddExplain(Program& program);
+void AddCall(Program& program);
+
 /// All of them, in the order of the help.
 inline constexpr void (*kVerbs[])(Program&) = {
-    AddDiscover, AddPing, AddInfo, AddDoctor, AddStatus, AddWatch,  AddIo,    AddMonitor, AddAlarms,
-    AddServo,    AddJog,  AddMove, AddHome,   AddStop,   AddSearch, AddSpeed, AddUnits,
+    AddDiscover, AddPing,   AddInfo,  AddDoctor,  AddStatus,   AddWatch, AddIo,
+    AddMonitor,  AddAlarms, AddServo, AddJog,     AddMove,     AddHome,  AddStop,
+    AddSearch,   AddSpeed,  AddUnits, AddParams,  AddSequence, AddFlash, AddUart,
+    AddNetwork,  AddReset,  AddTrace, AddCapture, AddExplain,  AddCall,
 };
 
 } // namespace zelq::tool

@@ -10,12 +10,12 @@ class MoveTest : public MovingTest
 TEST_F(MoveTest, MovesToPositionsAndByDistances)
 {
     Check({
-        {"move X 100 --yes", 1, "result 4", "/error/code", 4}, // the servo is off
+        {"move X 100 --yes", 1, ": 4 ", "/error/code", 4}, // the servo is off
         {"servo on 0-1,3 --yes", 0, "on ready", "/axes/2/flags/on", true},
         {"move X 100 1 -50 --yes", 0, "100", "/axes/1/commandPosition", -50},
         {"move X -30.4 --by --yes", 0, "70", "/axes/0/commandPosition", 40},
         {"move X 40000 --yes", 1, "limit switch", "", {}},
-        {"move X 40001 --yes", 1, "result 9", "/error/code", 9}, // the switch blocks this way
+        {"move X 40001 --yes", 1, ": 9 ", "/error/code", 9}, // the switch blocks this way
         {"move X --yes", 2, "missing", "", {}},
         {"move X fast --yes", 2, "no position", "", {}},
         {"move X 5 0 6 --yes", 2, "twice", "/error/code", -2003},

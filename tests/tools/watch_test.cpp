@@ -113,12 +113,12 @@ TEST_F(WatchTest, ReadsMonitorsAndAlarms)
     Check({
         {"monitor 1", 0, "-77  pulses", "/monitors/1/raw", -77},
         {"monitor 1 --number 7 --number 0", 0, "325.0", "/monitors/0/unit", "V"},
-        {"monitor 0 --number 99", 1, "result 85", "/error/code", 85},
+        {"monitor 0 --number 99", 1, ": 85 ", "/error/code", 85},
         {"monitor 0 --number 0 --every 10 --count 3", 0, "command position", "", {}},
         {"alarms list 1", 0, "active  10.0", "/alarms/0/active", true},
         {"alarms reset 1", 0, "done", "", {}},
         {"alarms list 1", 0, "over-current", "/alarms/0/active", false},
-        {"alarms reset", 1, "result 80", "/error/code", 80}, // the encoder's lasts
+        {"alarms reset", 1, ": 80 ", "/error/code", 80}, // the encoder's lasts
         {"alarms clear", 0, "done", "", {}},
         {"alarms list 1", 0, "no alarms", "/alarms", Json::array()},
         {"alarms explain 40", 0, "power goes off", "/meaning", "encoder"},

@@ -1,6 +1,7 @@
 #include "frame/program.h"
 
 #include "frame/system.h"
+#include "zelq_errors.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -42,7 +43,10 @@ int Report(const Output& out, const Failure& failure)
 {
     if (out.IsJson()) {
         Json error = {{"message", failure.what()}, {"exit", failure.Exit()}};
-        if (failure.Code() != 0) error["code"] = failure.Code();
+        if (failure.Code() != 0) {
+            error["code"] = failure.Code();
+            error["name"] = ZelqErrorName(nullptr, failure.Code());
+        }
         out.Show(Json{{"error", error}});
     } else {
         PrintError(failure.what());

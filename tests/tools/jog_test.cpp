@@ -70,9 +70,10 @@ TEST_F(JogTest, RunsForATimeWithinTheLimits)
     Limit(R"("name": "X", "maxSpeed": 9999)");
     EXPECT_EQ(Run("jog X --for 500 --yes").exit, 2);
     EXPECT_EQ(PositionOf(0), 700);
-    ASSERT_EQ(Run("servo off X").exit, 0);
     Limit(R"("name": "X")");
-    EXPECT_EQ(Run("jog X --for 500 --yes").exit, 1);
+    EXPECT_THAT(Run("jog X --for 4000 --yes").output, HasSubstr("limit+")); // and no further
+    ASSERT_EQ(Run("servo off X").exit, 0);
+    EXPECT_EQ(Run("jog X --for 500 --direction negative --yes").exit, 1);
 }
 
 TEST_F(JogTest, CtrlCStopsIt)

@@ -52,11 +52,11 @@ TEST_F(MoveTest, LimitsOfTheConfigurationHold)
         {"home 0 --yes", 2, "--speed", "", {}},
         {"home 0 --speed 600 --yes", 2, "allows 500.0 mm/s", "", {}},
         // It is not at home within 100 mm, and is stopped there.
-        {"home 0 --speed 500 --yes", 2, "would go 10", "", {}},
+        {"home 0 --speed 100 --yes", 2, "would go 10", "", {}},
         {"units 0 --per-pulse 1", 2, "has limits", "", {}},
     });
     EXPECT_FALSE(IsMoving(0));
-    EXPECT_NEAR(PositionOf(0), -2000, 500); // and then it has to brake
+    EXPECT_NEAR(PositionOf(0), -1300, 300); // and then it has to brake
 }
 
 TEST_F(MoveTest, HomesAndSearches)
@@ -70,7 +70,7 @@ TEST_F(MoveTest, HomesAndSearches)
         {"search 1 --direction positive --yes", 0, "met the signal at", "", {}},
         {"search 1 --signal home --direction negative --yes --json", 0, "\"found\":", "", {}},
         {"speed 1 --drive 100000", 0, "100000", "", {}},
-        {"search 1 --direction positive --edge off --yes", 1, "limit switch", "", {}},
+        {"search 1 --signal aux --yes", 1, "limit switch", "", {}},
     });
 }
 

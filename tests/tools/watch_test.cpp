@@ -41,7 +41,7 @@ TEST_F(WatchTest, FindsAndDescribesAController)
 TEST_F(WatchTest, DoctorTellsWhatIsWrong)
 {
     Check({{"doctor", 0, "ok  on the servo network: 1 x inputs, 1 x outputs, 4 x servo",
-            "/findings/0/state", "good"}});
+            "/findings/2/state", "good"}});
     EXPECT_GT(Run("doctor --json").AsJson()["roundTripMs"]["p99"], 0.0);
 
     WithAxis(2, [](lumosim::Axis& axis) { axis.RaiseAlarm(lumosim::kFollowingErrorAlarm); });

@@ -25,7 +25,8 @@ in the configuration file, zelq/config.json where your settings are:
                        "maxDistance": 50, "maxSpeed": 20 } } } } }
 
 Axes are written as 0, 2-5, 0,3, all, or by their names. Positions and speeds are in the units of
-the file, else in pulses. The limits hold for every verb that moves.
+the file, else in pulses. The limits hold for jog, move, home, search and speed; programs of the
+controller ("sequence") and single functions ("call") go by them no more than other programs do.
 
 Exit codes: 0 done; 1 the controller refused; 2 usage; 3 no connection; 4 lost on the way;
 130 interrupted (what the verb had set in motion has been stopped).

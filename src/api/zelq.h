@@ -24,6 +24,11 @@
  * command whose second execution does something else than its first, such as a relative move, can
  * be executed twice. Such functions say so.
  *
+ * @section parameters Parameters
+ * What stands in brackets before a parameter's description tells its direction, where it is not an
+ * input alone, and of an array how many elements it has: "[count]" is an input of count elements,
+ * "[out, 19]" an output of 19, "[out]" an output of one.
+ *
  * @section threads Threads
  * Every function may be called from any thread at any time. Calls for one controller take turns,
  * among the threads and among the processes of one user; calls for different controllers run in
@@ -204,11 +209,11 @@ ZELQ_API short ZELQ_CALL zelQ_PingCheck(short zelNo, short ip1, short ip2, short
  * The request is a UDP datagram to port 7000, sent twice since datagrams can get lost; a
  * controller that answers twice is entered once.
  *
- * @param address four octets: one controller's address, or a broadcast address
+ * @param address [4] four octets: one controller's address, or a broadcast address
  * @param unused  not looked at
- * @param entries [out] 22 words for each controller found, in the order of their answers. Words 0
- *                to 18 are those of zelQ_GetDevInfo(); words 19 to 21 are not written. No more than
- *                44 entries are ever made: give room for as many.
+ * @param entries [out, 968] 22 words for each controller found, in the order of their answers.
+ *                Words 0 to 18 are those of zelQ_GetDevInfo(); words 19 to 21 are not written. No
+ *                more than 44 entries are ever made: give room for as many.
  * @return number of entries made, 0 also when the discovery failed on its way;
  * ZELQ_BAD_ARGUMENT(0): address null; #ZELQ_NO_SESSION: the address is none, or there is no socket
  * to be had; ZELQ_BAD_ARGUMENT(2): entries null; #ZELQ_DEVICE_INFO_OUT_OF_RANGE: a controller tells
@@ -231,7 +236,7 @@ ZELQ_API short ZELQ_CALL zelQ_GetEnumList(const unsigned short* address, short u
  * 17 are year, month and day, word 18 is its size code (model number / 4).
  *
  * @param zelNo controller number, 1..254
- * @param info  [out] 19 words
+ * @param info  [out, 19] the words
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
  *         #ZELQ_REPLY_DATA_MISSING; #ZELQ_DEVICE_INFO_OUT_OF_RANGE: the year is outside 2018..2048,
  *         or there is no such day (no trace line is written); exchange codes
@@ -243,7 +248,7 @@ ZELQ_API short ZELQ_CALL zelQ_GetDevInfo(short zelNo, unsigned short* info);
  * Gives the name of a controller type: "Lumo", "Lumo-FPGA", or "" for a type that has none.
  *
  * @param type word 12 of zelQ_GetDevInfo()
- * @param text [out] the name with its closing zero; "" when it does not fit
+ * @param text [out, size] the name with its closing zero; "" when it does not fit
  * @param size bytes that text has room for, the closing zero included
  * @return #ZELQ_OK; ZELQ_BAD_ARGUMENT(1): text null; #ZELQ_OVERFLOW: it does not fit (a size of 0
  *         or less writes nothing)
@@ -254,8 +259,8 @@ ZELQ_API short ZELQ_CALL zelQ_GetDevTypeStr(short type, char* text, short size);
 /**
  * Gives the model name of a controller, such as "ZEL Lumo-32", or "" for a type that has none.
  *
- * @param info words as zelQ_GetDevInfo() fills them
- * @param text [out] the name with its closing zero; "" when it does not fit
+ * @param info [19] words as zelQ_GetDevInfo() fills them
+ * @param text [out, size] the name with its closing zero; "" when it does not fit
  * @param size bytes that text has room for, the closing zero included
  * @return #ZELQ_OK; ZELQ_BAD_ARGUMENT(0), (1): info, text null; #ZELQ_OVERFLOW: it does not fit (a
  *         size of 0 or less writes nothing)
@@ -313,10 +318,10 @@ typedef struct ServoStatus
     unsigned short output2;       /**< offset 46: the drive's digital output 2 */
     unsigned short motionKind;    /**< offset 48: what the axis is doing, 0: nothing */
     unsigned short stopCause;     /**< offset 50: why the last motion ended, 0: at its target */
-    double commandPosition;       /**< offset 52: commanded position */
-    double encoderPosition;       /**< offset 60: position of the encoder */
+    double commandPosition;       /**< offset 52: commanded position, user units */
+    double encoderPosition;       /**< offset 60: position of the encoder, user units */
     double velocity;              /**< offset 68: speed, user units per second */
-    double followingError;        /**< offset 76: commanded less actual position */
+    double followingError;        /**< offset 76: commanded less actual position, user units */
     double torque;                /**< offset 84: torque, percent of the rated one */
     int rawVelocity;              /**< offset 92: speed, pulses per second */
     int rawTorque;                /**< offset 96: torque, 0.1 percent */
@@ -479,12 +484,12 @@ ZELQ_API short ZELQ_CALL zelQ_SpeedWithStopSet(short zelNo, short axis, short pr
  *
  * @param zelNo    controller number, 1..254
  * @param count    number of axes, 1..32
- * @param axes     axis numbers; the controller judges them
- * @param profiles shapes of the profiles
- * @param start    start speeds, user units per second
- * @param acc      accelerations, user units per second squared
- * @param drive    drive speeds, user units per second
- * @param dec      decelerations, user units per second squared
+ * @param axes     [count] axis numbers; the controller judges them
+ * @param profiles [count] shapes of the profiles
+ * @param start    [count] start speeds, user units per second
+ * @param acc      [count] accelerations, user units per second squared
+ * @param drive    [count] drive speeds, user units per second
+ * @param dec      [count] decelerations, user units per second squared
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2), (3), (5): axes, profiles, acc null; (5) also: start null;
  *         (6): dec or drive null; exchange codes
@@ -499,13 +504,13 @@ ZELQ_API short ZELQ_CALL zelQ_mSpeedSet(short zelNo, short count, const unsigned
  *
  * @param zelNo    controller number, 1..254
  * @param count    number of axes, 1..32
- * @param axes     axis numbers; the controller judges them
- * @param profiles shapes of the profiles
- * @param start    start speeds, user units per second
- * @param acc      accelerations, user units per second squared
- * @param drive    drive speeds, user units per second
- * @param dec      decelerations, user units per second squared
- * @param stop     stop speeds, user units per second
+ * @param axes     [count] axis numbers; the controller judges them
+ * @param profiles [count] shapes of the profiles
+ * @param start    [count] start speeds, user units per second
+ * @param acc      [count] accelerations, user units per second squared
+ * @param drive    [count] drive speeds, user units per second
+ * @param dec      [count] decelerations, user units per second squared
+ * @param stop     [count] stop speeds, user units per second
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2), (3), (4), (5), (8): axes, profiles, start, acc, stop null;
  *         (6): dec or drive null; exchange codes
@@ -544,8 +549,8 @@ ZELQ_API short ZELQ_CALL zelQ_SpeedSetDec(short zelNo, unsigned short axis, doub
  *
  * @param zelNo  controller number, 1..254
  * @param count  number of axes, 1..32
- * @param axes   axis numbers; the controller judges them
- * @param values user units per second squared, values[i] for axes[i]
+ * @param axes   [count] axis numbers; the controller judges them
+ * @param values [count] user units per second squared, values[i] for axes[i]
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2), (3): axes, values null; exchange codes
  * @note Threads: any.
@@ -558,8 +563,8 @@ ZELQ_API short ZELQ_CALL zelQ_mSpeedSetAcc(short zelNo, short count, const unsig
  *
  * @param zelNo  controller number, 1..254
  * @param count  number of axes, 1..32
- * @param axes   axis numbers; the controller judges them
- * @param values user units per second squared, values[i] for axes[i]
+ * @param axes   [count] axis numbers; the controller judges them
+ * @param values [count] user units per second squared, values[i] for axes[i]
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2), (3): axes, values null; exchange codes
  * @note Threads: any.
@@ -594,7 +599,7 @@ ZELQ_API short ZELQ_CALL zelQ_ServoReset(short zelNo, unsigned short axis);
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
+ * @param axes  [count] axis numbers; the controller judges them
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
  * @note Threads: any.
@@ -630,7 +635,7 @@ ZELQ_API short ZELQ_CALL zelQ_ServoOn(short zelNo, unsigned short axis, unsigned
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
+ * @param axes  [count] axis numbers; the controller judges them
  * @param on    1: on, 0: off; sent as given
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2): axes null; exchange codes
@@ -644,7 +649,7 @@ ZELQ_API short ZELQ_CALL zelQ_mServoOn(short zelNo, short count, const short* ax
  * are on. It is sent to the controller, and is the call's receive time-out too.
  *
  * @param zelNo        controller number, 1..254
- * @param milliseconds kept as an unsigned 16-bit number; 5000 at start
+ * @param milliseconds milliseconds, kept as an unsigned 16-bit number; 5000 at start
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION
  * @note Threads: any; sends nothing.
  */
@@ -654,7 +659,7 @@ ZELQ_API short ZELQ_CALL zelQ_ServoOnAfterActChkTMOSet(short zelNo, short millis
  * Reads the time-out of zelQ_ServoOnAfterActChkTMOSet().
  *
  * @param zelNo        controller number, 1..254
- * @param milliseconds [out] may be null
+ * @param milliseconds [out] milliseconds; may be null
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION
  * @note Threads: any; sends nothing.
  */
@@ -681,7 +686,7 @@ ZELQ_API short ZELQ_CALL zelQ_MoveVel(short zelNo, unsigned short axis, unsigned
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
+ * @param axes  [count] axis numbers; the controller judges them
  * @param dir   direction, 0 or 1
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2): dir above 1, or axes null; exchange codes
@@ -721,8 +726,8 @@ ZELQ_API short ZELQ_CALL zelQ_MoveRel(short zelNo, unsigned short axis, double d
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
- * @param pos   targets, user units of each axis
+ * @param axes  [count] axis numbers; the controller judges them
+ * @param pos   [count] targets, user units of each axis
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2), (3): axes, pos null; exchange codes
  * @note Threads: any.
@@ -738,8 +743,8 @@ ZELQ_API short ZELQ_CALL zelQ_mMoveAbs(short zelNo, short count, const short* ax
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
- * @param dist  signed distances, user units of each axis
+ * @param axes  [count] axis numbers; the controller judges them
+ * @param dist  [count] signed distances, user units of each axis
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2), (3): axes, dist null; exchange codes
  * @note Threads: any.
@@ -802,9 +807,9 @@ ZELQ_API short ZELQ_CALL zelQ_SearchGetStatus(short zelNo, unsigned short axis, 
  * @param zelNo controller number, 1..254
  * @param count number of axes; not checked, but one exchange reads 42 at most: more give
  *              #ZELQ_REPLY_MISMATCH, and more than 118 are not even sent
- * @param axes  axis numbers; the controller judges them
- * @param out   [out] count records, out[i] of axes[i]; written one by one, those before a missing
- *              value stay written
+ * @param axes  [count] axis numbers; the controller judges them
+ * @param out   [out, count] out[i] of axes[i]; written one by one, those before a missing value
+ *              stay written
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2), (3):
  *         axes, out null; #ZELQ_REPLY_DATA_MISSING; exchange codes
  * @note Threads: any.
@@ -833,8 +838,8 @@ ZELQ_API short ZELQ_CALL zelQ_OverrideDriveSpeed(short zelNo, unsigned short axi
  *
  * @param zelNo  controller number, 1..254
  * @param count  number of axes, 1..32
- * @param axes   axis numbers; the controller judges them
- * @param speeds new drive speeds, user units per second, speeds[i] for axes[i]
+ * @param axes   [count] axis numbers; the controller judges them
+ * @param speeds [count] new drive speeds, user units per second, speeds[i] for axes[i]
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2), (3): axes, speeds null; exchange codes
  * @note Threads: any.
@@ -864,10 +869,10 @@ ZELQ_API short ZELQ_CALL zelQ_OverrideSpeed(short zelNo, unsigned short axis, do
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
- * @param val1  accelerations, user units per second squared, val1[i] for axes[i]
- * @param val2  drive speeds, user units per second
- * @param val3  decelerations, user units per second squared
+ * @param axes  [count] axis numbers; the controller judges them
+ * @param val1  [count] accelerations, user units per second squared, val1[i] for axes[i]
+ * @param val2  [count] drive speeds, user units per second
+ * @param val3  [count] decelerations, user units per second squared
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
  *         outside 1..32; (2), (3), (4), (5): axes, val1, val2, val3 null; exchange codes
  * @note Traced as "zelQ_mSetSpeed". Threads: any.
@@ -893,8 +898,8 @@ ZELQ_API short ZELQ_CALL zelQ_OverrideAbs(short zelNo, unsigned short axis, doub
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
- * @param pos   new absolute targets, user units, pos[i] for axes[i]
+ * @param axes  [count] axis numbers; the controller judges them
+ * @param pos   [count] new absolute targets, user units, pos[i] for axes[i]
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
  *         outside 1..32; (2), (3): axes, pos null; exchange codes
  * @note Threads: any.
@@ -928,7 +933,7 @@ ZELQ_API short ZELQ_CALL zelQ_StopSudden(short zelNo, unsigned short axis);
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
+ * @param axes  [count] axis numbers; the controller judges them
  * @param mode  0: at once, 1: with deceleration
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
  *         outside 1..32; (2): mode above 1, or axes null; exchange codes
@@ -977,9 +982,9 @@ ZELQ_API short ZELQ_CALL zelQ_CT_SetTorque(short zelNo, unsigned short axis, dou
  *
  * @param zelNo   controller number, 1..254
  * @param count   number of axes, 1..32
- * @param axes    axis numbers, 0..31
- * @param torques percent of the rated torque, 0.0..500.0, torques[i] for axes[i]
- * @param limits  as limit there, not checked
+ * @param axes    [count] axis numbers, 0..31
+ * @param torques [count] percent of the rated torque, 0.0..500.0, torques[i] for axes[i]
+ * @param limits  [count] as limit in zelQ_CT_SetTorque(), not checked
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
  *         outside 1..32; (2), (3): an axis, a torque out of range, whichever comes first in the
  *         lists; (2), (3), (4): axes, torques, limits null; exchange codes
@@ -1011,11 +1016,11 @@ ZELQ_API short ZELQ_CALL zelQ_CV_SetVelocity(short zelNo, unsigned short axis, d
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32, of which one exchange carries 13: more give
  *              #ZELQ_REPLY_MISMATCH, and nothing is sent
- * @param axes  axis numbers, 0..31
- * @param val1  velocities, user units per second, val1[i] for axes[i]
- * @param val2  accelerations, user units per second squared
- * @param val3  decelerations, user units per second squared
- * @param words shapes of the ramps
+ * @param axes  [count] axis numbers, 0..31
+ * @param val1  [count] velocities, user units per second, val1[i] for axes[i]
+ * @param val2  [count] accelerations, user units per second squared
+ * @param val3  [count] decelerations, user units per second squared
+ * @param words [count] shapes of the ramps
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
  *         outside 1..32; (2): an axis out of range; (2), (3), (4), (5), (6): axes, val1, val2,
  *         val3, words null; exchange codes
@@ -1045,9 +1050,9 @@ ZELQ_API short ZELQ_CALL zelQ_PP_SetTPosSpeed(short zelNo, unsigned short axis, 
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32, of which one exchange carries 23: more give
  *              #ZELQ_REPLY_MISMATCH, and nothing is sent
- * @param axes  axis numbers; the controller judges them
- * @param pos   absolute targets, user units, pos[i] for axes[i]
- * @param speed user units per second, speed[i] for axes[i]
+ * @param axes  [count] axis numbers; the controller judges them
+ * @param pos   [count] absolute targets, user units, pos[i] for axes[i]
+ * @param speed [count] user units per second, speed[i] for axes[i]
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
  *         outside 1..32; (2), (3), (4): axes, pos, speed null; exchange codes
  * @note Traced as "zelQ_mPPSetTPosSpeed". Threads: any.
@@ -1075,8 +1080,8 @@ ZELQ_API short ZELQ_CALL zelQ_CmdEncPosSet(short zelNo, unsigned short axis, dou
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
- * @param pos   user units, pos[i] for axes[i]
+ * @param axes  [count] axis numbers; the controller judges them
+ * @param pos   [count] user units, pos[i] for axes[i]
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
  *         outside 1..32; (2), (3): axes, pos null; exchange codes
  * @note Threads: any.
@@ -1100,7 +1105,7 @@ ZELQ_API short ZELQ_CALL zelQ_EncToCmdPos(short zelNo, unsigned short axis);
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
+ * @param axes  [count] axis numbers; the controller judges them
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
  *         outside 1..32; (2): null; exchange codes
  * @note Threads: any.
@@ -1123,7 +1128,7 @@ ZELQ_API short ZELQ_CALL zelQ_AbsEncMultiTurnClear(short zelNo, unsigned short a
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
+ * @param axes  [count] axis numbers; the controller judges them
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
  *         outside 1..32; (2): null; exchange codes
  * @note Threads: any.
@@ -1237,9 +1242,9 @@ ZELQ_API short ZELQ_CALL zelQ_HomeMoveStopper(short zelNo, unsigned short axis, 
  * @param axis    0..31
  * @param profile shape of the speed profile in all phases, 0 or 1
  * @param s0      drive speed of the first phase, user units per second
- * @param s1      of the second
- * @param s2      of the third
- * @param s3      of the fourth
+ * @param s1      drive speed of the second phase, user units per second
+ * @param s2      drive speed of the third phase, user units per second
+ * @param s3      drive speed of the fourth phase, user units per second
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
  *         ZELQ_BAD_ARGUMENT(2): profile above 1; exchange codes
  * @note Threads: any.
@@ -1257,9 +1262,9 @@ ZELQ_API short ZELQ_CALL zelQ_HomeSetDriveSpeed(short zelNo, unsigned short axis
  * @param profile  shape of the speed profile in all phases, 0 or 1
  * @param start    start speed of all phases, user units per second
  * @param s0       drive speed of the first phase, user units per second
- * @param s1       of the second
- * @param s2       of the third
- * @param s3       of the fourth
+ * @param s1       drive speed of the second phase, user units per second
+ * @param s2       drive speed of the third phase, user units per second
+ * @param s3       drive speed of the fourth phase, user units per second
  * @param accRatio acceleration and deceleration of a phase, by its drive speed, 1/s
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
  *         ZELQ_BAD_ARGUMENT(2): profile above 1; exchange codes
@@ -1321,7 +1326,7 @@ ZELQ_API short ZELQ_CALL zelQ_HomeDoneCancel(short zelNo, unsigned short axis);
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
+ * @param axes  [count] axis numbers; the controller judges them
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
  * @note Threads: any.
@@ -1340,7 +1345,7 @@ ZELQ_API short ZELQ_CALL zelQ_mHomeDoneCancel(short zelNo, short count, const un
  * @param zelNo     controller number, 1..254
  * @param mapIndex  map, 0..15
  * @param axisCount number of axes, 1..16
- * @param axes      axis numbers; the controller judges them
+ * @param axes      [axisCount] axis numbers; the controller judges them
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
  *         mapIndex, axisCount out of range; ZELQ_BAD_ARGUMENT(3): axes null; exchange codes
  * @note The library remembers the map as it was set last with success by this process: an
@@ -1368,8 +1373,8 @@ ZELQ_API short ZELQ_CALL zelQ_IMapClear(short zelNo, short mapIndex);
  *
  * @param zelNo    controller number, 1..254
  * @param mapIndex map, 0..15
- * @param mapOut   [out] 18 elements: element 0 is the number of axes, elements 2 and on are their
- *                 numbers, 16 at most; element 1 and those behind the last axis are not written
+ * @param mapOut   [out, 18] element 0 is the number of axes, elements 2 and on are their numbers,
+ *                 16 at most; element 1 and those behind the last axis are not written
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): mapIndex
  *         out of range; ZELQ_BAD_ARGUMENT(2): mapOut null; #ZELQ_REPLY_DATA_MISSING; exchange codes
  * @note Threads: any.
@@ -1411,7 +1416,7 @@ typedef struct InterpSpeedProfile
  * @param option    0: position holds targets; 1: distances from where the move begins
  * @param axisCount number of coordinates, 1 up to the map's number of axes; the map's other axes
  *                  stay where they are
- * @param position  coordinates, position[i] in user units of the map's axis i
+ * @param position  [axisCount] coordinates, position[i] in user units of the map's axis i
  * @param speed     [in, out] speeds along the path; may be changed (InterpSpeedProfile), also by a
  *                  call that is refused for its map or axisCount
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
@@ -1435,7 +1440,7 @@ ZELQ_API short ZELQ_CALL zelQ_ILinear(short zelNo, short mapIndex, unsigned shor
  * @param mapIndex  map, 0..15; it needs at least 2 axes
  * @param option    0: position holds targets; 1: distances from where the move begins
  * @param axisCount number of coordinates, 1 up to the map's number of axes
- * @param position  coordinates, position[i] in user units of the map's axis i
+ * @param position  [axisCount] coordinates, position[i] in user units of the map's axis i
  * @param speed     [in, out] speeds along the path; may be changed (InterpSpeedProfile), also by a
  *                  call that is refused for its map or axisCount
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
@@ -1461,7 +1466,7 @@ ZELQ_API short ZELQ_CALL zelQ_ILinearWithUAxis(short zelNo, short mapIndex, unsi
  * @param zelNo    controller number, 1..254
  * @param mapIndex map, 0..15; it needs at least 2 axes
  * @param option   0: points are positions; 1: distances from where the motion begins
- * @param center   two coordinates of the centre, user units of the map's axes 0 and 1
+ * @param center   [2] two coordinates of the centre, user units of the map's axes 0 and 1
  * @param angle    degrees, positive counter-clockwise (from axis 0 to axis 1), above 360 for more
  *                 than one turn; sent in units of 0.0001 degrees
  * @param speed    [in, out] speeds along the path; may be changed (InterpSpeedProfile), also by a
@@ -1484,8 +1489,8 @@ ZELQ_API short ZELQ_CALL zelQ_IArc(short zelNo, short mapIndex, unsigned short o
  * @param zelNo     controller number, 1..254
  * @param mapIndex  map, 0..15; it needs at least 2 axes
  * @param option    0: points are positions; 1: distances from where the motion begins
- * @param center    two coordinates of the centre, user units of the map's axes 0 and 1
- * @param end       two coordinates of the end, user units of the map's axes 0 and 1
+ * @param center    [2] two coordinates of the centre, user units of the map's axes 0 and 1
+ * @param end       [2] two coordinates of the end, user units of the map's axes 0 and 1
  * @param direction 0: counter-clockwise; 1: clockwise; the controller judges it
  * @param speed     [in, out] speeds along the path; may be changed (InterpSpeedProfile)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
@@ -1506,9 +1511,9 @@ ZELQ_API short ZELQ_CALL zelQ_IArcCE(short zelNo, short mapIndex, unsigned short
  * @param zelNo    controller number, 1..254
  * @param mapIndex map, 0..15; it needs at least 2 axes
  * @param option   0: points are positions; 1: distances from where the motion begins
- * @param pass     two coordinates of a point that the arc passes, user units of the map's axes 0
- *                 and 1
- * @param end      two coordinates of the end, user units of the map's axes 0 and 1
+ * @param pass     [2] two coordinates of a point that the arc passes, user units of the map's axes
+ *                 0 and 1
+ * @param end      [2] two coordinates of the end, user units of the map's axes 0 and 1
  * @param speed    [in, out] speeds along the path; may be changed (InterpSpeedProfile)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
  *         mapIndex, option out of range; #ZELQ_TOO_FEW_MAP_AXES; ZELQ_BAD_ARGUMENT(3), (4), (5):
@@ -1530,7 +1535,7 @@ ZELQ_API short ZELQ_CALL zelQ_IArcPE(short zelNo, short mapIndex, unsigned short
  * @param radius    user units of the map's axis 0
  * @param arcSelect 0: the short arc; 1: the long one
  * @param option    0: points are positions; 1: distances from where the motion begins
- * @param end       two coordinates of the end, user units of the map's axes 0 and 1
+ * @param end       [2] two coordinates of the end, user units of the map's axes 0 and 1
  * @param direction 0: counter-clockwise; 1: clockwise; the controller judges it
  * @param speed     [in, out] speeds along the path; may be changed (InterpSpeedProfile)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (3), (4):
@@ -1552,7 +1557,7 @@ ZELQ_API short ZELQ_CALL zelQ_IArcRE(short zelNo, short mapIndex, double radius,
  * @param mapIndex      map, 0..15; it needs at least 3 axes
  * @param option        0: points and height are positions; 1: distances from where the motion
  *                      begins
- * @param center        two coordinates of the centre, user units of the map's axes 0 and 1
+ * @param center        [2] two coordinates of the centre, user units of the map's axes 0 and 1
  * @param angle         degrees, positive counter-clockwise (from axis 0 to axis 1), above 360 for
  *                      more than one turn; sent in units of 0.0001 degrees
  * @param helicalOption 0: the speeds are those in the plane; 1: those along the helix; it stands
@@ -1580,8 +1585,8 @@ ZELQ_API short ZELQ_CALL zelQ_IHelical(short zelNo, short mapIndex, unsigned sho
  * @param mapIndex      map, 0..15; it needs at least 3 axes
  * @param option        0: points and height are positions; 1: distances from where the motion
  *                      begins
- * @param center        two coordinates of the centre, user units of the map's axes 0 and 1
- * @param end           two coordinates of the end, user units of the map's axes 0 and 1
+ * @param center        [2] two coordinates of the centre, user units of the map's axes 0 and 1
+ * @param end           [2] two coordinates of the end, user units of the map's axes 0 and 1
  * @param helicalOption 0: the speeds are those in the plane; 1: those along the helix; it stands
  *                      above the profile's shape in one register, not checked
  * @param height        user units of the map's axis 2
@@ -1608,9 +1613,9 @@ ZELQ_API short ZELQ_CALL zelQ_IHelicalCE(short zelNo, short mapIndex, unsigned s
  * @param mapIndex      map, 0..15; it needs at least 3 axes
  * @param option        0: points and height are positions; 1: distances from where the motion
  *                      begins
- * @param pass          two coordinates of a point that the arc passes, user units of the map's axes
- *                      0 and 1
- * @param end           two coordinates of the end, user units of the map's axes 0 and 1
+ * @param pass          [2] two coordinates of a point that the arc passes, user units of the map's
+ *                      axes 0 and 1
+ * @param end           [2] two coordinates of the end, user units of the map's axes 0 and 1
  * @param helicalOption 0: the speeds are those in the plane; 1: those along the helix; it stands
  *                      above the profile's shape in one register, not checked
  * @param height        user units of the map's axis 2
@@ -1637,7 +1642,7 @@ ZELQ_API short ZELQ_CALL zelQ_IHelicalPE(short zelNo, short mapIndex, unsigned s
  * @param arcSelect     0: the short arc; 1: the long one; the controller judges it
  * @param option        0: points and height are positions; 1: distances from where the motion
  *                      begins
- * @param end           two coordinates of the end, user units of the map's axes 0 and 1
+ * @param end           [2] two coordinates of the end, user units of the map's axes 0 and 1
  * @param helicalOption 0: the speeds are those in the plane; 1: those along the helix; it stands
  *                      above the profile's shape in one register, not checked
  * @param height        user units of the map's axis 2
@@ -1686,8 +1691,7 @@ ZELQ_API short ZELQ_CALL zelQ_CP_PreRegUseGet(unsigned short zelNo, unsigned sho
  * when nothing waits behind the running segment; none while the pre-registers are not in use.
  *
  * @param zelNo  controller number, 1..254
- * @param remain [out] 16 elements, one a map; with #ZELQ_REPLY_DATA_MISSING those that came are
- *               written
+ * @param remain [out, 16] one a map; with #ZELQ_REPLY_DATA_MISSING those that came are written
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): remain
  *         null; #ZELQ_REPLY_DATA_MISSING; exchange codes
  * @note Threads: any.
@@ -1846,7 +1850,7 @@ ZELQ_API short ZELQ_CALL zelQ_SeqResume(short zelNo, unsigned short seq);
  * @param zelNo    controller number, 1..254
  * @param waitMode the controller's code, such as for all of the axes or any of them; sent as given
  * @param count    number of axes, 1..32
- * @param axes     axis numbers; the controller judges them
+ * @param axes     [count] axis numbers; the controller judges them
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(3): axes null; exchange codes
  * @note Goes to the program that has the focus. Threads: any.
@@ -1863,7 +1867,7 @@ ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitMovDone(short zelNo, short waitMode, sh
  * @param zelNo    controller number, 1..254
  * @param waitMode the controller's code, 1..3
  * @param count    number of items, 1..32
- * @param items    pre-registers; the controller judges them
+ * @param items    [count] pre-registers; the controller judges them
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): waitMode
  *         outside 1..3; #ZELQ_BAD_AXIS_COUNT; ZELQ_BAD_ARGUMENT(3): items null; exchange codes
  * @note Goes to the program that has the focus. Threads: any.
@@ -2044,13 +2048,13 @@ ZELQ_API short ZELQ_CALL zelQ_LmSetCfg(short zelNo, unsigned short axis, unsigne
  * @param zelNo     controller number, 1..254
  * @param axis      0..31
  * @param nodeCount number of nodes, 1..50
- * @param nodeA     first values, in user units
- * @param nodeB     second values, in user units
- * @param nodeC     third values, in user units
- * @param nodeD     fourth values, in user units
- * @param nodeE     fifth values, in user units
- * @param nodeF     first codes, sent as given
- * @param nodeG     second codes, sent as given
+ * @param nodeA     [nodeCount] first values, in user units
+ * @param nodeB     [nodeCount] second values, in user units
+ * @param nodeC     [nodeCount] third values, in user units
+ * @param nodeD     [nodeCount] fourth values, in user units
+ * @param nodeE     [nodeCount] fifth values, in user units
+ * @param nodeF     [nodeCount] first codes, sent as given
+ * @param nodeG     [nodeCount] second codes, sent as given
  * @param reply1    [out] the controller's first reply word
  * @param reply2    [out] the controller's second reply word
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
@@ -2114,8 +2118,8 @@ ZELQ_API short ZELQ_CALL zelQ_LmGetStatus(short zelNo, short axis, LmStatus* sta
  * writes no trace line.
  *
  * @param zelNo  controller number, 1..254
- * @param status [out] array of 32 records, by axis number, written on success: whole ones for the
- *               servo axes; of all others only the axis, 0xFFFF
+ * @param status [out, 32] records by axis number, written on success: whole ones for the servo
+ *               axes; of all others only the axis, 0xFFFF
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
  *         -2001 (the number of #ZELQ_CONFIGURATION_CHANGED): the controller has no servo axis,
  *         nothing was sent; #ZELQ_REPLY_DATA_MISSING; exchange codes
@@ -2169,13 +2173,13 @@ ZELQ_API short ZELQ_CALL zelQ_TorqueLimitSet(unsigned short zelNo, unsigned shor
  *
  * @param zelNo     controller number, 1..254
  * @param count     number of axes, 1..32
- * @param axes      axis numbers; the controller judges them
- * @param trqLimit1 as in zelQ_TorqueLimitSet()
- * @param trqLimit2 as in zelQ_TorqueLimitSet()
- * @param trqParam3 as in zelQ_TorqueLimitSet()
- * @param trqCodeHi as in zelQ_TorqueLimitSet(); only the low 8 bits are sent
- * @param trqCodeLo as in zelQ_TorqueLimitSet(); only the low 8 bits are sent
- * @param trqValue  as in zelQ_TorqueLimitSet()
+ * @param axes      [count] axis numbers; the controller judges them
+ * @param trqLimit1 [count] as in zelQ_TorqueLimitSet()
+ * @param trqLimit2 [count] as in zelQ_TorqueLimitSet()
+ * @param trqParam3 [count] as in zelQ_TorqueLimitSet()
+ * @param trqCodeHi [count] as in zelQ_TorqueLimitSet(); only the low 8 bits are sent
+ * @param trqCodeLo [count] as in zelQ_TorqueLimitSet(); only the low 8 bits are sent
+ * @param trqValue  [count] as in zelQ_TorqueLimitSet()
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2)..(8): axes..trqValue null; exchange codes
  * @note Threads: any.
@@ -2204,8 +2208,8 @@ ZELQ_API short ZELQ_CALL zelQ_TorqueLimitFree(short zelNo, unsigned short axis,
  *
  * @param zelNo  controller number, 1..254
  * @param count  number of axes, 1..32
- * @param axes   axis numbers; the controller judges them
- * @param values trqValue of each axis
+ * @param axes   [count] axis numbers; the controller judges them
+ * @param values [count] trqValue of each axis
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2), (3): axes, values null; exchange codes
  * @note Threads: any.
@@ -2270,11 +2274,11 @@ ZELQ_API short ZELQ_CALL zelQ_SwLimitGet(short zelNo, unsigned short axis, unsig
  *
  * @param zelNo   controller number, 1..254
  * @param count   number of axes, 1..32
- * @param axes    servo axes of the controller, each once
- * @param slMode1 [out] as in zelQ_SwLimitGet(), count elements
- * @param slPos1  [out] count elements
- * @param slMode2 [out] count elements
- * @param slPos2  [out] count elements
+ * @param axes    [count] servo axes of the controller, each once
+ * @param slMode1 [out, count] as in zelQ_SwLimitGet()
+ * @param slPos1  [out, count] as in zelQ_SwLimitGet()
+ * @param slMode2 [out, count] as in zelQ_SwLimitGet()
+ * @param slPos2  [out, count] as in zelQ_SwLimitGet()
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT: also for
  *         more axes than the controller has servo axes; ZELQ_BAD_ARGUMENT(2): axes null;
  *         #ZELQ_BAD_AXIS; #ZELQ_DUPLICATE_AXIS; ZELQ_BAD_ARGUMENT(3)..(6): slMode1..slPos2 null;
@@ -2364,7 +2368,7 @@ ZELQ_API short ZELQ_CALL zelQ_AlarmResetReq(short zelNo, unsigned short axis);
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
+ * @param axes  [count] axis numbers; the controller judges them
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
  * @note Threads: any.
@@ -2397,11 +2401,11 @@ ZELQ_API short ZELQ_CALL zelQ_AlarmListGet(short zelNo, unsigned short axis,
  *
  * @param zelNo      controller number, 1..254
  * @param count      number of axes, 1..32
- * @param axes       axis numbers; the controller judges them
+ * @param axes       [count] axis numbers; the controller judges them
  * @param listIndex  entry, 0..14
- * @param alarmNo    [out] as in zelQ_AlarmListGet(), count elements
- * @param alarmSubNo [out] count elements
- * @param alarmData  [out] count elements
+ * @param alarmNo    [out, count] as in zelQ_AlarmListGet()
+ * @param alarmSubNo [out, count] as in zelQ_AlarmListGet()
+ * @param alarmData  [out, count] as in zelQ_AlarmListGet()
  * @return #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(3): listIndex above 14; (4), (5), (6): alarmNo, alarmSubNo, alarmData
  *         null; (2): axes null; #ZELQ_REPLY_DATA_MISSING: entries in front of the missing one are
@@ -2434,7 +2438,7 @@ ZELQ_API short ZELQ_CALL zelQ_AlarmListClear(short zelNo, unsigned short axis);
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
+ * @param axes  [count] axis numbers; the controller judges them
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
  * @note Threads: any.
@@ -2509,7 +2513,7 @@ ZELQ_API short ZELQ_CALL zelQ_SlavePropertyGet(unsigned short zelNo, short axis,
  * Reads the slaves of a controller anew, and reports the properties of all 32 positions.
  *
  * @param zelNo      controller number, 1..254
- * @param properties [out] 32 records, by position: all fields but inputUse and reserved
+ * @param properties [out, 32] records by position: all fields but inputUse and reserved
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): null;
  *         exchange codes
  * @note Threads: any.
@@ -2542,10 +2546,10 @@ ZELQ_API short ZELQ_CALL zelQ_ParamSet(short zelNo, unsigned short axis, unsigne
  *
  * @param zelNo    controller number, 1..254
  * @param count    number of axes, 1..32
- * @param axes     axis numbers; the controller judges them
+ * @param axes     [count] axis numbers; the controller judges them
  * @param prmClass class, 0..255
  * @param prmNo    number, 0..255
- * @param values   values[i] for axes[i]
+ * @param values   [count] values[i] for axes[i]
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): count
  *         outside 1..32; (1), (2): prmClass, prmNo above 255; (2), (5): axes, values null; exchange
  *         codes
@@ -2575,10 +2579,10 @@ ZELQ_API short ZELQ_CALL zelQ_ParamGet(short zelNo, unsigned short axis, unsigne
  *
  * @param zelNo    controller number, 1..254
  * @param count    number of axes, 1..32
- * @param axes     axis numbers; the controller judges them
+ * @param axes     [count] axis numbers; the controller judges them
  * @param prmClass class, 0..255
  * @param prmNo    number, 0..255
- * @param values   [out] values[i] of axes[i], count elements
+ * @param values   [out, count] values[i] of axes[i]
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1), (2):
  *         prmClass, prmNo above 255; #ZELQ_BAD_AXIS_COUNT; ZELQ_BAD_ARGUMENT(5): values null; (2):
  *         axes null; #ZELQ_REPLY_DATA_MISSING: values in front of the missing one are stored;
@@ -2606,7 +2610,7 @@ ZELQ_API short ZELQ_CALL zelQ_CParamValid(short zelNo, unsigned short axis);
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
+ * @param axes  [count] axis numbers; the controller judges them
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
  * @note Threads: any.
@@ -2631,7 +2635,7 @@ ZELQ_API short ZELQ_CALL zelQ_ParamWriteEeprom(short zelNo, unsigned short axis)
  *
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
- * @param axes  axis numbers; the controller judges them
+ * @param axes  [count] axis numbers; the controller judges them
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
  * @note Threads: any.
@@ -2644,9 +2648,9 @@ ZELQ_API short ZELQ_CALL zelQ_mParamWriteEeprom(short zelNo, short count,
  *
  * @param zelNo controller number, 1..254
  * @param axis  0..31
- * @param sysId [out] 80 bytes, in the order in which the drive keeps them (simulated drive: five
- *              texts of 16 bytes, filled up with zeros: maker, drive, its serial number, motor, its
- *              serial number)
+ * @param sysId [out, 80] the bytes, in the order in which the drive keeps them (simulated drive:
+ *              five texts of 16 bytes, filled up with zeros: maker, drive, its serial number,
+ *              motor, its serial number)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
  *         ZELQ_BAD_ARGUMENT(2): null; exchange codes
  * @note Threads: any.
@@ -2676,9 +2680,9 @@ ZELQ_API short ZELQ_CALL zelQ_MonitorRead(short zelNo, short axis, short monitor
  *
  * @param zelNo      controller number, 1..254
  * @param count      number of values, 1..32
- * @param axes       axis numbers; the controller judges them
- * @param monitorNos monitor numbers, as in zelQ_MonitorRead()
- * @param values     [out] count elements
+ * @param axes       [count] axis numbers; the controller judges them
+ * @param monitorNos [count] monitor numbers, as in zelQ_MonitorRead()
+ * @param values     [out, count] values[i] of monitorNos[i] of axes[i]
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(4): values null; (2), (3): axes, monitorNos null;
  *         #ZELQ_REPLY_DATA_MISSING: values in front of the missing one are stored; exchange codes
@@ -2710,9 +2714,9 @@ ZELQ_API short ZELQ_CALL zelQ_SDOSet(short zelNo, unsigned short axis, unsigned 
  *
  * @param zelNo      controller number, 1..254
  * @param count      number of axes, 1..32
- * @param axes       axis numbers; the controller judges them
- * @param out1Values states of output 1, 0 or 1; sent unchecked
- * @param out2Values states of output 2, 0 or 1; sent unchecked
+ * @param axes       [count] axis numbers; the controller judges them
+ * @param out1Values [count] states of output 1, 0 or 1; sent unchecked
+ * @param out2Values [count] states of output 2, 0 or 1; sent unchecked
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2), (3), (4): axes, out1Values, out2Values null; exchange codes
  * @note Threads: any.
@@ -2779,7 +2783,7 @@ ZELQ_API short ZELQ_CALL zelQ_RDOSet(short zelNo, unsigned short slave, unsigned
  *
  * @param zelNo  controller number, 1..254
  * @param count  number of output slaves, 1..32
- * @param values outputs by output-slave index; bit n is pin n
+ * @param values [count] outputs by output-slave index; bit n is pin n
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count
  *         outside 1..32; #ZELQ_BAD_OUTPUT_SLAVE: more than the controller has;
  *         ZELQ_BAD_ARGUMENT(2): values null; exchange codes
@@ -2853,8 +2857,8 @@ ZELQ_API short ZELQ_CALL zelQ_aRDOSetTogPin(short zelNo, unsigned short slaveInd
  * @param zelNo  controller number, 1..254
  * @param slave  slave number, 0..31
  * @param count  number of pins, 1..32
- * @param pins   0..31; 32 is taken too, and means pin 0
- * @param states state of pins[i]: 1 on, any other value off
+ * @param pins   [count] 0..31; 32 is taken too, and means pin 0
+ * @param states [count] state of pins[i]: 1 on, any other value off
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
  *         ZELQ_BAD_ARGUMENT(2): count out of range; ZELQ_BAD_ARGUMENT(3): pins null;
  *         #ZELQ_BAD_OUTPUT_SLAVE: a pin above 32; ZELQ_BAD_ARGUMENT(4): states null; exchange
@@ -2870,10 +2874,10 @@ ZELQ_API short ZELQ_CALL zelQ_RDOSetPins(short zelNo, unsigned short slave, shor
  * @param zelNo        controller number, 1..254
  * @param count        number of pins; 0 or less sends a command without pins, and no array is
  *                     looked at
- * @param slaveIndexes indexes among the output slaves; one that is negative as a signed number
- *                     makes its pin count over all of them
- * @param pins         0..31, or numbers over all output slaves
- * @param states       state of pins[i]: 1 on, any other value off
+ * @param slaveIndexes [count] indexes among the output slaves; one that is negative as a signed
+ *                     number makes its pin count over all of them
+ * @param pins         [count] 0..31, or numbers over all output slaves
+ * @param states       [count] state of pins[i]: 1 on, any other value off
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2), (3), (4):
  *         slaveIndexes, pins, states null; #ZELQ_BAD_OUTPUT_SLAVE: no such pin or slave;
  *         exchange codes, #ZELQ_REPLY_MISMATCH for 24 and more different slaves: they do not fit
@@ -2893,7 +2897,7 @@ ZELQ_API short ZELQ_CALL zelQ_aRDOSetPins(short zelNo, short count,
  * @param zelNo controller number, 1..254
  * @param slave slave number, 0..31
  * @param count number of pins, 1..32
- * @param pins  0..31; 32 is taken too, and means pin 0
+ * @param pins  [count] 0..31; 32 is taken too, and means pin 0
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS: slave above 31;
  *         ZELQ_BAD_ARGUMENT(2): count out of range; ZELQ_BAD_ARGUMENT(3): pins null;
  *         #ZELQ_BAD_OUTPUT_SLAVE: a pin above 32; exchange codes
@@ -2912,9 +2916,9 @@ ZELQ_API short ZELQ_CALL zelQ_RDOSetTogPins(short zelNo, unsigned short slave, s
  * @param zelNo        controller number, 1..254
  * @param count        number of pins; 0 or less sends a command without pins, and no array is
  *                     looked at
- * @param slaveIndexes indexes among the output slaves; one that is negative as a signed number
- *                     makes its pin count over all of them
- * @param pins         0..31, or numbers over all output slaves
+ * @param slaveIndexes [count] indexes among the output slaves; one that is negative as a signed
+ *                     number makes its pin count over all of them
+ * @param pins         [count] 0..31, or numbers over all output slaves
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2), (3):
  *         slaveIndexes, pins null; #ZELQ_BAD_OUTPUT_SLAVE: no such pin or slave; exchange codes
  * @note Threads: any.
@@ -2990,8 +2994,8 @@ ZELQ_API short ZELQ_CALL zelQ_MDOSetTogPin(short zelNo, unsigned short pin);
  *
  * @param zelNo  controller number, 1..254
  * @param count  number of pins, 1..8
- * @param pins   0..7; any other is ignored
- * @param states state of pins[i]: 1 on, any other value off
+ * @param pins   [count] 0..7; any other is ignored
+ * @param states [count] state of pins[i]: 1 on, any other value off
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count out
  *         of range; ZELQ_BAD_ARGUMENT(2), (3): pins, states null; exchange codes
  * @note What a pin listed with both states does is the controller's choice. Threads: any.
@@ -3007,7 +3011,7 @@ ZELQ_API short ZELQ_CALL zelQ_MDOSetPins(short zelNo, short count, const unsigne
  *
  * @param zelNo controller number, 1..254
  * @param count number of pins, 1..8
- * @param pins  0..7; any other is ignored
+ * @param pins  [count] 0..7; any other is ignored
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count out
  *         of range; ZELQ_BAD_ARGUMENT(2): pins null; exchange codes
  * @note Threads: any.
@@ -3082,7 +3086,7 @@ ZELQ_API short ZELQ_CALL zelQ_UARTSetCfg(short zelNo, unsigned int baudRate, sho
  * @warning A lost reply makes the library send the request again: the bytes can go out twice.
  *
  * @param zelNo controller number, 1..254
- * @param data  the bytes
+ * @param data  [len] the bytes
  * @param len   how many, 1..1024
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2): len out of
  *         range; ZELQ_BAD_ARGUMENT(1): data null; exchange codes
@@ -3100,7 +3104,7 @@ ZELQ_API short ZELQ_CALL zelQ_UARTWrite(unsigned short zelNo, const void* data, 
  *          be gone.
  *
  * @param zelNo   controller number, 1..254
- * @param buf     [out] the bytes; nothing is written behind those that were there
+ * @param buf     [out, maxLen] the bytes; nothing is written behind those that were there
  * @param maxLen  how many to fetch at most; 0 or less fetches none and sends nothing
  * @param readLen [out] how many bytes the controller had at the first exchange, which can be more
  *                than were fetched; not written when nothing was sent
@@ -3120,9 +3124,9 @@ ZELQ_API short ZELQ_CALL zelQ_UARTRead(short zelNo, void* buf, short maxLen,
  * effect; connect anew then. The last octet of the address is the controller number.
  *
  * @param zelNo   controller number, 1..254
- * @param address first three octets of the address, 0..255 each
- * @param second  four octets, 0..255 each; the controller's meaning, such as the net mask
- * @param third   four octets, 0..255 each; the controller's meaning, such as the gateway
+ * @param address [3] first octets of the address, 0..255 each
+ * @param second  [4] octets, 0..255 each; the controller's meaning, such as the net mask
+ * @param third   [4] octets, 0..255 each; the controller's meaning, such as the gateway
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): address
  *         null or an octet of it out of range; ZELQ_BAD_ARGUMENT(2), (3): likewise second, third,
  *         octet by octet in turn; exchange codes
@@ -3178,7 +3182,7 @@ ZELQ_API short ZELQ_CALL zelQ_FlashErase(short zelNo, short mode, short first, s
  * @param zelNo   controller number, 1..254
  * @param mode    the controller's code
  * @param address where to write
- * @param data    the bytes
+ * @param data    [length] the bytes
  * @param length  how many, even, at most 1024
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): length
  * odd, or data null; #ZELQ_OVERFLOW: length above 1024; exchange codes, #ZELQ_REPLY_MISMATCH for a
@@ -3195,7 +3199,7 @@ ZELQ_API short ZELQ_CALL zelQ_FlashWrite(unsigned short zelNo, unsigned short mo
  * @param zelNo   controller number, 1..254
  * @param mode    the controller's code
  * @param address where to read
- * @param data    [out] the bytes
+ * @param data    [out, length] the bytes
  * @param length  how many, even, at most 1024
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): length
  * odd, or data null; #ZELQ_OVERFLOW: length above 1024; #ZELQ_REPLY_DATA_MISSING (data may be

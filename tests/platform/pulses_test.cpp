@@ -62,7 +62,7 @@ TEST(Pulses, AreTruncatedQuotientsAndProducts)
     ExpectAsPlain<std::int32_t>([](double value, double) { return TruncateToInt32(value); },
                                 kValues,
                                 [](double value, double) { return PlainlyTruncated(value); });
-    constexpr double kFactors[] = {0.0, 2.0, 10.0, 10'000.0, 32'767.0};
+    constexpr double kFactors[] = {0.0, 0.3, 2.0, 10.0, 10'000.0, 32'767.0};
     ExpectAsPlain(
         ProductToInt32, kFactors, +[](double value, double factor) {
             return PlainlyTruncated(std::abs(value) < 1e301 ? value * factor : HUGE_VAL);

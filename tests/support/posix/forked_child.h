@@ -12,6 +12,7 @@ namespace zelq::test {
 /// One that does not come to an end within a minute is killed.
 inline void ExpectOfForkedChild(const std::function<void()>& body)
 {
+    std::fflush(stdout); // or it would be written twice
     const pid_t child = fork();
     if (child == 0) {
         constexpr unsigned kPatienceSeconds = 60;

@@ -27,12 +27,6 @@ Bytes Pattern(std::size_t size)
 class MaintenanceScenario : public ScenarioTest
 {
   protected:
-    template <typename Family, typename Use>
-    auto With(Use use)
-    {
-        return server_.With([&](lumosim::Controller& c) { return use(c.Get<Family>()); });
-    }
-
     static short Write(const Bytes& bytes)
     {
         return zelQ_UARTWrite(kNumber, bytes.data(), static_cast<short>(bytes.size()));
@@ -72,21 +66,21 @@ TEST_F(MaintenanceScenario, SerialPortLoopsBackInPiecesOfAnySize)
 TEST_F(MaintenanceScenario, SerialPortHasAFarEndAFormatAndABuffer)
 {
     Bytes far; // written by the server's thread
-    With<lumosim::SerialPort>([&](lumosim::SerialPort& port) {
+    Family<lumosim::SerialPort>([&](lumosim::SerialPort& port) {
         port.Connect([&](std::span<const std::uint8_t> bytes) {
             far.insert(far.end(), bytes.begin(), bytes.end());
         });
     });
     const auto sent = [&] { return server_.With([&](lumosim::Controller&) { return far; }); };
     const auto receive = [this](const Bytes& bytes) {
-        return With<lumosim::SerialPort>([&](auto& port) { return port.TryReceive(bytes); });
+        return Family<lumosim::SerialPort>([&](auto& port) { return port.TryReceive(bytes); });
     };
     ASSERT_EQ(Write({1, 2, 0xFF}), 0);
     EXPECT_THAT(sent(), ElementsAre(1, 2, 0xFF));
     EXPECT_TRUE(receive({0xFF}));
     EXPECT_THAT(Read(2), ElementsAre(0xFF));
     ASSERT_EQ(zelQ_UARTSetCfg(kNumber, 70'000, 7, 2, 1), 0);
-    const auto format = With<lumosim::SerialPort>([](auto& port) { return port.Format(); });
+    const auto format = Family<lumosim::SerialPort>([](auto& port) { return port.Format(); });
     EXPECT_EQ(format, (lumosim::SerialFormat{70'000, 7, 2, 1}));
     ASSERT_EQ(Write({0x80, 0xFF}), 0);
     EXPECT_THAT(sent(), ElementsAre(1, 2, 0xFF, 0x00, 0x7F)) << "seven bits go out";
@@ -96,8 +90,8 @@ TEST_F(MaintenanceScenario, SerialPortHasAFarEndAFormatAndABuffer)
     constexpr std::size_t kRoom = lumosim::SerialPort::kReceiveBuffer;
     EXPECT_TRUE(receive(Bytes(kRoom - 1, 7)));
     EXPECT_FALSE(receive({8, 9}));
-    With<lumosim::SerialPort>([](auto& port) { port.Receive(Bytes{8, 9}); });
-    EXPECT_EQ(With<lumosim::SerialPort>([](auto& port) { return port.Waiting(); }), kRoom)
+    Family<lumosim::SerialPort>([](auto& port) { port.Receive(Bytes{8, 9}); });
+    EXPECT_EQ(Family<lumosim::SerialPort>([](auto& port) { return port.Waiting(); }), kRoom)
         << "the last byte is lost";
 }
 
@@ -126,7 +120,7 @@ TEST_F(MaintenanceScenario, FlashImage)
         return zelQ_FlashErase(kNumber, kErase, first, last);
     };
     const auto cell = [this](std::size_t address) {
-        return With<lumosim::Memory>([=](auto& memory) { return memory.Flash()[address]; });
+        return Family<lumosim::Memory>([=](auto& memory) { return memory.Flash()[address]; });
     };
     // Bits that are clear stay so until the flash is erased; the sectors beside it stay.
     const auto mark = [&](unsigned address) {
@@ -213,11 +207,11 @@ class Restart : public MaintenanceScenario
     static unsigned Resets() { return Got<unsigned>(zelQ_GetPowerResetCount); }
     lumosim::Word MainOutputs()
     {
-        return server_.With([](lumosim::Controller& c) { return c.MainOutputs(); });
+        return server_.With([](auto& c) { return c.MainOutputs(); });
     }
     lumosim::StoredSettings Stored()
     {
-        return With<lumosim::Maintenance>([](auto& maintenance) { return maintenance.Stored(); });
+        return Family<lumosim::Maintenance>([](auto& maintenance) { return maintenance.Stored(); });
     }
 
     /// What the calls read, and what is stored without a call that reads it.

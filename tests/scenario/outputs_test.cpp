@@ -37,14 +37,13 @@ class Outputs : public ScenarioTest
     static unsigned SlaveOutputs(std::size_t slave) { return Joined(Status().outputs[slave].bits); }
     static unsigned MainOutputs() { return Joined(Status().mainOutputs); }
 
-    void SetMainOutputs(lumosim::Word outputs)
+    void SetMainOutputs(U16 out)
     {
-        server_.With([=](lumosim::Controller& c) { c.SetMainOutputs(outputs); });
+        server_.With([out](auto& c) { c.SetMainOutputs(out); });
     }
     void SetNetworkUp(bool up)
     {
-        server_.With(
-            [=](lumosim::Controller& c) { c.Get<lumosim::RemoteOutputs>().SetNetworkUp(up); });
+        Family<lumosim::RemoteOutputs>([up](auto& outputs) { outputs.SetNetworkUp(up); });
     }
 
     /// Output 0 is on until this moment, and off then.

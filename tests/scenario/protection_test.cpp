@@ -37,8 +37,7 @@ class Protection : public ScenarioTest
 
     lumosim::Result TurnWheel(std::int32_t notches)
     {
-        return server_.With(
-            [&](lumosim::Controller& c) { return c.Get<lumosim::HandWheel>().Turn(notches); });
+        return Family<lumosim::HandWheel>([=](auto& wheel) { return wheel.Turn(notches); });
     }
 };
 

@@ -242,14 +242,19 @@ class ScenarioTest : public testing::Test
         ASSERT_EQ(zelQ_SpeedSet(kNumber, axis, 0, 0.0, acc, drive, dec), 0);
     }
 
+    template <typename Kind, typename Use>
+    auto Family(Use use)
+    {
+        return server_.With([&](lumosim::Controller& c) { return use(c.Get<Kind>()); });
+    }
     template <typename Use>
     auto WithAxis(int axis, Use use)
     {
         return server_.With([&](lumosim::Controller& c) { return use(c.AxisAt(axis)); });
     }
-    bool Moving(int axis = 0)
+    bool Moving()
     {
-        return WithAxis(axis, [](lumosim::Axis& a) { return a.Moving(); });
+        return WithAxis(0, [](lumosim::Axis& a) { return a.Moving(); });
     }
     /// Where the motor stands on its machine.
     double PlaceOf(int axis = 0)
@@ -275,7 +280,7 @@ class ScenarioTest : public testing::Test
     }
     void PowerCycle()
     {
-        server_.With([](lumosim::Controller& c) { c.PowerCycle(); });
+        server_.With([](auto& c) { c.PowerCycle(); });
     }
 
     lumosim::Server server_;

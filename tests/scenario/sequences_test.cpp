@@ -76,13 +76,13 @@ class SequencesScenario : public ScenarioTest
         ExpectEachIn(in, PositionOf, wanted, 2, here);
     }
 
-    void SetMainInputs(lumosim::Word inputs)
+    void SetMainInputs(U16 in)
     {
-        server_.With([inputs](lumosim::Controller& c) { c.SetMainInputs(inputs); });
+        server_.With([in](auto& c) { c.SetMainInputs(in); });
     }
-    void SetSlaveInputs(std::uint32_t inputs)
+    void SetSlaveInputs(unsigned in)
     {
-        server_.With([=](lumosim::Controller& c) { c.SetSlaveInputs(kInputSlave, inputs); });
+        server_.With([in](auto& c) { c.SetSlaveInputs(30, in); });
     }
 
     U16 focused_ = 0;

@@ -72,6 +72,8 @@ const char* TitleOf(Group group)
         return "See";
     case Group::kCall:
         return "Call";
+    case Group::kHelp:
+        return "Help";
     }
     return "";
 }

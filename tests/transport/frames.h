@@ -78,8 +78,12 @@ inline Bytes Joined(const std::vector<Bytes>& parts)
 inline Words DataWords(const ReplyData& data)
 {
     Words words(data.Bytes().size() / 2);
-    if (!ReplyReader(data).Read(words)) words.clear();
-    return words;
+    ReplyReader reader(data);
+    bool right = true;
+    for (std::uint16_t& word : words) {
+        right = right && reader.Read(word);
+    }
+    return right ? words : Words();
 }
 
 } // namespace zelq::test

@@ -243,9 +243,11 @@ TEST_F(DiscoveryTest, NobodyAndNonsenseAreNoControllers)
         another[7] = 16;
         Bytes miscounted = proper;
         miscounted[8] = 22;
-        return Answers{{}, {0}, foreign, cut, longer, another, miscounted, proper, cut};
+        return Answers{{}, {0}, foreign, cut, longer, another, miscounted, AnswerOf(request, 2),
+                       cut};
     });
     EXPECT_EQ(Find(), 1);
+    EXPECT_EQ(Word(0, 3), 2);
     ExpectTrace("1=zelQ_GetEnumList(127,0,0,1)");
     EXPECT_EQ(Word(1, 0), kUntouched);
 }

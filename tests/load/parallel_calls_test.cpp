@@ -214,8 +214,8 @@ TEST(ParallelCalls, ChangingSlavesAreReportedByTheirOwnCount)
             ControllerStatus status{};
             if (zelQ_GetAllStatus(kNumber, &status) != 0) continue;
             ++seen;
-            const unsigned inputs =
-                status.mainInputs[0] | status.mainInputs[1] << 1U | status.mainInputs[2] << 2U;
+            const auto inputs = static_cast<unsigned>(
+                status.mainInputs[0] | status.mainInputs[1] << 1 | status.mainInputs[2] << 2);
             right = right && status.servoCount == 1 + inputs;
         }
         return right;

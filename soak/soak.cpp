@@ -62,6 +62,7 @@ void RunUntil(std::vector<Worker>& workers, std::int64_t calls, steady_clock::ti
 {
     std::atomic<std::int64_t> left = calls;
     std::vector<std::thread> threads;
+    threads.reserve(workers.size());
     for (Worker& worker : workers) {
         threads.emplace_back([&] {
             while (left-- > 0 && steady_clock::now() < end) {

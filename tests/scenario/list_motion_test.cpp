@@ -125,7 +125,7 @@ TEST_F(ListMotion, ANodeIsPassedWithTheStartSpeedOfTheNext)
         Load({node(1'000, 100, 0, static_cast<short>(dwell)), node(2'000, 700)});
         double lowest = 1'500;
         for (ServoStatus s = StatusOf(); s.commandPosition < 1'500; s = StatusOf()) {
-            if (s.commandPosition > 500) lowest = std::min<double>(lowest, s.velocity);
+            if (s.commandPosition > 500) lowest = std::min(lowest, double{s.velocity});
             Advance(2ms);
         }
         EXPECT_NEAR(lowest, speed, speed / 70);

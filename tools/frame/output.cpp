@@ -62,7 +62,7 @@ std::vector<std::string> Table::Lines(bool colours) const
     std::vector<std::size_t> widths;
     for (const Column& column : columns_) {
         titles.emplace_back(column.title, Style::kBold);
-        widths.push_back(titles.back().text.size());
+        widths.push_back(std::max(column.width, titles.back().text.size()));
     }
     for (const auto& row : rows_) {
         for (std::size_t i = 0; i < row.size(); ++i) {

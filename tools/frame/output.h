@@ -31,6 +31,7 @@ class Table
     {
         const char* title;
         bool toTheRight = false;
+        std::size_t width = 0; ///< at least, so that it stands still while its numbers change
     };
 
     explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}

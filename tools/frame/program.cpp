@@ -1,6 +1,7 @@
 #include "frame/program.h"
 
 #include "frame/system.h"
+#include "zelq_errors.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -24,7 +25,8 @@ in the configuration file, zelq/config.json where your settings are:
                        "maxDistance": 50, "maxSpeed": 20 } } } } }
 
 Axes are written as 0, 2-5, 0,3, all, or by their names. Positions and speeds are in the units of
-the file, else in pulses. The limits hold for every verb that moves.
+the file, else in pulses. The limits hold for jog, move, home, search and speed; programs of the
+controller ("sequence") and single functions ("call") go by them no more than other programs do.
 
 Exit codes: 0 done; 1 the controller refused; 2 usage; 3 no connection; 4 lost on the way;
 130 interrupted (what the verb had set in motion has been stopped).
@@ -42,7 +44,10 @@ int Report(const Output& out, const Failure& failure)
 {
     if (out.IsJson()) {
         Json error = {{"message", failure.what()}, {"exit", failure.Exit()}};
-        if (failure.Code() != 0) error["code"] = failure.Code();
+        if (failure.Code() != 0) {
+            error["code"] = failure.Code();
+            error["name"] = ZelqErrorName(nullptr, failure.Code());
+        }
         out.Show(Json{{"error", error}});
     } else {
         PrintError(failure.what());
@@ -67,6 +72,8 @@ const char* TitleOf(Group group)
         return "See";
     case Group::kCall:
         return "Call";
+    case Group::kHelp:
+        return "Help";
     }
     return "";
 }

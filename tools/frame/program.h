@@ -43,7 +43,7 @@ class Context
 };
 
 /// Where a verb stands in the help and in the manual.
-enum class Group { kFind, kWatch, kMove, kKeep, kSee, kCall };
+enum class Group { kFind, kWatch, kMove, kKeep, kSee, kCall, kHelp };
 
 /// A verb's texts; help, manual page and completion are all made of them.
 struct VerbText

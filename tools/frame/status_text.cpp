@@ -117,13 +117,13 @@ Table AxisTable(const Controller& controller, const ControllerStatus& status,
 {
     Table table({{"axis", true},
                  {"name"},
-                 {"command", true},
-                 {"encoder", true},
+                 {"command", true, 10},
+                 {"encoder", true, 10},
                  {"unit"},
-                 {"speed/s", true},
-                 {"error", true},
+                 {"speed/s", true, 10},
+                 {"error", true, 7},
                  {"torque%", true},
-                 {"motion"},
+                 {"motion", false, 16},
                  {"flags"}});
     for (const unsigned short axis : axes) {
         table.Row(AxisRow(controller, status.servo[axis], inPulses));

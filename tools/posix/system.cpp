@@ -134,9 +134,9 @@ class Keyboard::Impl
     [[nodiscard]] bool AtEnd() const { return atEnd_; }
 
   private:
+    termios before_{}; // in front of what reads it
     bool isTerminal_;
     bool atEnd_ = false;
-    termios before_{};
 };
 
 Keyboard::Keyboard() : impl_(std::make_unique<Impl>()) {}

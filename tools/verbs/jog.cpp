@@ -77,13 +77,17 @@ class Jog
         // At the end of the way that it has, it stands.
         const double left = (target - servo.commandPosition) * direction;
         if (atRest && left < controller_.Axis(axis_).unitPerPulse) return;
-        // One that has just come to rest, or brakes, takes no new target: it is started again
-        // when it stands.
-        if (!atRest && zelQ_OverrideAbs(controller_.Number(), axis_, target) <= ZELQ_OK) return;
-        if (atRest) {
-            Expect(zelQ_MoveAbs(controller_.Number(), axis_, target),
-                   "run " + controller_.AxisText(axis_));
+        if (!atRest) {
+            // One that brakes takes no new target: it is started again when it stands.
+            zelQ_OverrideAbs(controller_.Number(), axis_, target);
+            return;
         }
+        const short result = zelQ_MoveAbs(controller_.Number(), axis_, target);
+        // At a limit only the other way is open; the flags tell.
+        const bool atLimit =
+            servo.limitPositive != 0 || servo.limitNegative != 0 || servo.softLimit != 0;
+        if (result > ZELQ_OK && atLimit) return;
+        Expect(result, "run " + controller_.AxisText(axis_));
         direction_ = direction;
     }
 

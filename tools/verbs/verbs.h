@@ -34,12 +34,16 @@ void AddCapture(Program& program);
 void AddExplain(Program& program);
 void AddCall(Program& program);
 
+void AddCompletion(Program& program);
+void AddManual(Program& program);
+
 /// All of them, in the order of the help.
 inline constexpr void (*kVerbs[])(Program&) = {
-    AddDiscover, AddPing,   AddInfo,  AddDoctor,  AddStatus,   AddWatch, AddIo,
-    AddMonitor,  AddAlarms, AddServo, AddJog,     AddMove,     AddHome,  AddStop,
-    AddSearch,   AddSpeed,  AddUnits, AddParams,  AddSequence, AddFlash, AddUart,
-    AddNetwork,  AddReset,  AddTrace, AddCapture, AddExplain,  AddCall,
+    AddDiscover, AddPing,    AddInfo,   AddDoctor,     AddStatus, AddWatch,
+    AddIo,       AddMonitor, AddAlarms, AddServo,      AddJog,    AddMove,
+    AddHome,     AddStop,    AddSearch, AddSpeed,      AddUnits,  AddParams,
+    AddSequence, AddFlash,   AddUart,   AddNetwork,    AddReset,  AddTrace,
+    AddCapture,  AddExplain, AddCall,   AddCompletion, AddManual,
 };
 
 } // namespace zelq::tool

@@ -54,7 +54,7 @@ TEST_F(KeepTest, ABackupIsRestoredWhereItDiffers)
 {
     const std::string file = FileName("drives.json");
     const Ran backup = Run("params backup --json " + file + " 0-1 --groups 0-5 --numbers 0-7");
-    EXPECT_EQ(backup.AsJson()["parameters"], 2 * 23) << backup.output << backup.errors;
+    EXPECT_EQ(backup.AsJson()["parameters"], 2 * 25) << backup.output << backup.errors;
     EXPECT_FALSE(std::filesystem::exists(file + ".part"));
     Check({{"params diff " + file, 0, "nothing differs", "/differences", Json::array()}});
 

@@ -2,9 +2,7 @@
 
 #include <atomic>
 #include <fstream>
-#include <iomanip>
 #include <random>
-#include <sstream>
 
 namespace zelq::test {
 
@@ -56,9 +54,16 @@ void ToolTest::TearDown()
 Words ToolTest::Split(const std::string& words)
 {
     Words split;
-    std::istringstream stream(words);
-    for (std::string word; stream >> std::quoted(word, '\'', '\0');) {
-        split.push_back(word);
+    bool isQuoted = false;
+    bool isInWord = false;
+    for (const char letter : words) {
+        const bool isGap = letter == ' ' && !isQuoted;
+        if (!isGap && !isInWord) split.emplace_back();
+        isInWord = !isGap;
+        if (letter == '\'')
+            isQuoted = !isQuoted;
+        else if (!isGap)
+            split.back() += letter;
     }
     return split;
 }

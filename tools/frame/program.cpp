@@ -47,10 +47,14 @@ int Report(const Output& out, const Failure& failure)
         if (failure.Code() != 0) {
             error["code"] = failure.Code();
             error["name"] = ZelqErrorName(nullptr, failure.Code());
+            error["remedy"] = ZelqErrorRemedy(nullptr, failure.Code());
         }
         out.Show(Json{{"error", error}});
     } else {
         PrintError(failure.what());
+        if (failure.Code() != 0) {
+            std::fprintf(stderr, "  %s\n", ZelqErrorRemedy(nullptr, failure.Code()));
+        }
     }
     return failure.Exit();
 }

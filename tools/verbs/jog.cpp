@@ -85,7 +85,8 @@ class Jog
         const short result = zelQ_MoveAbs(controller_.Number(), axis_, target);
         // At a limit only the other way is open; the flags tell.
         const bool atLimit =
-            servo.limitPositive != 0 || servo.limitNegative != 0 || servo.softLimit != 0;
+            servo.servoOn != 0 &&
+            (servo.limitPositive != 0 || servo.limitNegative != 0 || servo.softLimit != 0);
         if (result > ZELQ_OK && atLimit) return;
         Expect(result, "run " + controller_.AxisText(axis_));
         direction_ = direction;

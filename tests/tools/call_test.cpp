@@ -108,13 +108,14 @@ TEST_F(CallTest, EveryFunctionCanBeCalled)
             EXPECT_EQ(call["outputs"].contains(parameter["name"]), isOutput) << call;
         }
     }
-    EXPECT_GT(succeeded, 130);
+    // Many of the others are refused, as most motions are with the servos off.
+    EXPECT_GT(succeeded, 100);
 }
 
 TEST_F(CallTest, TakesArgumentsAndGivesOutputs)
 {
     WithAxis(2, [](lumosim::Axis& axis) { axis.SetPosition(4000); });
-    const std::string speed = "speed='{\"profileType\":0,\"startSpeed\":10,\"acc\":100,"
+    const std::string speed = "'speed={\"profileType\":0,\"startSpeed\":10,\"acc\":100,"
                               "\"driveSpeed\":50,\"dec\":100,\"endSpeed\":0}'";
     Check({
         {"call GetServoStatus axis=2", 0, "\"encoderPosition\": 4000.0",
@@ -125,7 +126,7 @@ TEST_F(CallTest, TakesArgumentsAndGivesOutputs)
          "/calls/0/outputs/value", 10000},
         {"call mParamGet axes=[0,1] prmClass=0 prmNo=3", 0, "[11,11]", "/calls/0/outputs/values",
          Json({11, 11})},
-        {"call UARTWrite data='\"hi!\"' UARTRead maxLen=2", 0, "readLen = 3",
+        {"call UARTWrite 'data=\"hi!\"' UARTRead maxLen=2", 0, "readLen = 3",
          "/calls/1/outputs/buf", Json({104, 105})},
         {"call GetDevTypeStr type=255 size=10", 0, "\"Lumo-FPGA\"", "/calls/0/outputs/text",
          "Lumo-FPGA"},
@@ -160,7 +161,7 @@ TEST_F(CallTest, WrongArgumentsCallNothing)
         // Never read behind what was given, whatever count is told.
         {"call mMoveAbs count=3 axes=[0,1] pos=[1,2]", 2, "not 3", "", {}},
         {"call CfgNetwork address=[1,2] second=[1,2,3,4] third=[1,2,3,4]", 2, "not 3", "", {}},
-        {"call IArc mapIndex=0 option=0 center=[0,0] angle=1 speed='{\"acc\":1}'",
+        {"call IArc mapIndex=0 option=0 center=[0,0] angle=1 'speed={\"acc\":1}'",
          2,
          "speed.profileType: is missing",
          "",

@@ -82,16 +82,19 @@ TEST_F(CallTest, EveryFunctionCanBeCalled)
 {
     const Json description = Description();
     const Json records = FieldsOf(description);
-    // What takes the controller away, or the focus to a program, comes last.
+    // What takes the controller away comes last.
     Json calls = Json::array();
     Json last = Json::array();
     std::map<std::string, Json> functions;
     for (const Json& function : description["functions"]) {
         const std::string name = function["name"];
         functions[name] = function;
-        const bool takes = name == "zelQ_Reset" || name == "zelQ_Disconnect";
-        (takes ? last : calls)
-            .push_back({{"function", name}, {"arguments", ArgumentsFor(function, records)}});
+        const Json call = {{"function", name}, {"arguments", ArgumentsFor(function, records)}};
+        if (name == "zelQ_Reset" || name == "zelQ_Disconnect") {
+            last.insert(last.begin(), call); // reset while it is connected
+        } else {
+            calls.push_back(call);
+        }
     }
     calls.insert(calls.end(), last.begin(), last.end());
     const Ran ran = Run("call --keep-going --json --file " + WriteFile("calls", calls.dump()));

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <deque>
 #include <future>
 #include <gtest/gtest.h>
 #include <latch>
@@ -60,18 +61,20 @@ bool Travel(lumosim::Server& server, short number)
 
 TEST(ParallelCalls, ManyControllersFromAThreadEach)
 {
-    EXPECT_EQ(RunInParallel(64,
-                            [](int index) {
-                                lumosim::ServerConfig config;
-                                config.controller.number = kFirstNumber + index;
-                                config.controller.axes = 2;
-                                config.address = "127.0.0." + std::to_string(kFirstNumber + index);
-                                config.clock = lumosim::Clock::kByHand;
-                                lumosim::Server server(config);
-                                server.Start();
-                                return Travel(server, static_cast<short>(kFirstNumber + index));
-                            }),
-              0);
+    std::deque<lumosim::Server> servers;
+    for (int number = kFirstNumber; number < kFirstNumber + 64; ++number) {
+        lumosim::ServerConfig config;
+        config.controller.number = number;
+        config.controller.axes = 2;
+        config.address = "127.0.0." + std::to_string(number);
+        config.clock = lumosim::Clock::kByHand;
+        servers.emplace_back(config).Start();
+    }
+    const int failed = RunInParallel(64, [&](int index) {
+        return Travel(servers[static_cast<std::size_t>(index)],
+                      static_cast<short>(kFirstNumber + index));
+    });
+    EXPECT_EQ(failed, 0);
 }
 
 TEST(ParallelCalls, ASilentControllerHoldsUpOnlyItsOwnCaller)

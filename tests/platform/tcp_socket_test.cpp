@@ -82,6 +82,9 @@ TEST_F(TcpSocketTest, SendsOnWhenThePeerReads)
     reader.join();
     EXPECT_EQ(socket_.Send(CountUp(4, 9)).bytes, 4U);
     EXPECT_EQ(peer_->Receive(4), CountUp(4, 9));
+    peer_->Reset();
+    EXPECT_EQ(ReceiveOne(kLong), IoStatus::kClosed);
+    EXPECT_EQ(socket_.Send(CountUp(1)).status, IoStatus::kClosed);
 }
 
 TEST_F(TcpSocketTest, CloseAndInterruptWakeAllWhoWait)

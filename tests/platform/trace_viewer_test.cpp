@@ -1,6 +1,5 @@
 #include "platform/trace_viewer.h"
 #include "support/debug_output_capture.h"
-#include "support/process_resources.h"
 #include "support/trace_capture.h"
 
 #include <algorithm>
@@ -27,9 +26,7 @@ void Deliver(const std::string& line)
 TEST(TraceViewer, IsLookedUpForEachLine)
 {
     DebugOutputCapture debugger;
-    const std::size_t inheritable = test::InheritableDescriptors();
-    Deliver("before\n"); // by what stays open for all the others
-    EXPECT_EQ(test::InheritableDescriptors(), inheritable);
+    Deliver("before\n");
     for (const char* line : {"during\n", "again\n"}) {
         TraceCapture viewer;
         Deliver(line);

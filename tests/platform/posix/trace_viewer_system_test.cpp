@@ -1,5 +1,6 @@
 #include "platform/trace_viewer.h"
 #include "support/posix/forked_child.h"
+#include "support/process_resources.h"
 #include "support/trace_capture.h"
 
 #include <string>
@@ -23,7 +24,9 @@ TEST(TraceViewerSystem, AForkedChildHasALineOfItsOwnThatHealsOnceDescriptorsAreF
         setrlimit(RLIMIT_NOFILE, &none);
         deliver("lost\n");
         setrlimit(RLIMIT_NOFILE, &before);
+        const std::size_t inheritable = test::InheritableDescriptors();
         deliver("child\n");
+        EXPECT_EQ(test::InheritableDescriptors(), inheritable);
     });
     deliver("parent again\n");
     for (const char* line : {"parent\n", "child\n", "parent again\n"}) {

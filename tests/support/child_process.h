@@ -6,6 +6,9 @@
 
 namespace zelq::test {
 
+/// Where this program's own file is.
+std::string ProgramPath();
+
 /// Another process that runs this same program. It does not outlive its object.
 class ChildProcess
 {

@@ -14,9 +14,14 @@ extern "C" { // this header forgets to say so
 
 namespace zelq::test {
 
+std::string ProgramPath()
+{
+    return std::filesystem::read_symlink("/proc/self/exe").string();
+}
+
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
 {
-    std::vector<std::string> words{std::filesystem::read_symlink("/proc/self/exe")};
+    std::vector<std::string> words{ProgramPath()};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
     for (std::string& word : words) {

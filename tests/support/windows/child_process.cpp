@@ -8,11 +8,16 @@ namespace zelq::test {
 
 static constexpr UINT kKilled = 0xDEAD;
 
+std::string ProgramPath()
+{
+    std::array<char, MAX_PATH> path{};
+    GetModuleFileNameA(nullptr, path.data(), MAX_PATH);
+    return path.data();
+}
+
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
 {
-    std::array<char, MAX_PATH> program{};
-    GetModuleFileNameA(nullptr, program.data(), MAX_PATH);
-    std::string commandLine = std::string("\"") + program.data() + '"';
+    std::string commandLine = '"' + ProgramPath() + '"';
     for (const std::string& argument : arguments) {
         commandLine += ' ' + argument;
     }

@@ -82,16 +82,19 @@ TEST_F(CallTest, EveryFunctionCanBeCalled)
 {
     const Json description = Description();
     const Json records = FieldsOf(description);
-    // What takes the controller away, or the focus to a program, comes last.
+    // What takes the controller away comes last.
     Json calls = Json::array();
     Json last = Json::array();
     std::map<std::string, Json> functions;
     for (const Json& function : description["functions"]) {
         const std::string name = function["name"];
         functions[name] = function;
-        const bool takes = name == "zelQ_Reset" || name == "zelQ_Disconnect";
-        (takes ? last : calls)
-            .push_back({{"function", name}, {"arguments", ArgumentsFor(function, records)}});
+        const Json call = {{"function", name}, {"arguments", ArgumentsFor(function, records)}};
+        if (name == "zelQ_Reset" || name == "zelQ_Disconnect") {
+            last.insert(last.begin(), call); // reset while it is connected
+        } else {
+            calls.push_back(call);
+        }
     }
     calls.insert(calls.end(), last.begin(), last.end());
     const Ran ran = Run("call --keep-going --json --file " + WriteFile("calls", calls.dump()));
@@ -126,8 +129,8 @@ TEST_F(CallTest, TakesArgumentsAndGivesOutputs)
          "/calls/0/outputs/value", 10000},
         {"call mParamGet axes=[0,1] prmClass=0 prmNo=3", 0, "[11,11]", "/calls/0/outputs/values",
          Json({11, 11})},
-        {"call UARTWrite 'data=\"hi!\"' UARTRead maxLen=2", 0, "readLen = 3",
-         "/calls/1/outputs/buf", Json({104, 105})},
+        {"call UARTWrite 'data=\"hi!\"' UARTRead maxLen=4", 0, "readLen = 3",
+         "/calls/1/outputs/buf", Json({104, 105, 33, 0})},
         {"call GetDevTypeStr type=255 size=10", 0, "\"Lumo-FPGA\"", "/calls/0/outputs/text",
          "Lumo-FPGA"},
         {"call UnitPerPulseGet axis=40", 0, "= 1.0", "/calls/0/result", 1.0},

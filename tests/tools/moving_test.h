@@ -12,7 +12,8 @@ namespace zelq::test {
 class MovingTest : public ToolTest
 {
   protected:
-    MovingTest() : ToolTest(SmallMachine()) {}
+    MovingTest() : MovingTest(SmallMachine()) {}
+    explicit MovingTest(const lumosim::ServerConfig& config) : ToolTest(config) {}
 
     static lumosim::ServerConfig SmallMachine()
     {

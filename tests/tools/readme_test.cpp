@@ -37,6 +37,8 @@ std::string Replaced(std::string text, const std::string& what, const std::strin
 class ReadmeTest : public MovingTest
 {
   protected:
+    ReadmeTest() : MovingTest(Findable(SmallMachine())) {}
+
     /// As on the desk of who reads it, where the simulated controller stands in.
     [[nodiscard]] std::string Here(const std::string& text) const
     {

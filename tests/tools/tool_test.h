@@ -50,6 +50,13 @@ class ToolTest : public testing::Test
     explicit ToolTest(const lumosim::ServerConfig& config);
 
     static lumosim::ServerConfig Config();
+    /// One that hosts find, on the only port on which they look.
+    static lumosim::ServerConfig Findable(lumosim::ServerConfig config)
+    {
+        constexpr std::uint16_t kDiscoveryPort = 7000;
+        config.discoveryPort = kDiscoveryPort;
+        return config;
+    }
 
     void SetUp() override { server_.Start(); }
     void TearDown() override;

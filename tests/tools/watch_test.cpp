@@ -8,16 +8,7 @@ namespace {
 class WatchTest : public ToolTest
 {
   protected:
-    WatchTest() : ToolTest(WithDiscovery()) {}
-
-    static lumosim::ServerConfig WithDiscovery()
-    {
-        lumosim::ServerConfig config = Config();
-        config.discoveryPort = kDiscoveryPort;
-        return config;
-    }
-
-    static constexpr std::uint16_t kDiscoveryPort = 7000;
+    WatchTest() : ToolTest(Findable(Config())) {}
 };
 
 TEST_F(WatchTest, FindsAndDescribesAController)

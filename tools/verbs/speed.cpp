@@ -43,15 +43,17 @@ SpeedProfile ReadProfile(const Controller& controller, unsigned short axis)
 void Change(const Controller& controller, unsigned short axis, const SpeedOptions& options)
 {
     SpeedProfile profile = ReadProfile(controller, axis);
-    profile.start = options.start.value_or(profile.start);
-    profile.acc = options.acc.value_or(profile.acc);
-    profile.drive = options.drive.value_or(profile.drive);
-    profile.dec = options.dec.value_or(profile.dec);
+    // Copies: a packed record's doubles are at any place, which no reference may be.
+    profile.start = options.start.value_or(double{profile.start});
+    profile.acc = options.acc.value_or(double{profile.acc});
+    profile.drive = options.drive.value_or(double{profile.drive});
+    profile.dec = options.dec.value_or(double{profile.dec});
     const int shape = options.shape.value_or(profile.profile);
     CheckSpeed(controller, axis, profile.drive);
     Expect(zelQ_SpeedWithStopSet(controller.Number(), static_cast<short>(axis),
                                  static_cast<short>(shape), profile.start, profile.acc,
-                                 profile.drive, profile.dec, options.stop.value_or(profile.start)),
+                                 profile.drive, profile.dec,
+                                 options.stop.value_or(double{profile.start})),
            "set the speed profile of " + controller.AxisText(axis));
 }
 

@@ -66,7 +66,7 @@ void ExpectFields(const Json& json, std::initializer_list<const char*> names,
     for (const auto& [name, value] : json.items()) {
         const auto is = [&, &key = name](const char* known) { return key == known; };
         if (std::none_of(names.begin(), names.end(), is)) {
-            FailArgument(where + "." + name, "there is no such field");
+            FailArgument(where, "has no field " + name);
         }
     }
 }

@@ -22,6 +22,7 @@ std::vector<TraceLine> TraceQueue::Take(Milliseconds time)
         taken.swap(lines_);
     }
     std::vector<TraceLine> lines;
+    lines.reserve(taken.size());
     for (auto& [at, text] : taken) {
         lines.push_back(ParseTraceLine(at, std::move(text)));
     }

@@ -63,13 +63,14 @@ ShortDecimal ToShortDecimal(double size)
 {
     constexpr double kTooLong = 1e6; // has more digits
     constexpr double kTooShort = 1e-3;
+    constexpr double kHalf = 0.5;
     constexpr int kScales[] = {1, 10, 100, 1000};
     if (size == 0) return {0, 1};
     if (!std::isgreaterequal(size, kTooShort)) return {0, 0};
     for (const int scale : kScales) {
         const double scaled = size * scale;
         if (!std::isless(scaled, kTooLong)) break;
-        const auto digits = static_cast<std::int32_t>(scaled + 0.5);
+        const auto digits = static_cast<std::int32_t>(scaled + kHalf);
         if (digits / static_cast<double>(scale) == size) return {digits, scale};
     }
     return {0, 0};

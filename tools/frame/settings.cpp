@@ -44,7 +44,8 @@ void TakeKeys(const Json& object, const std::string& place, const Takers& takers
 {
     if (!object.is_object()) FailInFile(place + " is no object");
     for (const auto& [key, value] : object.items()) {
-        const std::string where = place.empty() ? key : place + "." + key;
+        std::string where = place;
+        where.append(place.empty() ? "" : ".").append(key);
         const auto taker = takers.find(key);
         if (taker == takers.end()) FailInFile("nothing is known of \"" + where + "\"");
         try {
@@ -86,7 +87,9 @@ TargetSettings TargetFrom(const Json& object, const std::string& place)
         const std::string axesPlace = place + ".axes";
         if (!axes.is_object()) FailInFile(axesPlace + " is no object");
         for (const auto& [number, axis] : axes.items()) {
-            target.axes[AxisNumber(number, axesPlace)] = AxisFrom(axis, axesPlace + "." + number);
+            std::string axisPlace = axesPlace;
+            axisPlace.append(".").append(number);
+            target.axes[AxisNumber(number, axesPlace)] = AxisFrom(axis, axisPlace);
         }
     };
     TakeKeys(object, place,

@@ -36,7 +36,8 @@ void AddCases(const CLI::App& app, const std::string& path, Completions& complet
         for (const std::string& name : option->get_lnames()) {
             words += " --" + name;
             if (choices.empty()) continue;
-            completions.values += "    " + path + ":--" + name + ") words='" + choices + "' ;;\n";
+            completions.values.append("    ").append(path).append(":--").append(name);
+            completions.values.append(") words='").append(choices).append("' ;;\n");
         }
     }
     for (const CLI::App* verb : app.get_subcommands({})) {

@@ -21,6 +21,8 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 
 def sources_of(compiled):
     """What stands in a file that is compiled: files of ours by name, or itself."""
+    if not compiled.exists():  # generated while building
+        return []
     included = re.findall(r'#include "(.*\.c(?:pp)?)"', compiled.read_text(encoding="utf-8"))
     return [pathlib.Path(name) for name in included] or [compiled]
 

@@ -29,6 +29,7 @@ typedef struct ZelqError
     const char* remedy;   /**< what to do */
 } ZelqError;
 
+/* NOLINTBEGIN(modernize-use-nullptr): C has no other word for it. */
 /** All that is explained. A row for one function stands for it before that of any. */
 static const ZelqError kZelqErrors[] = {
     {NULL, ZELQ_OK, ZELQ_OK, "ZELQ_OK", "The call has succeeded.", "Nothing is wrong.",
@@ -306,6 +307,7 @@ static const ZelqError kZelqErrors[] = {
      "controller's.",
      "Check space and address."},
 };
+/* NOLINTEND(modernize-use-nullptr) */
 
 /** Row `index` of the table, null behind its end. */
 static inline const ZelqError* ZelqErrorAt(size_t index)

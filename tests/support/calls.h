@@ -29,9 +29,9 @@ struct Number
 /// zelQ_`name` of the usual controller with these arguments, as a trace line shows it.
 std::string LineOf(const char* name, const std::string& arguments);
 
-/// A call as the source shows it, open for any controller. What the call refers to must live as long
-/// as it. There are hundreds, and one function of its own each is all that the compiler makes of
-/// them; a std::function's took it half the time that the tables take.
+/// A call as the source shows it, open for any controller. What the call refers to must live as
+/// long as it. There are hundreds, and one function of its own each is all that the compiler makes
+/// of them; a std::function's took it half the time that the tables take.
 class ApiCall
 {
   public:

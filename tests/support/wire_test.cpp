@@ -46,7 +46,7 @@ std::string WireTest::NextTrace()
     constexpr std::string_view kMark = "TIME=";
     constexpr std::size_t kStampDigits = 12;
     constexpr std::size_t kHead = kMark.size() + kStampDigits + 1;
-    const std::string line = capture_.Next();
+    std::string line = capture_.Next();
     if (line.size() > kHead && line.starts_with(kMark) && line[kHead - 1] == ',' &&
         line.find_first_not_of("0123456789", kMark.size()) == kHead - 1 && line.back() == '\n') {
         return line.substr(kHead, line.size() - kHead - 1);

@@ -130,7 +130,7 @@ std::string ToolTest::FileName(const std::string& name) const
 
 std::string ToolTest::WriteFile(const std::string& name, const std::string& text)
 {
-    std::ofstream(FileName(name)) << text;
+    std::ofstream(FileName(name), std::ios::binary) << text;
     return FileName(name);
 }
 

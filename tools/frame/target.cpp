@@ -69,24 +69,34 @@ Draft DraftFrom(const TargetOptions& options, const Settings& settings)
     return draft;
 }
 
-} // namespace
-
-std::array<short, 3> ParseNetwork(const std::string& text)
+/// The systems' own functions take "255.255" and octal digits for an address, some of them.
+template <std::size_t Count>
+std::array<short, Count> ParseOctets(const std::string& text, const char* wanted)
 {
-    std::array<short, 3> octets{};
+    std::array<short, Count> octets{};
     const char* next = text.data();
     const char* const end = next + text.size();
-    for (std::size_t i = 0; i < octets.size(); ++i) {
+    for (std::size_t i = 0; i < Count; ++i) {
         if (i > 0 && (next == end || *next++ != '.')) next = nullptr;
         if (next == nullptr) break;
         const auto [stop, error] = std::from_chars(next, end, octets[i]);
         next = error == std::errc() && octets[i] >= 0 && octets[i] <= 255 ? stop : nullptr;
         if (next == nullptr) break;
     }
-    if (next != end) {
-        throw Failure(kUsage, "\"" + text + "\" is no network; one is written as 192.168.0");
-    }
+    if (next != end) throw Failure(kUsage, "\"" + text + "\" is no " + wanted);
     return octets;
+}
+
+} // namespace
+
+std::array<short, 3> ParseNetwork(const std::string& text)
+{
+    return ParseOctets<3>(text, "network; one is written as 192.168.0");
+}
+
+std::array<short, 4> ParseMask(const std::string& text)
+{
+    return ParseOctets<4>(text, "address, such as 255.255.255.0");
 }
 
 std::string Target::Address() const

@@ -38,5 +38,7 @@ Target ResolveTarget(const TargetOptions& options, const Settings& settings);
 
 /// "192.168.0" as three octets; throws a Failure.
 std::array<short, 3> ParseNetwork(const std::string& text);
+/// "255.255.255.0" as four octets; throws a Failure.
+std::array<short, 4> ParseMask(const std::string& text);
 
 } // namespace zelq::tool

@@ -20,6 +20,7 @@ struct ParamId
     unsigned short group = 0;
     unsigned short number = 0;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): the comparison with 0 is the compiler's own
     auto operator<=>(const ParamId&) const = default;
 };
 

@@ -3,7 +3,6 @@
 #include "verbs/verbs.h"
 
 #include <array>
-#include <asio/ip/address_v4.hpp>
 #include <chrono>
 
 namespace zelq::tool {
@@ -70,14 +69,6 @@ ExitCode ShowNetwork(Context& context, const NetworkOptions& /*options*/)
     return kDone;
 }
 
-std::array<short, 4> FourOctets(const std::string& text)
-{
-    asio::error_code error;
-    const auto octets = asio::ip::make_address_v4(text, error).to_bytes();
-    if (error) throw Failure(kUsage, "\"" + text + "\" is no address, such as 255.255.255.0");
-    return {octets[0], octets[1], octets[2], octets[3]};
-}
-
 std::uint32_t AsWord(const std::array<short, 4>& octets)
 {
     std::uint32_t word = 0;
@@ -102,9 +93,9 @@ void CheckSettings(const std::array<short, 4>& address, const std::array<short, 
 ExitCode SetNetwork(Context& context, const NetworkOptions& options)
 {
     const std::array<short, 3> network = ParseNetwork(options.address);
-    const std::array<short, 4> mask = FourOctets(options.mask);
+    const std::array<short, 4> mask = ParseMask(options.mask);
     const std::array<short, 4> gateway =
-        options.gateway.empty() ? std::array<short, 4>{} : FourOctets(options.gateway);
+        options.gateway.empty() ? std::array<short, 4>{} : ParseMask(options.gateway);
     const Controller& controller = context.Connected();
     CheckSettings({network[0], network[1], network[2], controller.Number()}, mask, gateway);
     const std::string address = options.address + "." + std::to_string(controller.Number());

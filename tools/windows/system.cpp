@@ -16,10 +16,14 @@ namespace {
 
 std::atomic<bool> interrupted = false;
 
-/// Set for good once there was an interrupt: whatever waits, waits for this too.
+/// Set for good once there was an interrupt: whatever waits, waits for this too. It has a name,
+/// since a program that has started this one without a console can send it no Ctrl-C.
 HANDLE InterruptEvent()
 {
-    static HANDLE const event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    static HANDLE const event = [] {
+        const std::string name = "Local\\zelq-interrupt-" + std::to_string(GetCurrentProcessId());
+        return CreateEventA(nullptr, TRUE, FALSE, name.c_str());
+    }();
     return event;
 }
 
@@ -37,6 +41,11 @@ BOOL WINAPI OnConsoleEvent(DWORD event)
     // stop what it has set in motion.
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(INFINITE);
     return TRUE;
+}
+
+void CALLBACK OnInterruptEvent(void* /*context*/, BOOLEAN /*timedOut*/)
+{
+    Interrupt();
 }
 
 /// Standard input, read by a thread of its own: a pipe cannot be waited for together with an event.
@@ -130,8 +139,10 @@ TerminalSize SizeOfTerminal()
 
 void CatchInterrupts()
 {
-    InterruptEvent();
     SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
+    static HANDLE waiting = nullptr;
+    RegisterWaitForSingleObject(&waiting, InterruptEvent(), OnInterruptEvent, nullptr, INFINITE,
+                                WT_EXECUTEONLYONCE);
 }
 
 bool Interrupted()

@@ -87,9 +87,8 @@ void NativeProcess::Start(const std::string& program, const std::vector<std::str
     start.hStdError = error.child;
     PROCESS_INFORMATION started{};
     const Variables scope(variables);
-    // In a group of its own, so that it can be interrupted by itself.
-    const BOOL done = CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, TRUE,
-                                     CREATE_NEW_PROCESS_GROUP, nullptr, nullptr, &start, &started);
+    const BOOL done = CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0,
+                                     nullptr, nullptr, &start, &started);
     for (HANDLE end : {in.child, out.child, error.child}) {
         CloseHandle(end);
     }
@@ -119,8 +118,13 @@ int NativeProcess::Collect()
 
 void NativeProcess::Interrupt() const
 {
-    // A group of its own hears no Ctrl-C; the other key means the same.
-    GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, GetProcessId(AsHandle(process)));
+    // Without a console there is no Ctrl-C; the program listens to this as well.
+    const std::string name =
+        "Local\\zelq-interrupt-" + std::to_string(GetProcessId(AsHandle(process)));
+    HANDLE event = OpenEventA(EVENT_MODIFY_STATE, FALSE, name.c_str());
+    if (event == nullptr) return;
+    SetEvent(event);
+    CloseHandle(event);
 }
 
 void NativeProcess::Kill() const

@@ -307,7 +307,6 @@ static const ZelqError kZelqErrors[] = {
      "controller's.",
      "Check space and address."},
 };
-/* NOLINTEND(modernize-use-nullptr) */
 
 /** Row `index` of the table, null behind its end. */
 static inline const ZelqError* ZelqErrorAt(size_t index)
@@ -384,4 +383,5 @@ static inline const char* ZelqErrorRemedy(const char* function, int result)
     return ZelqErrorRow(function, result)->remedy;
 }
 
+/* NOLINTEND(modernize-use-nullptr) */
 #endif /* ZELQ_ERRORS_H */

@@ -22,9 +22,6 @@ TEST_F(WatchTest, FindsAndDescribesAController)
         {"info --nonsense", 2, "--nonsense", "", {}},
         {"ping --count 2", 0, at + " answers after", "/received", 2},
     });
-    const Ran nobody = RunAlone("discover --at 127.0.0.12 --json");
-    EXPECT_EQ(nobody.exit, 3);
-    EXPECT_EQ(nobody.AsJson(), Json::parse(R"({"found": []})"));
     server_.Stop();
     EXPECT_EQ(Run("info").exit, 3);
 }

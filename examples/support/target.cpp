@@ -57,8 +57,9 @@ Target::Target(int argc, char** argv, const char* about, const std::vector<Optio
                    "Simulated seconds in one second, of a simulated controller")
         ->check(CLI::Range(0.01, 100.0))
         ->capture_default_str();
-    for (const Option& option : options)
+    for (const Option& option : options) {
         Add(app, option);
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -29,8 +29,9 @@ class Controller
     [[nodiscard]] ServoStatus Servo(unsigned short axis) const;
     [[nodiscard]] std::vector<unsigned short> ServoAxes() const;
 
-    /// The axes that words such as "0", "2-5", "0,3", "X" or "all" mean, each once, in their order.
-    /// An axis that is no servo of the controller is a wrong argument.
+    /// The axes that words such as "0", "2-5", "0,3", "X" or "all" mean, each once, in their order;
+    /// all servo axes without any word. An axis that is no servo of the controller is a wrong
+    /// argument.
     [[nodiscard]] std::vector<unsigned short>
     ParseAxes(const std::vector<std::string>& words) const;
 

@@ -15,13 +15,13 @@ constexpr Milliseconds kLookEvery{20};
 constexpr Milliseconds kLongest{10'000}; ///< longer than any axis brakes
 constexpr unsigned short kWithDeceleration = 1;
 
+} // namespace
+
 bool AreAtRest(const ControllerStatus& status, const std::vector<unsigned short>& axes)
 {
     return std::all_of(axes.begin(), axes.end(),
                        [&](unsigned short axis) { return status.servo[axis].inMotion == 0; });
 }
-
-} // namespace
 
 std::string WithUnit(const Controller& controller, unsigned short axis, double value)
 {
@@ -57,11 +57,17 @@ void CheckSpeed(const Controller& controller, unsigned short axis, double speed)
                               "/s");
 }
 
-SpeedProfile CheckedProfile(const Controller& controller, unsigned short axis)
+SpeedProfile ReadProfile(const Controller& controller, unsigned short axis)
 {
     SpeedProfile profile{};
     Expect(zelQ_SpeedGet(controller.Number(), static_cast<short>(axis), &profile),
            "read the speed profile of " + controller.AxisText(axis));
+    return profile;
+}
+
+SpeedProfile CheckedProfile(const Controller& controller, unsigned short axis)
+{
+    const SpeedProfile profile = ReadProfile(controller, axis);
     CheckSpeed(controller, axis, profile.drive);
     return profile;
 }

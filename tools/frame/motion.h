@@ -11,12 +11,16 @@ namespace zelq::tool {
 /// Throws a Failure where a limit of the configuration does not allow it.
 void CheckDistance(const Controller& controller, unsigned short axis, double distance);
 void CheckSpeed(const Controller& controller, unsigned short axis, double speed);
+SpeedProfile ReadProfile(const Controller& controller, unsigned short axis);
 /// The profile with which an axis will run, its drive speed checked.
 SpeedProfile CheckedProfile(const Controller& controller, unsigned short axis);
 
 /// The value that means the pulse nearest to `position`: the library truncates, so that 0.3 in
 /// units of 0.1 could be 2 pulses. A Failure when the axis's counter has no such pulse.
 double OnPulse(const Controller& controller, unsigned short axis, double position);
+
+/// Whether none of the axes is in motion.
+bool AreAtRest(const ControllerStatus& status, const std::vector<unsigned short>& axes);
 
 /// "12.500 mm".
 std::string WithUnit(const Controller& controller, unsigned short axis, double value);

@@ -24,7 +24,7 @@ struct AlarmsOptions
 
     [[nodiscard]] std::vector<unsigned short> Axes(const Controller& controller) const
     {
-        return controller.ParseAxes(axes.empty() ? std::vector<std::string>{"all"} : axes);
+        return controller.ParseAxes(axes);
     }
 };
 

@@ -41,12 +41,6 @@ struct ParamsOptions
     bool yes = false;
 };
 
-std::vector<unsigned short> AxesOf(Controller& controller, std::vector<std::string> words)
-{
-    if (words.empty()) words = {"all"};
-    return controller.ParseAxes(words);
-}
-
 unsigned short OneAxis(Controller& controller, const std::string& word)
 {
     const std::vector<unsigned short> axes = controller.ParseAxes({word});
@@ -59,7 +53,7 @@ std::vector<DriveParams> ReadDrives(Context& context, const ParamsOptions& optio
 {
     Controller& controller = context.Connected();
     const ParamSearch search{ParseRange(options.groups), ParseRange(options.numbers)};
-    const std::vector<unsigned short> axes = AxesOf(controller, options.axes);
+    const std::vector<unsigned short> axes = controller.ParseAxes(options.axes);
     ParamReader reader(controller);
     std::vector<DriveParams> drives;
     for (const unsigned short axis : axes) {

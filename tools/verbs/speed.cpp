@@ -32,14 +32,6 @@ struct SpeedOptions
     }
 };
 
-SpeedProfile ReadProfile(const Controller& controller, unsigned short axis)
-{
-    SpeedProfile profile{};
-    Expect(zelQ_SpeedGet(controller.Number(), static_cast<short>(axis), &profile),
-           "read the speed profile of " + controller.AxisText(axis));
-    return profile;
-}
-
 void Change(const Controller& controller, unsigned short axis, const SpeedOptions& options)
 {
     SpeedProfile profile = ReadProfile(controller, axis);
@@ -92,12 +84,10 @@ void ShowProfiles(Context& context, const std::vector<unsigned short>& axes)
 ExitCode Speed(Context& context, const SpeedOptions& options)
 {
     const Controller& controller = context.Connected();
-    std::vector<std::string> words = options.axes;
-    if (words.empty() && !options.AreNone()) {
+    if (options.axes.empty() && !options.AreNone()) {
         throw Failure(kUsage, "which axes? Name them, or \"all\"");
     }
-    if (words.empty()) words = {"all"};
-    const std::vector<unsigned short> axes = controller.ParseAxes(words);
+    const std::vector<unsigned short> axes = controller.ParseAxes(options.axes);
     if (!options.AreNone()) {
         for (const unsigned short axis : axes) {
             Change(controller, axis, options);

@@ -21,9 +21,7 @@ struct StatusOptions
 ExitCode Status(Context& context, const StatusOptions& options)
 {
     Controller& controller = context.Connected();
-    std::vector<std::string> words = options.axes;
-    if (words.empty()) words = {"all"};
-    const std::vector<unsigned short> axes = controller.ParseAxes(words);
+    const std::vector<unsigned short> axes = controller.ParseAxes(options.axes);
     const ControllerStatus status = controller.Status();
 
     Json list = Json::array();

@@ -21,17 +21,13 @@ struct StopOptions
 ExitCode Stop(Context& context, const StopOptions& options)
 {
     const Controller& controller = context.Connected();
-    std::vector<std::string> words = options.axes;
-    if (words.empty()) words = {"all"};
-    const std::vector<unsigned short> axes = controller.ParseAxes(words);
+    const std::vector<unsigned short> axes = controller.ParseAxes(options.axes);
     if (axes.empty()) return kDone;
     Expect(zelQ_mStop(controller.Number(), static_cast<short>(axes.size()), axes.data(),
                       options.now ? 0 : 1),
            "stop " + AxesText(controller, axes));
-    const ControllerStatus status = AwaitStatus(controller, [&](const ControllerStatus& now) {
-        return std::all_of(axes.begin(), axes.end(),
-                           [&](unsigned short axis) { return now.servo[axis].inMotion == 0; });
-    });
+    const ControllerStatus status =
+        AwaitStatus(controller, [&](const ControllerStatus& now) { return AreAtRest(now, axes); });
     ShowResult(context, axes, status);
     return kDone;
 }

@@ -204,9 +204,7 @@ void WatchOnScreen(Watch& watch, const WatchOptions& options)
 
 ExitCode RunWatch(Context& context, const WatchOptions& options)
 {
-    std::vector<std::string> words = options.axes;
-    if (words.empty()) words = {"all"};
-    Watch watch(context, context.Connected().ParseAxes(words));
+    Watch watch(context, context.Connected().ParseAxes(options.axes));
     if (!context.out.IsJson() && IsTerminal(Stream::kOutput) && IsTerminal(Stream::kInput)) {
         WatchOnScreen(watch, options);
         return kDone;

@@ -7,6 +7,7 @@
 #include <deque>
 #include <io.h>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <windows.h>
 

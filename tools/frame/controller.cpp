@@ -101,7 +101,7 @@ std::vector<unsigned short> Controller::ServoAxes() const
 
 std::vector<unsigned short> Controller::ParseAxes(const std::vector<std::string>& words) const
 {
-    const std::vector<unsigned short> servos = ServoAxes();
+    std::vector<unsigned short> servos = ServoAxes();
     if (words.empty()) return servos;
     std::vector<unsigned short> axes;
     const auto add = [&](int axis) {

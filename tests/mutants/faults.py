@@ -53,7 +53,7 @@ FAULTS = [
     ('src/transport/connection.cpp', 'wait for a reply half as long', 'platform::Wait wait(kReceiveWaits * timeOut);', 'platform::Wait wait((FAULT ? 3 : kReceiveWaits) * timeOut);'),
     ('src/transport/connection.cpp', 'missing drain before sending', 'int result = DiscardStale();', 'int result = FAULT ? kOk : DiscardStale();'),
     ('src/transport/engine.cpp', 'two attempts instead of three', 'attempt < kAttempts; ++attempt)', 'attempt < kAttempts - (FAULT ? 1 : 0); ++attempt)'),
-    ('src/transport/connection.cpp', 'each piece of a reply starts the wait anew', 'wait.LookAtClock();', 'if (FAULT) wait = platform::Wait(kReceiveWaits * timeOut);\n        wait.LookAtClock();'),
+    ('src/transport/connection.cpp', 'each piece of a reply starts the wait anew', 'wait.LookAtClock();', 'if (FAULT) wait.left = kReceiveWaits * timeOut; else wait.LookAtClock();'),
     ('src/transport/connection.cpp', 'overlong reply: wrong code', 'return kOverflow;', 'return FAULT ? kReplyMismatch : kOverflow;'),
     ('src/transport/request.h', 'request of exactly the buffer size is sent', 'return overflowed_ || Bytes().size() >= kBufferBytes;', 'return overflowed_ || Bytes().size() >= kBufferBytes + (FAULT ? 1U : 0U);'),
     ('src/transport/request.h', 'command of 122 registers is valid', 'if (registers_ == kMaxCommandQuantity) {', 'if (registers_ == kMaxCommandQuantity + (FAULT ? 1U : 0U)) {'),

@@ -1,10 +1,10 @@
 // lumo-sim: a simulated Lumo controller on the network.
 
 #include "core/controller.h"
+#include "network.h"
 #include "server/server.h"
 
 #include <CLI/CLI.hpp>
-#include <asio.hpp>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -177,7 +177,7 @@ void WaitForInterrupt()
 {
     asio::io_context io;
     asio::signal_set signals(io, SIGINT, SIGTERM);
-    signals.async_wait([](const asio::error_code&, int) {});
+    signals.async_wait([](const ErrorCode&, int) {});
     io.run();
 }
 

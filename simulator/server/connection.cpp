@@ -14,7 +14,7 @@ Connection::Connection(asio::ip::tcp::socket socket, SharedController& controlle
 
 void Connection::Start()
 {
-    asio::error_code ignored;
+    ErrorCode ignored;
     socket_.set_option(asio::ip::tcp::no_delay(true), ignored);
     {
         const std::unique_lock lock = controller_.Lock();
@@ -26,7 +26,7 @@ void Connection::Start()
 void Connection::Close()
 {
     if (!socket_.is_open()) return;
-    asio::error_code ignored;
+    ErrorCode ignored;
     socket_.shutdown(asio::ip::tcp::socket::shutdown_both, ignored);
     socket_.close(ignored);
     {
@@ -40,7 +40,7 @@ void Connection::Read()
 {
     socket_.async_read_some(
         asio::buffer(received_),
-        [self = shared_from_this()](const asio::error_code& error, std::size_t received) {
+        [self = shared_from_this()](const ErrorCode& error, std::size_t received) {
             if (error) {
                 self->Close();
             } else {
@@ -57,15 +57,14 @@ void Connection::Answer(std::size_t received)
         const std::unique_lock lock = controller_.Lock();
         good = session_.Receive(std::span(received_).first(received), answers_);
     }
-    asio::async_write(
-        socket_, asio::buffer(answers_),
-        [self = shared_from_this(), good](const asio::error_code& error, std::size_t) {
-            if (error || !good) {
-                self->Close();
-            } else {
-                self->Read();
-            }
-        });
+    asio::async_write(socket_, asio::buffer(answers_),
+                      [self = shared_from_this(), good](const ErrorCode& error, std::size_t) {
+                          if (error || !good) {
+                              self->Close();
+                          } else {
+                              self->Read();
+                          }
+                      });
 }
 
 } // namespace lumosim

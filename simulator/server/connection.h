@@ -2,10 +2,10 @@
 #pragma once
 
 #include "modbus.h"
+#include "network.h"
 #include "shared_controller.h"
 
 #include <array>
-#include <asio.hpp>
 #include <functional>
 #include <memory>
 

@@ -1,10 +1,10 @@
 // Answers hosts that ask over UDP who is there.
 #pragma once
 
+#include "network.h"
 #include "shared_controller.h"
 
 #include <array>
-#include <asio.hpp>
 #include <cstdint>
 #include <memory>
 #include <span>

@@ -29,7 +29,7 @@ void Listener::Open(const asio::ip::address& address, std::uint16_t port)
 
 void Listener::Close()
 {
-    asio::error_code ignored;
+    ErrorCode ignored;
     acceptor_.close(ignored);
     acceptPause_.cancel();
     CloseConnections();
@@ -45,7 +45,7 @@ void Listener::CloseConnections()
 
 void Listener::Accept()
 {
-    acceptor_.async_accept([this](const asio::error_code& error, asio::ip::tcp::socket socket) {
+    acceptor_.async_accept([this](const ErrorCode& error, asio::ip::tcp::socket socket) {
         if (error == asio::error::operation_aborted || !acceptor_.is_open()) return;
         if (error && error != asio::error::connection_aborted) return PauseAccepting();
         if (!error) {
@@ -65,7 +65,7 @@ void Listener::Accept()
 void Listener::PauseAccepting()
 {
     acceptPause_.expires_after(kAcceptPause);
-    acceptPause_.async_wait([this](const asio::error_code& error) {
+    acceptPause_.async_wait([this](const ErrorCode& error) {
         if (!error && acceptor_.is_open()) Accept();
     });
 }

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "connection.h"
+#include "network.h"
 #include "shared_controller.h"
 
-#include <asio.hpp>
 #include <atomic>
 #include <cstdint>
 #include <memory>

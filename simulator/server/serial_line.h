@@ -1,7 +1,8 @@
 // What the controller's serial port can be wired to outside the simulator.
 #pragma once
 
-#include <asio.hpp>
+#include "network.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>

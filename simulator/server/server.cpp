@@ -4,10 +4,10 @@
 #include "core/serial_port.h"
 #include "discovery.h"
 #include "listener.h"
+#include "network.h"
 #include "serial_line.h"
 #include "shared_controller.h"
 
-#include <asio.hpp>
 #include <atomic>
 #include <functional>
 #include <future>
@@ -89,7 +89,7 @@ void Server::Impl::Start()
     Open(config_.address, config_.port, config_.discoveryPort.value_or(0));
     try {
         OpenSerialLine();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         Close();
         throw;
     }
@@ -171,7 +171,7 @@ void Server::Impl::SetOnline(bool online)
     Close();
     if (!online || TryComeBack(ConfiguredAddress()) || TryComeBack(Address())) return;
     comeBack_.expires_after(kComeBackPause);
-    comeBack_.async_wait([this](const asio::error_code& error) {
+    comeBack_.async_wait([this](const ErrorCode& error) {
         if (!error) SetOnline(true);
     });
 }
@@ -236,7 +236,7 @@ void Server::Impl::CloseSerialLine()
 void Server::Impl::Tick()
 {
     tick_.expires_after(kTick);
-    tick_.async_wait([this](const asio::error_code& error) {
+    tick_.async_wait([this](const ErrorCode& error) {
         if (error || !running_) return;
         controller_.Lock(); // that brings the time up to now
         Tick();

@@ -1,14 +1,15 @@
 #include "shared_controller.h"
 
+#include "network.h"
+
 #include <algorithm>
-#include <asio.hpp>
 
 namespace lumosim {
 
 ControllerConfig SharedController::WithAddress(const ServerConfig& config)
 {
     ControllerConfig controller = config.controller;
-    asio::error_code error;
+    ErrorCode error;
     const asio::ip::address_v4 address = asio::ip::make_address_v4(config.address, error);
     if (error || address.is_unspecified()) return controller;
     std::copy_n(address.to_bytes().begin(), 3, controller.network.address.begin());

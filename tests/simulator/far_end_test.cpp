@@ -3,9 +3,9 @@
 #include "core/byte_registers.h"
 #include "core/serial_port.h"
 #include "modbus_frames.h"
+#include "network.h"
 #include "server/server.h"
 
-#include <asio.hpp>
 #include <chrono>
 #include <filesystem>
 #include <fstream>

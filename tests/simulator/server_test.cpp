@@ -2,9 +2,9 @@
 
 #include "core/maintenance.h"
 #include "modbus_frames.h"
+#include "network.h"
 #include "server/server.h"
 
-#include <asio.hpp>
 #include <chrono>
 #include <gtest/gtest.h>
 #include <string>
@@ -43,7 +43,7 @@ class Host
         Bytes bytes(size);
         std::size_t received = 0;
         bool ended = false;
-        start(asio::buffer(bytes), [&](const asio::error_code&, std::size_t count) {
+        start(asio::buffer(bytes), [&](const ErrorCode&, std::size_t count) {
             received = count;
             ended = true;
         });
@@ -172,7 +172,7 @@ TEST(Server, DropsConnectionsAndStartsAgain)
     server.With([](Controller& controller) { controller.SetMainInputs(0x11); });
     server.Stop();
     EXPECT_TRUE(second.ClosedByServer());
-    EXPECT_THROW(TcpHost{server}, std::system_error) << "nobody listens";
+    EXPECT_THROW(TcpHost{server}, NetworkError) << "nobody listens";
 
     server.Start();
     TcpHost third(server);
@@ -226,7 +226,7 @@ class NetworkServer : public testing::Test
         try {
             const TcpHost host("127.0.0.24", server_.Port());
             return true;
-        } catch (const std::system_error&) {
+        } catch (const NetworkError&) {
             return false;
         }
     }

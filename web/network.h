@@ -1,9 +1,10 @@
 // The one network library of simulator, tool and tests: sockets, timers, signals.
 #pragma once
 
-#include <utility> // ahead of Asio, whose coroutines use it without a word
-
+// clang-format off
+#include <utility> // Asio's coroutines use it without a word
 #include <boost/asio.hpp>
+// clang-format on
 
 namespace asio = boost::asio;
 

@@ -76,8 +76,8 @@ void DiscoveryResponder::Answer(std::span<const std::uint8_t> request, const udp
     if (!isRequest) return;
     ModbusSession::Bytes answer;
     {
-        const std::unique_lock lock = controller_.Lock();
-        ModbusSession(controller_.Locked(), kAnyUnit).Receive(request, answer);
+        const Hold controller(controller_);
+        ModbusSession(*controller, kAnyUnit).Receive(request, answer);
     }
     ErrorCode ignored;
     if (!answer.empty()) ears_.front()->socket.send_to(asio::buffer(answer), sender, 0, ignored);

@@ -22,7 +22,7 @@ class DiscoveryResponder
     {}
 
     // Listens at the controller's address and for broadcasts; port 0 takes a free one.
-    // std::system_error when it cannot.
+    // NetworkError when it cannot.
     void Open(const asio::ip::address& address, std::uint16_t port);
     void Close();
 

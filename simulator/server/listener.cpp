@@ -48,18 +48,31 @@ void Listener::Accept()
     acceptor_.async_accept([this](const ErrorCode& error, asio::ip::tcp::socket socket) {
         if (error == asio::error::operation_aborted || !acceptor_.is_open()) return;
         if (error && error != asio::error::connection_aborted) return PauseAccepting();
-        if (!error) {
-            const auto connection = std::make_shared<Connection>(
-                std::move(socket), controller_, [this](const std::shared_ptr<Connection>& closed) {
-                    connections_.erase(closed);
-                    connectionCount_ = connections_.size();
-                });
-            connections_.insert(connection);
-            connectionCount_ = connections_.size();
-            connection->Start();
-        }
+        if (!error) Take(std::move(socket));
         Accept();
     });
+}
+
+void Listener::Take(asio::ip::tcp::socket socket)
+{
+    bool refused = false;
+    {
+        const Hold controller(controller_);
+        refused = filter_.RefusesConnection();
+    }
+    if (refused) {
+        ErrorCode ignored;
+        socket.set_option(asio::socket_base::linger(true, 0), ignored);
+        return; // which resets it
+    }
+    const auto connection = std::make_shared<Connection>(
+        std::move(socket), controller_, filter_, [this](const std::shared_ptr<Connection>& closed) {
+            connections_.erase(closed);
+            connectionCount_ = connections_.size();
+        });
+    connections_.insert(connection);
+    connectionCount_ = connections_.size();
+    connection->Start();
 }
 
 void Listener::PauseAccepting()

@@ -30,7 +30,7 @@ class SerialLine
 };
 
 // A program that connects to the TCP port is at the other end; one at a time. Port 0 takes a free
-// one. std::system_error when it cannot be listened on.
+// one. NetworkError when it cannot be listened on.
 std::unique_ptr<SerialLine> OpenTcpLine(asio::io_context& io, const asio::ip::tcp::endpoint& where,
                                         SerialLine::Taker taker);
 

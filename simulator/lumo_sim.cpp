@@ -162,7 +162,12 @@ void Complete(Arguments& arguments)
     }
 }
 
-void PrintCommand(const lumosim::CommandRecord& record)
+class CommandPrinter : public lumosim::Observer
+{
+    void CommandRun(const lumosim::CommandRecord& record) override;
+};
+
+void CommandPrinter::CommandRun(const lumosim::CommandRecord& record)
 {
     const double seconds = std::chrono::duration<double>(record.time).count();
     std::printf("%11.6f  %04X %-16s", seconds, static_cast<unsigned>(record.code), record.name);
@@ -183,10 +188,10 @@ void WaitForInterrupt()
 
 int Simulate(const Arguments& arguments)
 {
+    CommandPrinter printer;
     lumosim::Server server(arguments.server);
     if (arguments.verbose) {
-        server.With(
-            [](lumosim::Controller& controller) { controller.SetCommandLog(PrintCommand); });
+        server.With([&](lumosim::Controller& controller) { controller.Observe(printer); });
     }
     server.Start();
     if (!arguments.quiet) {

@@ -75,7 +75,7 @@ Result Controller::Run(std::span<const Word> block, Reply& reply)
     if (block.empty()) return Result::kMalformed;
     for (const auto& family : families_) {
         if (const auto result = family->Divert(block)) {
-            Log(block, *result);
+            Tell(block, *result);
             return *result;
         }
     }
@@ -87,16 +87,26 @@ Result Controller::Perform(std::span<const Word> block, Reply& reply)
     const CommandTable::Entry* command = commands_.Find(block.front());
     CommandReader reader(block.subspan(1));
     const Result result = command ? command->handler(reader, reply) : Result::kUnknownCommand;
-    Log(block, result);
+    Tell(block, result);
     return result;
 }
 
-void Controller::Log(std::span<const Word> block, Result result) const
+void Controller::Tell(std::span<const Word> block, Result result) const
 {
-    if (!log_) return;
+    if (observers_.empty()) return;
     const CommandTable::Entry* command = commands_.Find(block.front());
-    log_({now_, block.front(), command ? command->name.c_str() : "unknown", block.subspan(1),
-          result});
+    const CommandRecord record{now_, block.front(), command ? command->name.c_str() : "unknown",
+                               block.subspan(1), result};
+    for (Observer* observer : observers_) {
+        observer->CommandRun(record);
+    }
+}
+
+void Controller::TellOnline(bool online) const
+{
+    for (Observer* observer : observers_) {
+        observer->OnlineChanged(online);
+    }
 }
 
 std::size_t Controller::PreRegistered(Word number) const

@@ -6,18 +6,17 @@
 #include "command.h"
 #include "family.h"
 #include "network_settings.h"
+#include "observer.h"
 #include "register_map.h"
 #include "slave.h"
 #include "types.h"
 
 #include <array>
-#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
 #include <span>
 #include <stdexcept>
-#include <utility>
 #include <vector>
 
 namespace lumosim {
@@ -29,16 +28,6 @@ struct ControllerConfig
     std::vector<SlaveConfig> slaves; // ... and these, in place of a servo where both would stand
     AxisMechanics mechanics;         // of every axis
     NetworkSettings network;         // as it was delivered
-};
-
-// One command that was run, for logs.
-struct CommandRecord
-{
-    Nanoseconds time;
-    Word code;
-    const char* name; // "unknown" for a code that nobody knows
-    std::span<const Word> fields;
-    Result result;
 };
 
 class Controller
@@ -57,6 +46,12 @@ class Controller
     [[nodiscard]] Nanoseconds Now() const { return now_; }
     void Advance(Nanoseconds step) { AdvanceTo(now_ + step); }
     void AdvanceTo(Nanoseconds time); // an earlier time is no time at all
+    // When something happens by itself next; kNever as long as nobody commands anything.
+    [[nodiscard]] Nanoseconds NextEvent() const;
+
+    // --- Observers, each told until it is taken away again.
+    void Observe(Observer& observer) { observers_.push_back(&observer); }
+    void Unobserve(const Observer& observer) { std::erase(observers_, &observer); }
 
     // --- The command interface. A block is a command's code and fields, its frames joined.
     Result Run(std::span<const Word> block, Reply& reply);
@@ -64,7 +59,6 @@ class Controller
     Result Perform(std::span<const Word> block, Reply& reply);
     [[nodiscard]] bool ReadRegisters(Word first, std::span<Word> out) const;
     [[nodiscard]] bool Knows(Word code) const { return commands_.Find(code) != nullptr; }
-    void SetCommandLog(std::function<void(const CommandRecord&)> log) { log_ = std::move(log); }
 
     // Commands that are held back in pre-register `number`, whoever has it.
     [[nodiscard]] std::size_t PreRegistered(Word number) const;
@@ -82,6 +76,9 @@ class Controller
     [[nodiscard]] const Axis* FindAxis(int number) const;
     // The same where a servo is known to stand; std::out_of_range otherwise.
     [[nodiscard]] Axis& AxisAt(int number);
+
+    // --- The network: who takes the controller off it or brings it back tells so here.
+    void TellOnline(bool online) const;
 
     // --- Hosts. A controller that has had one and lost the last knows since when.
     void HostConnected();
@@ -117,9 +114,8 @@ class Controller
     }
 
   private:
-    [[nodiscard]] Nanoseconds NextEvent() const;
     [[nodiscard]] Slave& Station(int position);
-    void Log(std::span<const Word> block, Result result) const;
+    void Tell(std::span<const Word> block, Result result) const;
     void Install(const SlaveConfig& slave);
     void CountConfiguration();
 
@@ -129,7 +125,7 @@ class Controller
     std::vector<std::unique_ptr<Family>> families_;
     CommandTable commands_;
     RegisterMap registers_;
-    std::function<void(const CommandRecord&)> log_;
+    std::vector<Observer*> observers_;
 
     int hosts_ = 0;
     std::optional<Nanoseconds> hostLostAt_;

@@ -175,7 +175,7 @@ void Maintenance::AdvanceTo(Nanoseconds now)
 void Maintenance::SetOnline(bool online)
 {
     online_ = online;
-    if (told_) told_(online);
+    controller_.TellOnline(online);
 }
 
 void Maintenance::Restart()

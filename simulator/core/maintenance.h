@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cstdint>
-#include <functional>
 
 namespace lumosim {
 
@@ -44,9 +43,8 @@ class Maintenance : public Family
     // The network settings that are in effect.
     [[nodiscard]] const NetworkSettings& Network() const { return network_; }
 
-    // Whether the controller is on the network, and who is told when that changes.
+    // Whether the controller is on the network; observers are told when that changes.
     [[nodiscard]] bool Online() const { return online_; }
-    void OnOnlineChange(std::function<void(bool online)> told) { told_ = std::move(told); }
 
   private:
     Result SetNetwork(CommandReader& in);
@@ -69,7 +67,6 @@ class Maintenance : public Family
     Word resetMode_ = 0;
     Nanoseconds offlineAt_ = kNever;
     Nanoseconds onlineAt_ = kNever;
-    std::function<void(bool)> told_;
 };
 
 } // namespace lumosim

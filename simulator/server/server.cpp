@@ -27,7 +27,7 @@ constexpr auto kComeBackPause = std::chrono::milliseconds(100);
 
 } // namespace
 
-class Server::Impl
+class Server::Impl : private Observer
 {
   public:
     explicit Impl(const ServerConfig& config);
@@ -46,6 +46,11 @@ class Server::Impl
     [[nodiscard]] SharedController& Shared() { return controller_; }
 
   private:
+    void OnlineChanged(bool online) override
+    {
+        asio::post(io_, [this, online] { SetOnline(online); });
+    }
+
     void RunOnThread(std::function<void()> work);
     void Open(const std::string& address, std::uint16_t port, std::uint16_t discoveryPort);
     void Close();
@@ -78,8 +83,7 @@ class Server::Impl
 Server::Impl::Impl(const ServerConfig& config)
     : config_(config), controller_(config), address_(config.address)
 {
-    controller_.Locked().Get<Maintenance>().OnOnlineChange(
-        [this](bool online) { asio::post(io_, [this, online] { SetOnline(online); }); });
+    controller_.Locked().Observe(*this);
 }
 
 void Server::Impl::Start()

@@ -2,6 +2,7 @@
 
 #include "core/command_channel.h"
 #include "core/controller.h"
+#include "core/names.h"
 
 #include <chrono>
 #include <gtest/gtest.h>
@@ -250,17 +251,33 @@ TEST_F(RefusedCommands, AreNotTakenByAProgramEither)
                   "77: 232 1 0 0 0 1 | 232 1 0 28 0 1\n");
 }
 
-TEST(Commands, AreShownToTheLog)
+class Log : public Observer
+{
+  public:
+    std::string text;
+
+    void CommandRun(const CommandRecord& record) override
+    {
+        text += std::string(record.name) + " " + std::to_string(record.fields.size()) + " " +
+                NameOf(record.result) + "\n";
+    }
+    void OnlineChanged(bool online) override { text += online ? "online\n" : "offline\n"; }
+};
+
+TEST(Commands, AreShownToEveryObserver)
 {
     Controller controller(Mixed());
-    std::string log;
-    controller.SetCommandLog([&log](const CommandRecord& record) {
-        log += std::string(record.name) + " " + std::to_string(record.fields.size()) + " " +
-               std::to_string(static_cast<int>(record.result)) + "\n";
-    });
+    Log all;
+    Log first;
+    controller.Observe(all);
+    controller.Observe(first);
     controller.Execute({0x10, 1, 0, 0});
+    controller.Unobserve(first);
     controller.Execute({0x7777});
-    EXPECT_EQ(log, "jog 3 4\nunknown 0 1\n");
+    controller.Execute({0x1002, 0});
+    controller.Advance(std::chrono::seconds(1));
+    EXPECT_EQ(first.text, "jog 3 servo-off\n");
+    EXPECT_EQ(all.text, first.text + "unknown 0 unknown-command\nreset 1 done\noffline\nonline\n");
 }
 
 } // namespace

@@ -88,7 +88,7 @@ class PositionSet : public Family
     // What is left is the position inside one turn; a homed axis is not homed any more.
     static void ClearTurns(Axis& axis)
     {
-        const std::int32_t turn = axis.Mechanics().pulsesPerTurn;
+        const std::int32_t turn = axis.PulsesPerTurn();
         const std::int32_t rest = axis.EncoderPosition() % turn;
         axis.SetPosition(rest < 0 ? rest + turn : rest);
         axis.SetHomeDone(false);

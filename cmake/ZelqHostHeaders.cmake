@@ -17,6 +17,8 @@ function(zelq_host_headers target header)
   target_include_directories(${target} SYSTEM INTERFACE "${own}")
 endfunction()
 
+zelq_host_headers(zelq_json nlohmann/json.hpp nlohmann)
+
 # Sockets, timers, HTTP and WebSocket.
 zelq_host_headers(zelq_network boost/asio.hpp boost)
 target_include_directories(zelq_network INTERFACE "${PROJECT_SOURCE_DIR}/web")

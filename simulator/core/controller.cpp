@@ -35,11 +35,16 @@ Controller::Controller(const ControllerConfig& config) : config_(config)
     for (const SlaveConfig& slave : config.slaves) {
         Install(slave);
     }
-    families_ = MakeFamilies(*this);
-    for (const auto& family : families_) {
-        family->AddCommands(commands_);
-        family->AddRegisters(registers_);
+    for (auto& family : MakeFamilies(*this)) {
+        AddFamily(std::move(family));
     }
+}
+
+void Controller::AddFamily(std::unique_ptr<Family> family)
+{
+    family->AddCommands(commands_);
+    family->AddRegisters(registers_);
+    families_.push_back(std::move(family));
 }
 
 Controller::~Controller() = default;

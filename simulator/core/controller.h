@@ -104,6 +104,9 @@ class Controller
     [[nodiscard]] Word ReadRegister(Word address) const;
     [[nodiscard]] std::int32_t ReadLong(Word address) const; // low word first
 
+    // A family of somebody else's, which comes behind all others and stays.
+    void AddFamily(std::unique_ptr<Family> family);
+
     // The family of this type, for what a family offers beyond commands and registers.
     template <typename FamilyType>
     [[nodiscard]] FamilyType& Get()

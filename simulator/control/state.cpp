@@ -1,0 +1,79 @@
+#include "state.h"
+
+#include "core/names.h"
+#include "server/server.h"
+
+#include <chrono>
+#include <nlohmann/json.hpp>
+
+namespace lumosim {
+
+namespace {
+
+using nlohmann::json;
+
+json AxisOf(const Axis& axis)
+{
+    json shown = {{"command", axis.CommandPosition()}, {"encoder", axis.EncoderPosition()},
+                  {"speed", axis.Velocity()},          {"torque", axis.Torque() / 10.0},
+                  {"servo", axis.ServoOn()},           {"moving", axis.Moving()},
+                  {"in-position", axis.InPosition()},  {"kind", NameOf(axis.Kind())}};
+    if (axis.ActiveAlarm()) shown["alarm"] = axis.ActiveAlarm()->number;
+    return shown;
+}
+
+json SnapshotOf(const Controller& controller)
+{
+    json axes = json::object();
+    for (int number = 0; number < kMaxAxes; ++number) {
+        if (const Axis* axis = controller.FindAxis(number))
+            axes[std::to_string(number)] = AxisOf(*axis);
+    }
+    return {{"number", controller.Config().number},
+            {"axes", axes},
+            {"inputs", controller.MainInputs()},
+            {"outputs", controller.MainOutputs()}};
+}
+
+json ActiveFaults(const FaultRegistry& faults)
+{
+    json active = json::object();
+    for (const ActiveFault& fault : faults.Active()) {
+        active[fault.name] = fault.values;
+    }
+    return active;
+}
+
+} // namespace
+
+json FaultKinds(const FaultRegistry& faults)
+{
+    json kinds = json::array();
+    for (const FaultKind& kind : faults.Kinds()) {
+        json parameters = json::array();
+        for (const FaultParameter& parameter : kind.parameters) {
+            parameters.push_back({{"name", parameter.name},
+                                  {"text", parameter.text},
+                                  {"smallest", parameter.smallest},
+                                  {"largest", parameter.largest},
+                                  {"normal", parameter.normal}});
+        }
+        kinds.push_back({{"name", kind.name}, {"text", kind.text}, {"parameters", parameters}});
+    }
+    return {{"kinds", kinds}, {"active", ActiveFaults(faults)}};
+}
+
+json StateOf(Server& server)
+{
+    const ClockState clock = server.RealTimeClock();
+    return server.With([&](Controller& controller) {
+        json state = SnapshotOf(controller);
+        state["faults"] = ActiveFaults(server.Faults());
+        state["clock"] = {{"now", std::chrono::duration<double>(controller.Now()).count()},
+                          {"scale", clock.scale},
+                          {"paused", clock.paused}};
+        return state;
+    });
+}
+
+} // namespace lumosim

@@ -7,6 +7,7 @@
 #include "server/server.h"
 #include "state.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <nlohmann/json.hpp>
@@ -222,6 +223,15 @@ Answer GetFaults(const Call& call)
     return Json(call.server.With([&](Controller&) { return FaultKinds(call.server.Faults()); }));
 }
 
+// The fault that the path names.
+const std::string& FaultOf(const Call& call)
+{
+    const std::string& name = call.wild.front();
+    const auto& kinds = call.server.Faults().Kinds();
+    if (std::ranges::find(kinds, name, &FaultKind::name) != kinds.end()) return name;
+    throw Refused(404, "there is no fault " + name);
+}
+
 Answer PutFault(const Call& call)
 {
     FaultValues values;
@@ -230,13 +240,13 @@ Answer PutFault(const Call& call)
             values[name] = value.Number(-1e15, 1e15);
         });
     });
-    call.server.With([&](Controller&) { call.server.Faults().Apply(call.wild.front(), values); });
+    call.server.With([&](Controller&) { call.server.Faults().Apply(FaultOf(call), values); });
     return Done();
 }
 
 Answer DeleteFault(const Call& call)
 {
-    call.server.With([&](Controller&) { call.server.Faults().Clear(call.wild.front()); });
+    call.server.With([&](Controller&) { call.server.Faults().Clear(FaultOf(call)); });
     return Done();
 }
 

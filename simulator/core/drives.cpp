@@ -139,7 +139,7 @@ class Drives : public Family
         const Result result = ReadAxes(controller_, in, in.NextWord(), axes);
         if (result != Result::kDone) return result;
         for (Axis* axis : axes) {
-            axis->Parameters().Save();
+            if (!axis->Trouble().eepromWorn) axis->Parameters().Save();
         }
         return Result::kDone;
     }

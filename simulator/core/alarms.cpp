@@ -49,6 +49,7 @@ class Alarms : public Family
             Look(axis);
             Supervision& supervision = supervised_.at(static_cast<std::size_t>(number));
             supervision.seen = axis.Following();
+            supervision.disturbances = axis.Disturbances();
             const Nanoseconds period = Cruises(axis) ? kCruisePeriod : kWatchPeriod;
             supervision.due = (now / period + 1) * period;
         }
@@ -59,35 +60,38 @@ class Alarms : public Family
     struct Supervision
     {
         std::shared_ptr<const Trajectory> seen;
+        unsigned disturbances = 0;
         Nanoseconds due{0};
     };
 
-    // A motion that has just begun is due at once.
+    // A motion that has just begun is due at once, and so is one that something has come between.
     [[nodiscard]] Nanoseconds DueAt(int number) const
     {
         const Axis* axis = controller_.FindAxis(number);
-        if (axis == nullptr || !axis->Moving()) return kNever;
+        if (axis == nullptr || !(axis->Moving() || axis->Settling())) return kNever;
         const Supervision& supervision = supervised_.at(static_cast<std::size_t>(number));
-        return axis->Following() == supervision.seen ? supervision.due : controller_.Now();
+        const bool known = axis->Following() == supervision.seen &&
+                           axis->Disturbances() == supervision.disturbances;
+        return known ? supervision.due : controller_.Now();
     }
 
     static bool Cruises(const Axis& axis)
     {
         const MotionState state = axis.Physical();
         const bool beyond = axis.LimitActive(1) || axis.LimitActive(-1);
-        return state.velocity != 0 && state.acceleration == 0 && !beyond;
+        return state.velocity != 0 && state.acceleration == 0 && !beyond && axis.Tracks();
     }
 
     static void Look(Axis& axis)
     {
+        if (!axis.ServoOn()) return;
         const DriveParameters& parameters = axis.Parameters();
         const auto exceeds = [&parameters](double value, DriveSetting setting, double unit) {
             const std::int32_t most = parameters.InForce(setting);
             return most != 0 && value > most * unit;
         };
-        const double torque = axis.Protection().torque.Allowed(axis.TorqueDemand());
         constexpr double kPercent = 10;
-        if (exceeds(std::abs(torque), DriveSetting::kOverCurrentLevel, kPercent)) {
+        if (exceeds(std::abs(axis.SupervisedTorque()), DriveSetting::kOverCurrentLevel, kPercent)) {
             axis.RaiseAlarm(kOverCurrentAlarm);
         } else if (exceeds(std::abs(axis.FollowingError()), DriveSetting::kFollowingErrorLimit,
                            1)) {

@@ -50,7 +50,7 @@ Word StatusBits(const Axis& axis)
     put(kHomeDoneBit, axis.HomeDone());
     put(kHomingBit, axis.Kind() == MotionKind::kHoming);
     put(kSoftwareLimitBit, axis.AtSoftwareLimit(1) || axis.AtSoftwareLimit(-1));
-    put(kConfigurableInputBit, axis.Inputs().configurable);
+    put(kConfigurableInputBit, axis.SignalOn(Signal::kConfigurableInput));
     return static_cast<Word>(bits);
 }
 

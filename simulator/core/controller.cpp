@@ -143,8 +143,8 @@ void Controller::Install(const SlaveConfig& slave)
     station.type = slave.type;
     station.properties = slave.properties;
     if (slave.type == SlaveType::kServo) {
-        station.axis =
-            std::make_unique<Axis>(MechanicsOf(config_.mechanics, slave.properties), now_);
+        station.axis = std::make_unique<Axis>(MechanicsOf(config_.mechanics, slave.properties),
+                                              now_, config_.ideal);
     }
 }
 

@@ -28,6 +28,7 @@ struct ControllerConfig
     std::vector<SlaveConfig> slaves; // ... and these, in place of a servo where both would stand
     AxisMechanics mechanics;         // of every axis
     NetworkSettings network;         // as it was delivered
+    bool ideal = false;              // drives and motors that follow whatever is asked of them
 };
 
 class Controller

@@ -29,7 +29,7 @@ struct TorqueCommand
     void Start(Axis& axis) const
     {
         const double turns = limit == 0 ? kHighestTurnsPerMinute : limit;
-        axis.PushWith(torque, turns / 60 * axis.Mechanics().pulsesPerTurn);
+        axis.PushWith(torque, turns / 60 * axis.PulsesPerTurn());
     }
 };
 

@@ -97,8 +97,9 @@ class Drives : public Family
             kValidateParameters, "validate params", {kCount, kAxis},
             [](const Axis& axis) { return axis.ServoOn() ? Result::kServoIsOn : Result::kDone; },
             [](Axis& axis) { axis.Parameters().Validate(); });
-        table.ForAxes(kSaveParameters, "save parameters", {kCount, kAxis},
-                      [](Axis& axis) { axis.Parameters().Save(); });
+        table.ForAxes(kSaveParameters, "save parameters", {kCount, kAxis}, [](Axis& axis) {
+            if (!axis.Trouble().eepromWorn) axis.Parameters().Save();
+        });
         table.ForAxes<OneWord>(
             kReadIdentification, "identification", {"axis", &OneWord::value, kEach},
             [this](Axis&, const OneWord& axis, Reply& reply) { Identify(axis.value, reply); });

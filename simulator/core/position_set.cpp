@@ -42,7 +42,7 @@ void SetPosition(Axis& axis, const NewPosition& position)
 // What is left is the position inside one turn; a homed axis is not homed any more.
 void ClearTurns(Axis& axis)
 {
-    const std::int32_t turn = axis.Mechanics().pulsesPerTurn;
+    const std::int32_t turn = axis.PulsesPerTurn();
     const std::int32_t rest = axis.EncoderPosition() % turn;
     axis.SetPosition(rest < 0 ? rest + turn : rest);
     axis.SetHomeDone(false);

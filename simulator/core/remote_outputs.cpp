@@ -112,7 +112,6 @@ void RemoteOutputs::SetNetworkUp(bool up)
 
 void RemoteOutputs::PowerUp()
 {
-    networkUp_ = true;
     keepOut_ = 0;
 }
 

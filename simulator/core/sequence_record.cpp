@@ -114,8 +114,9 @@ std::uint32_t DriveInputs(const Axis& axis)
 {
     std::uint32_t inputs = 0;
     unsigned pin = 0;
-    for (const bool level : {axis.LimitActive(1), axis.LimitActive(-1),
-                             axis.SignalOn(Signal::kHomeSensor), axis.Inputs().configurable}) {
+    for (const bool level :
+         {axis.LimitActive(1), axis.LimitActive(-1), axis.SignalOn(Signal::kHomeSensor),
+          axis.SignalOn(Signal::kConfigurableInput)}) {
         inputs |= (level ? 1U : 0U) << pin++;
     }
     return inputs;

@@ -30,6 +30,7 @@ void Axis::AdvanceTo(Nanoseconds now)
 
 Result Axis::CheckServoOn() const
 {
+    if (trouble_.offNetwork) return Result::kNetworkDown;
     if (ActiveAlarm()) return Result::kAlarm;
     if (EmergencyStop()) return Result::kEmergencyStop;
     return Result::kDone;
@@ -238,7 +239,7 @@ void Axis::PowerUp()
     parameters_.PowerUp();
     SetPosition(mechanics_.absoluteEncoder ? encoder : 0);
     target_ = CommandPosition();
-    if (trouble_.alarm) RaiseAlarm(*trouble_.alarm);
+    if (trouble_.alarm) RaiseTroubleAlarm();
 }
 
 } // namespace lumosim

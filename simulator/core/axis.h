@@ -193,6 +193,7 @@ class Axis
     void RunMotor(Nanoseconds now);
     void ReleaseMotor(double brakeTorque);
     void Disturb();
+    void RaiseTroubleAlarm();
 
     AxisMechanics mechanics_;
     AxisProtection protection_;

@@ -124,7 +124,7 @@ void Axis::MeetStopper()
 
 bool Axis::InputOn(Signal signal) const
 {
-    return trouble_.StuckAt(signal).value_or(ForcedOn(inputs_, signal));
+    return trouble_.StuckAt(signal).value_or(ForcedOn(inputs_, signal) || trouble_.Pressed(signal));
 }
 
 bool Axis::SignalOn(Signal signal) const
@@ -186,9 +186,17 @@ void Axis::SetTrouble(const AxisTrouble& trouble)
     const std::optional<Alarm> before = trouble_.alarm;
     ChangeInputs([this, &trouble] { trouble_ = trouble; });
     if (before && !trouble_.alarm) amplifier_.LetReset(!before->lasting);
-    if (!before && trouble_.alarm) RaiseAlarm(*trouble_.alarm);
+    if (trouble_.alarm && trouble_.alarm != before) RaiseTroubleAlarm();
+    if (trouble_.offNetwork) SwitchServo(false);
     if (Pushing()) PushWith(torque_, speedLimit_);
     Disturb();
+}
+
+// What raises it is still there: it cannot be reset.
+void Axis::RaiseTroubleAlarm()
+{
+    RaiseAlarm(*trouble_.alarm);
+    amplifier_.LetReset(false);
 }
 
 void Axis::Slip(std::int32_t pulses)

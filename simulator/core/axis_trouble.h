@@ -18,6 +18,9 @@ struct AxisTrouble
     double massFactor = 1;  // of all that the motor has to move
     bool brakeShut = false; // nothing moves
     bool emergencyStop = false;
+    bool eepromWorn = false;
+    bool offNetwork = false;                  // the drive does not hear the controller
+    std::array<bool, 2> pressed{};            // limit switches, the positive one first
     std::optional<Alarm> alarm;               // comes again after every reset
     std::array<std::optional<bool>, 5> stuck; // inputs that do not change any more
 
@@ -26,6 +29,11 @@ struct AxisTrouble
     {
         const auto index = static_cast<std::size_t>(InputOf(signal));
         return index < stuck.size() ? stuck[index] : std::nullopt;
+    }
+    [[nodiscard]] bool Pressed(Signal signal) const
+    {
+        return (signal == Signal::kLimitPositive && pressed[0]) ||
+               (signal == Signal::kLimitNegative && pressed[1]);
     }
     [[nodiscard]] double Friction() const
     {

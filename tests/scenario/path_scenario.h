@@ -77,7 +77,7 @@ class PathScenario : public ScenarioTest
             Sample sample;
             for (const U16 number : map_) {
                 sample.at.push_back(controller.AxisAt(number).CommandPosition());
-                sample.velocity.push_back(controller.AxisAt(number).Velocity());
+                sample.velocity.push_back(controller.AxisAt(number).Physical().velocity);
             }
             return sample;
         });

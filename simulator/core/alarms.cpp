@@ -1,6 +1,5 @@
 // The alarms that drives raise by themselves, and the commands on alarms.
 
-#include "axis_list.h"
 #include "controller.h"
 #include "families.h"
 
@@ -26,11 +25,11 @@ class Alarms : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kResetAlarm, "alarm reset", [this](auto& in, auto&) { return Reset(in); });
-        table.Add(kReadAlarmList, "alarm list",
-                  [this](auto& in, auto& out) { return ReadList(in, out); });
-        table.Add(kClearAlarmList, "alarm list clear",
-                  [this](auto& in, auto&) { return ClearList(in); });
+        table.ForAxes(kResetAlarm, "alarm reset", {kCount, kAxis}, CheckReset, &Axis::ResetAlarm);
+        table.ForAxes<ListEntry>(kReadAlarmList, "alarm list",
+                                 {kCount, "entry", &ListEntry::index, kAxis}, ShowEntry);
+        table.ForAxes(kClearAlarmList, "alarm list clear", {kCount, kAxis},
+                      [](Axis& axis) { axis.Alarms().Clear(); });
     }
 
     [[nodiscard]] Nanoseconds NextEvent() const override
@@ -111,46 +110,25 @@ class Alarms : public Family
         }
     }
 
-    Result Reset(CommandReader& in)
+    static Result CheckReset(const Axis& axis)
     {
-        std::vector<Axis*> axes;
-        const Result result = ReadAxes(controller_, in, in.NextWord(), axes);
-        if (result != Result::kDone) return result;
-        for (const Axis* axis : axes) {
-            if (axis->ActiveAlarm() && axis->ActiveAlarm()->lasting) return Result::kAlarmLasts;
-        }
-        for (Axis* axis : axes) {
-            axis->ResetAlarm();
-        }
-        return Result::kDone;
+        return axis.ActiveAlarm() && axis.ActiveAlarm()->lasting ? Result::kAlarmLasts
+                                                                 : Result::kDone;
     }
+
+    struct ListEntry
+    {
+        Word index = 0;
+
+        [[nodiscard]] bool Valid() const { return index < AlarmList::kEntries; }
+    };
 
     // Two registers for each axis: sub-number and number, then the time.
-    Result ReadList(CommandReader& in, Reply& out)
+    static void ShowEntry(Axis& axis, const ListEntry& entry, Reply& reply)
     {
-        const Word count = in.NextWord();
-        const Word index = in.NextWord();
-        std::vector<Axis*> axes;
-        const Result result = ReadAxes(controller_, in, count, axes);
-        if (result != Result::kDone) return result;
-        if (index >= AlarmList::kEntries) return Result::kOutOfRange;
-        for (Axis* axis : axes) {
-            const AlarmRecord record = axis->Alarms().At(index);
-            out.AddWord(static_cast<Word>(record.alarm.subNumber << 8U | record.alarm.number));
-            out.AddWord(record.seconds);
-        }
-        return Result::kDone;
-    }
-
-    Result ClearList(CommandReader& in)
-    {
-        std::vector<Axis*> axes;
-        const Result result = ReadAxes(controller_, in, in.NextWord(), axes);
-        if (result != Result::kDone) return result;
-        for (Axis* axis : axes) {
-            axis->Alarms().Clear();
-        }
-        return Result::kDone;
+        const AlarmRecord record = axis.Alarms().At(entry.index);
+        reply.AddWord(static_cast<Word>(record.alarm.subNumber << 8U | record.alarm.number));
+        reply.AddWord(record.seconds);
     }
 
     Controller& controller_;

@@ -54,12 +54,6 @@ Word StatusBits(const Axis& axis)
     return static_cast<Word>(bits);
 }
 
-void PutLong(std::span<Word> out, std::size_t index, std::int32_t value)
-{
-    out[index] = LowWord(value);
-    out[index + 1] = HighWord(value);
-}
-
 class AxisStatus : public Family
 {
   public:

@@ -84,7 +84,7 @@ Result Controller::Run(std::span<const Word> block, Reply& reply)
 
 Result Controller::Perform(std::span<const Word> block, Reply& reply)
 {
-    const CommandTable::Entry* command = commands_.Find(block.front());
+    const CommandTable::Row* command = commands_.Find(block.front());
     CommandReader reader(block.subspan(1));
     const Result result = command ? command->handler(reader, reply) : Result::kUnknownCommand;
     Tell(block, result);
@@ -94,7 +94,7 @@ Result Controller::Perform(std::span<const Word> block, Reply& reply)
 void Controller::Tell(std::span<const Word> block, Result result) const
 {
     if (observers_.empty()) return;
-    const CommandTable::Entry* command = commands_.Find(block.front());
+    const CommandTable::Row* command = commands_.Find(block.front());
     const CommandRecord record{now_, block.front(), command ? command->name.c_str() : "unknown",
                                block.subspan(1), result};
     for (Observer* observer : observers_) {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "axis.h"
-#include "command.h"
+#include "command_table.h"
 #include "family.h"
 #include "network_settings.h"
 #include "observer.h"
@@ -124,7 +124,7 @@ class Controller
     Nanoseconds now_{0};
     std::array<Slave, kMaxAxes> slaves_;
     std::vector<std::unique_ptr<Family>> families_;
-    CommandTable commands_;
+    CommandTable commands_{*this};
     RegisterMap registers_;
     std::vector<Observer*> observers_;
 

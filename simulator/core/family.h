@@ -1,7 +1,7 @@
 // A family of commands with the registers and the state that belong to them.
 #pragma once
 
-#include "command.h"
+#include "command_table.h"
 #include "register_map.h"
 #include "types.h"
 

@@ -32,9 +32,10 @@ class HandWheel : public Family
         Word factor = 1;
         Word divisor = 1;
         std::int64_t remainder = 0; // counts that have not made a pulse yet
+
+        [[nodiscard]] bool Valid() const;
     };
 
-    Result Configure(CommandReader& in);
     std::int32_t TakePulses(std::int32_t notches);
 
     Controller& controller_;

@@ -29,6 +29,30 @@ enum class LimitMode : Word {
     kFromCommand = 2, // every further command that switches it on lets it run anew
 };
 
+struct PinState
+{
+    Word pin = 0;
+    Word state = 0;
+};
+
+struct PinMasks
+{
+    Word on = 0;
+    Word off = 0;
+};
+
+struct LimitTimeFields
+{
+    Word pin = 0;
+    Word mode = 0;
+    std::uint32_t milliseconds = 0;
+
+    [[nodiscard]] bool Valid() const
+    {
+        return pin < kPins && mode <= 2 && (mode == 0 || milliseconds > 0);
+    }
+};
+
 struct Limit
 {
     LimitMode mode = LimitMode::kNone;
@@ -48,16 +72,31 @@ class MainOutputs : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kSetAll, "main outputs", [this](auto& in, auto&) { return SetAll(in); });
-        table.Add(kSetPin, "main output pin", [this](auto& in, auto&) { return SetPin(in); });
-        table.Add(kTogglePin, "toggle main output",
-                  [this](auto& in, auto&) { return TogglePin(in); });
-        table.Add(kSetPins, "main output pins", [this](auto& in, auto&) { return SetPins(in); });
-        table.Add(kTogglePins, "toggle main outputs",
-                  [this](auto& in, auto&) { return TogglePins(in); });
-        table.Add(kSetLimitTime, "limit time", [this](auto& in, auto&) { return SetLimit(in); });
-        table.Add(kGetLimitTime, "limit time get",
-                  [this](auto& in, auto& reply) { return GetLimit(in, reply); });
+        table.Add<OneWord>(
+            kSetAll, "main outputs", {"outputs", &OneWord::value}, [this](const OneWord& outputs) {
+                return Do(outputs.value <= kLargestMask, OutputChange::Word(outputs.value));
+            });
+        table.Add<PinState>(kSetPin, "main output pin",
+                            {"pin", &PinState::pin, "state", &PinState::state},
+                            [this](const PinState& set) {
+                                return Do(set.pin < kPins && set.state <= 1,
+                                          OutputChange::Pin(set.pin % kPins, set.state == 1));
+                            });
+        table.Add<OneWord>(
+            kTogglePin, "toggle main output", {"pin", &OneWord::value}, [this](const OneWord& pin) {
+                return Do(pin.value < kPins, OutputChange::Toggle(1U << pin.value % kPins));
+            });
+        table.Add<PinMasks>(kSetPins, "main output pins",
+                            {"on", &PinMasks::on, "off", &PinMasks::off},
+                            [this](const PinMasks& set) {
+                                return Do((set.on | set.off) <= kLargestMask, {set.on, set.off, 0});
+                            });
+        table.Add<OneWord>(kTogglePins, "toggle main outputs", {"mask", &OneWord::value},
+                           [this](const OneWord& mask) {
+                               return Do(mask.value <= kLargestMask,
+                                         OutputChange::Toggle(mask.value));
+                           });
+        AddLimitTimes(table);
     }
 
     [[nodiscard]] Nanoseconds NextEvent() const override
@@ -80,41 +119,27 @@ class MainOutputs : public Family
     void PowerUp() override { limits_.fill(Limit()); }
 
   private:
-    Result SetAll(CommandReader& in)
+    void AddLimitTimes(CommandTable& table)
     {
-        const Word outputs = in.NextWord();
-        return Do(in, outputs <= kLargestMask, OutputChange::Word(outputs));
+        table.Add<LimitTimeFields>(
+            kSetLimitTime, "limit time",
+            {"pin", &LimitTimeFields::pin, "mode", &LimitTimeFields::mode, "time",
+             &LimitTimeFields::milliseconds},
+            [this](const LimitTimeFields& fields) {
+                Limit& limit = limits_[fields.pin];
+                limit = {static_cast<LimitMode>(fields.mode), fields.milliseconds, kNever};
+                if (IsOn(fields.pin)) limit.Start(controller_.Now());
+            });
+        table.Add<OneWord>(kGetLimitTime, "limit time get", {"pin", &OneWord::value},
+                           [this](const OneWord& pin, Reply& reply) {
+                               if (pin.value >= kPins) return Result::kOutOfRange;
+                               ShowLimit(pin.value, reply);
+                               return Result::kDone;
+                           });
     }
 
-    Result SetPin(CommandReader& in)
+    Result Do(bool valid, const OutputChange& change)
     {
-        const Word pin = in.NextWord();
-        const Word state = in.NextWord();
-        return Do(in, pin < kPins && state <= 1, OutputChange::Pin(pin % kPins, state == 1));
-    }
-
-    Result TogglePin(CommandReader& in)
-    {
-        const Word pin = in.NextWord();
-        return Do(in, pin < kPins, OutputChange::Toggle(1U << pin % kPins));
-    }
-
-    Result SetPins(CommandReader& in)
-    {
-        const Word on = in.NextWord();
-        const Word off = in.NextWord();
-        return Do(in, (on | off) <= kLargestMask, {on, off, 0});
-    }
-
-    Result TogglePins(CommandReader& in)
-    {
-        const Word mask = in.NextWord();
-        return Do(in, mask <= kLargestMask, OutputChange::Toggle(mask));
-    }
-
-    Result Do(const CommandReader& in, bool valid, const OutputChange& change)
-    {
-        if (!in.Finished()) return Result::kMalformed;
         if (!valid) return Result::kOutOfRange;
         Apply(change);
         for (unsigned pin = 0; pin < kPins; ++pin) {
@@ -126,34 +151,16 @@ class MainOutputs : public Family
         return Result::kDone;
     }
 
-    Result SetLimit(CommandReader& in)
-    {
-        const Word pin = in.NextWord();
-        const Word mode = in.NextWord();
-        const std::uint32_t milliseconds = in.NextUnsignedLong();
-        if (!in.Finished()) return Result::kMalformed;
-        const bool valid = pin < kPins && mode <= 2 && (mode == 0 || milliseconds > 0);
-        if (!valid) return Result::kOutOfRange;
-        Limit& limit = limits_[pin];
-        limit = {static_cast<LimitMode>(mode), milliseconds, kNever};
-        if (IsOn(pin)) limit.Start(controller_.Now());
-        return Result::kDone;
-    }
-
     // One register packs the mode (bits 0..1), the pin (bits 2..5), and whether the output is on
     // (bit 6) and its time is running (bit 7).
-    Result GetLimit(CommandReader& in, Reply& reply)
+    void ShowLimit(unsigned pin, Reply& reply) const
     {
-        const Word pin = in.NextWord();
-        if (!in.Finished()) return Result::kMalformed;
-        if (pin >= kPins) return Result::kOutOfRange;
         const Limit& limit = limits_[pin];
         const unsigned running = limit.offAt != kNever ? 1 : 0;
-        const unsigned packed = static_cast<unsigned>(limit.mode) | unsigned{pin} << 2U |
+        const unsigned packed = static_cast<unsigned>(limit.mode) | pin << 2U |
                                 (IsOn(pin) ? 1U : 0U) << 6U | running << 7U;
         reply.AddWord(static_cast<Word>(packed));
         reply.AddLong(static_cast<std::int32_t>(limit.milliseconds));
-        return Result::kDone;
     }
 
     [[nodiscard]] bool IsOn(unsigned pin) const

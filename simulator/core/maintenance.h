@@ -47,13 +47,8 @@ class Maintenance : public Family
     [[nodiscard]] bool Online() const { return online_; }
 
   private:
-    Result SetNetwork(CommandReader& in);
-    Result SetHardwareInformation(CommandReader& in);
-    Result Reset(CommandReader& in);
-    Result ClearEeprom(CommandReader& in);
-    Result DefaultParameters(CommandReader& in, Reply& reply);
-    Result Cycle(CommandReader& in, Reply& reply);
-
+    void AddSettings(CommandTable& table);
+    Result SetNetwork(const std::vector<Entry<OneWord>>& octets);
     void SetOnline(bool online);
     void Restart();
     void RestoreDefaults(Word area);

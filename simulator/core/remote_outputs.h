@@ -10,6 +10,15 @@ namespace lumosim {
 
 class Controller;
 
+// What a command has for each slave; which of them it has differs.
+struct OutputFields
+{
+    Word word = 0;
+    Word highWord = 0;
+    std::uint32_t mask = 0;
+    std::uint32_t offMask = 0;
+};
+
 class RemoteOutputs : public Family
 {
   public:
@@ -27,10 +36,9 @@ class RemoteOutputs : public Family
     [[nodiscard]] std::uint32_t KeepOut() const { return keepOut_; }
 
   private:
-    using ReadChange = OutputChange (*)(CommandReader& in, bool& valid);
+    using ChangeOfFields = OutputChange (*)(const OutputFields& fields, bool& valid);
 
-    Result Change(CommandReader& in, Word fewest, ReadChange read);
-    Result KeepOutSetting(CommandReader& in, Reply& reply);
+    Result Change(const std::vector<Entry<OutputFields>>& entries, ChangeOfFields change);
 
     Controller& controller_;
     bool networkUp_ = true;

@@ -18,6 +18,7 @@ struct SerialFormat
     Word stopBits = 1;
     Word parity = 0; // 0 none, 1 odd, 2 even
 
+    [[nodiscard]] bool Valid() const;
     friend bool operator==(const SerialFormat&, const SerialFormat&) = default;
 };
 
@@ -51,10 +52,8 @@ class SerialPort : public Family
     SerialPort() { ConnectLoopBack(); }
 
   private:
-    Result SetBypass(CommandReader& in);
-    Result SetFormat(CommandReader& in);
-    Result Write(CommandReader& in);
-    Result Read(CommandReader& in, Reply& reply);
+    Result Write(std::size_t count, const std::vector<Entry<OneWord>>& pairs);
+    Result Read(std::size_t wanted, Reply& reply);
 
     SerialFormat format_;
     bool bypassed_ = false;

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace lumosim {
 
@@ -81,6 +83,13 @@ constexpr Word LowWord(std::int32_t value)
 constexpr Word HighWord(std::int32_t value)
 {
     return static_cast<Word>(static_cast<std::uint32_t>(value) >> 16U);
+}
+
+// Into two registers, the low word first.
+constexpr void PutLong(std::span<Word> out, std::size_t index, std::int32_t value)
+{
+    out[index] = LowWord(value);
+    out[index + 1] = HighWord(value);
 }
 
 constexpr std::uint32_t JoinWords(Word low, Word high)

@@ -41,10 +41,11 @@ TEST(Commands, AreReadAndAnsweredWithinTheirBoundsAndHaveOneCodeEach)
     }
     EXPECT_EQ(reply.Words().size(), Reply::kCapacity) << "bounded by its registers";
 
-    CommandTable table;
-    const auto handler = [](CommandReader&, Reply&) { return Result::kDone; };
-    table.Add(7, "one", handler);
-    EXPECT_THROW(table.Add(7, "other", handler), std::logic_error);
+    Controller controller(Mixed());
+    CommandTable table(controller);
+    const auto done = [](const NoFields&) {};
+    table.Add(7, "one", {}, done);
+    EXPECT_THROW(table.Add(7, "other", {}, done), std::logic_error);
     EXPECT_EQ(table.Find(8), nullptr);
 }
 

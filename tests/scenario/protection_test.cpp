@@ -243,7 +243,7 @@ TEST_F(Protection, ATorqueModePushesWithWhatTheLimitLeaves)
 
     // A weight needs torque at rest, as long as there is current.
     WithAxis(0, [](lumosim::Axis& axis) { axis.SetLoad(-400); });
-    ExpectIn(20ms, {.torque = -40});
+    ExpectIn(100ms, {.torque = -40});
     LimitTorque(100, 30, 50);
     ExpectIn(2ms, {.torque = -25}); // 30 % below +5 %
     After(zelQ_ServoOn(kNumber, 0, 0), 0ms, {.torque = 0, .torqueLimited = 0});

@@ -3,6 +3,7 @@
 #include "core/maintenance.h"
 #include "core/serial_port.h"
 #include "discovery.h"
+#include "faults/machine_faults.h"
 #include "listener.h"
 #include "network.h"
 #include "serial_line.h"
@@ -107,6 +108,7 @@ Server::Impl::Impl(const ServerConfig& config)
 {
     controller_.Unlocked().Observe(*this);
     controller_.OnEarlierWake([this] { asio::post(io_, [this] { AwaitWake(); }); });
+    AddMachineFaults(faults_, controller_.Unlocked());
     AddWireFaults(faults_, filter_);
 }
 

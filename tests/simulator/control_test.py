@@ -6,9 +6,11 @@ client, its command line and machine file, its end, and the examples against it.
 """
 
 import json
+import os
 import pathlib
 import re
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
@@ -188,6 +190,25 @@ class Program(unittest.TestCase):
             process.send_signal(signal.SIGINT)
             self.assertEqual(process.communicate(timeout=PATIENCE)[0], "lumo-sim: ended\n")
             self.assertEqual(process.returncode, 0)
+
+
+    def test_a_log_that_nobody_reads_holds_nothing_up(self):
+        read, write = os.pipe()
+        process = subprocess.Popen([LUMO_SIM, "--number", "9", "--port", "0", "--no-discovery", "-v"],
+                                   stdout=write, text=True)
+        os.close(write)
+        port = int(re.search(rb"port (\d+)", os.read(read, 200))[1])
+        # Each command is a line: far more than a pipe holds.
+        command = bytes.fromhex("0007 0000 000F 01 17 F000 0001 0000 0002 04 0101 7777")
+        with socket.create_connection(("127.0.0.9", port), timeout=PATIENCE) as host:
+            for _ in range(300):
+                host.sendall(command * 20)
+                answers = 20 * 11
+                while answers > 0:
+                    answers -= len(host.recv(answers))
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(process.wait(PATIENCE), 0)
+        os.close(read)
 
 
 class Examples(unittest.TestCase):

@@ -135,7 +135,8 @@ class HttpServer::Impl
         : address_(address), handler_(std::move(handler))
     {
         try {
-            acceptor_.emplace(io_, tcp::endpoint(asio::ip::make_address(address), port));
+            acceptor_.emplace(io_, tcp::endpoint(asio::ip::make_address(address), port),
+                              kReuseAddress);
         } catch (const NetworkError& error) {
             throw std::system_error(error.code(), "cannot listen for HTTP on " + address +
                                                       ", port " + std::to_string(port));

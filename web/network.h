@@ -10,3 +10,10 @@ namespace asio = boost::asio;
 
 using ErrorCode = boost::system::error_code;
 using NetworkError = boost::system::system_error;
+
+#ifdef _WIN32
+// There it would let two programs share one port.
+constexpr bool kReuseAddress = false;
+#else
+constexpr bool kReuseAddress = true;
+#endif

@@ -105,6 +105,8 @@ class ControlPort::Impl
             return web::Refusal(400, error.what());
         } catch (const std::invalid_argument& error) {
             return web::Refusal(400, error.what());
+        } catch (const std::exception& error) {
+            return web::Refusal(500, error.what());
         }
     }
 

@@ -78,7 +78,7 @@ Answer GetState(const Call& call)
 
 Answer GetClock(const Call& call)
 {
-    return Json(StateOf(call.server)["clock"]);
+    return Json(ClockOf(call.server));
 }
 
 Answer PutClock(const Call& call)
@@ -98,7 +98,7 @@ Answer Step(const Call& call)
         body.Object({{"ms", Into(milliseconds, 0, kLongestStepMs)}});
     });
     call.server.AdvanceBy(Nanoseconds(std::llround(milliseconds * 1e6)));
-    return Json(StateOf(call.server)["clock"]);
+    return Json(ClockOf(call.server));
 }
 
 Answer PutInputs(const Call& call)

@@ -35,6 +35,13 @@ json SnapshotOf(const Controller& controller)
             {"outputs", controller.MainOutputs()}};
 }
 
+json ShowClock(const ClockState& clock, Nanoseconds now)
+{
+    return {{"now", std::chrono::duration<double>(now).count()},
+            {"scale", clock.scale},
+            {"paused", clock.paused}};
+}
+
 json ActiveFaults(const FaultRegistry& faults)
 {
     json active = json::object();
@@ -63,15 +70,21 @@ json FaultKinds(const FaultRegistry& faults)
     return {{"kinds", kinds}, {"active", ActiveFaults(faults)}};
 }
 
+json ClockOf(Server& server)
+{
+    const ClockState clock = server.RealTimeClock();
+    const Nanoseconds now =
+        server.With([](const Controller& controller) { return controller.Now(); });
+    return ShowClock(clock, now);
+}
+
 json StateOf(Server& server)
 {
     const ClockState clock = server.RealTimeClock();
-    return server.With([&](Controller& controller) {
+    return server.With([&](const Controller& controller) {
         json state = SnapshotOf(controller);
         state["faults"] = ActiveFaults(server.Faults());
-        state["clock"] = {{"now", std::chrono::duration<double>(controller.Now()).count()},
-                          {"scale", clock.scale},
-                          {"paused", clock.paused}};
+        state["clock"] = ShowClock(clock, controller.Now());
         return state;
     });
 }

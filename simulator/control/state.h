@@ -10,6 +10,7 @@ class Server;
 
 // The snapshot of the controller with its clock, its faults and what the line has to it.
 nlohmann::json StateOf(Server& server);
+nlohmann::json ClockOf(Server& server);
 
 // What can go wrong and what does.
 nlohmann::json FaultKinds(const FaultRegistry& faults);

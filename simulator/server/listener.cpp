@@ -10,13 +10,6 @@ namespace {
 // Accepting fails when the system is out of descriptors; after this time it may have some again.
 constexpr auto kAcceptPause = std::chrono::milliseconds(100);
 
-#ifdef _WIN32
-// There it would let two programs share one port.
-constexpr bool kReuseAddress = false;
-#else
-constexpr bool kReuseAddress = true;
-#endif
-
 } // namespace
 
 void Listener::Open(const asio::ip::address& address, std::uint16_t port)

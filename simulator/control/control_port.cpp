@@ -158,7 +158,7 @@ class ControlPort::Impl
 };
 
 ControlPort::ControlPort(const std::string& address, std::uint16_t port,
-                         std::vector<Server*> servers)
+                         const std::vector<Server*>& servers)
     : impl_(std::make_unique<Impl>(address, port, servers))
 {}
 

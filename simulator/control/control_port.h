@@ -15,7 +15,8 @@ class ControlPort
 {
   public:
     // Port 0 takes a free one. std::system_error when the address cannot be listened on.
-    ControlPort(const std::string& address, std::uint16_t port, std::vector<Server*> servers);
+    ControlPort(const std::string& address, std::uint16_t port,
+                const std::vector<Server*>& servers);
     ~ControlPort();
     ControlPort(const ControlPort&) = delete;
     ControlPort& operator=(const ControlPort&) = delete;

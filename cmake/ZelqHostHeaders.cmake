@@ -17,6 +17,8 @@ function(zelq_host_headers target header)
   target_include_directories(${target} SYSTEM INTERFACE "${own}")
 endfunction()
 
+zelq_host_headers(zelq_json nlohmann/json.hpp nlohmann)
+
 zelq_host_headers(zelq_asio asio.hpp asio.hpp asio)
 target_compile_definitions(zelq_asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
 target_link_libraries(zelq_asio INTERFACE Threads::Threads)

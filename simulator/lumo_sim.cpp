@@ -1,5 +1,6 @@
 // lumo-sim: a simulated Lumo controller on the network.
 
+#include "core/command_page.h"
 #include "core/controller.h"
 #include "server/server.h"
 
@@ -140,6 +141,14 @@ void Describe(CLI::App& app, Arguments& arguments)
                    "UDP port on which hosts find it; 0 takes a free one")
         ->capture_default_str()
         ->excludes(noDiscovery);
+    app.add_flag_callback(
+        "--commands",
+        [] {
+            const lumosim::Controller any(lumosim::ControllerConfig{});
+            std::fputs(lumosim::CommandPage(any).c_str(), stdout);
+            throw CLI::Success();
+        },
+        "print the form of every command, as a page of the documentation");
     auto* quiet = app.add_flag("-q,--quiet", arguments.quiet, "print nothing but errors");
     app.add_flag("-v,--verbose", arguments.verbose, "show every command")->excludes(quiet);
 }
@@ -169,12 +178,7 @@ class CommandPrinter : public lumosim::Observer
 
 void CommandPrinter::CommandRun(const lumosim::CommandRecord& record)
 {
-    const double seconds = std::chrono::duration<double>(record.time).count();
-    std::printf("%11.6f  %04X %-16s", seconds, static_cast<unsigned>(record.code), record.name);
-    for (const lumosim::Word word : record.fields) {
-        std::printf(" %u", static_cast<unsigned>(word));
-    }
-    std::printf("  -> %u\n", static_cast<unsigned>(record.result));
+    std::puts(lumosim::CommandAsLine(record).c_str());
     std::fflush(stdout);
 }
 

@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 
 #include <array>
 #include <cstdlib>
@@ -53,6 +54,26 @@ class Alarms : public Family
             const Nanoseconds period = Cruises(axis) ? kCruisePeriod : kWatchPeriod;
             supervision.due = (now / period + 1) * period;
         }
+    }
+
+    // Of every axis the alarm that it has, and all that it remembers.
+    void Describe(Json& snapshot) const override
+    {
+        Json& all = snapshot["alarms"] = Json::array();
+        DescribeAxes(controller_, snapshot, [&all](Json& part, const Axis& axis, int number) {
+            part["alarm"] = nullptr;
+            if (const auto& alarm = axis.ActiveAlarm()) {
+                part["alarm"] = {{"number", alarm->number},
+                                 {"subNumber", alarm->subNumber},
+                                 {"lasting", alarm->lasting}};
+            }
+            for (const AlarmRecord& record : axis.Alarms().All()) {
+                all.push_back({{"axis", number},
+                               {"number", record.alarm.number},
+                               {"subNumber", record.alarm.subNumber},
+                               {"time", record.seconds}});
+            }
+        });
     }
 
   private:

@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 
 #include <array>
 
@@ -56,6 +57,19 @@ class AxisSetup : public Family
     {
         map.AddAxisBlock(kProfileRegisters, kProfileRegisterCount,
                          [this](int axis, std::span<Word> out) { ShowProfile(axis, out); });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        DescribeAxes(controller_, snapshot, [](Json& part, const Axis& axis, int) {
+            const SpeedProfile& profile = axis.Profile();
+            part["profile"] = {{"smooth", profile.shape == SpeedProfile::kSmooth},
+                               {"start", profile.start},
+                               {"acceleration", profile.acc},
+                               {"drive", profile.drive},
+                               {"deceleration", profile.dec},
+                               {"stop", profile.stop}};
+        });
     }
 
   private:

@@ -50,9 +50,9 @@ class DriveOutputs : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        Add(table, kSetOutputs, "drive outputs", "output 1 | output 2 << 8", BothOutputs);
-        Add(table, kSetOutputPin, "drive output pin", "pin | state << 8", OnePin);
-        Add(table, kToggleOutputs, "toggle drive outputs", "flag 1 | flag 2 << 8", ToggleFlags);
+        Add(table, kSetOutputs, "drive outputs", "output 1 + 256 * output 2", BothOutputs);
+        Add(table, kSetOutputPin, "drive output pin", "pin + 256 * state", OnePin);
+        Add(table, kToggleOutputs, "toggle drive outputs", "flag 1 + 256 * flag 2", ToggleFlags);
     }
 
   private:

@@ -1,6 +1,7 @@
 #include "hand_wheel.h"
 
 #include "families.h"
+#include "snapshot.h"
 #include "values.h"
 
 namespace lumosim {
@@ -24,6 +25,18 @@ bool HandWheel::Wheel::Valid() const
 {
     return edges <= 2 && directions <= 3 && reversed <= 1 && factor >= 1 && factor <= 32 &&
            divisor >= 1 && divisor <= 2048;
+}
+
+void HandWheel::Describe(Json& snapshot) const
+{
+    snapshot["handWheel"] = {{"axis", wheel_.axis},
+                             {"on", wheel_.directions != 0},
+                             {"counts", 1 << wheel_.edges},
+                             {"positive", (wheel_.directions & 1U) != 0},
+                             {"negative", (wheel_.directions & 2U) != 0},
+                             {"reversed", wheel_.reversed == 1},
+                             {"factor", wheel_.factor},
+                             {"divisor", wheel_.divisor}};
 }
 
 std::int32_t HandWheel::TakePulses(std::int32_t notches)

@@ -17,6 +17,7 @@ class HandWheel : public Family
     explicit HandWheel(Controller& controller) : controller_(controller) {}
 
     void AddCommands(CommandTable& table) override;
+    void Describe(nlohmann::json& snapshot) const override;
     void PowerUp() override { wheel_ = Wheel(); }
 
     // Turns it by whole notches, clockwise ones positive; what the axis did about it.

@@ -4,6 +4,7 @@
 #include "families.h"
 #include "homing_run.h"
 #include "motor.h"
+#include "snapshot.h"
 #include "values.h"
 
 #include <algorithm>
@@ -82,6 +83,14 @@ class Homing : public Family
                                    });
         table.ForAxes(kHomingDoneCancel, "homing cancel", {kCount, kAxis},
                       [](Axis& axis) { axis.SetHomeDone(false); });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        DescribeAxes(controller_, snapshot, [this](Json& part, const Axis&, int number) {
+            const auto& run = runs_.at(static_cast<std::size_t>(number));
+            part["homing"] = run ? run->StepName() : "none";
+        });
     }
 
     // The steps of a run end at events of its axis, so nothing but these is to be waited for.

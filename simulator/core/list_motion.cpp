@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 #include "values.h"
 
 #include <algorithm>
@@ -127,6 +128,7 @@ class List
     [[nodiscard]] bool HasLeft(const Axis* axis) const; // the axis has left the list's motion
     void Advance(Axis* axis);
     void Show(std::span<Word> out) const;
+    [[nodiscard]] Json Describe(int axis) const;
 
   private:
     enum class Step { kMoving, kDwelling, kStarving };
@@ -326,6 +328,24 @@ void List::Show(std::span<Word> out) const
     PutLong(out, 5, static_cast<std::int32_t>(rounds_));
 }
 
+Json List::Describe(int axis) const
+{
+    constexpr std::array kSteps = {"moving", "dwelling", "starving"};
+    return {{"axis", axis},
+            {"stream", setting_.stream},
+            {"repetitions", setting_.repetitions},
+            {"percent", setting_.percent},
+            {"running", running_},
+            {"step", running_ ? kSteps.at(static_cast<std::size_t>(step_)) : "resting"},
+            {"closed", closed_},
+            {"endedEarly", endedEarly_},
+            {"node", running_ ? begun_ : 0},
+            {"waiting", Waiting()},
+            {"free", Free()},
+            {"completed", completed_},
+            {"rounds", rounds_}};
+}
+
 class ListMotion : public Family
 {
   public:
@@ -366,6 +386,14 @@ class ListMotion : public Family
     {
         map.AddAxisBlock(kListRegisters, kListRegisterCount, [this](int axis, std::span<Word> out) {
             if (controller_.FindAxis(axis) != nullptr) ListOf(axis).Show(out);
+        });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        Json& lists = snapshot["lists"] = Json::array();
+        DescribeAxes(controller_, snapshot, [&](const Json&, const Axis&, int number) {
+            lists.push_back(lists_.at(static_cast<std::size_t>(number)).Describe(number));
         });
     }
 

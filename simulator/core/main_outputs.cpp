@@ -3,6 +3,7 @@
 #include "controller.h"
 #include "families.h"
 #include "output_change.h"
+#include "snapshot.h"
 
 #include <algorithm>
 #include <array>
@@ -97,6 +98,20 @@ class MainOutputs : public Family
                                          OutputChange::Toggle(mask.value));
                            });
         AddLimitTimes(table);
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        Json& times = snapshot["io"]["limitTimes"] = Json::array();
+        for (unsigned pin = 0; pin < kPins; ++pin) {
+            const Limit& limit = limits_[pin];
+            if (limit.mode == LimitMode::kNone) continue;
+            times.push_back({{"pin", pin},
+                             {"fromCommand", limit.mode == LimitMode::kFromCommand},
+                             {"time", limit.milliseconds * 0.001},
+                             {"offAt", nullptr}});
+            if (limit.offAt != kNever) times.back()["offAt"] = InSeconds(limit.offAt);
+        }
     }
 
     [[nodiscard]] Nanoseconds NextEvent() const override

@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 #include "values.h"
 
 #include <algorithm>
@@ -125,6 +126,22 @@ void Maintenance::AddSettings(CommandTable& table)
                                stored_.cycleOption = fields.option;
                                return Result::kDone;
                            });
+}
+
+void Maintenance::Describe(Json& snapshot) const
+{
+    const auto network = [](const NetworkSettings& settings) {
+        return Json{
+            {"address", settings.address}, {"mask", settings.mask}, {"gateway", settings.gateway}};
+    };
+    snapshot["controller"]["online"] = online_;
+    snapshot["controller"]["network"] = network(network_);
+    snapshot["stored"] = {{"network", network(stored_.network)},
+                          {"hardwareInformation", stored_.hardwareInformation},
+                          {"useDefaultParameters", stored_.useDefaultParameters},
+                          {"cycle", stored_.cycle},
+                          {"commandCycle", stored_.commandCycle},
+                          {"cycleOption", stored_.cycleOption}};
 }
 
 void Maintenance::AddRegisters(RegisterMap& map)

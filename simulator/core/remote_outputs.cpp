@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 #include "values.h"
 
 namespace lumosim {
@@ -54,7 +55,7 @@ void RemoteOutputs::AddCommands(CommandTable& table)
     add(kSetRemoteWords, "output words", {kCount, kStation, "outputs", &Fields::mask},
         [](const Fields& fields, bool&) { return OutputChange::Word(fields.mask); });
     add(kSetRemotePin, "output pin",
-        {kCount, kStation, "state | pin << 8", &Fields::word, "high word", &Fields::highWord,
+        {kCount, kStation, "state + 256 * pin", &Fields::word, "high word", &Fields::highWord,
          kIfLeft},
         OnePinOf);
     add(kToggleRemotePin, "toggle output pin", {kCount, kStation, "pin", &Fields::word},
@@ -98,6 +99,12 @@ Result RemoteOutputs::Change(const std::vector<Entry<OutputFields>>& entries, Ch
         controller_.SetSlaveOutputs(station, changes[i].AppliedTo(outputs));
     }
     return Result::kDone;
+}
+
+void RemoteOutputs::Describe(Json& snapshot) const
+{
+    snapshot["io"]["networkUp"] = networkUp_;
+    snapshot["io"]["keepOut"] = keepOut_;
 }
 
 void RemoteOutputs::SetNetworkUp(bool up)

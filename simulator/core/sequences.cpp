@@ -4,6 +4,7 @@
 #include "families.h"
 #include "sequence_program.h"
 #include "sequence_record.h"
+#include "snapshot.h"
 
 #include <algorithm>
 #include <optional>
@@ -127,6 +128,15 @@ class Sequences : public Family
         }
         program.Append(std::move(record));
         return Result::kDone;
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        Json& programs = snapshot["programs"] = Json::array();
+        for (std::size_t i = 0; i < kPrograms; ++i) {
+            programs.push_back({{"program", i}, {"focused", focus_ == i}});
+            programs_[i].Describe(programs.back());
+        }
     }
 
     [[nodiscard]] Nanoseconds NextEvent() const override

@@ -2,6 +2,7 @@
 
 #include "byte_registers.h"
 #include "families.h"
+#include "snapshot.h"
 
 #include <algorithm>
 
@@ -45,6 +46,13 @@ bool SerialFormat::Valid() const
 {
     return baudRate > 0 && dataBits >= 7 && dataBits <= 9 && stopBits >= 1 && stopBits <= 2 &&
            parity <= 2;
+}
+
+void SerialPort::Describe(Json& snapshot) const
+{
+    snapshot["serial"] = {{"baudRate", format_.baudRate}, {"dataBits", format_.dataBits},
+                          {"stopBits", format_.stopBits}, {"parity", format_.parity},
+                          {"bypassed", bypassed_},        {"waiting", received_.size()}};
 }
 
 void SerialPort::ConnectLoopBack()

@@ -34,6 +34,7 @@ class SerialPort : public Family
     static constexpr std::size_t kReceiveBuffer = 16384;
 
     void AddCommands(CommandTable& table) override;
+    void Describe(nlohmann::json& snapshot) const override;
     void PowerUp() override;
 
     void Connect(FarEnd farEnd) { farEnd_ = std::move(farEnd); }

@@ -2,6 +2,8 @@
 
 #include "controller.h"
 #include "families.h"
+#include "names.h"
+#include "snapshot.h"
 #include "values.h"
 
 namespace lumosim {
@@ -70,6 +72,26 @@ class StopModes : public Family
     {
         map.AddAxisBlock(kSoftwareLimitRegisters, kSoftwareLimitRegisterCount,
                          [this](int axis, std::span<Word> out) { ShowLimits(axis, out); });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        DescribeAxes(controller_, snapshot, [](Json& part, const Axis& axis, int) {
+            const AxisProtection& protection = axis.Protection();
+            const auto limit = [](const SoftwareLimit& soft) {
+                return Json{{"reaction", NameOf(soft.reaction)}, {"position", soft.position}};
+            };
+            part["softwareLimits"] = {{"positive", limit(protection.softPositive)},
+                                      {"negative", limit(protection.softNegative)}};
+            part["sensorStops"] = {
+                {"limitPositive", NameOf(protection.At(Sensor::kLimitPositive))},
+                {"limitNegative", NameOf(protection.At(Sensor::kLimitNegative))},
+                {"home", NameOf(protection.At(Sensor::kHome))},
+                {"configurable", NameOf(protection.At(Sensor::kConfigurable))},
+            };
+        });
+        snapshot["hosts"]["stopAfter"] = hostLoss_.milliseconds * 0.001;
+        snapshot["hosts"]["suddenStop"] = hostLoss_.mode == 1;
     }
 
     [[nodiscard]] Nanoseconds NextEvent() const override

@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 
 #include <cmath>
 
@@ -49,6 +50,17 @@ class TorqueLimits : public Family
     {
         map.AddAxisBlock(kStateRegisters, kStateRegisterCount,
                          [this](int axis, std::span<Word> out) { ShowState(axis, out); });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        DescribeAxes(controller_, snapshot, [](Json& part, const Axis& axis, int) {
+            const TorqueLimit& limit = axis.Protection().torque;
+            part["torqueLimit"] = {{"on", limit.on},
+                                   {"positive", limit.positive},
+                                   {"negative", limit.negative},
+                                   {"offset", limit.offset}};
+        });
     }
 
   private:

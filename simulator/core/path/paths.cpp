@@ -2,6 +2,8 @@
 
 #include "../controller.h"
 #include "../families.h"
+#include "../names.h"
+#include "../snapshot.h"
 #include "../values.h"
 
 #include <algorithm>
@@ -179,6 +181,29 @@ void Paths::AddRegisters(RegisterMap& map)
     map.AddBlock(kUseRegister, 1, [this](std::span<Word> out) { out[0] = usePreRegisters_; });
     map.AddBlock(kMapRegisters, static_cast<Word>(kMaps * kRegistersPerMap),
                  [this](std::span<Word> out) { ShowMaps(out); });
+}
+
+// Maps without axes are left out. The first section is the one that runs.
+void Paths::Describe(Json& snapshot) const
+{
+    snapshot["preRegisters"] = usePreRegisters_ == 1;
+    Json& maps = snapshot["maps"] = Json::array();
+    for (std::size_t i = 0; i < kMaps; ++i) {
+        const auto& [axes, path] = maps_[i];
+        if (axes.empty()) continue;
+        Json sections = Json::array();
+        for (const PathSection& section : path.Sections()) {
+            sections.push_back({{"motion", NameOf(section.kind)},
+                                {"axes", section.axes},
+                                {"drive", section.speeds.drive}});
+        }
+        maps.push_back({{"map", i},
+                        {"axes", axes},
+                        {"running", path.Running()},
+                        {"braking", path.Braking()},
+                        {"waiting", path.Waiting()},
+                        {"sections", std::move(sections)}});
+    }
 }
 
 Nanoseconds Paths::NextEvent() const

@@ -27,8 +27,9 @@ class Alarms : public Family
     void AddCommands(CommandTable& table) override
     {
         table.ForAxes(kResetAlarm, "alarm reset", {kCount, kAxis}, CheckReset, &Axis::ResetAlarm);
-        table.ForAxes<ListEntry>(kReadAlarmList, "alarm list",
-                                 {kCount, "entry", &ListEntry::index, kAxis}, ShowEntry);
+        table.ForAxes<OneWord>(
+            kReadAlarmList, "alarm list",
+            {kCount, "entry", &OneWord::value, UpTo(AlarmList::kEntries - 1), kAxis}, ShowEntry);
         table.ForAxes(kClearAlarmList, "alarm list clear", {kCount, kAxis},
                       [](Axis& axis) { axis.Alarms().Clear(); });
     }
@@ -137,17 +138,10 @@ class Alarms : public Family
                                                                  : Result::kDone;
     }
 
-    struct ListEntry
-    {
-        Word index = 0;
-
-        [[nodiscard]] bool Valid() const { return index < AlarmList::kEntries; }
-    };
-
     // Two registers for each axis: sub-number and number, then the time.
-    static void ShowEntry(Axis& axis, const ListEntry& entry, Reply& reply)
+    static void ShowEntry(Axis& axis, const OneWord& entry, Reply& reply)
     {
-        const AlarmRecord record = axis.Alarms().At(entry.index);
+        const AlarmRecord record = axis.Alarms().At(entry.value);
         reply.AddWord(static_cast<Word>(record.alarm.subNumber << 8U | record.alarm.number));
         reply.AddWord(record.seconds);
     }

@@ -69,9 +69,9 @@ class DriveOutputs : public Family
     {
         std::vector<OutputChange> changes;
         bool valid = true;
-        for (const auto& [station, packed] : entries) {
-            if (controller_.FindAxis(station) == nullptr) return Result::kNoServo;
-            const unsigned pair = packed.value;
+        for (const Entry<OneWord>& entry : entries) {
+            if (controller_.FindAxis(entry.number) == nullptr) return Result::kNoServo;
+            const unsigned pair = entry.fields.value;
             valid = changeOf({pair & 0xFFU, pair >> 8U}, changes.emplace_back()) && valid;
         }
         if (!valid) return Result::kOutOfRange;

@@ -15,16 +15,11 @@ constexpr Word kConfigureHandWheel = 0x0130;
 void HandWheel::AddCommands(CommandTable& table)
 {
     table.ForAxes<Wheel>(kConfigureHandWheel, "hand wheel",
-                         {"axis", &Wheel::axis, kEach, "counts", &Wheel::edges, "directions",
-                          &Wheel::directions, "reversed", &Wheel::reversed, "factor",
-                          &Wheel::factor, "divisor", &Wheel::divisor},
+                         {"axis", &Wheel::axis, kEach, "counts", &Wheel::edges, UpTo(2),
+                          "directions", &Wheel::directions, UpTo(3), "reversed", &Wheel::reversed,
+                          UpTo(1), "factor", &Wheel::factor, Range{1, 32}, "divisor",
+                          &Wheel::divisor, Range{1, 2048}},
                          [this](Axis&, const Wheel& wheel) { wheel_ = wheel; });
-}
-
-bool HandWheel::Wheel::Valid() const
-{
-    return edges <= 2 && directions <= 3 && reversed <= 1 && factor >= 1 && factor <= 32 &&
-           divisor >= 1 && divisor <= 2048;
 }
 
 void HandWheel::Describe(Json& snapshot) const

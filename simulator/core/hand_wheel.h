@@ -33,8 +33,6 @@ class HandWheel : public Family
         Word factor = 1;
         Word divisor = 1;
         std::int64_t remainder = 0; // counts that have not made a pulse yet
-
-        [[nodiscard]] bool Valid() const;
     };
 
     std::int32_t TakePulses(std::int32_t notches);

@@ -38,10 +38,7 @@ struct HomingFields
 
     [[nodiscard]] bool Valid() const
     {
-        const bool stopper = static_cast<HomeKind>(kind) == HomeKind::kStopper;
-        return direction <= 1 && kind <= 3 && option <= 1 && zSearch <= kNoZSearch &&
-               extra == kExtraRegister && select <= 1 && word >= 0 &&
-               (!stopper || word <= kPeakTorque);
+        return static_cast<HomeKind>(kind) != HomeKind::kStopper || word <= kPeakTorque;
     }
 
     [[nodiscard]] HomingOrder Order() const
@@ -123,19 +120,26 @@ class Homing : public Family
                 kEach,
                 "direction",
                 &HomingFields::direction,
+                UpTo(1),
                 "kind",
                 &HomingFields::kind,
+                UpTo(3),
                 "option",
                 &HomingFields::option,
+                UpTo(1),
                 "Z search",
                 &HomingFields::zSearch,
+                UpTo(kNoZSearch),
                 "extra",
                 &HomingFields::extra,
                 When("kind", {0, 3}),
+                Range{kExtraRegister, kExtraRegister},
                 "select",
                 &HomingFields::select,
+                UpTo(1),
                 "word",
                 &HomingFields::word,
+                UpTo(INT16_MAX),
                 "position",
                 &HomingFields::position};
     }

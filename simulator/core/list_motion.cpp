@@ -88,11 +88,6 @@ struct SetUpFields
     Word kind = 0;
     Word repetitions = 0;
     Word percent = 0;
-
-    [[nodiscard]] bool Valid() const
-    {
-        return kind <= 1 && repetitions <= kEndless && percent <= 255;
-    }
 };
 
 struct EndFields
@@ -105,8 +100,6 @@ struct RunFields
 {
     Word axis = 0;
     Word run = 0;
-
-    [[nodiscard]] bool Valid() const { return run <= 1; }
 };
 
 // The list of one axis.
@@ -355,8 +348,9 @@ class ListMotion : public Family
     {
         table.ForAxes<SetUpFields>(
             kSetUpList, "list set-up",
-            {"axis", &SetUpFields::axis, kEach, "kind", &SetUpFields::kind, "repetitions",
-             &SetUpFields::repetitions, "percent", &SetUpFields::percent},
+            {"axis", &SetUpFields::axis, kEach, "kind", &SetUpFields::kind, UpTo(1), "repetitions",
+             &SetUpFields::repetitions, UpTo(kEndless), "percent", &SetUpFields::percent,
+             UpTo(255)},
             [this](Axis&, const SetUpFields& fields) {
                 const Word percent = fields.percent == 0 ? Word{100} : fields.percent;
                 return UpToDate(fields.axis)
@@ -373,7 +367,7 @@ class ListMotion : public Family
                 return UpToDate(fields.axis).Close(fields.stopSpeed, axis);
             });
         table.ForAxes<RunFields>(kRunStop, "list run/stop",
-                                 {"axis", &RunFields::axis, kEach, "run", &RunFields::run},
+                                 {"axis", &RunFields::axis, kEach, "run", &RunFields::run, UpTo(1)},
                                  [this](Axis& axis, const RunFields& fields) {
                                      List& list = UpToDate(fields.axis);
                                      if (fields.run == 1) return list.Run(axis);

@@ -31,11 +31,6 @@ struct SearchOrder
     Word edge = 0;
     Word end = 0;
     Word axis = 0;
-
-    [[nodiscard]] bool Valid() const
-    {
-        return direction <= 1 && signal < kSignals.size() && edge <= 1 && end <= 1;
-    }
 }; // namespace
 
 class Search : public Family
@@ -49,9 +44,9 @@ class Search : public Family
     {
         table.ForAxes<SearchOrder>(
             kSearchMove, "search move",
-            {"direction", &SearchOrder::direction, "signal", &SearchOrder::signal, "edge",
-             &SearchOrder::edge, "end", &SearchOrder::end, CountOf(1, 1), "axis",
-             &SearchOrder::axis, kEach},
+            {"direction", &SearchOrder::direction, UpTo(1), "signal", &SearchOrder::signal,
+             UpTo(kSignals.size() - 1), "edge", &SearchOrder::edge, UpTo(1), "end",
+             &SearchOrder::end, UpTo(1), CountOf(1, 1), "axis", &SearchOrder::axis, kEach},
             [](const Axis& axis, const SearchOrder& order) {
                 return axis.CheckMode(MotionKind::kIdle, DirectionOf(order.direction));
             },

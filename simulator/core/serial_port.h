@@ -18,7 +18,6 @@ struct SerialFormat
     Word stopBits = 1;
     Word parity = 0; // 0 none, 1 odd, 2 even
 
-    [[nodiscard]] bool Valid() const;
     friend bool operator==(const SerialFormat&, const SerialFormat&) = default;
 };
 

@@ -1,10 +1,13 @@
 // Commands as they come in: frames joined by their marks, what is refused, and the log.
 
 #include "core/command_channel.h"
+#include "core/command_page.h"
 #include "core/controller.h"
 
 #include <chrono>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <span>
@@ -293,7 +296,7 @@ TEST(CommandLayout, IsWhatReadsShowsAndDocumentsACommand)
         &Fields::target, "end",         &Fields::end, kBehind,         "spare",
         kIfLeft};
     EXPECT_EQ(FieldsAsOrder(layout.List()),
-              "mode, mask (u32) if mode is 1 or 2, count 1..2, each: axis, torque (s16), "
+              "mode 0..2, mask (u32) if mode is 1 or 2, count 1..2, each: axis, torque (s16), "
               "target (s32); then end, spare if the command has it");
 
     const Words words = {1, 0, 0x8000, 2, 5, 0xFFFF, 7, 0, 6, 100, 0xFFFF, 0xFFFF, 9};
@@ -312,6 +315,13 @@ TEST(CommandLayout, IsWhatReadsShowsAndDocumentsACommand)
               "target -1, end 9");
     EXPECT_EQ(FieldsAsText(layout.List(), Words{0, 3, 4, 4}), "mode 0, count 3 4 4")
         << "what is wrong is shown as it came";
+}
+
+TEST(CommandLayout, OfEveryCommandStandsOnItsPage)
+{
+    std::ifstream file(LUMOSIM_COMMAND_PAGE, std::ios::binary);
+    const std::string page{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_EQ(page, CommandPage(Controller(Mixed()))) << "script/docs makes it anew";
 }
 
 class Log : public Observer

@@ -43,8 +43,6 @@ struct StopMapFields
 {
     Word map = 0;
     Word mode = 0;
-
-    [[nodiscard]] bool Valid() const { return map < Paths::kMaps && mode <= 1; }
 };
 
 } // namespace
@@ -95,7 +93,6 @@ struct Paths::ArcFields : SpeedProfile
 
     [[nodiscard]] bool Valid() const
     {
-        if (form > kRadiusEnd || direction > 1) return false;
         if (form == kCenterAngle) return third >= 0;
         return form != kRadiusEnd || second == 0 || second == 1;
     }
@@ -111,7 +108,8 @@ Paths::Paths(Controller& controller) : controller_(controller)
 void Paths::AddCommands(CommandTable& table)
 {
     table.Add<StopMapFields>(
-        kStopMap, "stop map", {"map", &StopMapFields::map, "mode", &StopMapFields::mode},
+        kStopMap, "stop map",
+        {"map", &StopMapFields::map, UpTo(kMaps - 1), "mode", &StopMapFields::mode, UpTo(1)},
         [this](const StopMapFields& stop) { return StopMap(stop.map, SuddenIf(stop.mode == 0)); });
     table.AddList<OneWord>(kSetMap, "set map",
                            {"map", &OneWord::value, CountOf(0, kPathAxes), kAxis},
@@ -121,12 +119,10 @@ void Paths::AddCommands(CommandTable& table)
                                return SetMap(map.value, numbers, table.FindAxes(numbers, servos));
                            });
     AddSections(table);
-    table.Add<OneWord>(kUsePreRegisters, "use pre-registers", {"use", &OneWord::value},
+    table.Add<OneWord>(kUsePreRegisters, "use pre-registers", {"use", &OneWord::value, UpTo(1)},
                        [this](const OneWord& use) {
                            // A path that runs takes what waits behind it all the same.
-                           if (use.value > 1) return Result::kOutOfRange;
                            usePreRegisters_ = use.value;
-                           return Result::kDone;
                        });
     table.Add(kRemainingPreRegisters, "pre-registers", {}, [this](const NoFields&, Reply& reply) {
         for (const Map& map : maps_) {
@@ -162,14 +158,15 @@ void Paths::AddSections(CommandTable& table)
         [this](const LineFields& line, const auto& points) { return Line(line, points); });
     const auto addArc = [&](Word code, const char* name, bool helix) {
         using Fields = ArcFields;
-        const Layout<Fields> plane(
-            "map", &Fields::map, "mode", &Fields::mode, "start", &Fields::start, "acceleration",
-            &Fields::acc, "drive", &Fields::drive, "deceleration", &Fields::dec, "end",
-            &Fields::stop, "form", &Fields::form, "value 1", &Fields::first, "value 2",
-            &Fields::second, "value 3", &Fields::third, "value 4", &Fields::fourth);
+        const Layout<Fields> plane("map", &Fields::map, "mode", &Fields::mode, "start",
+                                   &Fields::start, "acceleration", &Fields::acc, "drive",
+                                   &Fields::drive, "deceleration", &Fields::dec, "end",
+                                   &Fields::stop, "form", &Fields::form, UpTo(Fields::kRadiusEnd),
+                                   "value 1", &Fields::first, "value 2", &Fields::second, "value 3",
+                                   &Fields::third, "value 4", &Fields::fourth);
         const auto whole = helix ? plane.With("height", &Fields::height) : plane;
         table.Add<Fields>(
-            code, name, whole.With("direction", &Fields::direction),
+            code, name, whole.With("direction", &Fields::direction, UpTo(1)),
             [this, helix](const Fields& fields) { return ArcOrHelix(fields, helix); });
     };
     addArc(kArc, "arc", false);

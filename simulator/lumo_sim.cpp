@@ -8,7 +8,6 @@
 #include "server/line_queue.h"
 #include "server/server.h"
 
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -41,15 +40,7 @@ class CommandPrinter : public lumosim::Observer
 
 void CommandPrinter::CommandRun(const lumosim::CommandRecord& record)
 {
-    const double seconds = std::chrono::duration<double>(record.time).count();
-    std::array<char, 80> head{};
-    std::snprintf(head.data(), head.size(), "%s%11.6f  %04X %-16s", who_.c_str(), seconds,
-                  static_cast<unsigned>(record.code), record.name);
-    std::string line = head.data();
-    for (const lumosim::Word word : record.fields) {
-        line += ' ' + std::to_string(word);
-    }
-    lines_.Put(line + "  -> " + std::to_string(static_cast<unsigned>(record.result)));
+    lines_.Put(who_ + CommandAsLine(record));
 }
 
 // One controller, and what has been set up around it.

@@ -1,5 +1,8 @@
 #include "options.h"
 
+#include "core/command_page.h"
+#include "core/controller.h"
+
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
@@ -236,6 +239,13 @@ void Describe(CLI::App& app, Arguments& arguments)
     app.set_version_flag("--version", "lumo-sim " ZELQ_VERSION);
     DescribeMachine(app, arguments);
     DescribeLine(app, arguments);
+    app.add_flag_callback(
+        "--commands",
+        [] {
+            std::fputs(CommandPage(Controller(ControllerConfig())).c_str(), stdout);
+            throw CLI::Success();
+        },
+        "print the form of every command, as a page of the documentation");
     auto* quiet = app.add_flag("-q,--quiet", arguments.options.quiet, "print nothing but errors");
     app.add_flag("-v,--verbose", arguments.options.verbose, "show every command")->excludes(quiet);
 }

@@ -10,8 +10,7 @@ namespace lumosim {
 
 namespace {
 
-// Far enough for any machine, and near enough that no sum of places overflows.
-constexpr std::int64_t kFarthest = 1'000'000'000'000;
+constexpr std::int64_t kFarthest = AxisMechanics::kFarthest;
 constexpr double kMostFriction = 10'000; // 0.1 % of the rated torque
 constexpr double kMostInertia = 1'000;
 

@@ -1,6 +1,5 @@
 #include "state.h"
 
-#include "core/names.h"
 #include "server/server.h"
 
 #include <chrono>
@@ -11,29 +10,6 @@ namespace lumosim {
 namespace {
 
 using nlohmann::json;
-
-json AxisOf(const Axis& axis)
-{
-    json shown = {{"command", axis.CommandPosition()}, {"encoder", axis.EncoderPosition()},
-                  {"speed", axis.Velocity()},          {"torque", axis.Torque() / 10.0},
-                  {"servo", axis.ServoOn()},           {"moving", axis.Moving()},
-                  {"in-position", axis.InPosition()},  {"kind", NameOf(axis.Kind())}};
-    if (axis.ActiveAlarm()) shown["alarm"] = axis.ActiveAlarm()->number;
-    return shown;
-}
-
-json SnapshotOf(const Controller& controller)
-{
-    json axes = json::object();
-    for (int number = 0; number < kMaxAxes; ++number) {
-        if (const Axis* axis = controller.FindAxis(number))
-            axes[std::to_string(number)] = AxisOf(*axis);
-    }
-    return {{"number", controller.Config().number},
-            {"axes", axes},
-            {"inputs", controller.MainInputs()},
-            {"outputs", controller.MainOutputs()}};
-}
 
 json ShowClock(const ClockState& clock, Nanoseconds now)
 {
@@ -82,7 +58,7 @@ json StateOf(Server& server)
 {
     const ClockState clock = server.RealTimeClock();
     return server.With([&](const Controller& controller) {
-        json state = SnapshotOf(controller);
+        json state = controller.Snapshot();
         state["faults"] = ActiveFaults(server.Faults());
         state["clock"] = ShowClock(clock, controller.Now());
         return state;

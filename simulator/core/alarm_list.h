@@ -40,6 +40,7 @@ class AlarmList
     void Add(const Alarm& alarm, Nanoseconds now);
     void Clear() { records_.clear(); }
     [[nodiscard]] AlarmRecord At(std::size_t index) const; // all zero where there is none
+    [[nodiscard]] const std::vector<AlarmRecord>& All() const { return records_; }
 
   private:
     std::vector<AlarmRecord> records_;

@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 
 #include <array>
 #include <cstdlib>
@@ -26,8 +27,9 @@ class Alarms : public Family
     void AddCommands(CommandTable& table) override
     {
         table.ForAxes(kResetAlarm, "alarm reset", {kCount, kAxis}, CheckReset, &Axis::ResetAlarm);
-        table.ForAxes<ListEntry>(kReadAlarmList, "alarm list",
-                                 {kCount, "entry", &ListEntry::index, kAxis}, ShowEntry);
+        table.ForAxes<OneWord>(
+            kReadAlarmList, "alarm list",
+            {kCount, "entry", &OneWord::value, UpTo(AlarmList::kEntries - 1), kAxis}, ShowEntry);
         table.ForAxes(kClearAlarmList, "alarm list clear", {kCount, kAxis},
                       [](Axis& axis) { axis.Alarms().Clear(); });
     }
@@ -53,6 +55,26 @@ class Alarms : public Family
             const Nanoseconds period = Cruises(axis) ? kCruisePeriod : kWatchPeriod;
             supervision.due = (now / period + 1) * period;
         }
+    }
+
+    // Of every axis the alarm that it has, and all that it remembers.
+    void Describe(Json& snapshot) const override
+    {
+        Json& all = snapshot["alarms"] = Json::array();
+        DescribeAxes(controller_, snapshot, [&all](Json& part, const Axis& axis, int number) {
+            part["alarm"] = nullptr;
+            if (const auto& alarm = axis.ActiveAlarm()) {
+                part["alarm"] = {{"number", alarm->number},
+                                 {"subNumber", alarm->subNumber},
+                                 {"lasting", alarm->lasting}};
+            }
+            for (const AlarmRecord& record : axis.Alarms().All()) {
+                all.push_back({{"axis", number},
+                               {"number", record.alarm.number},
+                               {"subNumber", record.alarm.subNumber},
+                               {"time", record.seconds}});
+            }
+        });
     }
 
   private:
@@ -116,17 +138,10 @@ class Alarms : public Family
                                                                  : Result::kDone;
     }
 
-    struct ListEntry
-    {
-        Word index = 0;
-
-        [[nodiscard]] bool Valid() const { return index < AlarmList::kEntries; }
-    };
-
     // Two registers for each axis: sub-number and number, then the time.
-    static void ShowEntry(Axis& axis, const ListEntry& entry, Reply& reply)
+    static void ShowEntry(Axis& axis, const OneWord& entry, Reply& reply)
     {
-        const AlarmRecord record = axis.Alarms().At(entry.index);
+        const AlarmRecord record = axis.Alarms().At(entry.value);
         reply.AddWord(static_cast<Word>(record.alarm.subNumber << 8U | record.alarm.number));
         reply.AddWord(record.seconds);
     }

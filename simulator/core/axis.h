@@ -78,6 +78,7 @@ class Axis
     [[nodiscard]] DriveParameters& Parameters() { return parameters_; }
     [[nodiscard]] const DriveParameters& Parameters() const { return parameters_; }
     [[nodiscard]] AlarmList& Alarms() { return amplifier_.Alarms(); }
+    [[nodiscard]] const AlarmList& Alarms() const { return amplifier_.Alarms(); }
 
     // --- State, at the time of the last AdvanceTo.
     [[nodiscard]] bool ServoOn() const { return amplifier_.On(now_); }

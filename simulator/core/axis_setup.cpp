@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 
 #include <array>
 
@@ -18,15 +19,6 @@ constexpr Word kDeceleration = 4;
 constexpr Word kProfileRegisters = 0x19;
 constexpr Word kProfileRegisterCount = 11;
 
-// The time that the host waits for the confirmation is not needed: the amplifiers here are always
-// faster than that.
-struct ServoSwitch
-{
-    Word on = 0;
-
-    [[nodiscard]] bool Valid() const { return on <= 1; }
-};
-
 class AxisSetup : public Family
 {
   public:
@@ -35,13 +27,15 @@ class AxisSetup : public Family
     void AddCommands(CommandTable& table) override
     {
         table.ForAxes(kServoReset, "servo reset", {kCount, kAxis}, &Axis::Reset);
-        table.ForAxes<ServoSwitch>(
+        // The time that the host waits for the confirmation is not needed: the amplifiers here are
+        // always faster than that.
+        table.ForAxes<OneWord>(
             kServoOnOff, "servo on/off",
-            {kCount, kAxis, "on", &ServoSwitch::on, kBehind, Field{"wait"}},
-            [](const Axis& axis, const ServoSwitch& servo) {
-                return servo.on == 1 ? axis.CheckServoOn() : Result::kDone;
+            {kCount, kAxis, "on", &OneWord::value, kBehind, UpTo(1), "wait"},
+            [](const Axis& axis, const OneWord& servo) {
+                return servo.value == 1 ? axis.CheckServoOn() : Result::kDone;
             },
-            [](Axis& axis, const ServoSwitch& servo) { axis.SwitchServo(servo.on == 1); });
+            [](Axis& axis, const OneWord& servo) { axis.SwitchServo(servo.value == 1); });
         table.ForAxes<SpeedProfile>(kSpeedProfile, "speed profile",
                                     {kCount, kAxis, "profile", &SpeedProfile::shape, "start",
                                      &SpeedProfile::start, "acceleration", &SpeedProfile::acc,
@@ -56,6 +50,19 @@ class AxisSetup : public Family
     {
         map.AddAxisBlock(kProfileRegisters, kProfileRegisterCount,
                          [this](int axis, std::span<Word> out) { ShowProfile(axis, out); });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        DescribeAxes(controller_, snapshot, [](Json& part, const Axis& axis, int) {
+            const SpeedProfile& profile = axis.Profile();
+            part["profile"] = {{"smooth", profile.shape == SpeedProfile::kSmooth},
+                               {"start", profile.start},
+                               {"acceleration", profile.acc},
+                               {"drive", profile.drive},
+                               {"deceleration", profile.dec},
+                               {"stop", profile.stop}};
+        });
     }
 
   private:

@@ -52,7 +52,8 @@ Result CheckFields(const Fields& fields)
 }
 
 // Every kind of command is malformed (kMalformed) when it is not of its layout, before anything
-// else about it is looked at. Fields that can tell are asked whether they are Valid().
+// else about it is looked at. Values out of the layout's ranges are refused, and fields that are
+// not Valid() as far as they can tell.
 class CommandTable
 {
   public:
@@ -78,12 +79,14 @@ class CommandTable
                        Command<Fields> command;
                        if (!layout.Read(in, command)) return Result::kMalformed;
                        const Fields& fields = command.fields;
+                       if (!command.inRange) return Result::kOutOfRange;
                        const Result check = CheckFields(fields);
                        return check == Result::kDone ? CallWith(act, fields, reply, reply) : check;
                    });
     }
 
-    // A command with entries that are checked by itself: act(fields, entries), or with the reply.
+    // A command with entries that checks everything itself: act(fields, entries), or with the
+    // reply.
     template <typename Fields = NoFields, typename Act>
     void AddList(Word code, std::string name, const Layout<Fields>& layout, Act act)
     {
@@ -125,7 +128,7 @@ class CommandTable
             Result result = FindAxes(NumbersOf(command.entries), axes);
             for (std::size_t i = 0; i < axes.size() && result == Result::kDone; ++i) {
                 const Fields& fields = command.entries[i].fields;
-                result = CheckFields(fields);
+                result = command.entries[i].inRange ? CheckFields(fields) : Result::kOutOfRange;
                 if (result == Result::kDone) result = CallWith(check, *axes[i], fields, reply);
             }
             for (std::size_t i = 0; i < axes.size() && result == Result::kDone; ++i) {

@@ -1,9 +1,13 @@
 #include "controller.h"
 
 #include "families.h"
+#include "snapshot.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <set>
 #include <stdexcept>
+#include <string>
 
 namespace lumosim {
 
@@ -32,11 +36,21 @@ Controller::Controller(const ControllerConfig& config) : config_(config)
     for (int axis = 0; axis < config.axes; ++axis) {
         Install({axis, SlaveType::kServo, SlaveProperties()});
     }
+    std::set<int> stations;
     for (const SlaveConfig& slave : config.slaves) {
+        if (!stations.insert(slave.position).second) {
+            throw std::invalid_argument("two slaves at station " + std::to_string(slave.position));
+        }
         Install(slave);
     }
-    for (auto& family : MakeFamilies(*this)) {
-        AddFamily(std::move(family));
+    for (const std::int64_t place : {config.mechanics.negativeLimit, config.mechanics.positiveLimit,
+                                     config.mechanics.stopperGap}) {
+        if (std::abs(place) > AxisMechanics::kFarthest) {
+            throw std::invalid_argument("limit switch or stopper beyond 1000000000000 pulses");
+        }
+    }
+    for (FamilyMaker* make : FamilyMakers()) {
+        AddFamily(make(*this));
     }
 }
 
@@ -100,8 +114,11 @@ void Controller::Tell(std::span<const Word> block, Result result) const
 {
     if (observers_.empty()) return;
     const CommandTable::Row* command = commands_.Find(block.front());
-    const CommandRecord record{now_, block.front(), command ? command->name.c_str() : "unknown",
-                               block.subspan(1), result};
+    CommandRecord record{now_, block.front(), "unknown", block.subspan(1), result, {}};
+    if (command != nullptr) {
+        record.name = command->name.c_str();
+        record.layout = command->fields;
+    }
     for (Observer* observer : observers_) {
         observer->CommandRun(record);
     }
@@ -112,6 +129,19 @@ void Controller::TellOnline(bool online) const
     for (Observer* observer : observers_) {
         observer->OnlineChanged(online);
     }
+}
+
+nlohmann::json Controller::Snapshot() const
+{
+    Json snapshot = {
+        {"controller", {{"number", config_.number}, {"time", InSeconds(now_)}}},
+        {"hosts", {{"connected", hosts_}, {"lostAt", nullptr}}},
+    };
+    if (hostLostAt_) snapshot["hosts"]["lostAt"] = InSeconds(*hostLostAt_);
+    for (const auto& family : families_) {
+        family->Describe(snapshot);
+    }
+    return snapshot;
 }
 
 std::size_t Controller::PreRegistered(Word number) const

@@ -34,7 +34,8 @@ struct ControllerConfig
 class Controller
 {
   public:
-    // std::invalid_argument for a number, axis count or station out of range.
+    // std::invalid_argument for a number, axis count, station or place out of range, and for two
+    // slaves at one station.
     explicit Controller(const ControllerConfig& config);
     ~Controller();
     Controller(const Controller&) = delete;
@@ -50,6 +51,9 @@ class Controller
     // When something happens by itself next; kNever as long as nobody commands anything.
     [[nodiscard]] Nanoseconds NextEvent() const;
 
+    // --- Everything about the controller at this moment, by name.
+    [[nodiscard]] nlohmann::json Snapshot() const;
+
     // --- Observers, each told until it is taken away again.
     void Observe(Observer& observer) { observers_.push_back(&observer); }
     void Unobserve(const Observer& observer) { std::erase(observers_, &observer); }
@@ -60,6 +64,7 @@ class Controller
     Result Perform(std::span<const Word> block, Reply& reply);
     [[nodiscard]] bool ReadRegisters(Word first, std::span<Word> out) const;
     [[nodiscard]] bool Knows(Word code) const { return commands_.Find(code) != nullptr; }
+    [[nodiscard]] const CommandTable& Commands() const { return commands_; }
 
     // Commands that are held back in pre-register `number`, whoever has it.
     [[nodiscard]] std::size_t PreRegistered(Word number) const;

@@ -23,7 +23,6 @@ struct TorqueCommand
     std::int16_t torque;
     std::int16_t limit;
 
-    [[nodiscard]] bool Valid() const { return std::abs(torque) <= kHighestTorque && limit >= 0; }
     [[nodiscard]] int Direction(const Axis& /*axis*/) const { return SignOf(torque); }
 
     void Start(Axis& axis) const
@@ -73,7 +72,6 @@ struct PositionCommand
     std::int32_t target;
     std::int32_t speed;
 
-    [[nodiscard]] bool Valid() const { return speed > 0; }
     [[nodiscard]] int Direction(const Axis& axis) const
     {
         return SignOf(std::int64_t{target} - axis.CommandPosition());
@@ -92,15 +90,17 @@ class DriveModes : public Family
     void AddCommands(CommandTable& table) override
     {
         AddMode<TorqueCommand>(table, kTorque, "torque", MotionKind::kTorque,
-                               {kCount, kAxis, "torque", &TorqueCommand::torque, "speed limit",
-                                &TorqueCommand::limit});
+                               {kCount, kAxis, "torque", &TorqueCommand::torque,
+                                Range{-kHighestTorque, kHighestTorque}, "speed limit",
+                                &TorqueCommand::limit, UpTo(INT16_MAX)});
         AddMode<VelocityCommand>(table, kVelocity, "velocity", MotionKind::kVelocity,
                                  {kCount, kAxis, "velocity", &VelocityCommand::velocity,
                                   "acceleration", &VelocityCommand::acc, "deceleration",
                                   &VelocityCommand::dec, "profile", &VelocityCommand::shape});
-        AddMode<PositionCommand>(
-            table, kProfilePosition, "profile position", MotionKind::kProfilePosition,
-            {kCount, kAxis, "target", &PositionCommand::target, "speed", &PositionCommand::speed});
+        AddMode<PositionCommand>(table, kProfilePosition, "profile position",
+                                 MotionKind::kProfilePosition,
+                                 {kCount, kAxis, "target", &PositionCommand::target, "speed",
+                                  &PositionCommand::speed, Range{1, INT32_MAX}});
     }
 
     template <typename ModeCommand>

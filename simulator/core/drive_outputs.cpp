@@ -50,9 +50,9 @@ class DriveOutputs : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        Add(table, kSetOutputs, "drive outputs", "output 1 | output 2 << 8", BothOutputs);
-        Add(table, kSetOutputPin, "drive output pin", "pin | state << 8", OnePin);
-        Add(table, kToggleOutputs, "toggle drive outputs", "flag 1 | flag 2 << 8", ToggleFlags);
+        Add(table, kSetOutputs, "drive outputs", "output 1 + 256 * output 2", BothOutputs);
+        Add(table, kSetOutputPin, "drive output pin", "pin + 256 * state", OnePin);
+        Add(table, kToggleOutputs, "toggle drive outputs", "flag 1 + 256 * flag 2", ToggleFlags);
     }
 
   private:
@@ -69,9 +69,9 @@ class DriveOutputs : public Family
     {
         std::vector<OutputChange> changes;
         bool valid = true;
-        for (const auto& [station, packed] : entries) {
-            if (controller_.FindAxis(station) == nullptr) return Result::kNoServo;
-            const unsigned pair = packed.value;
+        for (const Entry<OneWord>& entry : entries) {
+            if (controller_.FindAxis(entry.number) == nullptr) return Result::kNoServo;
+            const unsigned pair = entry.fields.value;
             valid = changeOf({pair & 0xFFU, pair >> 8U}, changes.emplace_back()) && valid;
         }
         if (!valid) return Result::kOutOfRange;

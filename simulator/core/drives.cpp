@@ -148,9 +148,10 @@ class Drives : public Family
     Result Monitor(const std::vector<Entry<OneWord>>& entries, Reply& reply) const
     {
         Result result = Result::kDone;
-        for (const auto& [number, monitor] : entries) {
-            const Axis* axis = controller_.FindAxis(number);
-            const auto value = axis != nullptr ? MonitorValue(*axis, monitor.value) : std::nullopt;
+        for (const Entry<OneWord>& entry : entries) {
+            const Axis* axis = controller_.FindAxis(entry.number);
+            const auto value =
+                axis != nullptr ? MonitorValue(*axis, entry.fields.value) : std::nullopt;
             if (value) reply.AddLong(*value);
             if (result != Result::kDone || value) continue;
             result = axis == nullptr ? Result::kNoServo : Result::kNoMonitor;

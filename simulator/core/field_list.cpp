@@ -31,14 +31,14 @@ class FieldWalk
     {
         for (std::size_t i = from; i < to; ++i) {
             const Field& field = fields_[i];
-            if (field.place == Place::kTimes) count_ = field.most;
+            if (field.place == Place::kTimes) count_ = static_cast<std::size_t>(field.range->most);
             if (field.place == Place::kTimes || !IsThere(field)) continue;
             const std::int64_t value = Next(field.width);
             if (in_.Overrun()) return false;
             values_[i] = value;
             take_(i, value);
             if (field.place != Place::kCount) continue;
-            if (value < field.fewest || value > field.most) return false;
+            if (!InRange(field, value)) return false;
             count_ = static_cast<std::size_t>(value);
         }
         return true;
@@ -92,15 +92,21 @@ std::string FieldAsOrder(const Field& field)
     if (field.width == Width::kShort) text += " (s16)";
     if (field.width == Width::kLong) text += " (s32)";
     if (field.width == Width::kUnsignedLong) text += " (u32)";
-    if (field.place == Place::kCount) {
-        text += " " + std::to_string(field.fewest);
-        if (field.most != field.fewest) text += ".." + std::to_string(field.most);
+    if (field.range) {
+        const auto [least, most] = *field.range;
+        text += " " + std::to_string(least);
+        if (most != least) text += ".." + std::to_string(most);
     }
     if (field.place == Place::kIfLeft) text += " if the command has it";
     return field.when.field.empty() ? text : text + ConditionAsText(field.when);
 }
 
 } // namespace
+
+bool InRange(const Field& field, std::int64_t value)
+{
+    return !field.range || (value >= field.range->least && value <= field.range->most);
+}
 
 EntryRange EntriesOf(std::span<const Field> fields)
 {
@@ -143,7 +149,7 @@ std::string FieldsAsOrder(std::span<const Field> fields)
     bool several = false;
     for (const Field& field : fields) {
         if (!text.empty()) text += field.place == Place::kBehind ? "; then " : ", ";
-        if (field.place == Place::kTimes) text += std::to_string(field.most) + " times";
+        if (field.place == Place::kTimes) text += std::to_string(field.range->most) + " times";
         if (field.place == Place::kRest) text += "up to the end: ";
         if (field.place == Place::kEach && several) text += "each: ";
         if (field.place != Place::kTimes) text += FieldAsOrder(field);

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -34,17 +35,25 @@ struct Condition
     bool unless = false;
 };
 
+struct Range
+{
+    std::int64_t least;
+    std::int64_t most;
+};
+
 struct Field
 {
     const char* name;
     Width width = Width::kWord;
     Place place = Place::kOnce;
     Condition when = {};
-    Word fewest = 0; // of a count
-    Word most = 0;
+    // Of a count: any other makes the command a malformed one. Of a value: it is out of range.
+    std::optional<Range> range = {};
 };
 
 using FieldList = std::vector<Field>;
+
+bool InRange(const Field& field, std::int64_t value);
 
 // The fields from..to-1 are those of an entry.
 struct EntryRange

@@ -1,6 +1,7 @@
 #include "hand_wheel.h"
 
 #include "families.h"
+#include "snapshot.h"
 #include "values.h"
 
 namespace lumosim {
@@ -14,16 +15,23 @@ constexpr Word kConfigureHandWheel = 0x0130;
 void HandWheel::AddCommands(CommandTable& table)
 {
     table.ForAxes<Wheel>(kConfigureHandWheel, "hand wheel",
-                         {"axis", &Wheel::axis, kEach, "counts", &Wheel::edges, "directions",
-                          &Wheel::directions, "reversed", &Wheel::reversed, "factor",
-                          &Wheel::factor, "divisor", &Wheel::divisor},
+                         {"axis", &Wheel::axis, kEach, "counts", &Wheel::edges, UpTo(2),
+                          "directions", &Wheel::directions, UpTo(3), "reversed", &Wheel::reversed,
+                          UpTo(1), "factor", &Wheel::factor, Range{1, 32}, "divisor",
+                          &Wheel::divisor, Range{1, 2048}},
                          [this](Axis&, const Wheel& wheel) { wheel_ = wheel; });
 }
 
-bool HandWheel::Wheel::Valid() const
+void HandWheel::Describe(Json& snapshot) const
 {
-    return edges <= 2 && directions <= 3 && reversed <= 1 && factor >= 1 && factor <= 32 &&
-           divisor >= 1 && divisor <= 2048;
+    snapshot["handWheel"] = {{"axis", wheel_.axis},
+                             {"on", wheel_.directions != 0},
+                             {"counts", 1 << wheel_.edges},
+                             {"positive", (wheel_.directions & 1U) != 0},
+                             {"negative", (wheel_.directions & 2U) != 0},
+                             {"reversed", wheel_.reversed == 1},
+                             {"factor", wheel_.factor},
+                             {"divisor", wheel_.divisor}};
 }
 
 std::int32_t HandWheel::TakePulses(std::int32_t notches)

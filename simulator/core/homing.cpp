@@ -4,6 +4,7 @@
 #include "families.h"
 #include "homing_run.h"
 #include "motor.h"
+#include "snapshot.h"
 #include "values.h"
 
 #include <algorithm>
@@ -37,10 +38,7 @@ struct HomingFields
 
     [[nodiscard]] bool Valid() const
     {
-        const bool stopper = static_cast<HomeKind>(kind) == HomeKind::kStopper;
-        return direction <= 1 && kind <= 3 && option <= 1 && zSearch <= kNoZSearch &&
-               extra == kExtraRegister && select <= 1 && word >= 0 &&
-               (!stopper || word <= kPeakTorque);
+        return static_cast<HomeKind>(kind) != HomeKind::kStopper || word <= kPeakTorque;
     }
 
     [[nodiscard]] HomingOrder Order() const
@@ -84,6 +82,14 @@ class Homing : public Family
                       [](Axis& axis) { axis.SetHomeDone(false); });
     }
 
+    void Describe(Json& snapshot) const override
+    {
+        DescribeAxes(controller_, snapshot, [this](Json& part, const Axis&, int number) {
+            const auto& run = runs_.at(static_cast<std::size_t>(number));
+            part["homing"] = run ? run->StepName() : "none";
+        });
+    }
+
     // The steps of a run end at events of its axis, so nothing but these is to be waited for.
     void AdvanceTo(Nanoseconds /*now*/) override
     {
@@ -114,19 +120,26 @@ class Homing : public Family
                 kEach,
                 "direction",
                 &HomingFields::direction,
+                UpTo(1),
                 "kind",
                 &HomingFields::kind,
+                UpTo(3),
                 "option",
                 &HomingFields::option,
+                UpTo(1),
                 "Z search",
                 &HomingFields::zSearch,
+                UpTo(kNoZSearch),
                 "extra",
                 &HomingFields::extra,
                 When("kind", {0, 3}),
+                Range{kExtraRegister, kExtraRegister},
                 "select",
                 &HomingFields::select,
+                UpTo(1),
                 "word",
                 &HomingFields::word,
+                UpTo(INT16_MAX),
                 "position",
                 &HomingFields::position};
     }

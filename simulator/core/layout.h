@@ -52,14 +52,19 @@ constexpr Rule Unless(std::string_view field, std::initializer_list<unsigned> va
     return rule;
 }
 
+constexpr Range UpTo(std::int64_t most)
+{
+    return {0, most};
+}
+
 constexpr Field CountOf(Word fewest, Word most)
 {
-    return {"count", Width::kWord, Place::kCount, {}, fewest, most};
+    return {"count", Width::kWord, Place::kCount, {}, Range{fewest, most}};
 }
 
 constexpr Field Times(Word times)
 {
-    return {"", Width::kWord, Place::kTimes, {}, times, times};
+    return {"", Width::kWord, Place::kTimes, {}, Range{times, times}};
 }
 
 // A count of axes, and the axis that each of their entries begins with.
@@ -73,6 +78,7 @@ struct Entry
 {
     Word number = 0; // its first field: the axis, for most
     Fields fields;
+    bool inRange = true; // all its values, as far as the layout tells ranges
 };
 
 template <typename Fields>
@@ -90,6 +96,7 @@ struct Command
 {
     Fields fields;
     std::vector<Entry<Fields>> entries;
+    bool inRange = true; // all values outside the entries
 };
 
 template <typename Fields>
@@ -100,7 +107,7 @@ class Layout
                                 std::int32_t Fields::*, std::uint32_t Fields::*>;
 
     // For each field its name, then the member that it is read into, if anybody needs it, and the
-    // rule that it obeys, if any: Layout<F>(kCount, kAxis, "target", &F::target).
+    // rule and the range that it obeys, if any: Layout<F>(kCount, kAxis, "target", &F::target).
     template <typename... Parts>
     Layout(const Parts&... parts) // NOLINT(google-explicit-constructor)
     {
@@ -126,17 +133,17 @@ class Layout
         return ReadFields(fields_, in, [&](std::size_t field, std::int64_t value) {
             const Place place = fields_[field].place;
             if (place == Place::kEach || place == Place::kRest) {
-                command.entries.push_back({static_cast<Word>(value), command.fields});
+                command.entries.push_back(
+                    {static_cast<Word>(value), command.fields, command.inRange});
             }
-            if (field < entries_.from || field >= entries_.to) {
-                Store(field, value, command.fields);
-            }
+            const bool inside = field >= entries_.from && field < entries_.to;
+            if (!inside) Store(field, value, command);
             if (field >= entries_.to) {
                 for (Entry<Fields>& entry : command.entries) {
-                    Store(field, value, entry.fields);
+                    Store(field, value, entry);
                 }
-            } else if (field >= entries_.from) {
-                Store(field, value, command.entries.back().fields);
+            } else if (inside) {
+                Store(field, value, command.entries.back());
             }
         });
     }
@@ -162,6 +169,7 @@ class Layout
         fields_.back().place = rule.place;
         fields_.back().when = rule.when;
     }
+    void Add(const Range& range) { fields_.back().range = range; }
     template <typename Value, typename Base>
     void Add(Value Base::*member)
     {
@@ -169,13 +177,15 @@ class Layout
         members_.back() = static_cast<Value Fields::*>(member);
     }
 
-    void Store(std::size_t field, std::int64_t value, Fields& fields) const
+    template <typename Place>
+    void Store(std::size_t field, std::int64_t value, Place& place) const
     {
+        place.inRange = place.inRange && InRange(fields_[field], value);
         std::visit(
             [&](auto member) {
                 if constexpr (!std::is_same_v<decltype(member), std::monostate>) {
-                    using Value = std::remove_reference_t<decltype(fields.*member)>;
-                    fields.*member = static_cast<Value>(value);
+                    using Value = std::remove_reference_t<decltype(place.fields.*member)>;
+                    place.fields.*member = static_cast<Value>(value);
                 }
             },
             members_[field]);

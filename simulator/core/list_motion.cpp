@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 #include "values.h"
 
 #include <algorithm>
@@ -87,11 +88,6 @@ struct SetUpFields
     Word kind = 0;
     Word repetitions = 0;
     Word percent = 0;
-
-    [[nodiscard]] bool Valid() const
-    {
-        return kind <= 1 && repetitions <= kEndless && percent <= 255;
-    }
 };
 
 struct EndFields
@@ -104,8 +100,6 @@ struct RunFields
 {
     Word axis = 0;
     Word run = 0;
-
-    [[nodiscard]] bool Valid() const { return run <= 1; }
 };
 
 // The list of one axis.
@@ -127,6 +121,7 @@ class List
     [[nodiscard]] bool HasLeft(const Axis* axis) const; // the axis has left the list's motion
     void Advance(Axis* axis);
     void Show(std::span<Word> out) const;
+    [[nodiscard]] Json Describe(int axis) const;
 
   private:
     enum class Step { kMoving, kDwelling, kStarving };
@@ -326,6 +321,24 @@ void List::Show(std::span<Word> out) const
     PutLong(out, 5, static_cast<std::int32_t>(rounds_));
 }
 
+Json List::Describe(int axis) const
+{
+    constexpr std::array kSteps = {"moving", "dwelling", "starving"};
+    return {{"axis", axis},
+            {"stream", setting_.stream},
+            {"repetitions", setting_.repetitions},
+            {"percent", setting_.percent},
+            {"running", running_},
+            {"step", running_ ? kSteps.at(static_cast<std::size_t>(step_)) : "resting"},
+            {"closed", closed_},
+            {"endedEarly", endedEarly_},
+            {"node", running_ ? begun_ : 0},
+            {"waiting", Waiting()},
+            {"free", Free()},
+            {"completed", completed_},
+            {"rounds", rounds_}};
+}
+
 class ListMotion : public Family
 {
   public:
@@ -335,8 +348,9 @@ class ListMotion : public Family
     {
         table.ForAxes<SetUpFields>(
             kSetUpList, "list set-up",
-            {"axis", &SetUpFields::axis, kEach, "kind", &SetUpFields::kind, "repetitions",
-             &SetUpFields::repetitions, "percent", &SetUpFields::percent},
+            {"axis", &SetUpFields::axis, kEach, "kind", &SetUpFields::kind, UpTo(1), "repetitions",
+             &SetUpFields::repetitions, UpTo(kEndless), "percent", &SetUpFields::percent,
+             UpTo(255)},
             [this](Axis&, const SetUpFields& fields) {
                 const Word percent = fields.percent == 0 ? Word{100} : fields.percent;
                 return UpToDate(fields.axis)
@@ -353,7 +367,7 @@ class ListMotion : public Family
                 return UpToDate(fields.axis).Close(fields.stopSpeed, axis);
             });
         table.ForAxes<RunFields>(kRunStop, "list run/stop",
-                                 {"axis", &RunFields::axis, kEach, "run", &RunFields::run},
+                                 {"axis", &RunFields::axis, kEach, "run", &RunFields::run, UpTo(1)},
                                  [this](Axis& axis, const RunFields& fields) {
                                      List& list = UpToDate(fields.axis);
                                      if (fields.run == 1) return list.Run(axis);
@@ -366,6 +380,14 @@ class ListMotion : public Family
     {
         map.AddAxisBlock(kListRegisters, kListRegisterCount, [this](int axis, std::span<Word> out) {
             if (controller_.FindAxis(axis) != nullptr) ListOf(axis).Show(out);
+        });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        Json& lists = snapshot["lists"] = Json::array();
+        DescribeAxes(controller_, snapshot, [&](const Json&, const Axis&, int number) {
+            lists.push_back(lists_.at(static_cast<std::size_t>(number)).Describe(number));
         });
     }
 

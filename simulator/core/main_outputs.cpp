@@ -3,6 +3,7 @@
 #include "controller.h"
 #include "families.h"
 #include "output_change.h"
+#include "snapshot.h"
 
 #include <algorithm>
 #include <array>
@@ -47,10 +48,7 @@ struct LimitTimeFields
     Word mode = 0;
     std::uint32_t milliseconds = 0;
 
-    [[nodiscard]] bool Valid() const
-    {
-        return pin < kPins && mode <= 2 && (mode == 0 || milliseconds > 0);
-    }
+    [[nodiscard]] bool Valid() const { return mode == 0 || milliseconds > 0; }
 };
 
 struct Limit
@@ -73,30 +71,39 @@ class MainOutputs : public Family
     void AddCommands(CommandTable& table) override
     {
         table.Add<OneWord>(
-            kSetAll, "main outputs", {"outputs", &OneWord::value}, [this](const OneWord& outputs) {
-                return Do(outputs.value <= kLargestMask, OutputChange::Word(outputs.value));
-            });
-        table.Add<PinState>(kSetPin, "main output pin",
-                            {"pin", &PinState::pin, "state", &PinState::state},
-                            [this](const PinState& set) {
-                                return Do(set.pin < kPins && set.state <= 1,
-                                          OutputChange::Pin(set.pin % kPins, set.state == 1));
-                            });
+            kSetAll, "main outputs", {"outputs", &OneWord::value, UpTo(kLargestMask)},
+            [this](const OneWord& outputs) { Do(OutputChange::Word(outputs.value)); });
+        table.Add<PinState>(
+            kSetPin, "main output pin",
+            {"pin", &PinState::pin, UpTo(kPins - 1), "state", &PinState::state, UpTo(1)},
+            [this](const PinState& set) { Do(OutputChange::Pin(set.pin, set.state == 1)); });
         table.Add<OneWord>(
-            kTogglePin, "toggle main output", {"pin", &OneWord::value}, [this](const OneWord& pin) {
-                return Do(pin.value < kPins, OutputChange::Toggle(1U << pin.value % kPins));
+            kTogglePin, "toggle main output", {"pin", &OneWord::value, UpTo(kPins - 1)},
+            [this](const OneWord& pin) { Do(OutputChange::Toggle(1U << pin.value)); });
+        table.Add<PinMasks>(
+            kSetPins, "main output pins",
+            {"on", &PinMasks::on, UpTo(kLargestMask), "off", &PinMasks::off, UpTo(kLargestMask)},
+            [this](const PinMasks& set) {
+                Do({set.on, set.off, 0});
             });
-        table.Add<PinMasks>(kSetPins, "main output pins",
-                            {"on", &PinMasks::on, "off", &PinMasks::off},
-                            [this](const PinMasks& set) {
-                                return Do((set.on | set.off) <= kLargestMask, {set.on, set.off, 0});
-                            });
-        table.Add<OneWord>(kTogglePins, "toggle main outputs", {"mask", &OneWord::value},
-                           [this](const OneWord& mask) {
-                               return Do(mask.value <= kLargestMask,
-                                         OutputChange::Toggle(mask.value));
-                           });
+        table.Add<OneWord>(kTogglePins, "toggle main outputs",
+                           {"mask", &OneWord::value, UpTo(kLargestMask)},
+                           [this](const OneWord& mask) { Do(OutputChange::Toggle(mask.value)); });
         AddLimitTimes(table);
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        Json& times = snapshot["io"]["limitTimes"] = Json::array();
+        for (unsigned pin = 0; pin < kPins; ++pin) {
+            const Limit& limit = limits_[pin];
+            if (limit.mode == LimitMode::kNone) continue;
+            times.push_back({{"pin", pin},
+                             {"fromCommand", limit.mode == LimitMode::kFromCommand},
+                             {"time", limit.milliseconds * 0.001},
+                             {"offAt", nullptr}});
+            if (limit.offAt != kNever) times.back()["offAt"] = InSeconds(limit.offAt);
+        }
     }
 
     [[nodiscard]] Nanoseconds NextEvent() const override
@@ -123,24 +130,20 @@ class MainOutputs : public Family
     {
         table.Add<LimitTimeFields>(
             kSetLimitTime, "limit time",
-            {"pin", &LimitTimeFields::pin, "mode", &LimitTimeFields::mode, "time",
-             &LimitTimeFields::milliseconds},
+            {"pin", &LimitTimeFields::pin, UpTo(kPins - 1), "mode", &LimitTimeFields::mode, UpTo(2),
+             "time", &LimitTimeFields::milliseconds},
             [this](const LimitTimeFields& fields) {
                 Limit& limit = limits_[fields.pin];
                 limit = {static_cast<LimitMode>(fields.mode), fields.milliseconds, kNever};
                 if (IsOn(fields.pin)) limit.Start(controller_.Now());
             });
-        table.Add<OneWord>(kGetLimitTime, "limit time get", {"pin", &OneWord::value},
-                           [this](const OneWord& pin, Reply& reply) {
-                               if (pin.value >= kPins) return Result::kOutOfRange;
-                               ShowLimit(pin.value, reply);
-                               return Result::kDone;
-                           });
+        table.Add<OneWord>(
+            kGetLimitTime, "limit time get", {"pin", &OneWord::value, UpTo(kPins - 1)},
+            [this](const OneWord& pin, Reply& reply) { ShowLimit(pin.value, reply); });
     }
 
-    Result Do(bool valid, const OutputChange& change)
+    void Do(const OutputChange& change)
     {
-        if (!valid) return Result::kOutOfRange;
         Apply(change);
         for (unsigned pin = 0; pin < kPins; ++pin) {
             const bool commandedOn = (change.on & ~change.off & 1U << pin) != 0;
@@ -148,7 +151,6 @@ class MainOutputs : public Family
             if (commandedOn && limit.mode == LimitMode::kFromCommand)
                 limit.Start(controller_.Now());
         }
-        return Result::kDone;
     }
 
     // One register packs the mode (bits 0..1), the pin (bits 2..5), and whether the output is on

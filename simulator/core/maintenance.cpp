@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 #include "values.h"
 
 #include <algorithm>
@@ -33,27 +34,16 @@ constexpr Word kServoNetworkArea = 3;
 constexpr Word kIdentification = 0xF400;
 constexpr Word kIdentificationRegisters = 12;
 
-struct ResetOrder
-{
-    Word mode = 0;
-
-    [[nodiscard]] bool Valid() const { return mode <= kPowerResetAllNew; }
-};
-
 struct ClearOrder
 {
     Word area = 0;
     Word flag = 0;
-
-    [[nodiscard]] bool Valid() const { return area <= kServoNetworkArea && flag <= 1; }
 };
 
 struct DefaultsFields
 {
     Word function = 0;
     Word use = 0;
-
-    [[nodiscard]] bool Valid() const { return use <= 1; }
 };
 
 struct CycleFields
@@ -81,18 +71,19 @@ void Maintenance::AddCommands(CommandTable& table)
     table.Add<OneWord>(
         kSetHardwareInformation, "hardware information", {"value", &OneWord::value},
         [this](const OneWord& information) { stored_.hardwareInformation = information.value; });
-    table.Add<ResetOrder>(kReset, "reset", {"mode", &ResetOrder::mode},
-                          [this](const ResetOrder& order) {
-                              resetMode_ = order.mode;
-                              offlineAt_ = controller_.Now() + kResetDelay;
-                              onlineAt_ = offlineAt_ + kBootTime;
-                          });
-    table.Add<ClearOrder>(kClearEeprom, "EEPROM clear",
-                          {"area", &ClearOrder::area, "now", &ClearOrder::flag},
-                          [this](const ClearOrder& order) {
-                              clearAtRestart_.at(order.area) |= order.flag == 0;
-                              if (order.flag == 1) RestoreDefaults(order.area);
-                          });
+    table.Add<OneWord>(kReset, "reset", {"mode", &OneWord::value, UpTo(kPowerResetAllNew)},
+                       [this](const OneWord& order) {
+                           resetMode_ = order.value;
+                           offlineAt_ = controller_.Now() + kResetDelay;
+                           onlineAt_ = offlineAt_ + kBootTime;
+                       });
+    table.Add<ClearOrder>(
+        kClearEeprom, "EEPROM clear",
+        {"area", &ClearOrder::area, UpTo(kServoNetworkArea), "now", &ClearOrder::flag, UpTo(1)},
+        [this](const ClearOrder& order) {
+            clearAtRestart_.at(order.area) |= order.flag == 0;
+            if (order.flag == 1) RestoreDefaults(order.area);
+        });
     AddSettings(table);
 }
 
@@ -102,7 +93,7 @@ void Maintenance::AddSettings(CommandTable& table)
     const Rule set = When("function", {kSet});
     table.Add<DefaultsFields>(
         kDefaultParameters, "default parameters",
-        {"function", &DefaultsFields::function, "use", &DefaultsFields::use, set},
+        {"function", &DefaultsFields::function, "use", &DefaultsFields::use, set, UpTo(1)},
         [this](const DefaultsFields& fields, Reply& reply) {
             if (fields.function > kGet) return Result::kMalformed;
             if (fields.function == kSet) stored_.useDefaultParameters = fields.use;
@@ -125,6 +116,22 @@ void Maintenance::AddSettings(CommandTable& table)
                                stored_.cycleOption = fields.option;
                                return Result::kDone;
                            });
+}
+
+void Maintenance::Describe(Json& snapshot) const
+{
+    const auto network = [](const NetworkSettings& settings) {
+        return Json{
+            {"address", settings.address}, {"mask", settings.mask}, {"gateway", settings.gateway}};
+    };
+    snapshot["controller"]["online"] = online_;
+    snapshot["controller"]["network"] = network(network_);
+    snapshot["stored"] = {{"network", network(stored_.network)},
+                          {"hardwareInformation", stored_.hardwareInformation},
+                          {"useDefaultParameters", stored_.useDefaultParameters},
+                          {"cycle", stored_.cycle},
+                          {"commandCycle", stored_.commandCycle},
+                          {"cycleOption", stored_.cycleOption}};
 }
 
 void Maintenance::AddRegisters(RegisterMap& map)

@@ -34,6 +34,7 @@ class Maintenance : public Family
     explicit Maintenance(Controller& controller);
 
     void AddCommands(CommandTable& table) override;
+    void Describe(nlohmann::json& snapshot) const override;
     void AddRegisters(RegisterMap& map) override;
     [[nodiscard]] Nanoseconds NextEvent() const override;
     void AdvanceTo(Nanoseconds now) override;

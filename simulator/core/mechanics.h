@@ -17,6 +17,10 @@ struct Stretch
 // stay where they are when the position counters are set.
 struct AxisMechanics
 {
+    // No switch or stopper stands farther from there; all such places are exact as floating point
+    // numbers.
+    static constexpr std::int64_t kFarthest = 1'000'000'000'000;
+
     std::int64_t negativeLimit = -10'000'000;
     std::int64_t positiveLimit = 10'000'000;
     bool absoluteEncoder = false;         // positions survive a power cycle

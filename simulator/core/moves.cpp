@@ -12,26 +12,16 @@ constexpr Word kJog = 0x0010;
 constexpr Word kMoveAbsolute = 0x0011;
 constexpr Word kMoveRelative = 0x0012;
 
-// Holds for all axes of the command.
-struct JogDirection
-{
-    Word value = 0;
-
-    [[nodiscard]] bool Valid() const { return value <= 1; }
-};
-
 class Moves : public Family
 {
     void AddCommands(CommandTable& table) override
     {
-        table.ForAxes<JogDirection>(
-            kJog, "jog", {kCount, "direction", &JogDirection::value, kAxis},
-            [](const Axis& axis, const JogDirection& direction) {
+        table.ForAxes<OneWord>(
+            kJog, "jog", {kCount, "direction", &OneWord::value, UpTo(1), kAxis},
+            [](const Axis& axis, const OneWord& direction) {
                 return axis.CheckMove(DirectionOf(direction.value));
             },
-            [](Axis& axis, const JogDirection& direction) {
-                axis.Jog(DirectionOf(direction.value));
-            });
+            [](Axis& axis, const OneWord& direction) { axis.Jog(DirectionOf(direction.value)); });
         table.ForAxes<OneLong>(
             kMoveAbsolute, "absolute move", {kCount, kAxis, "target", &OneLong::value},
             [](const Axis& axis, const OneLong& target) {

@@ -76,6 +76,8 @@ constexpr std::array kStopCauseNames = {
     "connection-lost", "home-found",   "search-latched",
 };
 
+constexpr std::array kReactionNames = {"none", "decelerate", "sudden"};
+
 constexpr std::array kSlaveTypeNames = {"none", "servo", "input", "output"};
 
 template <typename Enum, std::size_t Count>
@@ -106,6 +108,11 @@ const char* NameOf(MotionKind kind)
 const char* NameOf(StopCause cause)
 {
     return NameAt(kStopCauseNames, cause);
+}
+
+const char* NameOf(Reaction reaction)
+{
+    return NameAt(kReactionNames, reaction);
 }
 
 const char* NameOf(SlaveType type)

@@ -23,5 +23,6 @@ const char* NameOf(Result result);
 const char* NameOf(MotionKind kind);
 const char* NameOf(StopCause cause);
 const char* NameOf(SlaveType type);
+const char* NameOf(Reaction reaction);
 
 } // namespace lumosim

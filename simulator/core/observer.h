@@ -1,9 +1,11 @@
 // What others may want to know of a controller as it happens.
 #pragma once
 
+#include "field_list.h"
 #include "types.h"
 
 #include <span>
+#include <string>
 
 namespace lumosim {
 
@@ -15,6 +17,7 @@ struct CommandRecord
     const char* name; // "unknown" for a code that nobody knows
     std::span<const Word> fields;
     Result result;
+    std::span<const Field> layout; // of the fields, for as long as the controller lives
 };
 
 // Is called in the middle of what the controller does, so it only notes what it is told: a record's
@@ -28,5 +31,8 @@ class Observer
     // The controller has left the network, or is there again.
     virtual void OnlineChanged(bool /*online*/) {}
 };
+
+// "   1.234567  0011 absolute move    count 1, axis 0, target 5000 -> 0 done"
+std::string CommandAsLine(const CommandRecord& record);
 
 } // namespace lumosim

@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 #include "values.h"
 
 namespace lumosim {
@@ -22,13 +23,12 @@ OutputChange OnePinOf(const OutputFields& fields, bool& valid)
 {
     const unsigned pin = fields.word >> 8U;
     const unsigned state = fields.word & 0xFFU;
-    valid = valid && pin < kPinsOfSlave && state <= 1 && fields.highWord == 0;
+    valid = valid && pin < kPinsOfSlave && state <= 1;
     return OutputChange::Pin(pin % kPinsOfSlave, state == 1);
 }
 
-OutputChange TogglePinOf(const OutputFields& fields, bool& valid)
+OutputChange TogglePinOf(const OutputFields& fields, bool& /*valid*/)
 {
-    valid = valid && fields.word < kPinsOfSlave;
     return OutputChange::Toggle(1U << fields.word % kPinsOfSlave);
 }
 
@@ -54,11 +54,11 @@ void RemoteOutputs::AddCommands(CommandTable& table)
     add(kSetRemoteWords, "output words", {kCount, kStation, "outputs", &Fields::mask},
         [](const Fields& fields, bool&) { return OutputChange::Word(fields.mask); });
     add(kSetRemotePin, "output pin",
-        {kCount, kStation, "state | pin << 8", &Fields::word, "high word", &Fields::highWord,
-         kIfLeft},
+        {kCount, kStation, "state + 256 * pin", &Fields::word, "high word", &Fields::highWord,
+         kIfLeft, UpTo(0)},
         OnePinOf);
-    add(kToggleRemotePin, "toggle output pin", {kCount, kStation, "pin", &Fields::word},
-        TogglePinOf);
+    add(kToggleRemotePin, "toggle output pin",
+        {kCount, kStation, "pin", &Fields::word, UpTo(kPinsOfSlave - 1)}, TogglePinOf);
     add(kSetRemotePins, "output pins",
         {anyCount, kStation, "on", &Fields::mask, "off", &Fields::offMask},
         [](const Fields& fields, bool&) {
@@ -84,10 +84,11 @@ Result RemoteOutputs::Change(const std::vector<Entry<OutputFields>>& entries, Ch
 {
     std::vector<OutputChange> changes;
     bool valid = true;
-    for (const auto& [station, fields] : entries) {
+    for (const auto& [station, fields, inRange] : entries) {
         const bool known =
             station < kMaxAxes && controller_.SlaveAt(station).type == SlaveType::kOutput;
         if (!known) return Result::kNoOutputSlave;
+        valid = valid && inRange;
         changes.push_back(change(fields, valid));
     }
     if (!valid) return Result::kOutOfRange;
@@ -98,6 +99,12 @@ Result RemoteOutputs::Change(const std::vector<Entry<OutputFields>>& entries, Ch
         controller_.SetSlaveOutputs(station, changes[i].AppliedTo(outputs));
     }
     return Result::kDone;
+}
+
+void RemoteOutputs::Describe(Json& snapshot) const
+{
+    snapshot["io"]["networkUp"] = networkUp_;
+    snapshot["io"]["keepOut"] = keepOut_;
 }
 
 void RemoteOutputs::SetNetworkUp(bool up)

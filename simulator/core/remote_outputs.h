@@ -25,6 +25,7 @@ class RemoteOutputs : public Family
     explicit RemoteOutputs(Controller& controller) : controller_(controller) {}
 
     void AddCommands(CommandTable& table) override;
+    void Describe(nlohmann::json& snapshot) const override;
     void PowerUp() override;
 
     // The servo network fails, or is there again. Failing switches every output slave off but those

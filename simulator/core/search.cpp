@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 #include "values.h"
 
 #include <array>
@@ -30,23 +31,22 @@ struct SearchOrder
     Word edge = 0;
     Word end = 0;
     Word axis = 0;
-
-    [[nodiscard]] bool Valid() const
-    {
-        return direction <= 1 && signal < kSignals.size() && edge <= 1 && end <= 1;
-    }
 }; // namespace
 
 class Search : public Family
 {
+  public:
+    explicit Search(const Controller& controller) : controller_(controller) {}
+
+  private:
     // The options stand before the count, and that is always 1.
     void AddCommands(CommandTable& table) override
     {
         table.ForAxes<SearchOrder>(
             kSearchMove, "search move",
-            {"direction", &SearchOrder::direction, "signal", &SearchOrder::signal, "edge",
-             &SearchOrder::edge, "end", &SearchOrder::end, CountOf(1, 1), "axis",
-             &SearchOrder::axis, kEach},
+            {"direction", &SearchOrder::direction, UpTo(1), "signal", &SearchOrder::signal,
+             UpTo(kSignals.size() - 1), "edge", &SearchOrder::edge, UpTo(1), "end",
+             &SearchOrder::end, UpTo(1), CountOf(1, 1), "axis", &SearchOrder::axis, kEach},
             [](const Axis& axis, const SearchOrder& order) {
                 return axis.CheckMode(MotionKind::kIdle, DirectionOf(order.direction));
             },
@@ -57,6 +57,21 @@ class Search : public Family
                                    reply.AddWord(SearchWord(axis, searches_.at(number.value)));
                                    reply.AddLong(axis.Latched().value_or(0));
                                });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        DescribeAxes(controller_, snapshot, [this](Json& part, const Axis& axis, int number) {
+            constexpr std::array kStates = {"none", "searching", "found", "ended-without"};
+            constexpr std::array kSignalNames = {"probe", "home-sensor", "z-phase",
+                                                 "configurable-input"};
+            const Record& search = searches_.at(static_cast<std::size_t>(number));
+            part["search"] = {
+                {"state", kStates.at(static_cast<std::size_t>(StateOf(axis, search)))},
+                {"signal", kSignalNames.at(search.signal)},
+                {"latched", nullptr}};
+            if (axis.Latched()) part["search"]["latched"] = *axis.Latched();
+        });
     }
 
     void PowerUp() override { searches_ = {}; }
@@ -91,14 +106,15 @@ class Search : public Family
                                  static_cast<unsigned>(search.signal) << kSignalBits);
     }
 
+    const Controller& controller_;
     std::array<Record, kMaxAxes> searches_;
 };
 
 } // namespace
 
-std::unique_ptr<Family> MakeSearch(Controller& /*controller*/)
+std::unique_ptr<Family> MakeSearch(Controller& controller)
 {
-    return std::make_unique<Search>();
+    return std::make_unique<Search>(controller);
 }
 
 } // namespace lumosim

@@ -4,6 +4,7 @@
 #include "families.h"
 #include "sequence_program.h"
 #include "sequence_record.h"
+#include "snapshot.h"
 
 #include <algorithm>
 #include <optional>
@@ -28,8 +29,6 @@ struct ProgramBuffer
 
     Word seq = 0;
     Word action = 0;
-
-    [[nodiscard]] bool Valid() const { return seq < kPrograms && action <= kClear; }
 };
 
 struct ProgramSetUp
@@ -38,11 +37,6 @@ struct ProgramSetUp
     Word endless = 0;
     Word reaction = 0;
     Word singleStep = 0;
-
-    [[nodiscard]] bool Valid() const
-    {
-        return seq < kPrograms && endless <= 1 && reaction <= 2 && singleStep <= 1;
-    }
 };
 
 struct ProgramRun
@@ -52,11 +46,6 @@ struct ProgramRun
     Word seq = 0;
     Word action = 0;
     Word stopMotions = 0;
-
-    [[nodiscard]] bool Valid() const
-    {
-        return seq < kPrograms && action <= kResume && stopMotions <= 1;
-    }
 };
 
 class Sequences : public Family
@@ -71,7 +60,8 @@ class Sequences : public Family
         table.Add<OneWord>(kFocus, "program focus", {"program", &OneWord::value},
                            [this](const OneWord& program) { return Focus(program.value); });
         table.Add<ProgramBuffer>(kBuffer, "program buffer",
-                                 {"program", &ProgramBuffer::seq, "action", &ProgramBuffer::action},
+                                 {"program", &ProgramBuffer::seq, UpTo(kPrograms - 1), "action",
+                                  &ProgramBuffer::action, UpTo(ProgramBuffer::kClear)},
                                  [this](const ProgramBuffer& buffer) {
                                      SequenceProgram& program = programs_[buffer.seq];
                                      return buffer.action == ProgramBuffer::kClear
@@ -79,14 +69,16 @@ class Sequences : public Family
                                                 : program.Close();
                                  });
         table.Add<ProgramSetUp>(kSetUpProgram, "program set-up",
-                                {"program", &ProgramSetUp::seq, "endless", &ProgramSetUp::endless,
-                                 "reaction", &ProgramSetUp::reaction, "single step",
-                                 &ProgramSetUp::singleStep},
+                                {"program", &ProgramSetUp::seq, UpTo(kPrograms - 1), "endless",
+                                 &ProgramSetUp::endless, UpTo(1), "reaction",
+                                 &ProgramSetUp::reaction, UpTo(2), "single step",
+                                 &ProgramSetUp::singleStep, UpTo(1)},
                                 [this](const ProgramSetUp& setUp) { return Configure(setUp); });
         table.Add<ProgramRun>(kRun, "program run",
-                              {"program", &ProgramRun::seq, "action", &ProgramRun::action,
-                               "stop motions", &ProgramRun::stopMotions,
-                               When("action", {ProgramRun::kStop})},
+                              {"program", &ProgramRun::seq, UpTo(kPrograms - 1), "action",
+                               &ProgramRun::action, UpTo(ProgramRun::kResume), "stop motions",
+                               &ProgramRun::stopMotions, When("action", {ProgramRun::kStop}),
+                               UpTo(1)},
                               [this](const ProgramRun& run) { return Run(run); });
         // With a focus they never come here: Divert has taken them.
         for (const SequenceForm& form : SequenceForms()) {
@@ -127,6 +119,15 @@ class Sequences : public Family
         }
         program.Append(std::move(record));
         return Result::kDone;
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        Json& programs = snapshot["programs"] = Json::array();
+        for (std::size_t i = 0; i < kPrograms; ++i) {
+            programs.push_back({{"program", i}, {"focused", focus_ == i}});
+            programs_[i].Describe(programs.back());
+        }
     }
 
     [[nodiscard]] Nanoseconds NextEvent() const override

@@ -2,6 +2,7 @@
 
 #include "byte_registers.h"
 #include "families.h"
+#include "snapshot.h"
 
 #include <algorithm>
 
@@ -14,23 +15,17 @@ constexpr Word kSetFormat = 0x0171;
 constexpr Word kSerialWrite = 0x0172;
 constexpr Word kSerialRead = 0x0173;
 
-struct Bypass
-{
-    Word on = 0;
-
-    [[nodiscard]] bool Valid() const { return on <= 1; }
-};
-
 } // namespace
 
 void SerialPort::AddCommands(CommandTable& table)
 {
-    table.Add<Bypass>(kSetBypass, "serial bypass", {"bypass", &Bypass::on},
-                      [this](const Bypass& bypass) { bypassed_ = bypass.on == 1; });
+    table.Add<OneWord>(kSetBypass, "serial bypass", {"bypass", &OneWord::value, UpTo(1)},
+                       [this](const OneWord& bypass) { bypassed_ = bypass.value == 1; });
     table.Add<SerialFormat>(kSetFormat, "serial format",
-                            {"baud rate", &SerialFormat::baudRate, "data bits",
-                             &SerialFormat::dataBits, "stop bits", &SerialFormat::stopBits,
-                             "parity", &SerialFormat::parity},
+                            {"baud rate", &SerialFormat::baudRate, Range{1, UINT32_MAX},
+                             "data bits", &SerialFormat::dataBits, Range{7, 9}, "stop bits",
+                             &SerialFormat::stopBits, Range{1, 2}, "parity", &SerialFormat::parity,
+                             UpTo(2)},
                             [this](const SerialFormat& format) { format_ = format; });
     table.AddList<OneWord>(
         kSerialWrite, "serial write",
@@ -41,10 +36,11 @@ void SerialPort::AddCommands(CommandTable& table)
         [this](const OneWord& count, Reply& reply) { return Read(count.value, reply); });
 }
 
-bool SerialFormat::Valid() const
+void SerialPort::Describe(Json& snapshot) const
 {
-    return baudRate > 0 && dataBits >= 7 && dataBits <= 9 && stopBits >= 1 && stopBits <= 2 &&
-           parity <= 2;
+    snapshot["serial"] = {{"baudRate", format_.baudRate}, {"dataBits", format_.dataBits},
+                          {"stopBits", format_.stopBits}, {"parity", format_.parity},
+                          {"bypassed", bypassed_},        {"waiting", received_.size()}};
 }
 
 void SerialPort::ConnectLoopBack()

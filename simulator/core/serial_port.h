@@ -18,7 +18,6 @@ struct SerialFormat
     Word stopBits = 1;
     Word parity = 0; // 0 none, 1 odd, 2 even
 
-    [[nodiscard]] bool Valid() const;
     friend bool operator==(const SerialFormat&, const SerialFormat&) = default;
 };
 
@@ -34,6 +33,7 @@ class SerialPort : public Family
     static constexpr std::size_t kReceiveBuffer = 16384;
 
     void AddCommands(CommandTable& table) override;
+    void Describe(nlohmann::json& snapshot) const override;
     void PowerUp() override;
 
     void Connect(FarEnd farEnd) { farEnd_ = std::move(farEnd); }

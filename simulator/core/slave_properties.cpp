@@ -20,12 +20,6 @@ struct PropertyFields
     Word homeLogic = 0;
     Word inputUse = 0;
     std::int32_t pulsesPerTurn = 0; // 0: as it is
-
-    [[nodiscard]] bool Valid() const
-    {
-        return absolute <= 1 && series >= 1 && series <= 4 && limitLogic <= 3 && homeLogic <= 3 &&
-               inputUse <= kInputIsEmergencyStop;
-    }
 };
 
 class ServoProperties : public Family
@@ -37,9 +31,25 @@ class ServoProperties : public Family
     {
         table.ForAxes<PropertyFields>(
             kConfigureServo, "servo properties",
-            {"axis", &PropertyFields::axis, kEach, "absolute", &PropertyFields::absolute, "series",
-             &PropertyFields::series, "limit logic", &PropertyFields::limitLogic, "home logic",
-             &PropertyFields::homeLogic, "input use", &PropertyFields::inputUse, "pulses per turn",
+            {"axis",
+             &PropertyFields::axis,
+             kEach,
+             "absolute",
+             &PropertyFields::absolute,
+             UpTo(1),
+             "series",
+             &PropertyFields::series,
+             Range{1, 4},
+             "limit logic",
+             &PropertyFields::limitLogic,
+             UpTo(3),
+             "home logic",
+             &PropertyFields::homeLogic,
+             UpTo(3),
+             "input use",
+             &PropertyFields::inputUse,
+             UpTo(kInputIsEmergencyStop),
+             "pulses per turn",
              &PropertyFields::pulsesPerTurn},
             Check, [this](Axis& axis, const PropertyFields& fields) { Configure(axis, fields); });
     }

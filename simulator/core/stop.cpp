@@ -10,24 +10,16 @@ namespace {
 
 constexpr Word kStopAxes = 0x0040;
 
-// Holds for all axes of the command.
-struct StopFields
-{
-    Word mode = 0;
-
-    [[nodiscard]] bool Valid() const { return mode <= 1; }
-};
-
 class Stops : public Family
 {
     // An axis at rest is stopped already.
     void AddCommands(CommandTable& table) override
     {
-        table.ForAxes<StopFields>(kStopAxes, "stop", {"mode", &StopFields::mode, kCount, kAxis},
-                                  [](Axis& axis, const StopFields& stop) {
-                                      const StopMode mode = SuddenIf(stop.mode == 0);
-                                      axis.Stop(mode, CommandedBy(mode));
-                                  });
+        table.ForAxes<OneWord>(kStopAxes, "stop", {"mode", &OneWord::value, UpTo(1), kCount, kAxis},
+                               [](Axis& axis, const OneWord& stop) {
+                                   const StopMode mode = SuddenIf(stop.value == 0);
+                                   axis.Stop(mode, CommandedBy(mode));
+                               });
     }
 };
 

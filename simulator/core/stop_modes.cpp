@@ -2,6 +2,8 @@
 
 #include "controller.h"
 #include "families.h"
+#include "names.h"
+#include "snapshot.h"
 #include "values.h"
 
 namespace lumosim {
@@ -24,7 +26,6 @@ struct LimitFields
 
     [[nodiscard]] bool Valid() const
     {
-        if (positiveMode > kLastReaction || negativeMode > kLastReaction) return false;
         return positiveMode == 0 || negativeMode == 0 || negative <= positive;
     }
 };
@@ -33,16 +34,12 @@ struct SensorFields
 {
     Word sensor = 0;
     Word mode = 0;
-
-    [[nodiscard]] bool Valid() const { return sensor < kSensors && mode <= kLastReaction; }
 };
 
 struct HostLoss
 {
     std::uint32_t milliseconds = 0; // 0: a lost host changes nothing
     Word mode = 0;
-
-    [[nodiscard]] bool Valid() const { return mode <= 1; }
 };
 
 class StopModes : public Family
@@ -53,16 +50,18 @@ class StopModes : public Family
     void AddCommands(CommandTable& table) override
     {
         table.ForAxes<LimitFields>(kSetSoftwareLimits, "software limits",
-                                   {kCount, kAxis, "mode 1", &LimitFields::positiveMode, "limit 1",
-                                    &LimitFields::positive, "mode 2", &LimitFields::negativeMode,
+                                   {kCount, kAxis, "mode 1", &LimitFields::positiveMode,
+                                    UpTo(kLastReaction), "limit 1", &LimitFields::positive,
+                                    "mode 2", &LimitFields::negativeMode, UpTo(kLastReaction),
                                     "limit 2", &LimitFields::negative},
                                    SetLimits);
-        table.ForAxes<SensorFields>(
-            kSetSensorStop, "sensor stop",
-            {kCount, kAxis, "sensor", &SensorFields::sensor, "mode", &SensorFields::mode},
-            SetSensor);
+        table.ForAxes<SensorFields>(kSetSensorStop, "sensor stop",
+                                    {kCount, kAxis, "sensor", &SensorFields::sensor,
+                                     UpTo(kSensors - 1), "mode", &SensorFields::mode,
+                                     UpTo(kLastReaction)},
+                                    SetSensor);
         table.Add<HostLoss>(kSetHostLoss, "host loss",
-                            {"time", &HostLoss::milliseconds, "mode", &HostLoss::mode},
+                            {"time", &HostLoss::milliseconds, "mode", &HostLoss::mode, UpTo(1)},
                             [this](const HostLoss& hostLoss) { hostLoss_ = hostLoss; });
     }
 
@@ -70,6 +69,26 @@ class StopModes : public Family
     {
         map.AddAxisBlock(kSoftwareLimitRegisters, kSoftwareLimitRegisterCount,
                          [this](int axis, std::span<Word> out) { ShowLimits(axis, out); });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        DescribeAxes(controller_, snapshot, [](Json& part, const Axis& axis, int) {
+            const AxisProtection& protection = axis.Protection();
+            const auto limit = [](const SoftwareLimit& soft) {
+                return Json{{"reaction", NameOf(soft.reaction)}, {"position", soft.position}};
+            };
+            part["softwareLimits"] = {{"positive", limit(protection.softPositive)},
+                                      {"negative", limit(protection.softNegative)}};
+            part["sensorStops"] = {
+                {"limitPositive", NameOf(protection.At(Sensor::kLimitPositive))},
+                {"limitNegative", NameOf(protection.At(Sensor::kLimitNegative))},
+                {"home", NameOf(protection.At(Sensor::kHome))},
+                {"configurable", NameOf(protection.At(Sensor::kConfigurable))},
+            };
+        });
+        snapshot["hosts"]["stopAfter"] = hostLoss_.milliseconds * 0.001;
+        snapshot["hosts"]["suddenStop"] = hostLoss_.mode == 1;
     }
 
     [[nodiscard]] Nanoseconds NextEvent() const override

@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 
 #include <cmath>
 
@@ -22,12 +23,6 @@ struct TorqueLimitFields
     std::int16_t offset = 0;
     Word codes = 0;
     std::uint32_t value = 0;
-
-    [[nodiscard]] bool Valid() const
-    {
-        return on <= 1 && positive <= TorqueLimit::kMaxPercent &&
-               negative <= TorqueLimit::kMaxPercent;
-    }
 };
 
 class TorqueLimits : public Family
@@ -39,9 +34,11 @@ class TorqueLimits : public Family
     {
         table.ForAxes<TorqueLimitFields>(
             kSetTorqueLimit, "torque limit",
-            {kCount, kAxis, "on", &TorqueLimitFields::on, "limit 1", &TorqueLimitFields::positive,
-             "limit 2", &TorqueLimitFields::negative, "offset", &TorqueLimitFields::offset, "code",
-             &TorqueLimitFields::codes, "value", &TorqueLimitFields::value},
+            {kCount, kAxis, "on", &TorqueLimitFields::on, UpTo(1), "limit 1",
+             &TorqueLimitFields::positive, UpTo(TorqueLimit::kMaxPercent), "limit 2",
+             &TorqueLimitFields::negative, UpTo(TorqueLimit::kMaxPercent), "offset",
+             &TorqueLimitFields::offset, "code", &TorqueLimitFields::codes, "value",
+             &TorqueLimitFields::value},
             Set);
     }
 
@@ -49,6 +46,17 @@ class TorqueLimits : public Family
     {
         map.AddAxisBlock(kStateRegisters, kStateRegisterCount,
                          [this](int axis, std::span<Word> out) { ShowState(axis, out); });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        DescribeAxes(controller_, snapshot, [](Json& part, const Axis& axis, int) {
+            const TorqueLimit& limit = axis.Protection().torque;
+            part["torqueLimit"] = {{"on", limit.on},
+                                   {"positive", limit.positive},
+                                   {"negative", limit.negative},
+                                   {"offset", limit.offset}};
+        });
     }
 
   private:

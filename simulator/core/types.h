@@ -62,17 +62,20 @@ enum class Result : Word {
     kMotionFailed = 76, // a motion that a program waits for has not reached its end
     kNoInputSlave = 77,
 
-    kNoOutputSlave = 100,
-    kNetworkDown = 101,
-    kSerialPortTaken = 102,
-    kNoSuchFlash = 104,
-    kNoSuchMemory = 105,
+    // Protection and drives.
     kAlarmLasts = 80,
     kSoftwareLimit = 81,
     kNoParameter = 82,
     kReadOnlyParameter = 83,
     kServoIsOn = 84,
     kNoMonitor = 85,
+
+    // Outputs, serial port, memories.
+    kNoOutputSlave = 100,
+    kNetworkDown = 101,
+    kSerialPortTaken = 102,
+    kNoSuchFlash = 104,
+    kNoSuchMemory = 105,
 };
 
 constexpr Word LowWord(std::int32_t value)

@@ -2,6 +2,8 @@
 
 #include "../controller.h"
 #include "../families.h"
+#include "../names.h"
+#include "../snapshot.h"
 #include "../values.h"
 
 #include <algorithm>
@@ -41,8 +43,6 @@ struct StopMapFields
 {
     Word map = 0;
     Word mode = 0;
-
-    [[nodiscard]] bool Valid() const { return map < Paths::kMaps && mode <= 1; }
 };
 
 } // namespace
@@ -93,7 +93,6 @@ struct Paths::ArcFields : SpeedProfile
 
     [[nodiscard]] bool Valid() const
     {
-        if (form > kRadiusEnd || direction > 1) return false;
         if (form == kCenterAngle) return third >= 0;
         return form != kRadiusEnd || second == 0 || second == 1;
     }
@@ -109,7 +108,8 @@ Paths::Paths(Controller& controller) : controller_(controller)
 void Paths::AddCommands(CommandTable& table)
 {
     table.Add<StopMapFields>(
-        kStopMap, "stop map", {"map", &StopMapFields::map, "mode", &StopMapFields::mode},
+        kStopMap, "stop map",
+        {"map", &StopMapFields::map, UpTo(kMaps - 1), "mode", &StopMapFields::mode, UpTo(1)},
         [this](const StopMapFields& stop) { return StopMap(stop.map, SuddenIf(stop.mode == 0)); });
     table.AddList<OneWord>(kSetMap, "set map",
                            {"map", &OneWord::value, CountOf(0, kPathAxes), kAxis},
@@ -119,12 +119,10 @@ void Paths::AddCommands(CommandTable& table)
                                return SetMap(map.value, numbers, table.FindAxes(numbers, servos));
                            });
     AddSections(table);
-    table.Add<OneWord>(kUsePreRegisters, "use pre-registers", {"use", &OneWord::value},
+    table.Add<OneWord>(kUsePreRegisters, "use pre-registers", {"use", &OneWord::value, UpTo(1)},
                        [this](const OneWord& use) {
                            // A path that runs takes what waits behind it all the same.
-                           if (use.value > 1) return Result::kOutOfRange;
                            usePreRegisters_ = use.value;
-                           return Result::kDone;
                        });
     table.Add(kRemainingPreRegisters, "pre-registers", {}, [this](const NoFields&, Reply& reply) {
         for (const Map& map : maps_) {
@@ -160,14 +158,15 @@ void Paths::AddSections(CommandTable& table)
         [this](const LineFields& line, const auto& points) { return Line(line, points); });
     const auto addArc = [&](Word code, const char* name, bool helix) {
         using Fields = ArcFields;
-        const Layout<Fields> plane(
-            "map", &Fields::map, "mode", &Fields::mode, "start", &Fields::start, "acceleration",
-            &Fields::acc, "drive", &Fields::drive, "deceleration", &Fields::dec, "end",
-            &Fields::stop, "form", &Fields::form, "value 1", &Fields::first, "value 2",
-            &Fields::second, "value 3", &Fields::third, "value 4", &Fields::fourth);
+        const Layout<Fields> plane("map", &Fields::map, "mode", &Fields::mode, "start",
+                                   &Fields::start, "acceleration", &Fields::acc, "drive",
+                                   &Fields::drive, "deceleration", &Fields::dec, "end",
+                                   &Fields::stop, "form", &Fields::form, UpTo(Fields::kRadiusEnd),
+                                   "value 1", &Fields::first, "value 2", &Fields::second, "value 3",
+                                   &Fields::third, "value 4", &Fields::fourth);
         const auto whole = helix ? plane.With("height", &Fields::height) : plane;
         table.Add<Fields>(
-            code, name, whole.With("direction", &Fields::direction),
+            code, name, whole.With("direction", &Fields::direction, UpTo(1)),
             [this, helix](const Fields& fields) { return ArcOrHelix(fields, helix); });
     };
     addArc(kArc, "arc", false);
@@ -179,6 +178,29 @@ void Paths::AddRegisters(RegisterMap& map)
     map.AddBlock(kUseRegister, 1, [this](std::span<Word> out) { out[0] = usePreRegisters_; });
     map.AddBlock(kMapRegisters, static_cast<Word>(kMaps * kRegistersPerMap),
                  [this](std::span<Word> out) { ShowMaps(out); });
+}
+
+// Maps without axes are left out. The first section is the one that runs.
+void Paths::Describe(Json& snapshot) const
+{
+    snapshot["preRegisters"] = usePreRegisters_ == 1;
+    Json& maps = snapshot["maps"] = Json::array();
+    for (std::size_t i = 0; i < kMaps; ++i) {
+        const auto& [axes, path] = maps_[i];
+        if (axes.empty()) continue;
+        Json sections = Json::array();
+        for (const PathSection& section : path.Sections()) {
+            sections.push_back({{"motion", NameOf(section.kind)},
+                                {"axes", section.axes},
+                                {"drive", section.speeds.drive}});
+        }
+        maps.push_back({{"map", i},
+                        {"axes", axes},
+                        {"running", path.Running()},
+                        {"braking", path.Braking()},
+                        {"waiting", path.Waiting()},
+                        {"sections", std::move(sections)}});
+    }
 }
 
 Nanoseconds Paths::NextEvent() const

@@ -23,6 +23,7 @@ class Paths : public Family
 
     void AddCommands(CommandTable& table) override;
     void AddRegisters(RegisterMap& map) override;
+    void Describe(nlohmann::json& snapshot) const override;
     [[nodiscard]] Nanoseconds NextEvent() const override;
     void AdvanceTo(Nanoseconds now) override;
     void PowerUp() override;

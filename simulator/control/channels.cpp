@@ -22,22 +22,22 @@ double Level(const Axis& axis)
     return axis.SignalOn(kSignal) ? 1 : 0;
 }
 
-// Places in pulses, speeds in pulses/s, torque in percent; what is on or off is 1 or 0.
+// Places in pulses, speeds in pulses/s, torque in 0.1 %; what is on or off is 1 or 0.
 constexpr std::array kAxisChannels = {
     AxisChannel{"command", [](const Axis& axis) -> double { return axis.CommandPosition(); }},
     AxisChannel{"encoder", [](const Axis& axis) -> double { return axis.EncoderPosition(); }},
-    AxisChannel{"error", [](const Axis& axis) -> double { return axis.FollowingError(); }},
+    AxisChannel{"followingError", [](const Axis& axis) -> double { return axis.FollowingError(); }},
     AxisChannel{"target", [](const Axis& axis) -> double { return axis.TargetPosition(); }},
     AxisChannel{"speed", [](const Axis& axis) -> double { return axis.Velocity(); }},
-    AxisChannel{"torque", [](const Axis& axis) { return axis.Torque() / 10.0; }},
-    AxisChannel{"servo", [](const Axis& axis) { return axis.ServoOn() ? 1.0 : 0; }},
+    AxisChannel{"torque", [](const Axis& axis) -> double { return axis.Torque(); }},
+    AxisChannel{"servoOn", [](const Axis& axis) { return axis.ServoOn() ? 1.0 : 0; }},
     AxisChannel{"moving", [](const Axis& axis) { return axis.Moving() ? 1.0 : 0; }},
-    AxisChannel{"in-position", [](const Axis& axis) { return axis.InPosition() ? 1.0 : 0; }},
+    AxisChannel{"inPosition", [](const Axis& axis) { return axis.InPosition() ? 1.0 : 0; }},
     AxisChannel{"alarm", [](const Axis& axis) { return axis.ActiveAlarm() ? 1.0 : 0; }},
-    AxisChannel{"home-sensor", Level<Signal::kHomeSensor>},
+    AxisChannel{"homeSensor", Level<Signal::kHomeSensor>},
     AxisChannel{"probe", Level<Signal::kProbe>},
-    AxisChannel{"limit-positive", Level<Signal::kLimitPositive>},
-    AxisChannel{"limit-negative", Level<Signal::kLimitNegative>},
+    AxisChannel{"limitPositive", Level<Signal::kLimitPositive>},
+    AxisChannel{"limitNegative", Level<Signal::kLimitNegative>},
 };
 
 [[noreturn]] void Refuse(const std::string& name)

@@ -80,7 +80,7 @@ JsonReader::Members Members(MachineConfig& machine)
          [&](const JsonReader& json) {
              machine.inputs = static_cast<Word>(ReadPins(json, 0, kMainPins));
          }},
-        {"slave-inputs",
+        {"slaveInputs",
          [&](const JsonReader& json) {
              json.Object([&](const std::string& name, const JsonReader& pins) {
                  machine.slaveInputs[StationNamed(name, pins)] = ReadPins(pins, 0, kSlavePins);

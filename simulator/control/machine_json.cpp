@@ -48,16 +48,16 @@ void ReadMechanics(const JsonReader& json, AxisMechanics& mechanics)
 {
     AxisMechanics read = mechanics;
     json.Object({
-        {"negative-limit", Into(read.negativeLimit, -kFarthest, kFarthest)},
-        {"positive-limit", Into(read.positiveLimit, -kFarthest, kFarthest)},
-        {"stopper-gap", Into(read.stopperGap, 0, kFarthest)},
-        {"home-sensor", OptionalStretch(read.homeSensor)},
+        {"negativeLimit", Into(read.negativeLimit, -kFarthest, kFarthest)},
+        {"positiveLimit", Into(read.positiveLimit, -kFarthest, kFarthest)},
+        {"stopperGap", Into(read.stopperGap, 0, kFarthest)},
+        {"homeSensor", OptionalStretch(read.homeSensor)},
         {"probe", OptionalStretch(read.probe)},
-        {"pulses-per-turn", Into(read.pulsesPerTurn, 1, 1 << 30)},
-        {"z-phase", Into(read.zPhase, 0, 1 << 30)},
+        {"pulsesPerTurn", Into(read.pulsesPerTurn, 1, 1 << 30)},
+        {"zPhase", Into(read.zPhase, 0, 1 << 30)},
         {"inertia", Into(read.inertia, 0.001, kMostInertia)},
         {"friction", Into(read.friction, 0, kMostFriction)},
-        {"viscous-friction", Into(read.viscousFriction, 0, kMostFriction)},
+        {"viscousFriction", Into(read.viscousFriction, 0, kMostFriction)},
     });
     if (read.negativeLimit >= read.positiveLimit) {
         json.Fail("the negative limit has to stand below the positive one");
@@ -70,9 +70,9 @@ void ReadAxisInputs(const JsonReader& json, AxisInputs& inputs)
 {
     AxisInputs read = inputs;
     json.Object({
-        {"limit-positive", Into(read.limitPositive)},
-        {"limit-negative", Into(read.limitNegative)},
-        {"home-sensor", Into(read.homeSensor)},
+        {"limitPositive", Into(read.limitPositive)},
+        {"limitNegative", Into(read.limitNegative)},
+        {"homeSensor", Into(read.homeSensor)},
         {"configurable", Into(read.configurable)},
         {"probe", Into(read.probe)},
     });
@@ -107,8 +107,8 @@ SlaveConfig ReadSlave(const JsonReader& json)
         {"series", Into(slave.properties.series, 0, 7)},
         {"motor", Into(slave.properties.motor, 0, 15)},
         {"encoder", Into(slave.properties.encoder, 0, 15)},
-        {"absolute-encoder", Into(slave.properties.absoluteEncoder)},
-        {"input-is-stop", Into(slave.properties.inputIsStop)},
+        {"absoluteEncoder", Into(slave.properties.absoluteEncoder)},
+        {"inputIsStop", Into(slave.properties.inputIsStop)},
     });
     if (slave.position < 0) json.Fail("a slave needs its station");
     return slave;

@@ -22,7 +22,7 @@ using nlohmann::json;
 using web::Answer;
 
 constexpr double kLongestStepMs = 3'600'000;
-constexpr double kLargestLoad = 300; // percent
+constexpr double kLargestLoad = 3000; // 0.1 % of the rated torque
 constexpr std::int64_t kMostPulses = 1'000'000'000;
 
 Answer Json(const json& value)
@@ -150,11 +150,11 @@ Answer PutMechanics(const Call& call)
 Answer PutLoad(const Call& call)
 {
     return WithAxis(call, [&](Axis& axis) {
-        double percent = 0;
+        double torque = 0;
         WithBody(call, [&](const JsonReader& body) {
-            body.Object({{"torque", Into(percent, -kLargestLoad, kLargestLoad)}});
+            body.Object({{"torque", Into(torque, -kLargestLoad, kLargestLoad)}});
         });
-        axis.SetLoad(percent * 10);
+        axis.SetLoad(torque);
     });
 }
 
@@ -177,7 +177,7 @@ Answer RaiseAlarm(const Call& call)
         Alarm alarm;
         WithBody(call, [&](const JsonReader& body) {
             body.Object({{"number", Into(number, 1, 255)},
-                         {"sub", Into(sub, 0, 255)},
+                         {"subNumber", Into(sub, 0, 255)},
                          {"lasting", Into(alarm.lasting)}});
         });
         alarm.number = static_cast<std::uint8_t>(number);
@@ -333,9 +333,9 @@ const std::vector<Route>& Routes()
         {"PUT", "slaves/*/inputs", "the same of the input slave at a station", PutSlaveInputs},
         {"PUT", "axes/*/inputs", "sensors held on, whatever the place", PutAxisInputs},
         {"PUT", "axes/*/mechanics", "what the axis's machine is like", PutMechanics},
-        {"PUT", "axes/*/load", "{torque}: percent of the rated one", PutLoad},
+        {"PUT", "axes/*/load", "{torque}: 0.1 % of the rated one", PutLoad},
         {"POST", "axes/*/push", "{pulses}: turns the motor of a servo that is off", PushAxis},
-        {"POST", "axes/*/alarm", "{number, sub, lasting}: raises it", RaiseAlarm},
+        {"POST", "axes/*/alarm", "{number, subNumber, lasting}: raises it", RaiseAlarm},
         {"DELETE", "axes/*/alarm", "resets it", ClearAlarm},
         {"POST", "hand-wheel", "{notches}", TurnHandWheel},
         {"POST", "power", "off and on again", CyclePower},

@@ -115,23 +115,23 @@ class ControlPort(unittest.TestCase):
             simulator.do("PUT", "inputs", {"value": 0x81})
             simulator.do("PUT", "inputs", {"pins": {"7": False, "1": True}})
             simulator.do("PUT", "slaves/30/inputs", {"value": 5})
-            simulator.do("PUT", "axes/1/inputs", {"home-sensor": True})
+            simulator.do("PUT", "axes/1/inputs", {"homeSensor": True})
             simulator.do("PUT", "axes/1/mechanics", {"friction": 80, "probe": [100, 200]})
-            simulator.do("PUT", "axes/1/load", {"torque": 20})
+            simulator.do("PUT", "axes/1/load", {"torque": 200})
             simulator.do("POST", "axes/1/push", {"pulses": 150})
             simulator.do("POST", "axes/0/alarm", {"number": 16})
             simulator.do("PUT", "faults/late-reply", {"probability": 0.01})
             with_recorder = simulator.watch(
-                "recorder?signals=inputs,30.inputs,1.home-sensor,1.encoder,1.probe,0.alarm")
+                "recorder?signals=inputs,30.inputs,1.homeSensor,1.encoder,1.probe,0.alarm")
             simulator.do("POST", "clock/step", {"ms": 3})
             batch = json.loads(with_recorder.recv())
             with_recorder.close()
             self.assertEqual(batch["lost"], 0)
             self.assertEqual(batch["samples"],
-                             {"inputs": [3] * 3, "30.inputs": [5] * 3, "1.home-sensor": [1] * 3,
+                             {"inputs": [3] * 3, "30.inputs": [5] * 3, "1.homeSensor": [1] * 3,
                               "1.encoder": [150] * 3, "1.probe": [1] * 3, "0.alarm": [1] * 3})
             state = simulator.do("GET", "state")
-            self.assertEqual(state["axes"]["1"]["encoder"], 150)
+            self.assertEqual(state["axes"][1]["encoder"], 150)
             self.assertTrue(state["clock"]["paused"])
             self.assertEqual(state["faults"]["late-reply"],
                              {"probability": 0.01, "ms": 80, "count": 0})

@@ -169,7 +169,7 @@ bool Axis::InPosition() const
 void Axis::AdoptEncoder()
 {
     if (!Moving()) command_.RestAt(Motor().position);
-    motor_.Wake(now_);
+    motor_.TakeCommand(now_);
 }
 
 void Axis::PushByHand(std::int32_t pulses)

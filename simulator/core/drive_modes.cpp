@@ -91,7 +91,7 @@ class DriveModes : public Family
     {
         AddMode<TorqueCommand>(table, kTorque, "torque", MotionKind::kTorque,
                                {kCount, kAxis, "torque", &TorqueCommand::torque,
-                                Range{-kHighestTorque, kHighestTorque}, "speed limit",
+                                Bounds{-kHighestTorque, kHighestTorque}, "speed limit",
                                 &TorqueCommand::limit, UpTo(INT16_MAX)});
         AddMode<VelocityCommand>(table, kVelocity, "velocity", MotionKind::kVelocity,
                                  {kCount, kAxis, "velocity", &VelocityCommand::velocity,
@@ -100,7 +100,7 @@ class DriveModes : public Family
         AddMode<PositionCommand>(table, kProfilePosition, "profile position",
                                  MotionKind::kProfilePosition,
                                  {kCount, kAxis, "target", &PositionCommand::target, "speed",
-                                  &PositionCommand::speed, Range{1, INT32_MAX}});
+                                  &PositionCommand::speed, Bounds{1, INT32_MAX}});
     }
 
     template <typename ModeCommand>

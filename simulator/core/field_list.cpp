@@ -31,7 +31,7 @@ class FieldWalk
     {
         for (std::size_t i = from; i < to; ++i) {
             const Field& field = fields_[i];
-            if (field.place == Place::kTimes) count_ = static_cast<std::size_t>(field.range->most);
+            if (field.place == Place::kTimes) count_ = static_cast<std::size_t>(field.bounds->most);
             if (field.place == Place::kTimes || !IsThere(field)) continue;
             const std::int64_t value = Next(field.width);
             if (in_.Overrun()) return false;
@@ -92,8 +92,8 @@ std::string FieldAsOrder(const Field& field)
     if (field.width == Width::kShort) text += " (s16)";
     if (field.width == Width::kLong) text += " (s32)";
     if (field.width == Width::kUnsignedLong) text += " (u32)";
-    if (field.range) {
-        const auto [least, most] = *field.range;
+    if (field.bounds) {
+        const auto [least, most] = *field.bounds;
         text += " " + std::to_string(least);
         if (most != least) text += ".." + std::to_string(most);
     }
@@ -105,7 +105,7 @@ std::string FieldAsOrder(const Field& field)
 
 bool InRange(const Field& field, std::int64_t value)
 {
-    return !field.range || (value >= field.range->least && value <= field.range->most);
+    return !field.bounds || (value >= field.bounds->least && value <= field.bounds->most);
 }
 
 EntryRange EntriesOf(std::span<const Field> fields)
@@ -149,7 +149,7 @@ std::string FieldsAsOrder(std::span<const Field> fields)
     bool several = false;
     for (const Field& field : fields) {
         if (!text.empty()) text += field.place == Place::kBehind ? "; then " : ", ";
-        if (field.place == Place::kTimes) text += std::to_string(field.range->most) + " times";
+        if (field.place == Place::kTimes) text += std::to_string(field.bounds->most) + " times";
         if (field.place == Place::kRest) text += "up to the end: ";
         if (field.place == Place::kEach && several) text += "each: ";
         if (field.place != Place::kTimes) text += FieldAsOrder(field);

@@ -35,7 +35,7 @@ struct Condition
     bool unless = false;
 };
 
-struct Range
+struct Bounds
 {
     std::int64_t least;
     std::int64_t most;
@@ -48,7 +48,7 @@ struct Field
     Place place = Place::kOnce;
     Condition when = {};
     // Of a count: any other makes the command a malformed one. Of a value: it is out of range.
-    std::optional<Range> range = {};
+    std::optional<Bounds> bounds = {};
 };
 
 using FieldList = std::vector<Field>;

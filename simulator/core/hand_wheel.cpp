@@ -17,8 +17,8 @@ void HandWheel::AddCommands(CommandTable& table)
     table.ForAxes<Wheel>(kConfigureHandWheel, "hand wheel",
                          {"axis", &Wheel::axis, kEach, "counts", &Wheel::edges, UpTo(2),
                           "directions", &Wheel::directions, UpTo(3), "reversed", &Wheel::reversed,
-                          UpTo(1), "factor", &Wheel::factor, Range{1, 32}, "divisor",
-                          &Wheel::divisor, Range{1, 2048}},
+                          UpTo(1), "factor", &Wheel::factor, Bounds{1, 32}, "divisor",
+                          &Wheel::divisor, Bounds{1, 2048}},
                          [this](Axis&, const Wheel& wheel) { wheel_ = wheel; });
 }
 

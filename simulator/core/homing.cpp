@@ -133,7 +133,7 @@ class Homing : public Family
                 "extra",
                 &HomingFields::extra,
                 When("kind", {0, 3}),
-                Range{kExtraRegister, kExtraRegister},
+                Bounds{kExtraRegister, kExtraRegister},
                 "select",
                 &HomingFields::select,
                 UpTo(1),

@@ -52,19 +52,19 @@ constexpr Rule Unless(std::string_view field, std::initializer_list<unsigned> va
     return rule;
 }
 
-constexpr Range UpTo(std::int64_t most)
+constexpr Bounds UpTo(std::int64_t most)
 {
     return {0, most};
 }
 
 constexpr Field CountOf(Word fewest, Word most)
 {
-    return {"count", Width::kWord, Place::kCount, {}, Range{fewest, most}};
+    return {"count", Width::kWord, Place::kCount, {}, Bounds{fewest, most}};
 }
 
 constexpr Field Times(Word times)
 {
-    return {"", Width::kWord, Place::kTimes, {}, Range{times, times}};
+    return {"", Width::kWord, Place::kTimes, {}, Bounds{times, times}};
 }
 
 // A count of axes, and the axis that each of their entries begins with.
@@ -169,7 +169,7 @@ class Layout
         fields_.back().place = rule.place;
         fields_.back().when = rule.when;
     }
-    void Add(const Range& range) { fields_.back().range = range; }
+    void Add(const Bounds& bounds) { fields_.back().bounds = bounds; }
     template <typename Value, typename Base>
     void Add(Value Base::*member)
     {
@@ -177,15 +177,16 @@ class Layout
         members_.back() = static_cast<Value Fields::*>(member);
     }
 
-    template <typename Place>
-    void Store(std::size_t field, std::int64_t value, Place& place) const
+    // Into a command's own fields, or an entry's.
+    template <typename Owner>
+    void Store(std::size_t field, std::int64_t value, Owner& owner) const
     {
-        place.inRange = place.inRange && InRange(fields_[field], value);
+        owner.inRange = owner.inRange && InRange(fields_[field], value);
         std::visit(
             [&](auto member) {
                 if constexpr (!std::is_same_v<decltype(member), std::monostate>) {
-                    using Value = std::remove_reference_t<decltype(place.fields.*member)>;
-                    place.fields.*member = static_cast<Value>(value);
+                    using Value = std::remove_reference_t<decltype(owner.fields.*member)>;
+                    owner.fields.*member = static_cast<Value>(value);
                 }
             },
             members_[field]);

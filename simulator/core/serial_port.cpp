@@ -22,9 +22,9 @@ void SerialPort::AddCommands(CommandTable& table)
     table.Add<OneWord>(kSetBypass, "serial bypass", {"bypass", &OneWord::value, UpTo(1)},
                        [this](const OneWord& bypass) { bypassed_ = bypass.value == 1; });
     table.Add<SerialFormat>(kSetFormat, "serial format",
-                            {"baud rate", &SerialFormat::baudRate, Range{1, UINT32_MAX},
-                             "data bits", &SerialFormat::dataBits, Range{7, 9}, "stop bits",
-                             &SerialFormat::stopBits, Range{1, 2}, "parity", &SerialFormat::parity,
+                            {"baud rate", &SerialFormat::baudRate, Bounds{1, UINT32_MAX},
+                             "data bits", &SerialFormat::dataBits, Bounds{7, 9}, "stop bits",
+                             &SerialFormat::stopBits, Bounds{1, 2}, "parity", &SerialFormat::parity,
                              UpTo(2)},
                             [this](const SerialFormat& format) { format_ = format; });
     table.AddList<OneWord>(

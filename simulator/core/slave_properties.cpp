@@ -39,7 +39,7 @@ class ServoProperties : public Family
              UpTo(1),
              "series",
              &PropertyFields::series,
-             Range{1, 4},
+             Bounds{1, 4},
              "limit logic",
              &PropertyFields::limitLogic,
              UpTo(3),

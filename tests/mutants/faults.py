@@ -105,7 +105,7 @@ FAULTS = [
     ('simulator/core/homing_run.cpp', 'homing: position set the wrong way', 'axis.SetPosition(order_.moveOn ? 0 : order_.position);', 'axis.SetPosition(order_.moveOn == FAULT ? order_.position : 0);'),
     ('simulator/core/homing_run.cpp', 'homing that starts on the sensor searches on', 'const bool there = order_.kind', 'const bool there = !FAULT && order_.kind'),
     ('simulator/core/layout.h', 'fields behind the entries reach only the last one', 'for (Entry<Fields>& entry : command.entries) {', 'for (Entry<Fields>& entry : command.entries) {\n                    if (FAULT && &entry != &command.entries.back()) continue;'),
-    ('simulator/core/field_list.cpp', 'a range is open at its end', 'value <= field.range->most', 'value <= field.range->most + (FAULT ? 1 : 0)'),
+    ('simulator/core/field_list.cpp', 'a range is open at its end', 'value <= field.bounds->most', 'value <= field.bounds->most + (FAULT ? 1 : 0)'),
     ('simulator/core/command_table.cpp', 'an axis may be named twice', 'if ((taken & bit) != 0) return', 'if (!FAULT && (taken & bit) != 0) return'),
     ('simulator/core/stop.cpp', 'stop modes swapped', 'SuddenIf(stop.value == 0)', 'SuddenIf(stop.value == (FAULT ? 1 : 0))'),
     ('simulator/core/output_change.h', 'outputs: on wins over off', 'return ((outputs | on) & ~off) ^ toggle;', 'return (FAULT ? (outputs & ~off) | on : (outputs | on) & ~off) ^ toggle;'),

@@ -109,7 +109,7 @@ class Layout
     // For each field its name, then the member that it is read into, if anybody needs it, and the
     // rule and the range that it obeys, if any: Layout<F>(kCount, kAxis, "target", &F::target).
     template <typename... Parts>
-    Layout(const Parts&... parts) // NOLINT(google-explicit-constructor)
+    Layout(const Parts&... parts)
     {
         (Add(parts), ...);
         entries_ = EntriesOf(fields_);

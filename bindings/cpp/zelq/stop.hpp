@@ -1,5 +1,5 @@
 /**
- * @file zelq_stop.hpp
+ * @file zelq/stop.hpp
  * Stops axes on Ctrl-C and on errors. A controller goes on with what it was told, whatever becomes
  * of the program: one that ends by Ctrl-C, or by an exception, leaves a jogging axis running.
  *

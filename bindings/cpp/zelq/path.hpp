@@ -1,12 +1,15 @@
 /**
- * @file zelq_path.hpp
+ * @file zelq/path.hpp
  * Continuous paths of lines, arcs and helices; included by zelq.hpp.
  */
 #ifndef ZELQ_PATH_HPP
 #define ZELQ_PATH_HPP
 
-#include "zelq.hpp"
+#include "zelq/axis.hpp"
 
+#include <algorithm>
+#include <array>
+#include <chrono>
 #include <vector>
 
 namespace zelq {
@@ -289,12 +292,6 @@ class Path
     double corner_ = 0;
     std::vector<Segment> segments_;
 };
-
-inline Path Controller::path(std::initializer_list<unsigned short> axes, short map) const
-{
-    if (axes.size() > 16) throw std::out_of_range("more than 16 axes");
-    return {number_, map, {axes.begin(), axes.size()}};
-}
 
 } // namespace zelq
 

@@ -36,7 +36,14 @@ class CppTest : public ScenarioTest
         link.receive = 1s;
         return link;
     }
-    [[nodiscard]] Controller Connected() const { return {{127, 0, 0}, kNumber, ItsLink()}; }
+    [[nodiscard]] Controller Connected() const
+    {
+        Controller machine({127, 0, 0}, kNumber, ItsLink());
+        for (U16 axis = 0; axis < kAxes; ++axis) {
+            machine.axis(axis).units(1.0); // whatever a test before has left
+        }
+        return machine;
+    }
 
     bool Stands(int axis = 0)
     {
@@ -90,6 +97,7 @@ TEST_F(CppTest, Homes)
     EXPECT_EQ(machine.axis(0).status().homeDone, 1);
     EXPECT_EQ(machine.axis(0).position(), 500.0);
 
+    machine.axis(0).speed(50'000, 1e6, 1e6).moveTo(95'000).wait();
     homing.to = Homing::To::limit;
     homing.direction = Direction::positive;
     homing.zPhase = Homing::ZPhase::positive;
@@ -188,7 +196,7 @@ TEST_F(CppTest, NothingRunsOn)
 {
     const Controller machine = Connected();
     const Axis axis = machine.axis(0).speed(1'000, 100'000, 100'000);
-    const Power power(machine.axes({0}));
+    const Power power(machine.axes({0, 1}));
     const auto stands = [&](const char* after) {
         EXPECT_TRUE(Stands()) << after;
         EXPECT_LT(PlaceOf(), 90'000) << after;
@@ -242,7 +250,7 @@ TEST_F(CppTest, AWaitLooksWhereTheAxisHasStopped)
     // Of a path, too, though the cause is that of the last stop.
     machine.axis(0).moveTo(90'000).stop();
     Path path = machine.path({0, 1});
-    path.speed(500, 10'000, 10'000).line({0, 0}).line({-150'000, 0});
+    path.speed(50'000, 1e6, 1e6).line({0, 0}).line({-150'000, 0});
     EXPECT_EQ(ThrownBy<MotionError>([&] { path.run(); }).stopCause(), kAtLimitSensor);
 }
 

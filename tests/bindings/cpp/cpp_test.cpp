@@ -158,6 +158,13 @@ TEST_F(CppTest, ReadsTheStateOfAll)
     EXPECT_EQ(status.inputs[20].bits[2], 1);
     EXPECT_EQ(status.mainInputs[1], 1);
     EXPECT_EQ(status.mainOutputs[3], 1);
+
+    {
+        const Power power(machine.axes({2}));
+        machine.axis(2).moveTo(10).wait();
+        EXPECT_EQ(machine.axis(2).status().servoOn, 1);
+    }
+    EXPECT_EQ(machine.axis(2).status().servoOn, 0);
 }
 
 TEST_F(CppTest, AnAlarmStopsAllAxesOfTheMotion)
@@ -233,6 +240,11 @@ TEST_F(CppTest, NothingRunsOn)
         const Motion motion = axis.moveTo(90'000);
     }
     EXPECT_FALSE(Stands()) << "a motion that is let go";
+    {
+        StopGuard guard(kNumber, {0});
+        guard.release();
+    }
+    EXPECT_FALSE(Stands()) << "a guard that was released";
     machine.axes({0}).stop();
     stands("a stop");
 }
@@ -247,8 +259,10 @@ TEST_F(CppTest, AWaitLooksWhereTheAxisHasStopped)
     EXPECT_EQ(ThrownBy<MotionError>([&] { motion.wait(); }).stopCause(), kStopped);
     machine.axis(0).moveTo(PlaceOf()).wait();
 
-    // Of a path, too, though the cause is that of the last stop.
+    // Of a path, too; what has stopped an axis before does not count, be it a part of it or not.
     machine.axis(0).moveTo(90'000).stop();
+    machine.axis(1).moveTo(90'000).stop();
+    machine.path({0, 1}).speed(50'000, 1e6, 1e6).line({1'000}).run();
     Path path = machine.path({0, 1});
     path.speed(50'000, 1e6, 1e6).line({0, 0}).line({-150'000, 0});
     EXPECT_EQ(ThrownBy<MotionError>([&] { path.run(); }).stopCause(), kAtLimitSensor);

@@ -114,8 +114,12 @@ TEST_F(CppTest, MovesAxesTogetherAndAlongAPath)
 {
     const Controller machine = Connected();
     for (const U16 axis : std::vector<U16>{0, 1, 2}) {
-        machine.axis(axis).units(0.001).speed(50, 1000, 1000);
+        machine.axis(axis).units(0.001).speed(50, 1000, 900);
     }
+    const auto profile = Got<SpeedProfile>(zelQ_SpeedGet, short{0});
+    EXPECT_EQ(profile.drive, 50.0);
+    EXPECT_EQ(profile.acc, 1000.0);
+    EXPECT_EQ(profile.dec, 900.0);
     const Power power(machine.axes({0, 1, 2}));
     machine.axes({1, 0}).moveTo({10.0, -5.0}).wait();
     EXPECT_EQ(PlaceOf(0), -5'000);
@@ -124,11 +128,11 @@ TEST_F(CppTest, MovesAxesTogetherAndAlongAPath)
 
     // More segments than the controller keeps, an end that only all of them lead to.
     Path path = machine.path({0, 1, 2}, 3);
-    path.speed(60, 2000, 2000).line({0, 0, 0}).dwell(1ms).corner(40);
-    for (int i = 1; i <= 40; ++i) {
-        path.line({0.5 * i, 0});
+    path.speed(60, 2000, 2000).line({0, 0, 0}).dwell(1ms).corner(2).speed(2, 2000, 2000);
+    for (int i = 1; i <= 64; ++i) {
+        path.line({0.3125 * i, 0});
     }
-    path.arc({20, 5}, 90).helix({20, 5}, -450, -3);
+    path.speed(60, 2000, 2000).arc({20, 5}, 90).helix({20, 5}, -450, -3);
     path.run();
     EXPECT_EQ(PlaceOf(0), 20'000);
     EXPECT_EQ(PlaceOf(1), 0);

@@ -126,13 +126,15 @@ TEST_F(CppTest, MovesAxesTogetherAndAlongAPath)
     EXPECT_EQ(PlaceOf(1), 10'000);
     EXPECT_THROW(machine.axes({0, 1}).moveTo({1.0}), std::invalid_argument);
 
-    // More segments than the controller keeps, an end that only all of them lead to.
+    // More segments than the controller keeps, behind one that takes its time; an end to which only
+    // all of them lead.
     Path path = machine.path({0, 1, 2}, 3);
-    path.speed(60, 2000, 2000).line({0, 0, 0}).dwell(1ms).corner(2).speed(2, 2000, 2000);
-    for (int i = 1; i <= 64; ++i) {
-        path.line({0.3125 * i, 0});
+    path.speed(60, 2000, 2000).line({0, 0, 0}).dwell(1ms);
+    path.speed(1, 2000, 2000).line({10, 0}).speed(60, 2000, 2000);
+    for (int i = 1; i <= 50; ++i) {
+        path.line({10 + 0.2 * i, 0});
     }
-    path.speed(60, 2000, 2000).arc({20, 5}, 90).helix({20, 5}, -450, -3);
+    path.corner(40).arc({20, 5}, 90).helix({20, 5}, -450, -3);
     path.run();
     EXPECT_EQ(PlaceOf(0), 20'000);
     EXPECT_EQ(PlaceOf(1), 0);

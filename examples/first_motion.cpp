@@ -9,6 +9,7 @@
 #include "support/target.h"
 #include "support/trace_lines.h"
 #include "zelq.h"
+#include "zelq/stop.hpp"
 
 #include <algorithm>
 #include <array>
@@ -158,6 +159,7 @@ class FirstMotion
     {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         while (!done()) {
+            if (zelq::interrupted()) throw std::runtime_error("interrupted");
             if (std::chrono::steady_clock::now() > end) {
                 throw std::runtime_error(std::string("waited in vain for ") + what);
             }
@@ -217,20 +219,23 @@ class FirstMotion
 int main(int argc, char** argv)
 {
     example::Target target(argc, argv, "Connects to a Lumo controller and moves axes 0 and 1.");
+    zelq::catchInterrupts();
     try {
         target.Connect();
         FirstMotion motion(target.Number());
+        zelq::StopGuard guard(target.Number(), {kAxes[0], kAxes[1]});
         motion.SetUp();
         motion.SwitchOn();
         motion.Home();
         motion.Jog();
         motion.MoveBoth();
         motion.SwitchOff();
+        guard.release();
         motion.PrintStatus();
         zelQ_Disconnect(target.Number());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "\nfirst_motion: %s\n", error.what());
-        return 1;
+        return zelq::interrupted() ? 130 : 1;
     }
     return 0;
 }

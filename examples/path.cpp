@@ -12,6 +12,7 @@
 #include "support/console.h"
 #include "support/target.h"
 #include "zelq.h"
+#include "zelq/stop.hpp"
 
 #include <algorithm>
 #include <array>
@@ -69,6 +70,7 @@ class Milling
         auto next = std::chrono::steady_clock::now();
         bool moving = true;
         while (moving || sent_ < figure_.Segments().size()) {
+            if (zelq::interrupted()) throw std::runtime_error("interrupted");
             Feed();
             Sample();
             moving = moving_;
@@ -249,12 +251,15 @@ int main(int argc, char** argv)
                            "Mills a part on axes 0, 1 and 2 and draws a picture of the path.",
                            {{"--output", "Where the picture goes", &file},
                             {"--speed", "Cutting speed, millimetres per second", &speed, 1, 200}});
+    zelq::catchInterrupts();
     try {
         target.Connect();
         const Figure figure = Figure::Plate(speed);
         Milling milling(target.Number(), figure);
+        zelq::StopGuard guard(target.Number(), {kAxes[0], kAxes[1], kAxes[2]});
         milling.SetUp();
         milling.Run();
+        guard.release();
         milling.SwitchOff();
         std::array<char, 160> facts{};
         std::snprintf(facts.data(), facts.size(),
@@ -268,7 +273,7 @@ int main(int argc, char** argv)
         zelQ_Disconnect(target.Number());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "\npath: %s\n", error.what());
-        return 1;
+        return zelq::interrupted() ? 130 : 1;
     }
     return 0;
 }

@@ -12,6 +12,7 @@
 #include "support/console.h"
 #include "support/target.h"
 #include "zelq.h"
+#include "zelq/stop.hpp"
 
 #include <array>
 #include <chrono>
@@ -124,9 +125,19 @@ class PickAndPlace
                        AxisLine("lift", status.servo[kLift]), InputLine(status)},
                       !running);
             if (!running) return CheckEnd(program, status);
+            if (zelq::interrupted()) throw std::runtime_error("interrupted");
             if (std::chrono::steady_clock::now() > end) throw std::runtime_error("never finished");
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
+    }
+
+    /// After a failure: the controller would carry on by itself, and while its program has the
+    /// focus, a stop would only become a part of it.
+    void EndProgram() const
+    {
+        constexpr unsigned short kAxesBrake = 1;
+        zelQ_SeqKillFocus(zelNo_);
+        zelQ_SeqStop(zelNo_, kProgram, kAxesBrake);
     }
 
     void SwitchOff() const
@@ -198,17 +209,25 @@ int main(int argc, char** argv)
 {
     example::Target target(argc, argv,
                            "Carries three parts with a sequence program of the controller.");
+    zelq::catchInterrupts();
     try {
         target.Connect();
         PickAndPlace work(target);
-        work.SetUp();
-        work.Load();
-        work.Run();
+        zelq::StopGuard guard(target.Number(), {kCarrier, kLift});
+        try {
+            work.SetUp();
+            work.Load();
+            work.Run();
+        } catch (const std::exception&) {
+            work.EndProgram();
+            throw;
+        }
+        guard.release();
         work.SwitchOff();
         zelQ_Disconnect(target.Number());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "\npick_and_place: %s\n", error.what());
-        return 1;
+        return zelq::interrupted() ? 130 : 1;
     }
     return 0;
 }

@@ -1,11 +1,12 @@
 // What a call costs on loopback, beside a raw exchange of the same bytes, beside the system calls
 // alone, and beside libmodbus.
 //
-//   zelq_bench latency|growth|threads|memory  one of the measurements
+//   zelq_bench latency|cpp|growth|threads|memory  one of the measurements
 //   zelq_bench repeat CALL N                  makes N calls, for counting system calls from outside
 //
 // Where the environment names a folder as ZELQ_BENCH_DATA, figures for the plot go there.
 
+#include "cpp_binding.h"
 #include "growth.h"
 #include "latency.h"
 #include "posix/memory.h"
@@ -38,6 +39,8 @@ bool Run(std::string_view what)
 {
     if (what == "latency")
         MeasureLatencies();
+    else if (what == "cpp")
+        bench::MeasureCppBinding();
     else if (what == "growth")
         bench::MeasureGrowth(DataFile("growth.dat"));
     else if (what == "threads")
@@ -57,7 +60,7 @@ int main(int argc, char** argv)
         const bool repeats = argc == 4 && std::string_view(argv[1]) == "repeat";
         if (repeats) bench::Repeat(argv[2], std::atoi(argv[3]));
         if (repeats || (argc == 2 && Run(argv[1]))) return 0;
-        std::fputs("zelq_bench latency|growth|threads|memory, or repeat CALL N\n", stderr);
+        std::fputs("zelq_bench latency|cpp|growth|threads|memory, or repeat CALL N\n", stderr);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "zelq_bench: %s\n", error.what());
     }

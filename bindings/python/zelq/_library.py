@@ -42,8 +42,8 @@ def load() -> ctypes.CDLL:
             return ctypes.CDLL(name)
         except OSError as error:
             failures.append(f"{name}: {error}")
-    raise ImportError("the library of zelq was not found; let the environment variable ZELQ_LIBRARY "
-                      "name its file (" + "; ".join(failures) + ")")
+    raise ImportError("the library of zelq was not found; let the environment variable "
+                      "ZELQ_LIBRARY name its file (" + "; ".join(failures) + ")")
 
 
 LIBRARY = load()
@@ -56,31 +56,32 @@ class Record(ctypes.Structure):
         told = []
         for field in self._fields_:
             value = getattr(self, field[0])
-            if not field[0].startswith("reserved"):
-                told.append(f"{field[0]}={list(value) if isinstance(value, ctypes.Array) else value}")
+            told.append(f"{field[0]}={list(value) if isinstance(value, ctypes.Array) else value}")
         return f"{type(self).__name__}({', '.join(told)})"
 
 
-def checked(kind: Any, name: str, low: int, high: int) -> Any:
-    """An argument type. ctypes itself would cut a number down to what fits: axis 65536 to axis 0."""
+def checked(name: str, low: int, high: int) -> Any:
+    """An argument type. ctypes itself would cut a number down to what fits: axis 65536 to axis 0.
+
+    It gives a plain number, which travels as an int does: so do all that are narrower, and an
+    object less is made in each call."""
 
     class Checked:
         @staticmethod
         def from_param(value: Any) -> Any:
-            number = index(value)
-            if not low <= number <= high:
-                raise OverflowError(f"{number} is no {name} ({low}..{high})")
-            return kind(number)
+            if low <= value <= high:
+                return index(value)
+            raise OverflowError(f"{value} is no {name} ({low}..{high})")
 
     Checked.__name__ = Checked.__qualname__ = name
     return Checked
 
 
-UBYTE = checked(ctypes.c_ubyte, "unsigned char", 0, 255)
-SHORT = checked(ctypes.c_short, "short", -32768, 32767)
-USHORT = checked(ctypes.c_ushort, "unsigned short", 0, 65535)
-INT = checked(ctypes.c_int, "int", -2**31, 2**31 - 1)
-UINT = checked(ctypes.c_uint, "unsigned int", 0, 2**32 - 1)
+UBYTE = checked("unsigned char", 0, 255)
+SHORT = checked("short", -32768, 32767)
+USHORT = checked("unsigned short", 0, 65535)
+INT = checked("int", -2**31, 2**31 - 1)
+UINT = checked("unsigned int", 0, 2**32 - 1)
 
 
 def function(documentation: str, name: str, result: Optional[Type[Any]],

@@ -2,18 +2,20 @@
 """Holds the C# binding against the interface's description, and runs it with mono against the
 simulated controller.
 
-    check_csharp.py DESCRIPTION.json LUMO-SIM ASSEMBLY-FOLDER SCENARIOS.exe
+    check_csharp.py DESCRIPTION.json LUMO-SIM ASSEMBLY-FOLDER SCENARIOS.exe README
 """
 
 import json
 import pathlib
+import re
 import subprocess
 import sys
+import tempfile
 import unittest
 
 from simulated import Simulated
 
-SCENARIOS, FOLDER, PROGRAM, DESCRIPTION = (sys.argv.pop() for _ in sys.argv[1:5])
+README, SCENARIOS, FOLDER, PROGRAM, DESCRIPTION = (sys.argv.pop() for _ in sys.argv[1:6])
 INTERFACE = json.loads(pathlib.Path(DESCRIPTION).read_text(encoding="utf-8"))
 NAMES = {"char": "Byte", "unsigned char": "Byte", "short": "Int16", "unsigned short": "UInt16",
          "int": "Int32", "unsigned int": "UInt32", "double": "Double", "void": "Byte"}
@@ -72,6 +74,19 @@ class Scenario(unittest.TestCase):
                                ("Patience", "the axis stands at 25.000 mm\n")):
                 done = mono(pathlib.Path(FOLDER) / f"{name}.exe", "127.0.0", 43, simulated.port)
                 self.assertEqual(told, done.stdout)
+
+    def test_ten_lines_of_the_readme(self):
+        text = pathlib.Path(README).read_text(encoding="utf-8")
+        using, lines = re.search(r"```csharp\n(.*?;)\n(.*?)```", text, re.S).groups()
+        with Simulated(PROGRAM, 44, "--time-scale", "10") as simulated, \
+                tempfile.TemporaryDirectory() as folder:
+            here = f'"127.0.0", 44, {simulated.port}'
+            source = pathlib.Path(folder) / "readme.cs"
+            lines = lines.replace('"192.168.0", 3', here)
+            source.write_text(f"{using} static class Readme {{ static void Main() {{ {lines} }} }}\n",
+                              encoding="utf-8")
+            subprocess.run(["mcs", f"-r:{FOLDER}/Zelq.dll", source], check=True)
+            self.check(mono(source.with_suffix(".exe")))
 
 
 if __name__ == "__main__":

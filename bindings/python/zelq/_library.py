@@ -56,12 +56,12 @@ class Record(ctypes.Structure):
         told = []
         for field in self._fields_:
             value = getattr(self, field[0])
-            told.append(f"{field[0]}={list(value) if isinstance(value, ctypes.Array) else value}")
+            told.append(f"{field[0]}={value[:] if isinstance(value, ctypes.Array) else value}")
         return f"{type(self).__name__}({', '.join(told)})"
 
 
 def checked(name: str, low: int, high: int) -> Any:
-    """An argument type. ctypes itself would cut a number down to what fits: axis 65536 to axis 0.
+    """An argument type: ctypes itself would cut a number down to what fits, axis 65536 to axis 0.
 
     It gives a plain number, which travels as an int does: so do all that are narrower, and an
     object less is made in each call."""

@@ -43,7 +43,8 @@ class Axis:
         dec      deceleration, likewise; 0: as acc
         start    speed to start with
         profile  shape, the controller's code (0: trapezoid)"""
-        self._controller.call(raw.zelQ_SpeedSet, self.number, profile, start, acc, drive, dec or acc)
+        self._controller.call(raw.zelQ_SpeedSet, self.number, profile, start, acc, drive,
+                              dec or acc)
         return self
 
     def on(self) -> "Axis":
@@ -88,8 +89,8 @@ class Axis:
         """Starts a homing run to the home sensor.
 
         direction  0 or 1; which of them is positive is the controller's setting
-        speed      of the fast search, user units per second; the others follow from it. 0: those that
-                   the controller has
+        speed      of the fast search, user units per second; the others follow from it. 0: those
+                   that the controller has
         position   what the place of the sensor's edge is called"""
         if speed:
             self._controller.call(raw.zelQ_HomeSetDriveSpeed, self.number, 0, speed, speed / 4,

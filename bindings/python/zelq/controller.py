@@ -4,8 +4,8 @@ import time
 import warnings
 from ctypes import c_double, c_short, c_ushort
 from types import TracebackType
-from typing import (TYPE_CHECKING, Any, Callable, Iterable, List, Mapping, Optional, Set, Tuple, Type,
-                    TypeVar)
+from typing import (TYPE_CHECKING, Any, Callable, Iterable, List, Mapping, Optional, Set, Tuple,
+                    Type, TypeVar)
 
 from . import raw
 from .axis import Axis

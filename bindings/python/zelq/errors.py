@@ -43,7 +43,7 @@ class Error(Exception):
 
 
 class MotionError(Error):
-    """An axis has not come to its target; `code` tells why it ended (its stopCause), `axis` which."""
+    """An axis has not come to its target; `code` tells why (its stopCause), `axis` which."""
 
     def __init__(self, code: int, function: str, name: str, text: str, cause: str, remedy: str,
                  axis: int = -1):
@@ -52,7 +52,8 @@ class MotionError(Error):
         self.args += (axis,)
 
     def __str__(self) -> str:
-        return f"axis {self.axis}: {self.text}\nLikely causes: {self.cause}\nWhat to do: {self.remedy}"
+        return (f"axis {self.axis}: {self.text}\n"
+                f"Likely causes: {self.cause}\nWhat to do: {self.remedy}")
 
 
 class WaitTimeout(MotionError, TimeoutError):

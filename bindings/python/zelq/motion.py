@@ -31,8 +31,8 @@ def failed(axis: int, servo: "raw.ServoStatus") -> MotionError:
     what = "has an alarm" if servo.alarm else f"has stopped early: {stop_text(servo.stopCause)}"
     return MotionError(servo.stopCause, "wait", "MOTION_ENDED_EARLY",
                        f"the axis {what}, at {servo.commandPosition:g}",
-                       "A stop, a limit switch or software limit, an alarm, the emergency stop or a "
-                       "servo that went off.",
+                       "A stop, a limit switch or software limit, an alarm, the emergency stop or "
+                       "a servo that went off.",
                        "Look at the status and the alarms of the axis, remove the cause, and start "
                        "anew.", axis)
 
@@ -73,8 +73,8 @@ class Motion:
         timeout  seconds; None: however long it takes
 
         Raises a MotionError when an axis has not come to its target, a WaitTimeout when it takes
-        longer, and an Error when the controller does not answer. These, and any other exception such
-        as KeyboardInterrupt, stop all axes of the motion first."""
+        longer, and an Error when the controller does not answer. These, and any other exception
+        such as KeyboardInterrupt, stop all axes of the motion first."""
         run(self.steps(timeout))
 
     def steps(self, timeout: Optional[float]) -> Iterator[float]:

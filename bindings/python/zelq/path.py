@@ -78,14 +78,15 @@ class Path:
     def arc(self, center: Point, angle: float, *, speed: Optional[float] = None, start: float = 0.0,
             end: float = 0.0) -> "Path":
         """An arc of the first two axes; degrees, positive from the first axis to the second."""
-        return self._add(raw.zelQ_IArc, (self._option, _doubles(center, 2), angle), speed, start, end)
+        return self._add(raw.zelQ_IArc, (self._option, _doubles(center, 2), angle), speed, start,
+                         end)
 
     def arc_to(self, center: Point, to: Point, clockwise: bool = False, *,
                speed: Optional[float] = None, start: float = 0.0, end: float = 0.0) -> "Path":
         """An arc of the first two axes to a point; to where it begins: a whole circle."""
         return self._add(raw.zelQ_IArcCE,
-                         (self._option, _doubles(center, 2), _doubles(to, 2), int(clockwise)), speed,
-                         start, end)
+                         (self._option, _doubles(center, 2), _doubles(to, 2), int(clockwise)),
+                         speed, start, end)
 
     def helix(self, center: Point, angle: float, height: float, *, speed: Optional[float] = None,
               start: float = 0.0, end: float = 0.0) -> "Path":

@@ -79,7 +79,7 @@ def run(program, title, own, others):
             connected(third) as waiting:
         waiting.settimeout(0.03)
         axis = press.axis(0)
-        print(f"\n{title}\n\n| | p50, µs | to the raw socket |\n|---|---|---|")
+        print(f"\n#### {title}\n\n| | p50, µs | to the raw socket |\n|---|---|---|")
         measure({"raw socket": exchange(connection),
                  "raw socket with a time-out, as the library has": exchange(waiting),
                  "`raw.zelQ_MoveAbs`": lambda: raw.zelQ_MoveAbs(NUMBER, 0, 1000.0),

@@ -43,7 +43,8 @@ class Layout(unittest.TestCase):
                        for field in record["fields"]]
         for each in INTERFACE["functions"]:
             result = "Void" if each["result"]["type"] == "void" else NAMES[each["result"]["type"]]
-            wanted.append(f"{each['name']} {result} {','.join(map(marshalled, each['parameters']))}")
+            kinds = ",".join(map(marshalled, each["parameters"]))
+            wanted.append(f"{each['name']} {result} {kinds}")
         told = mono(SCENARIOS, "layout").stdout
         self.assertEqual(sorted(wanted), sorted(line for line in told.splitlines()))
 
@@ -55,7 +56,8 @@ class Scenario(unittest.TestCase):
     def test_scenarios(self):
         with Simulated(PROGRAM, 41, "--axes", "2", "--slaves", "30:2,31:3",
                        "--time-scale", "5") as simulated:
-            for name in ("Connect", "Home", "CoordinatedMove", "ReadAllStatus", "Alarm", "BrokenOff"):
+            for name in ("Connect", "Home", "CoordinatedMove", "ReadAllStatus", "Alarm",
+                         "BrokenOff"):
                 with self.subTest(name):
                     self.check(mono(SCENARIOS, 41, simulated.port, name))
 
@@ -83,7 +85,7 @@ class Scenario(unittest.TestCase):
             here = f'"127.0.0", 44, {simulated.port}'
             source = pathlib.Path(folder) / "readme.cs"
             lines = lines.replace('"192.168.0", 3', here)
-            source.write_text(f"{using} static class Readme {{ static void Main() {{ {lines} }} }}\n",
+            source.write_text(f"{using} static class Readme {{ static void Main() {{ {lines} }} }}",
                               encoding="utf-8")
             subprocess.run(["mcs", f"-r:{FOLDER}/Zelq.dll", source], check=True)
             self.check(mono(source.with_suffix(".exe")))

@@ -11,9 +11,11 @@ import json
 import pathlib
 import re
 import runpy
+import signal
 import sys
 import unittest
 import warnings
+from ctypes import c_ushort
 
 from simulated import Simulated
 
@@ -50,8 +52,8 @@ class Raw(unittest.TestCase):
             self.assertEqual((code["value"], code["name"]), (value, zelq.explain(value).name))
         for code, function, name in [(-3, "", "ZELQ_NO_SESSION"), (13, "", "SIM_EMERGENCY_STOP"),
                                      (-3, "zelQ_PingCheck", "PING_NO_REPLY"),
-                                     (-1717, "", "ZELQ_BAD_ARGUMENT"), (99, "", "CONTROLLER_RESULT"),
-                                     (-11, "", "UNKNOWN_RESULT")]:
+                                     (-1717, "", "ZELQ_BAD_ARGUMENT"),
+                                     (99, "", "CONTROLLER_RESULT"), (-11, "", "UNKNOWN_RESULT")]:
             self.assertEqual(name, zelq.explain(code, function).name)
 
     def test_a_number_that_does_not_fit_is_not_cut_down(self):
@@ -145,6 +147,11 @@ class Scenario(unittest.TestCase):
         with self.assertRaises(zelq.WaitTimeout):
             self.axes[0].jog(0).wait(timeout=0.0)
         self.assertFalse(self.axes[0].status().in_motion)
+        signal.signal(signal.SIGALRM, signal.default_int_handler)
+        signal.setitimer(signal.ITIMER_REAL, 0.03)
+        with self.assertRaises(KeyboardInterrupt):
+            self.axes[0].jog(0).wait()
+        self.assertFalse(self.axes[0].status().in_motion)
         for leave in (KeyboardInterrupt, ValueError):
             with self.assertRaises(leave):
                 with self.press:
@@ -159,6 +166,21 @@ class Scenario(unittest.TestCase):
             with self.axes[0].powered():
                 raise ValueError
         self.assertFalse(self.axes[0].status().servo_on)
+
+    def test_a_path_that_is_stopped_does_not_go_on(self):
+        self.press.move_to({0: 0.0, 1: 0.0}).wait()
+        self.press.call(raw.zelQ_StopModeSwLimit, 0, 2, 5.0, 0, 0.0)  # at once, at 5 mm
+        path = self.press.path(0, 1, speed=100.0, acc=1000.0)
+        with self.assertRaises(zelq.MotionError) as caught:
+            path.line(10.0, 10.0).dwell(0.0).line(0.0, 20.0).run()
+        self.assertEqual((4, 0), (caught.exception.code, caught.exception.axis))
+        status = self.press.status()
+        self.assertAlmostEqual(5.0, status.axes[0].command_position, 1)
+        self.assertLess(status.axes[1].command_position, 10.0)
+        used = c_ushort()
+        self.press.call(raw.zelQ_CP_PreRegUseGet, used)
+        self.assertEqual(0, used.value)
+        self.press.call(raw.zelQ_StopModeSwLimit, 0, 0, 0.0, 0, 0.0)
 
     def test_asyncio(self):
         async def work():

@@ -19,8 +19,8 @@ def main(network: str, number: str, port: str = "502") -> None:
         with x.powered(), y.powered():
             x.home(direction=1, speed=20.0).wait()
             press.move_to({0: 40.0, 1: 12.5}).wait()
-            for number_, axis in press.status().axes.items():
-                print(f"axis {number_}: {axis.encoder_position:8.3f} mm, torque {axis.torque:.1f} %")
+            for axis in press.status().axes.values():
+                print(f"axis {axis.axis}: {axis.encoder_position:8.3f} mm, {axis.torque:.1f} %")
 
 
 if __name__ == "__main__":

@@ -167,10 +167,7 @@ class Controller:
 
     def path(self, *axes: int, speed: float, acc: float, dec: Optional[float] = None,
              map_index: int = 0, relative: bool = False) -> Path:
-        path = self.sync.path(*axes, speed=speed, acc=acc, dec=dec, map_index=map_index,
-                              relative=relative)
-        path.__class__ = Path
-        return path  # type: ignore[return-value]
+        return Path(self.sync, axes, speed, acc, dec, map_index, relative)
 
     async def call(self, function: Callable[..., int], *arguments: Any) -> None:
         await _in_thread(self.sync.call, function, *arguments)

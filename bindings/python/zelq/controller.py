@@ -149,8 +149,7 @@ class Controller:
         acc, dec   user units per second squared; dec None: as acc
         map_index  the interpolation map to use, 0..15
         relative   coordinates are distances from where a piece begins"""
-        numbers = tuple(self.axis(number).number for number in axes)
-        return Path(self, numbers, speed, acc, dec, map_index, relative)
+        return Path(self, axes, speed, acc, dec, map_index, relative)
 
     def stop(self, *axes: int, sudden: bool = False) -> None:
         """Stops these axes, or all where none is named, and waits until they stand."""

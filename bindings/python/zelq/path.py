@@ -47,7 +47,7 @@ class Path:
                  dec: Optional[float], map_index: int, relative: bool):
         if len(set(axes)) != len(axes) or not 2 <= len(axes) <= 16:
             raise ValueError(f"a path needs 2 to 16 different axes, not {axes}")
-        self.axes = axes
+        self.axes = tuple(controller.axis(number).number for number in axes)
         self._controller = controller
         self._speed = speed
         self._acc = acc

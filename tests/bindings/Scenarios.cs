@@ -133,6 +133,15 @@ static class Scenarios
         Expect(true, error.Data.Contains("axes not stopped"));
     }
 
+    static void CtrlC()
+    {
+        var interrupt = Interrupt.Token;
+        var motion = x.Jog(0);
+        Console.WriteLine("moving");
+        Throws<OperationCanceledException>(() => motion.Wait(null, interrupt)); // by whoever reads this
+        Expect(0, (int)x.Status().inMotion);
+    }
+
     static void BrokenOff()
     {
         Throws<MotionTimeoutException>(() => x.Jog(0).Wait(TimeSpan.Zero));
@@ -146,6 +155,9 @@ static class Scenarios
         }
         using (var other = new Controller("127.0.0", press.Number, Port()))
             other.Axis(1).Jog(1);
+        Expect(0, (int)y.Status().inMotion);
+        y.Jog(1);
+        press.Stop();
         Expect(0, (int)y.Status().inMotion);
     }
 

@@ -72,9 +72,17 @@ namespace Zelq
                 targets.Values.ToArray()));
         }
 
-        /// <summary>Stops axes with their deceleration and waits until they stand.</summary>
+        /// <summary>Stops axes with their deceleration, all where none is named, and waits until they
+        /// stand.</summary>
         public void Stop(params int[] axes)
         {
+            if (axes.Length == 0)
+            {
+                var now = Status();
+                axes = now.servoAxes.Take(now.servoCount).Select(axis => (int)axis).ToArray();
+            }
+            if (axes.Length == 0)
+                return;
             var numbers = Array.ConvertAll(axes, axis => (ushort)Axis(axis).Number);
             Check(nameof(Raw.zelQ_mStop),
                   Raw.zelQ_mStop(Number, (short)numbers.Length, numbers, WithDeceleration));

@@ -24,12 +24,14 @@ namespace Zelq
 
         /// <summary>Waits for the motion's end.</summary>
         /// <param name="timeout">how long; null: a minute</param>
+        /// <param name="cancellation">ends the wait, such as Interrupt.Token</param>
         /// <exception cref="MotionException">an axis has not come to its target, or not in
         /// time</exception>
         /// <exception cref="ZelqException">the controller does not answer</exception>
-        public void Wait(TimeSpan? timeout = null)
+        public void Wait(TimeSpan? timeout = null,
+                         CancellationToken cancellation = default(CancellationToken))
         {
-            WaitAsync(timeout).GetAwaiter().GetResult();
+            WaitAsync(timeout, cancellation).GetAwaiter().GetResult();
         }
 
         /// <summary>Waits for the motion's end, as Wait() does; a cancelled wait stops the

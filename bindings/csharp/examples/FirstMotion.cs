@@ -3,6 +3,7 @@
 //   mono FirstMotion.exe 192.168.0 3 [PORT]
 //
 // On a real machine it turns axes 0 and 1 by some thousand pulses: see that nothing is in the way.
+// Ctrl-C and whatever fails stop the axes and switch them off.
 using System;
 using System.Collections.Generic;
 using Zelq;
@@ -21,8 +22,12 @@ static class FirstMotion
         catch (ZelqException error)
         {
             Console.Error.WriteLine(error.Message);
-            return 1;
         }
+        catch (OperationCanceledException)
+        {
+            Console.Error.WriteLine("interrupted; the axes have been stopped");
+        }
+        return 1;
     }
 
     static void Run(Controller press)
@@ -33,13 +38,13 @@ static class FirstMotion
         {
             x.On();
             y.On();
-            x.Home(speed: 20).Wait();
-            press.MoveTo(new Dictionary<int, double> { { 0, 40.0 }, { 1, 12.5 } }).Wait();
+            x.Home(speed: 20).Wait(null, Interrupt.Token);
+            press.MoveTo(new Dictionary<int, double> { { 0, 40.0 }, { 1, 12.5 } })
+                .Wait(null, Interrupt.Token);
             Console.WriteLine($"x {x.Position:F3} mm, y {y.Position:F3} mm");
         }
         finally
         {
-            press.Stop(0, 1);
             x.Off();
             y.Off();
         }

@@ -14,7 +14,7 @@ from faults import FAULTS
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 TREE = ROOT / "build" / "mutants"
 BIN = TREE / "build" / "dev" / "bin"
-AT_ONCE = 4 * (os.cpu_count() or 1)  # tests wait more than they compute
+AT_ONCE = 3 * (os.cpu_count() or 1)  # tests wait more than they compute
 # A network and shared memory of its own, so that programs that run at once do not meet.
 ALONE = ["unshare", "--user", "--map-root-user", "--net", "--mount", "sh", "-c",
          'mount -t tmpfs shm /dev/shm && ip link set lo up && exec "$@"', "sh"]
@@ -55,7 +55,13 @@ def build():
 
 
 def run(program, fault, limit):
-    """Whether it passes, and the seconds."""
+    """Whether it passes, and the seconds. Tests that look at the clock may fail once on a busy machine:
+    what fails is run again."""
+    passed, seconds = run_once(program, fault, limit)
+    return (passed, seconds) if passed else run_once(program, fault, limit)
+
+
+def run_once(program, fault, limit):
     start = time.monotonic()
     try:
         done = subprocess.run([*ALONE, program, "--gtest_brief=1"], cwd=BIN, timeout=limit,

@@ -34,6 +34,8 @@ TEST(SharedLock, ExcludesTheOthersOfItsPlaceAlone)
         EXPECT_EQ(WaitElsewhere(*contender), LockStatus::kTimedOut);
     }
     EXPECT_EQ(WaitElsewhere(other), LockStatus::kHeld);
+    EXPECT_EQ(lock.Wait(milliseconds{0}), LockStatus::kTimedOut) << "we have it ourselves";
+    lock.Release();
     lock.Release();
     EXPECT_EQ(WaitElsewhere(same), LockStatus::kHeld);
     lock.Close();

@@ -93,6 +93,9 @@ TEST_F(MaintenanceScenario, SerialPortHasAFarEndAFormatAndABuffer)
     Family<lumosim::SerialPort>([](auto& port) { port.Receive(Bytes{8, 9}); });
     EXPECT_EQ(Family<lumosim::SerialPort>([](auto& port) { return port.Waiting(); }), kRoom)
         << "the last byte is lost";
+    PowerCycle();
+    EXPECT_EQ(Family<lumosim::SerialPort>([](auto& port) { return port.Format(); }),
+              lumosim::SerialFormat());
 }
 
 TEST_F(MaintenanceScenario, FlashImage)

@@ -3,10 +3,12 @@
 #include "transport/engine.h"
 #include "transport/frames.h"
 #include "transport/session_table.h"
+#include "transport/turn.h"
 #include "zelq.h"
 
 #include <array>
 #include <chrono>
+#include <future>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -105,6 +107,23 @@ TEST_F(EngineTest, TimesOfACallGoBeforeTheSessions)
     const auto spent = std::chrono::steady_clock::now() - start;
     EXPECT_GE(spent, std::chrono::milliseconds(3 * 6 * 20));
     EXPECT_LT(spent, std::chrono::seconds(5)) << "the session's would be 18 s";
+}
+
+TEST_F(EngineTest, ACallBehindAConnectIsJudgedByWhatCameOfIt)
+{
+    zelQ_Disconnect(kNumber);
+    DeviceSession& session = *Sessions().Find(kNumber);
+    std::future<int> behind;
+    {
+        const Turn turn(session.Lock());
+        behind = std::async(std::launch::async, [] {
+            RequestBuffer request = Reads(1);
+            return TransactFrames(kNumber, request);
+        });
+        EXPECT_EQ(behind.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+        EXPECT_TRUE(session.Open());
+    }
+    EXPECT_EQ(behind.get(), kOk);
 }
 
 } // namespace

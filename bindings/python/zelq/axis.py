@@ -2,7 +2,7 @@
 
 from contextlib import contextmanager
 from ctypes import c_ushort
-from typing import TYPE_CHECKING, Any, Callable, Iterator, List, Type, TypeVar
+from typing import TYPE_CHECKING, Iterator, List
 
 from . import raw
 from .motion import Homing, Motion
@@ -12,8 +12,6 @@ if TYPE_CHECKING:
     from .controller import Controller
 
 ALARM_ENTRIES = 15
-
-_Motion = TypeVar("_Motion", bound=Motion)
 
 
 class Axis:
@@ -25,6 +23,7 @@ class Axis:
     def __init__(self, controller: "Controller", number: int):
         self.number = number
         self._controller = controller
+        self._alone = (number,)
 
     def __repr__(self) -> str:
         return f"<Axis {self.number} of {self._controller!r}>"
@@ -66,24 +65,25 @@ class Axis:
         try:
             yield self
         except BaseException:
-            self._controller._halt_after_failure((self.number,))
+            self._controller._halt_after_failure(self._alone)
             raise
         finally:
             self.off()
 
     def move_to(self, position: float) -> Motion:
         """Starts a move to a position, in user units."""
-        return self._start(Motion, raw.zelQ_MoveAbs, position)
+        return self._controller._start(Motion, self._alone, raw.zelQ_MoveAbs, self.number, position)
 
     def move_by(self, distance: float) -> Motion:
         """Starts a move by a distance, in user units. When the reply is lost, the library sends the
         command again, and the axis may go the distance twice."""
-        return self._start(Motion, raw.zelQ_MoveRel, distance)
+        return self._controller._start(Motion, self._alone, raw.zelQ_MoveRel, self.number, distance)
 
     def jog(self, direction: int) -> Motion:
         """Starts a motion without an end; which of 0 and 1 is positive is the controller's setting.
         Use it in a with statement, or stop() what it gives."""
-        return self._start(Motion, raw.zelQ_MoveVel, direction)
+        return self._controller._start(Motion, self._alone, raw.zelQ_MoveVel, self.number,
+                                       direction)
 
     def home(self, direction: int = 1, speed: float = 0.0, position: float = 0.0) -> Homing:
         """Starts a homing run to the home sensor.
@@ -95,14 +95,12 @@ class Axis:
         if speed:
             self._controller.call(raw.zelQ_HomeSetDriveSpeed, self.number, 0, speed, speed / 4,
                                   speed / 10, speed)
-        return self._start(Homing, raw.zelQ_HomeMoveHome, direction, 0, 2, 0, 0, position)
-
-    def _start(self, kind: Type[_Motion], function: Callable[..., int], *arguments: Any) -> _Motion:
-        return self._controller._start(kind, (self.number,), function, self.number, *arguments)
+        return self._controller._start(Homing, self._alone, raw.zelQ_HomeMoveHome, self.number,
+                                       direction, 0, 2, 0, 0, position)
 
     def stop(self, sudden: bool = False) -> None:
         """Stops the axis and waits until it stands; sudden: without its deceleration."""
-        self._controller._halt((self.number,), sudden)
+        self._controller._halt(self._alone, sudden)
 
     def status(self) -> AxisStatus:
         """The state of the axis. emergency_stop and the three raw values are those of

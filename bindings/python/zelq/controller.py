@@ -83,7 +83,9 @@ class Controller:
         """Calls any function of zelq.raw for this controller; an Error unless it succeeds.
 
         >>> press.call(raw.zelQ_MDOSetPin, 0, 1)"""
-        check(function, function(self.number, *arguments))
+        code = function(self.number, *arguments)
+        if code:
+            check(function, code)
 
     def axis(self, number: int) -> Axis:
         """Axis 0..31."""
@@ -138,7 +140,9 @@ class Controller:
                *arguments: Any) -> _Motion:
         # Before the call: one that fails may have been executed all the same.
         self._moving.update(axes)
-        self.call(function, *arguments)
+        code = function(self.number, *arguments)
+        if code:
+            check(function, code)
         return kind(self, axes)
 
     def path(self, *axes: int, speed: float, acc: float, dec: Optional[float] = None,

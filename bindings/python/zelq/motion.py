@@ -46,6 +46,8 @@ class Motion:
     ...     wait_for_the_operator()
     """
 
+    __slots__ = ("axes", "_controller")
+
     def __init__(self, controller: "Controller", axes: Tuple[int, ...]):
         self.axes = axes
         self._controller = controller
@@ -109,6 +111,8 @@ class Motion:
 
 class Homing(Motion):
     """A homing run: its axes have arrived when they have found their homes."""
+
+    __slots__ = ()
 
     def has_arrived(self, servo: "raw.ServoStatus") -> bool:
         return not servo.alarm and bool(servo.homeDone)

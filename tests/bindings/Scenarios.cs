@@ -27,6 +27,8 @@ static class Scenarios
         var scenario = typeof(Scenarios).GetMethod(args[2], BindingFlags.Static | BindingFlags.NonPublic);
         using (press = new Controller("127.0.0", int.Parse(args[0]), int.Parse(args[1])))
         {
+            // Patient: other tests may run meanwhile.
+            Controller.Check("zelQ_TMOSet", Raw.zelQ_TMOSet(press.Number, 2000, 500, 500));
             x = press.Axis(0).Units(0.001).Speed(drive: 100, acc: 1000).On();
             y = press.Axis(1).Units(0.001).Speed(drive: 100, acc: 1000).On();
             scenario.Invoke(null, null);

@@ -24,9 +24,13 @@ NAMES = {"char": "Byte", "unsigned char": "Byte", "short": "Int16", "unsigned sh
          "int": "Int32", "unsigned int": "UInt32", "double": "Double", "void": "Byte"}
 
 
+# At its end mono may wait for its thread pool, up to a minute.
+PATIENCE = 120
+
+
 def mono(*arguments):
     return subprocess.run(["mono", *map(str, arguments)], check=False, stdout=subprocess.PIPE,
-                          stderr=subprocess.STDOUT, text=True, timeout=60)
+                          stderr=subprocess.STDOUT, text=True, timeout=PATIENCE)
 
 
 def marshalled(parameter):
@@ -70,7 +74,7 @@ class Scenario(unittest.TestCase):
                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True) as process:
             self.assertEqual("moving\n", process.stdout.readline())
             simulated.end()
-            told, _ = process.communicate(timeout=60)
+            told, _ = process.communicate(timeout=PATIENCE)
             self.assertEqual((0, ""), (process.returncode, told))
 
     def test_ctrl_c(self):
@@ -86,7 +90,7 @@ class Scenario(unittest.TestCase):
             while b"moving" not in shown:
                 shown += os.read(screen, 1000)
             process.send_signal(signal.SIGINT)
-            _, told = process.communicate(timeout=60)
+            _, told = process.communicate(timeout=PATIENCE)
             self.assertEqual((0, ""), (process.returncode, told))
 
     def test_examples(self):

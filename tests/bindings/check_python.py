@@ -72,7 +72,9 @@ class Scenario(unittest.TestCase):
         cls.addClassCleanup(cls.simulated.end)
 
     def setUp(self):
-        self.press = zelq.Controller("127.0.0", 31, port=self.simulated.port)
+        # Patient: other tests may run meanwhile.
+        self.press = zelq.Controller("127.0.0", 31, port=self.simulated.port, connect_ms=2000,
+                                     receive_ms=500)
         self.addCleanup(self.press.close)
         self.axes = [self.press.axis(number).units(0.001).speed(100.0, acc=1000.0).on()
                      for number in (0, 1)]

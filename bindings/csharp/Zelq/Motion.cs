@@ -31,7 +31,22 @@ namespace Zelq
         public void Wait(TimeSpan? timeout = null,
                          CancellationToken cancellation = default(CancellationToken))
         {
-            WaitAsync(timeout, cancellation).GetAwaiter().GetResult();
+            var limit = timeout ?? TimeSpan.FromMinutes(1);
+            var end = DateTime.UtcNow + limit;
+            try
+            {
+                while (!HasEnded())
+                {
+                    CheckTime(end, limit);
+                    cancellation.WaitHandle.WaitOne(LookEvery);
+                    cancellation.ThrowIfCancellationRequested();
+                }
+            }
+            catch (Exception failure)
+            {
+                controller_.StopAfter(failure, axes_);
+                throw;
+            }
         }
 
         /// <summary>Waits for the motion's end, as Wait() does; a cancelled wait stops the
@@ -46,8 +61,7 @@ namespace Zelq
                 // In other threads: a call to a controller that is gone takes seconds.
                 while (!await Task.Run(() => HasEnded()).ConfigureAwait(false))
                 {
-                    if (DateTime.UtcNow > end)
-                        throw new MotionTimeoutException(axes_[0], limit);
+                    CheckTime(end, limit);
                     await Task.Delay(LookEvery, cancellation).ConfigureAwait(false);
                 }
             }
@@ -78,6 +92,12 @@ namespace Zelq
             if (!moving)
                 controller_.SeenAtRest(axes_);
             return !moving;
+        }
+
+        private void CheckTime(DateTime end, TimeSpan limit)
+        {
+            if (DateTime.UtcNow > end)
+                throw new MotionTimeoutException(axes_[0], limit);
         }
 
         private static MotionException EndedEarly(int axis, ServoStatus servo)

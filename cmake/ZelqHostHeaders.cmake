@@ -17,15 +17,20 @@ function(zelq_host_headers target header)
   target_include_directories(${target} SYSTEM INTERFACE "${own}")
 endfunction()
 
-zelq_host_headers(zelq_asio asio.hpp asio.hpp asio)
-target_compile_definitions(zelq_asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
-target_link_libraries(zelq_asio INTERFACE Threads::Threads)
+zelq_host_headers(zelq_json nlohmann/json.hpp nlohmann)
+
+# Sockets, timers, HTTP and WebSocket.
+zelq_host_headers(zelq_network boost/asio.hpp boost)
+target_include_directories(zelq_network INTERFACE "${PROJECT_SOURCE_DIR}/web")
+target_compile_definitions(zelq_network INTERFACE BOOST_ASIO_NO_DEPRECATED
+                           BOOST_ASIO_DISABLE_BOOST_DATE_TIME BOOST_ERROR_CODE_HEADER_ONLY)
+target_link_libraries(zelq_network INTERFACE Threads::Threads)
 if(WIN32)
-  target_link_libraries(zelq_asio INTERFACE ws2_32 mswsock)
+  target_link_libraries(zelq_network INTERFACE ws2_32 mswsock)
 endif()
 
 if(ZELQ_SANITIZE MATCHES "thread")
   # The thread sanitizer does not understand Asio's fences; its locks are enough.
-  target_compile_definitions(zelq_asio INTERFACE ASIO_DISABLE_FENCED_BLOCK)
-  target_compile_options(zelq_asio INTERFACE -Wno-tsan)
+  target_compile_definitions(zelq_network INTERFACE BOOST_ASIO_DISABLE_FENCED_BLOCK)
+  target_compile_options(zelq_network INTERFACE -Wno-tsan)
 endif()

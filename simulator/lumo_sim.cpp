@@ -1,231 +1,137 @@
-// lumo-sim: a simulated Lumo controller on the network.
+// lumo-sim: simulated Lumo controllers on the network.
 
+#include "control/control_port.h"
 #include "core/controller.h"
+#include "core/observer.h"
+#include "network.h"
+#include "options.h"
+#include "server/line_queue.h"
 #include "server/server.h"
 
-#include <CLI/CLI.hpp>
-#include <asio.hpp>
 #include <chrono>
 #include <csignal>
-#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace {
 
-constexpr const char* kFooter =
-    R"(The controller's number is the last octet of its address. A host that connects to controller 3
-at 127.0.0 looks for it at 127.0.0.3, so on one computer any number of controllers can stand
-side by side, each at its own loopback address.
+using lumosim::LineQueue;
+using lumosim::MachineConfig;
+using lumosim::Options;
+using lumosim::Server;
 
-Examples:
-  lumo-sim
-      controller 1 with four axes, at 127.0.0.1, port 502 (as root, or as an administrator)
-  lumo-sim --number 3 --port 15020
-      controller 3 at 127.0.0.3; the host sets port 15020 before it connects
-  lumo-sim --axes 32 --verbose
-      32 servo axes; every command is shown as it is run
-  lumo-sim --axes 2 --slaves 30:2,31:3
-      two servos, an input slave at station 30 and an output slave at 31
-  lumo-sim --address 0.0.0.0 --number 17
-      on every network of this computer
-  lumo-sim --serial tcp:7100
-      a program that connects to port 7100 is at the other end of the serial port
-
-Ctrl-C ends it.)";
-
-struct Arguments
+// Shows the commands of one controller.
+class CommandPrinter : public lumosim::Observer
 {
-    lumosim::ServerConfig server;
-    std::vector<std::string> slaves;
-    std::string homeSensor = "-21000:-20000";
-    std::string probe;
-    std::string serial = "loop";
-    bool noDiscovery = false;
-    bool quiet = false;
-    bool verbose = false;
+  public:
+    CommandPrinter(LineQueue& lines, std::string who) : lines_(lines), who_(std::move(who)) {}
+
+    void CommandRun(const lumosim::CommandRecord& record) override;
+
+  private:
+    LineQueue& lines_;
+    std::string who_;
 };
 
-// "30:2" is an input slave at station 30.
-lumosim::SlaveConfig ParseSlave(const std::string& text)
+void CommandPrinter::CommandRun(const lumosim::CommandRecord& record)
 {
-    int position = 0;
-    int type = 0;
-    int end = 0;
-    const int fields = std::sscanf(text.c_str(), "%d:%d%n", &position, &type, &end);
-    if (fields != 2 || static_cast<std::size_t>(end) != text.size() || position < 0 ||
-        position >= lumosim::kMaxAxes || type < 0 || type > 3) {
-        throw CLI::ValidationError("--slaves", text + " is not STATION:TYPE, such as 30:2");
-    }
-    lumosim::SlaveConfig slave;
-    slave.position = position;
-    slave.type = static_cast<lumosim::SlaveType>(type);
-    return slave;
+    lines_.Put(who_ + CommandAsLine(record));
 }
 
-// "-21000:-20000" are the pulses at which a sensor is on.
-lumosim::Stretch ParseStretch(const char* option, const std::string& text)
+// One controller, and what has been set up around it.
+struct Machine
 {
-    long long from = 0;
-    long long to = 0;
-    int end = 0;
-    const int fields = std::sscanf(text.c_str(), "%lld:%lld%n", &from, &to, &end);
-    if (fields != 2 || static_cast<std::size_t>(end) != text.size() || from > to) {
-        throw CLI::ValidationError(option, text + " is not FROM:TO, such as 4000:4200");
-    }
-    return {from, to};
-}
+    std::unique_ptr<CommandPrinter> printer; // outlives the one who tells it
+    std::unique_ptr<Server> server;
+};
 
-// What the serial port is wired to: "none", "loop", "pipe:NAME" or "tcp:PORT".
-lumosim::SerialWiring ParseSerial(const std::string& text)
+Machine Build(const MachineConfig& config, const Options& options, LineQueue& lines)
 {
-    using To = lumosim::SerialWiring::To;
-    lumosim::SerialWiring wiring;
-    int port = 0;
-    int end = 0;
-    if (text == "none") {
-        wiring.to = To::kNothing;
-    } else if (text.rfind("pipe:", 0) == 0 && text.size() > 5) {
-        wiring.to = To::kPipe;
-        wiring.pipe = text.substr(5);
-    } else if (std::sscanf(text.c_str(), "tcp:%d%n", &port, &end) == 1 && port >= 0 &&
-               port <= 65535 && static_cast<std::size_t>(end) == text.size()) {
-        wiring.to = To::kTcp;
-        wiring.port = static_cast<std::uint16_t>(port);
-    } else if (text != "loop") {
-        throw CLI::ValidationError("--serial", text + " is not none, loop, pipe:NAME or tcp:PORT");
-    }
-    return wiring;
-}
-
-void Describe(CLI::App& app, Arguments& arguments)
-{
-    lumosim::ServerConfig& server = arguments.server;
-    server.port = 502;
-    server.discoveryPort = 7000;
-    server.address.clear();
-    app.footer(kFooter);
-    app.add_option("-n,--number", server.controller.number, "controller number")
-        ->check(CLI::Range(1, 254))
-        ->capture_default_str();
-    app.add_option("-a,--address", server.address,
-                   "address to listen on (default: 127.0.0.NUMBER)");
-    app.add_option("-p,--port", server.port, "TCP port; 0 takes a free one")->capture_default_str();
-    app.add_option("-x,--axes", server.controller.axes, "servo axes, at the stations from 0 up")
-        ->check(CLI::Range(0, lumosim::kMaxAxes))
-        ->capture_default_str();
-    app.add_option("-s,--slaves", arguments.slaves,
-                   "further stations as STATION:TYPE; 0 none, 1 servo, 2 inputs, 3 outputs")
-        ->delimiter(',');
-    app.add_option("--travel", server.controller.mechanics.positiveLimit,
-                   "pulses from the middle to either limit switch")
-        ->check(CLI::PositiveNumber)
-        ->capture_default_str();
-    app.add_option("--home-sensor", arguments.homeSensor,
-                   "pulses FROM:TO at which every axis's home sensor is on")
-        ->capture_default_str();
-    app.add_option("--probe", arguments.probe,
-                   "pulses FROM:TO at which every axis's probe input is on");
-    app.add_option("--time-scale", server.timeScale, "simulated seconds in one second")
-        ->check(CLI::Range(0.01, 100.0))
-        ->capture_default_str();
-    app.add_option("--serial", arguments.serial,
-                   "far end of the serial port: none, loop, pipe:NAME or tcp:PORT")
-        ->capture_default_str();
-    auto* noDiscovery =
-        app.add_flag("--no-discovery", arguments.noDiscovery, "hosts cannot find it");
-    app.add_option("--discovery-port", *server.discoveryPort,
-                   "UDP port on which hosts find it; 0 takes a free one")
-        ->capture_default_str()
-        ->excludes(noDiscovery);
-    auto* quiet = app.add_flag("-q,--quiet", arguments.quiet, "print nothing but errors");
-    app.add_flag("-v,--verbose", arguments.verbose, "show every command")->excludes(quiet);
-}
-
-void Complete(Arguments& arguments)
-{
-    lumosim::ControllerConfig& controller = arguments.server.controller;
-    controller.mechanics.negativeLimit = -controller.mechanics.positiveLimit;
-    controller.mechanics.homeSensor = ParseStretch("--home-sensor", arguments.homeSensor);
-    if (!arguments.probe.empty()) {
-        controller.mechanics.probe = ParseStretch("--probe", arguments.probe);
-    }
-    for (const std::string& slave : arguments.slaves) {
-        controller.slaves.push_back(ParseSlave(slave));
-    }
-    arguments.server.serial = ParseSerial(arguments.serial);
-    if (arguments.noDiscovery) arguments.server.discoveryPort.reset();
-    if (arguments.server.address.empty()) {
-        arguments.server.address = "127.0.0." + std::to_string(controller.number);
-    }
-}
-
-void PrintCommand(const lumosim::CommandRecord& record)
-{
-    const double seconds = std::chrono::duration<double>(record.time).count();
-    std::printf("%11.6f  %04X %-16s", seconds, static_cast<unsigned>(record.code), record.name);
-    for (const lumosim::Word word : record.fields) {
-        std::printf(" %u", static_cast<unsigned>(word));
-    }
-    std::printf("  -> %u\n", static_cast<unsigned>(record.result));
-    std::fflush(stdout);
-}
-
-void WaitForInterrupt()
-{
-    asio::io_context io;
-    asio::signal_set signals(io, SIGINT, SIGTERM);
-    signals.async_wait([](const asio::error_code&, int) {});
-    io.run();
-}
-
-int Simulate(const Arguments& arguments)
-{
-    lumosim::Server server(arguments.server);
-    if (arguments.verbose) {
-        server.With(
-            [](lumosim::Controller& controller) { controller.SetCommandLog(PrintCommand); });
-    }
-    server.Start();
-    if (!arguments.quiet) {
-        std::printf("lumo-sim: controller %d listens on %s, port %u\n",
-                    arguments.server.controller.number, server.Address().c_str(),
-                    static_cast<unsigned>(server.Port()));
-        if (server.DiscoveryPort() != 0) {
-            std::printf("lumo-sim: can be found on UDP port %u\n",
-                        static_cast<unsigned>(server.DiscoveryPort()));
+    Machine machine{nullptr, std::make_unique<Server>(config.server)};
+    SetUpMachine(*machine.server, config);
+    machine.server->With([&](lumosim::Controller& controller) {
+        for (const lumosim::FaultRequest& fault : options.faults) {
+            machine.server->Faults().Apply(fault.name, fault.values);
         }
-        if (server.SerialTcpPort() != 0) {
-            std::printf("lumo-sim: the serial port's far end is TCP port %u\n",
-                        static_cast<unsigned>(server.SerialTcpPort()));
-        }
-        std::fflush(stdout);
+        if (!options.verbose) return;
+        const bool several = options.machines.size() > 1;
+        const int number = controller.Config().number;
+        machine.printer = std::make_unique<CommandPrinter>(
+            lines, several ? std::to_string(number) + ": " : std::string());
+        controller.Observe(*machine.printer);
+    });
+    return machine;
+}
+
+void Tell(const Machine& machine, const MachineConfig& config, LineQueue& lines)
+{
+    const Server& server = *machine.server;
+    lines.Put("lumo-sim: controller " + std::to_string(config.server.controller.number) +
+              " listens on " + server.Address() + ", port " + std::to_string(server.Port()));
+    if (server.DiscoveryPort() != 0) {
+        lines.Put("lumo-sim: can be found on UDP port " + std::to_string(server.DiscoveryPort()));
     }
-    WaitForInterrupt();
-    server.Stop();
-    if (!arguments.quiet) std::printf("lumo-sim: ended\n");
-    return 0;
+    if (server.SerialTcpPort() != 0) {
+        lines.Put("lumo-sim: the serial port's far end is TCP port " +
+                  std::to_string(server.SerialTcpPort()));
+    }
+}
+
+// Runs until `signals` come.
+void Simulate(const Options& options, LineQueue& lines, asio::io_context& signals)
+{
+    std::vector<Machine> machines;
+    std::vector<Server*> servers;
+    for (const MachineConfig& config : options.machines) {
+        machines.push_back(Build(config, options, lines));
+        servers.push_back(machines.back().server.get());
+        servers.back()->Start();
+        if (!options.quiet) Tell(machines.back(), config, lines);
+    }
+    std::optional<lumosim::ControlPort> control;
+    if (options.controlPort) {
+        control.emplace(options.controlAddress, *options.controlPort, servers);
+        if (!options.quiet) {
+            lines.Put("lumo-sim: control port http://" + options.controlAddress + ":" +
+                      std::to_string(control->Port()));
+        }
+    }
+    signals.run();
+    control.reset();
+    for (const Machine& machine : machines) {
+        machine.server->Stop();
+    }
+    if (!options.quiet) lines.Put("lumo-sim: ended");
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    CLI::App app("A simulated Lumo motion controller.", "lumo-sim");
-    Arguments arguments;
-    Describe(app, arguments);
+    int exitCode = lumosim::kEnded;
+    const std::optional<Options> options = lumosim::ParseOptions(argc, argv, exitCode);
+    if (!options) return exitCode;
+
+    // From here on Ctrl-C ends it properly, however early it comes.
+    asio::io_context io;
+    asio::signal_set signals(io, SIGINT, SIGTERM);
+    signals.async_wait([](const ErrorCode&, int) {});
+    LineQueue lines(stdout);
     try {
-        app.parse(argc, argv);
-        Complete(arguments);
-        return Simulate(arguments);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error);
+        Simulate(*options, lines, io);
+    } catch (const std::invalid_argument& error) {
+        std::fprintf(stderr, "lumo-sim: %s\n", error.what());
+        exitCode = lumosim::kWrongUse;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "lumo-sim: cannot listen on %s, port %u: %s\n",
-                     arguments.server.address.c_str(), static_cast<unsigned>(arguments.server.port),
-                     error.what());
-        return 1;
+        std::fprintf(stderr, "lumo-sim: %s\n", error.what());
+        exitCode = lumosim::kCannotStart;
     }
+    // Where nobody takes the lines any more, the usual end would wait for the stream.
+    if (!lines.Drain(std::chrono::milliseconds(500))) std::_Exit(exitCode);
+    return exitCode;
 }

@@ -1,7 +1,8 @@
 #include "fault_proxy.h"
 
+#include "network.h"
+
 #include <algorithm>
-#include <asio.hpp>
 #include <chrono>
 #include <deque>
 #include <random>
@@ -97,9 +98,9 @@ class FaultProxy::Line
 
     void Accept()
     {
-        acceptor_.async_accept([this](asio::error_code error, tcp::socket socket) {
+        acceptor_.async_accept([this](ErrorCode error, tcp::socket socket) {
             if (error) return;
-            asio::error_code gone; // the peer may have left again
+            ErrorCode gone; // the peer may have left again
             socket.set_option(tcp::no_delay(true), gone);
             // The library has one connection at a time: what it gave up must not be run later.
             if (client_ != nullptr) client_->socket.close(gone);
@@ -112,8 +113,7 @@ class FaultProxy::Line
     void ReadClient(const ClientPtr& client)
     {
         asio::async_read(client->socket, asio::dynamic_buffer(client->received),
-                         asio::transfer_at_least(1),
-                         [this, client](asio::error_code error, std::size_t) {
+                         asio::transfer_at_least(1), [this, client](ErrorCode error, std::size_t) {
                              if (error) return Break(*client, Fault::kCut);
                              if (client->socket.is_open() && TakeRequest(client))
                                  ReadClient(client);
@@ -141,7 +141,7 @@ class FaultProxy::Line
     void ReadController()
     {
         asio::async_read(controller_, asio::dynamic_buffer(replies_), asio::transfer_at_least(1),
-                         [this](asio::error_code error, std::size_t) {
+                         [this](ErrorCode error, std::size_t) {
                              if (error) return;
                              TakeReplies();
                              ReadController();
@@ -217,14 +217,14 @@ class FaultProxy::Line
         if (!client->sending) return;
         if (client->pieces.front().wait.count() == 0) return SendPiece(client);
         client->timer.expires_after(client->pieces.front().wait);
-        client->timer.async_wait([client](asio::error_code) { SendPiece(client); });
+        client->timer.async_wait([client](ErrorCode) { SendPiece(client); });
     }
 
     static void SendPiece(const ClientPtr& client)
     {
         const Piece piece = std::move(client->pieces.front());
         client->pieces.pop_front();
-        asio::error_code ignored; // the library may have left
+        ErrorCode ignored; // the library may have left
         asio::write(client->socket, asio::buffer(piece.bytes), ignored);
         if (piece.end != Fault::kNone) Break(*client, piece.end);
         SendNext(client);
@@ -232,7 +232,7 @@ class FaultProxy::Line
 
     static void Break(Client& client, Fault fault)
     {
-        asio::error_code ignored;
+        ErrorCode ignored;
         if (fault == Fault::kReset) {
             client.socket.set_option(asio::socket_base::linger(true, 0), ignored);
         }

@@ -14,6 +14,8 @@ struct Alarm
     std::uint8_t number = 0;
     std::uint8_t subNumber = 0;
     bool lasting = false; // cannot be reset; only the power going off ends it
+
+    friend bool operator==(const Alarm&, const Alarm&) = default;
 };
 
 // What the drives raise by themselves. Others have any number that the one who raises them likes.
@@ -38,6 +40,7 @@ class AlarmList
     void Add(const Alarm& alarm, Nanoseconds now);
     void Clear() { records_.clear(); }
     [[nodiscard]] AlarmRecord At(std::size_t index) const; // all zero where there is none
+    [[nodiscard]] const std::vector<AlarmRecord>& All() const { return records_; }
 
   private:
     std::vector<AlarmRecord> records_;

@@ -1,8 +1,8 @@
 // The alarms that drives raise by themselves, and the commands on alarms.
 
-#include "axis_list.h"
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 
 #include <array>
 #include <cstdlib>
@@ -26,11 +26,12 @@ class Alarms : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kResetAlarm, "alarm reset", [this](auto& in, auto&) { return Reset(in); });
-        table.Add(kReadAlarmList, "alarm list",
-                  [this](auto& in, auto& out) { return ReadList(in, out); });
-        table.Add(kClearAlarmList, "alarm list clear",
-                  [this](auto& in, auto&) { return ClearList(in); });
+        table.ForAxes(kResetAlarm, "alarm reset", {kCount, kAxis}, CheckReset, &Axis::ResetAlarm);
+        table.ForAxes<OneWord>(
+            kReadAlarmList, "alarm list",
+            {kCount, "entry", &OneWord::value, UpTo(AlarmList::kEntries - 1), kAxis}, ShowEntry);
+        table.ForAxes(kClearAlarmList, "alarm list clear", {kCount, kAxis},
+                      [](Axis& axis) { axis.Alarms().Clear(); });
     }
 
     [[nodiscard]] Nanoseconds NextEvent() const override
@@ -50,9 +51,30 @@ class Alarms : public Family
             Look(axis);
             Supervision& supervision = supervised_.at(static_cast<std::size_t>(number));
             supervision.seen = axis.Following();
+            supervision.disturbances = axis.Disturbances();
             const Nanoseconds period = Cruises(axis) ? kCruisePeriod : kWatchPeriod;
             supervision.due = (now / period + 1) * period;
         }
+    }
+
+    // Of every axis the alarm that it has, and all that it remembers.
+    void Describe(Json& snapshot) const override
+    {
+        Json& all = snapshot["alarms"] = Json::array();
+        DescribeAxes(controller_, snapshot, [&all](Json& part, const Axis& axis, int number) {
+            part["alarm"] = nullptr;
+            if (const auto& alarm = axis.ActiveAlarm()) {
+                part["alarm"] = {{"number", alarm->number},
+                                 {"subNumber", alarm->subNumber},
+                                 {"lasting", alarm->lasting}};
+            }
+            for (const AlarmRecord& record : axis.Alarms().All()) {
+                all.push_back({{"axis", number},
+                               {"number", record.alarm.number},
+                               {"subNumber", record.alarm.subNumber},
+                               {"time", record.seconds}});
+            }
+        });
     }
 
   private:
@@ -60,35 +82,38 @@ class Alarms : public Family
     struct Supervision
     {
         std::shared_ptr<const Trajectory> seen;
+        unsigned disturbances = 0;
         Nanoseconds due{0};
     };
 
-    // A motion that has just begun is due at once.
+    // A motion that has just begun is due at once, and so is one that something has come between.
     [[nodiscard]] Nanoseconds DueAt(int number) const
     {
         const Axis* axis = controller_.FindAxis(number);
-        if (axis == nullptr || !axis->Moving()) return kNever;
+        if (axis == nullptr || !(axis->Moving() || axis->Settling())) return kNever;
         const Supervision& supervision = supervised_.at(static_cast<std::size_t>(number));
-        return axis->Following() == supervision.seen ? supervision.due : controller_.Now();
+        const bool known = axis->Following() == supervision.seen &&
+                           axis->Disturbances() == supervision.disturbances;
+        return known ? supervision.due : controller_.Now();
     }
 
     static bool Cruises(const Axis& axis)
     {
         const MotionState state = axis.Physical();
         const bool beyond = axis.LimitActive(1) || axis.LimitActive(-1);
-        return state.velocity != 0 && state.acceleration == 0 && !beyond;
+        return state.velocity != 0 && state.acceleration == 0 && !beyond && axis.Tracks();
     }
 
     static void Look(Axis& axis)
     {
+        if (!axis.ServoOn()) return;
         const DriveParameters& parameters = axis.Parameters();
         const auto exceeds = [&parameters](double value, DriveSetting setting, double unit) {
             const std::int32_t most = parameters.InForce(setting);
             return most != 0 && value > most * unit;
         };
-        const double torque = axis.Protection().torque.Allowed(axis.TorqueDemand());
         constexpr double kPercent = 10;
-        if (exceeds(std::abs(torque), DriveSetting::kOverCurrentLevel, kPercent)) {
+        if (exceeds(std::abs(axis.SupervisedTorque()), DriveSetting::kOverCurrentLevel, kPercent)) {
             axis.RaiseAlarm(kOverCurrentAlarm);
         } else if (exceeds(std::abs(axis.FollowingError()), DriveSetting::kFollowingErrorLimit,
                            1)) {
@@ -107,46 +132,18 @@ class Alarms : public Family
         }
     }
 
-    Result Reset(CommandReader& in)
+    static Result CheckReset(const Axis& axis)
     {
-        std::vector<Axis*> axes;
-        const Result result = ReadAxes(controller_, in, in.NextWord(), axes);
-        if (result != Result::kDone) return result;
-        for (const Axis* axis : axes) {
-            if (axis->ActiveAlarm() && axis->ActiveAlarm()->lasting) return Result::kAlarmLasts;
-        }
-        for (Axis* axis : axes) {
-            axis->ResetAlarm();
-        }
-        return Result::kDone;
+        return axis.ActiveAlarm() && axis.ActiveAlarm()->lasting ? Result::kAlarmLasts
+                                                                 : Result::kDone;
     }
 
     // Two registers for each axis: sub-number and number, then the time.
-    Result ReadList(CommandReader& in, Reply& out)
+    static void ShowEntry(Axis& axis, const OneWord& entry, Reply& reply)
     {
-        const Word count = in.NextWord();
-        const Word index = in.NextWord();
-        std::vector<Axis*> axes;
-        const Result result = ReadAxes(controller_, in, count, axes);
-        if (result != Result::kDone) return result;
-        if (index >= AlarmList::kEntries) return Result::kOutOfRange;
-        for (Axis* axis : axes) {
-            const AlarmRecord record = axis->Alarms().At(index);
-            out.AddWord(static_cast<Word>(record.alarm.subNumber << 8U | record.alarm.number));
-            out.AddWord(record.seconds);
-        }
-        return Result::kDone;
-    }
-
-    Result ClearList(CommandReader& in)
-    {
-        std::vector<Axis*> axes;
-        const Result result = ReadAxes(controller_, in, in.NextWord(), axes);
-        if (result != Result::kDone) return result;
-        for (Axis* axis : axes) {
-            axis->Alarms().Clear();
-        }
-        return Result::kDone;
+        const AlarmRecord record = axis.Alarms().At(entry.value);
+        reply.AddWord(static_cast<Word>(record.alarm.subNumber << 8U | record.alarm.number));
+        reply.AddWord(record.seconds);
     }
 
     Controller& controller_;

@@ -1,77 +1,34 @@
-// One servo axis: amplifier, motor, encoder and sensors, and the motion it is following.
+// One servo axis: what it is commanded to do, what meets it on the way, and what its drive and
+// motor make of it.
 #pragma once
 
-#include "alarm_list.h"
+#include "amplifier.h"
 #include "axis_protection.h"
+#include "axis_trouble.h"
+#include "command_motion.h"
 #include "drive_parameters.h"
 #include "mechanics.h"
+#include "motion_events.h"
+#include "motion_kinds.h"
 #include "planner.h"
-#include "trajectory.h"
+#include "position_counter.h"
+#include "servo_motor.h"
 #include "types.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
 
 namespace lumosim {
 
-// What the axis is doing, as its status shows it.
-enum class MotionKind : Word {
-    kIdle = 0,
-    kJog = 1,
-    kAbsolute = 2,
-    kRelative = 3,
-    kSearch = 4,
-    kHoming = 5,
-    kLinear = 6,
-    kArc = 7,
-    kHelical = 8,
-    kList = 9,
-    kTorque = 10,
-    kVelocity = 11,
-    kProfilePosition = 12,
-    kHandWheel = 13,
-};
-
-// Why the last motion ended.
-enum class StopCause : Word {
-    kNone = 0, // target reached
-    kStopCommand = 1,
-    kSuddenStopCommand = 2,
-    kLimitSensor = 3,
-    kSoftwareLimit = 4,
-    kAlarm = 5,
-    kServoOff = 6,
-    kEmergencyStop = 7,
-    kConnectionLost = 8,
-    kHomeFound = 9,
-    kSearchLatched = 10,
-};
-
-enum class StopMode { kSudden, kDecelerate };
-
-// Ends a motion when a signal changes to a level.
-struct Watch
-{
-    Signal signal;
-    bool level;
-    StopMode mode;
-    StopCause cause;
-    // Stoppers are found by the torque that they make, in 0.1 % of the rated one.
-    double stopperTorque = 0;
-};
-
 class Axis
 {
   public:
-    // The amplifier needs this long to excite the motor. Moves that are commanded meanwhile are
-    // taken, and begin when it is through.
-    static constexpr Nanoseconds kServoOnTime = std::chrono::milliseconds(5);
+    // Moves that are commanded before the amplifier is through are taken, and begin then.
+    static constexpr Nanoseconds kServoOnTime = Amplifier::kOnTime;
 
-    explicit Axis(const AxisMechanics& mechanics, Nanoseconds now)
-        : mechanics_(mechanics), now_(now)
-    {}
+    // An ideal motor follows its command whatever that asks for.
+    Axis(const AxisMechanics& mechanics, Nanoseconds now, bool ideal);
 
     // --- Time. The controller never lets it pass NextEvent without an AdvanceTo there.
     [[nodiscard]] Nanoseconds NextEvent() const;
@@ -84,8 +41,8 @@ class Axis
     [[nodiscard]] Result CheckMode(MotionKind kind, int direction) const;
     [[nodiscard]] Result CheckServoOn() const;
     void SwitchServo(bool on);
-    void Reset();      // clears the alarm; the servo is off afterwards
-    bool ResetAlarm(); // false for an alarm that lasts
+    void Reset(); // clears the alarm; the servo is off afterwards
+    bool ResetAlarm() { return amplifier_.ResetAlarm(); } // false for an alarm that lasts
     void Jog(int direction);
     void MoveTo(std::int32_t target);
     void MoveBy(std::int32_t distance); // from the commanded position of this moment
@@ -120,27 +77,43 @@ class Axis
     void SetProtection(const AxisProtection& protection);
     [[nodiscard]] DriveParameters& Parameters() { return parameters_; }
     [[nodiscard]] const DriveParameters& Parameters() const { return parameters_; }
-    [[nodiscard]] AlarmList& Alarms() { return alarms_; }
+    [[nodiscard]] AlarmList& Alarms() { return amplifier_.Alarms(); }
+    [[nodiscard]] const AlarmList& Alarms() const { return amplifier_.Alarms(); }
 
     // --- State, at the time of the last AdvanceTo.
-    [[nodiscard]] bool ServoOn() const { return servoOn_ && now_ >= servoOnAt_; }
-    [[nodiscard]] bool Moving() const { return trajectory_ != nullptr; }
+    [[nodiscard]] bool ServoOn() const { return amplifier_.On(now_); }
+    [[nodiscard]] bool Moving() const { return command_.Running(); }
     [[nodiscard]] MotionKind Kind() const { return kind_; }
     [[nodiscard]] StopCause LastStop() const { return lastStop_; }
     // What the running motion will have ended by: kNone unless it is braking.
     [[nodiscard]] StopCause EndsBy() const { return endsBy_; }
     // When the amplifier is through: a motion that is commanded now begins then.
-    [[nodiscard]] Nanoseconds ReadyAt() const { return std::max(now_, servoOnAt_); }
-    [[nodiscard]] const std::shared_ptr<const Trajectory>& Following() const { return trajectory_; }
-    [[nodiscard]] MotionState
-    Physical() const; // the motor's place, but for a stopper that holds it
+    [[nodiscard]] Nanoseconds ReadyAt() const { return amplifier_.ReadyAt(now_); }
+    [[nodiscard]] const std::shared_ptr<const Trajectory>& Following() const
+    {
+        return command_.Following();
+    }
+    // The commanded place on the machine; the motor's own where no servo holds it to a command.
+    [[nodiscard]] MotionState Physical() const;
+    [[nodiscard]] MotionState Motor() const; // what the encoder sees
+    // The motor is on its way although its command rests.
+    [[nodiscard]] bool Settling() const;
+    // It follows as close as the speed lets it.
+    [[nodiscard]] bool Tracks() const;
+    // Counts whatever may take it from its command.
+    [[nodiscard]] unsigned Disturbances() const { return disturbances_; }
     [[nodiscard]] std::int32_t CommandPosition() const;
     [[nodiscard]] std::int32_t EncoderPosition() const;
     [[nodiscard]] std::int32_t FollowingError() const; // command minus encoder
     [[nodiscard]] std::int32_t TargetPosition() const { return target_; }
     [[nodiscard]] std::int32_t Velocity() const;
-    [[nodiscard]] std::int32_t Torque() const; // 0.1 % of the rated torque
-    [[nodiscard]] double TorqueDemand() const; // the same before any limit
+    [[nodiscard]] std::int32_t Torque() const;     // 0.1 % of the rated torque
+    [[nodiscard]] double TorqueDemand() const;     // the same before any limit
+    [[nodiscard]] double SupervisedTorque() const; // what an over-current is seen by
+    [[nodiscard]] std::int32_t PulsesPerTurn() const
+    {
+        return parameters_.InForce(DriveSetting::kPulsesPerTurn);
+    }
     [[nodiscard]] bool TorqueLimited(int direction) const;
     [[nodiscard]] bool LimitActive(int direction) const { return SignalOn(LimitOf(direction)); }
     [[nodiscard]] bool AtSoftwareLimit(int direction) const; // at one that is watched, or beyond
@@ -162,8 +135,15 @@ class Axis
     void SetMechanics(const AxisMechanics& mechanics);
     [[nodiscard]] const AxisMechanics& Mechanics() const { return mechanics_; }
     void RaiseAlarm(const Alarm& alarm); // stops the axis and switches its servo off
-    [[nodiscard]] const std::optional<Alarm>& ActiveAlarm() const { return alarm_; }
-    void SetLoad(double torque) { load_ = torque; } // on a servo that is on, 0.1 % of the rated one
+    [[nodiscard]] const std::optional<Alarm>& ActiveAlarm() const
+    {
+        return amplifier_.ActiveAlarm();
+    }
+    void SetLoad(double torque); // on a servo that is on, 0.1 % of the rated one
+    [[nodiscard]] const AxisTrouble& Trouble() const { return trouble_; }
+    void SetTrouble(const AxisTrouble& trouble);
+    // The coupling slips: the encoder has missed so many pulses, which the servo makes up for.
+    void Slip(std::int32_t pulses);
     void SetWarning(bool on) { warning_ = on; }
     [[nodiscard]] bool Warning() const { return warning_; }
     void PowerUp();
@@ -179,51 +159,63 @@ class Axis
     }
 
     [[nodiscard]] Result CheckAmplifier(int direction, bool free) const;
-    [[nodiscard]] double Elapsed(Nanoseconds now) const;
-    [[nodiscard]] std::int32_t Counter(double physical) const;
-    [[nodiscard]] double PhysicalOf(std::int32_t counter) const;
-    [[nodiscard]] double BehindStopper() const;
+
+    // The command.
     void Replace(std::shared_ptr<const Trajectory> trajectory, MotionKind kind, std::int32_t target,
                  const SpeedProfile& profile, StopCause endsBy = StopCause::kNone);
     void Begin(std::shared_ptr<const Trajectory> trajectory, StopCause endsBy);
     void MoveToPhysical(const SpeedProfile& profile, double target, MotionKind kind);
     void Rest(double physical, StopCause cause);
-    [[nodiscard]] Nanoseconds TimeAt(double place, int direction) const;
+    [[nodiscard]] MotionState Commanded() const { return command_.At(now_); }
+    [[nodiscard]] double PhysicalOf(std::int32_t counter) const;
+    [[nodiscard]] bool Pushing() const; // in a torque mode that is not being stopped
+
+    // What meets it.
     void PlanEvents();
     void PlanLimitStops(int direction);
-    void PlanStopAt(Nanoseconds moment, Reaction reaction, StopCause cause);
     [[nodiscard]] Nanoseconds StopperTrip(int direction) const;
     [[nodiscard]] Nanoseconds WatchTrip(int direction) const;
     void TripWatch();
     void MeetStopper();
     void StopAtLimit();
-    void ReactToSensors(const AxisInputs& before);
+    template <typename Change>
+    void ChangeInputs(Change change);
+    [[nodiscard]] bool InputOn(Signal signal) const; // the place of the axis left aside
+    [[nodiscard]] std::optional<double> EdgeOf(Signal signal, bool level, int direction) const;
 
-    // Where the running motion meets a switch, a sensor or a software limit first.
-    struct LimitStop
-    {
-        Nanoseconds time = kNever;
-        Reaction reaction = Reaction::kNone;
-        StopCause cause = StopCause::kNone;
-    };
+    // Drive and motor.
+    [[nodiscard]] bool FollowsExactly() const { return ideal_ || Pushing(); }
+    [[nodiscard]] MotionState Exactly() const;
+    [[nodiscard]] double BehindStopper() const;
+    [[nodiscard]] double Friction() const { return mechanics_.friction + trouble_.Friction(); }
+    [[nodiscard]] double Inertia() const { return mechanics_.inertia * trouble_.massFactor; }
+    [[nodiscard]] double Weight() const { return load_ + trouble_.weight; }
+    [[nodiscard]] MotorLoad Load() const;
+    void RunMotor(Nanoseconds now);
+    void ReleaseMotor(double brakeTorque);
+    void Disturb();
+    void RaiseTroubleAlarm();
 
     AxisMechanics mechanics_;
     AxisProtection protection_;
+    AxisTrouble trouble_;
     DriveParameters parameters_;
-    AlarmList alarms_;
+    Amplifier amplifier_;
+    CommandMotion command_;
+    MotionEvents events_;
+    PositionCounter counter_;
+    ServoMotor motor_;
     SpeedProfile profile_;
     AxisInputs inputs_;
     Nanoseconds now_;
+    bool ideal_;
 
-    bool servoOn_ = false;
-    Nanoseconds servoOnAt_{0};
-    std::optional<Alarm> alarm_;
     bool warning_ = false;
-    double load_ = 0;
     bool homeDone_ = false;
+    double load_ = 0;
+    unsigned disturbances_ = 0;
 
-    // The motion. Without a trajectory the axis rests at resting_.
-    std::shared_ptr<const Trajectory> trajectory_;
+    // How the running motion came about, and how it ends.
     MotionKind kind_ = MotionKind::kIdle;
     SpeedProfile running_;    // by which it was planned, and by which it will brake
     int direction_ = 0;       // of a motion that runs until it is stopped
@@ -233,17 +225,8 @@ class Axis
     std::optional<Watch> watch_;
     StopCause endsBy_ = StopCause::kNone; // what the running motion will have ended by
     StopCause lastStop_ = StopCause::kNone;
-    Nanoseconds begin_{0};
-    Nanoseconds end_ = kNever;
-    LimitStop limitStop_;
-    Nanoseconds stopperTrip_ = kNever; // when the running motion has pressed too hard at a stopper,
-    Nanoseconds watchTrip_ = kNever;   // when it sees its signal
-    double resting_ = 0;
     std::int32_t target_ = 0;
     std::optional<std::int32_t> latched_;
-
-    std::int64_t origin_ = 0;        // the physical place of counter value 0
-    std::int32_t standingError_ = 0; // what the motor was turned away from its command
 };
 
 } // namespace lumosim

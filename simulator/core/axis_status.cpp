@@ -2,6 +2,8 @@
 
 #include "controller.h"
 #include "families.h"
+#include "names.h"
+#include "snapshot.h"
 
 namespace lumosim {
 
@@ -31,6 +33,28 @@ enum StatusBit : unsigned {
     kConfigurableInputBit = 15,
 };
 
+Json Flags(const Axis& axis)
+{
+    return {
+        {"servoOn", axis.ServoOn()},
+        {"alarm", axis.ActiveAlarm().has_value()},
+        {"warning", axis.Warning()},
+        {"torqueLimited", axis.TorqueLimited(1) || axis.TorqueLimited(-1)},
+        {"moving", axis.Moving()},
+        {"inPosition", axis.InPosition()},
+        {"limitPositive", axis.LimitActive(1)},
+        {"limitNegative", axis.LimitActive(-1)},
+        {"zPhase", axis.SignalOn(Signal::kZPhase)},
+        {"homeSensor", axis.SignalOn(Signal::kHomeSensor)},
+        {"probe", axis.SignalOn(Signal::kProbe)},
+        {"configurableInput", axis.SignalOn(Signal::kConfigurableInput)},
+        {"homeDone", axis.HomeDone()},
+        {"homing", axis.Kind() == MotionKind::kHoming},
+        {"softwareLimit", axis.AtSoftwareLimit(1) || axis.AtSoftwareLimit(-1)},
+        {"emergencyStop", axis.EmergencyStop()},
+    };
+}
+
 Word StatusBits(const Axis& axis)
 {
     unsigned bits = 0;
@@ -50,14 +74,8 @@ Word StatusBits(const Axis& axis)
     put(kHomeDoneBit, axis.HomeDone());
     put(kHomingBit, axis.Kind() == MotionKind::kHoming);
     put(kSoftwareLimitBit, axis.AtSoftwareLimit(1) || axis.AtSoftwareLimit(-1));
-    put(kConfigurableInputBit, axis.Inputs().configurable);
+    put(kConfigurableInputBit, axis.SignalOn(Signal::kConfigurableInput));
     return static_cast<Word>(bits);
-}
-
-void PutLong(std::span<Word> out, std::size_t index, std::int32_t value)
-{
-    out[index] = LowWord(value);
-    out[index + 1] = HighWord(value);
 }
 
 class AxisStatus : public Family
@@ -76,6 +94,35 @@ class AxisStatus : public Family
             const std::uint32_t word = TypeWord(slave.type, slave.properties);
             PutLong(out, 0, static_cast<std::int32_t>(word));
         });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        snapshot["axes"] = Json::array();
+        DescribeAxes(controller_, snapshot, [this](Json& part, const Axis& axis, int number) {
+            part = {
+                {"axis", number},
+                {"command", axis.CommandPosition()},
+                {"encoder", axis.EncoderPosition()},
+                {"followingError", axis.FollowingError()},
+                {"target", axis.TargetPosition()},
+                {"speed", axis.Velocity()},
+                {"torque", axis.Torque()},
+                {"motion", NameOf(axis.Kind())},
+                {"lastStop", NameOf(axis.LastStop())},
+                {"flags", Flags(axis)},
+                {"outputs", controller_.SlaveAt(number).outputs},
+            };
+        });
+        Json& stations = snapshot["stations"] = Json::array();
+        for (int position = 0; position < kMaxAxes; ++position) {
+            const Slave& slave = controller_.SlaveAt(position);
+            if (slave.type == SlaveType::kNone) continue;
+            Json station = {{"station", position}, {"type", NameOf(slave.type)}};
+            if (slave.type == SlaveType::kInput) station["inputs"] = slave.inputs;
+            if (slave.type == SlaveType::kOutput) station["outputs"] = slave.outputs;
+            stations.push_back(std::move(station));
+        }
     }
 
   private:

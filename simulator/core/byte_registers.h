@@ -1,7 +1,7 @@
 // Bytes in registers: two in each, the earlier one in the low half.
 #pragma once
 
-#include "command.h"
+#include "layout.h"
 
 #include <cstdint>
 #include <span>
@@ -9,18 +9,15 @@
 
 namespace lumosim {
 
-// Takes `count` bytes from a command's fields; an odd count leaves the last register's high half
-// unused.
-inline std::vector<std::uint8_t> NextBytes(CommandReader& in, std::size_t count)
+// The bytes of entries that are a register each.
+template <typename Fields>
+std::vector<std::uint8_t> BytesOf(const std::vector<Entry<Fields>>& entries)
 {
     std::vector<std::uint8_t> bytes;
-    while (bytes.size() < count && in.Remaining() > 0) {
-        const Word word = in.NextWord();
-        bytes.push_back(static_cast<std::uint8_t>(word & 0xFFU));
-        if (bytes.size() < count) bytes.push_back(static_cast<std::uint8_t>(word >> 8U));
+    for (const Entry<Fields>& entry : entries) {
+        bytes.push_back(static_cast<std::uint8_t>(entry.number & 0xFFU));
+        bytes.push_back(static_cast<std::uint8_t>(entry.number >> 8U));
     }
-    // What is missing makes the command a malformed one.
-    if (bytes.size() < count) in.NextWord();
     return bytes;
 }
 

@@ -1,8 +1,5 @@
 #include "command.h"
 
-#include <stdexcept>
-#include <utility>
-
 namespace lumosim {
 
 Word CommandReader::NextWord()
@@ -32,19 +29,6 @@ void Reply::AddLong(std::int32_t value)
 {
     AddWord(LowWord(value));
     AddWord(HighWord(value));
-}
-
-void CommandTable::Add(Word code, std::string name, CommandHandler handler)
-{
-    const auto [entry, added] =
-        entries_.try_emplace(code, Entry{std::move(name), std::move(handler)});
-    if (!added) throw std::logic_error("command code used twice: " + entry->second.name);
-}
-
-const CommandTable::Entry* CommandTable::Find(Word code) const
-{
-    const auto found = entries_.find(code);
-    return found == entries_.end() ? nullptr : &found->second;
 }
 
 } // namespace lumosim

@@ -1,19 +1,16 @@
-// A command as its handler sees it: fields to read, reply registers to write, a result to return.
+// A command as its handler sees it: registers to read, reply registers to write.
 #pragma once
 
 #include "types.h"
 
 #include <cstddef>
 #include <functional>
-#include <map>
 #include <span>
-#include <string>
 #include <vector>
 
 namespace lumosim {
 
-// Reads a command's fields in order. Reading past the end gives zeros and is remembered, so a
-// handler reads everything first and asks once, with Finished(), whether the fields were right.
+// Reads a command's registers in order. Reading past the end gives zeros and is remembered.
 class CommandReader
 {
   public:
@@ -21,9 +18,9 @@ class CommandReader
 
     Word NextWord();
     std::int32_t NextLong(); // low word first
-    std::uint32_t NextUnsignedLong() { return static_cast<std::uint32_t>(NextLong()); }
 
-    [[nodiscard]] std::size_t Remaining() const { return words_.size(); }
+    [[nodiscard]] std::span<const Word> Rest() const { return words_; }
+    [[nodiscard]] bool Overrun() const { return overrun_; }
     [[nodiscard]] bool Finished() const { return !overrun_ && words_.empty(); }
 
   private:
@@ -46,23 +43,5 @@ class Reply
 };
 
 using CommandHandler = std::function<Result(CommandReader&, Reply&)>;
-
-// All commands the controller knows, by their codes.
-class CommandTable
-{
-  public:
-    struct Entry
-    {
-        std::string name; // for the log
-        CommandHandler handler;
-    };
-
-    // A code belongs to one family; adding it twice is a mistake in the simulator (logic_error).
-    void Add(Word code, std::string name, CommandHandler handler);
-    [[nodiscard]] const Entry* Find(Word code) const;
-
-  private:
-    std::map<Word, Entry> entries_;
-};
 
 } // namespace lumosim

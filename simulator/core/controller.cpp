@@ -1,9 +1,13 @@
 #include "controller.h"
 
 #include "families.h"
+#include "snapshot.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <set>
 #include <stdexcept>
+#include <string>
 
 namespace lumosim {
 
@@ -32,14 +36,29 @@ Controller::Controller(const ControllerConfig& config) : config_(config)
     for (int axis = 0; axis < config.axes; ++axis) {
         Install({axis, SlaveType::kServo, SlaveProperties()});
     }
+    std::set<int> stations;
     for (const SlaveConfig& slave : config.slaves) {
+        if (!stations.insert(slave.position).second) {
+            throw std::invalid_argument("two slaves at station " + std::to_string(slave.position));
+        }
         Install(slave);
     }
-    families_ = MakeFamilies(*this);
-    for (const auto& family : families_) {
-        family->AddCommands(commands_);
-        family->AddRegisters(registers_);
+    for (const std::int64_t place : {config.mechanics.negativeLimit, config.mechanics.positiveLimit,
+                                     config.mechanics.stopperGap}) {
+        if (std::abs(place) > AxisMechanics::kFarthest) {
+            throw std::invalid_argument("limit switch or stopper beyond 1000000000000 pulses");
+        }
     }
+    for (FamilyMaker* make : FamilyMakers()) {
+        AddFamily(make(*this));
+    }
+}
+
+void Controller::AddFamily(std::unique_ptr<Family> family)
+{
+    family->AddCommands(commands_);
+    family->AddRegisters(registers_);
+    families_.push_back(std::move(family));
 }
 
 Controller::~Controller() = default;
@@ -75,7 +94,7 @@ Result Controller::Run(std::span<const Word> block, Reply& reply)
     if (block.empty()) return Result::kMalformed;
     for (const auto& family : families_) {
         if (const auto result = family->Divert(block)) {
-            Log(block, *result);
+            Tell(block, *result);
             return *result;
         }
     }
@@ -84,19 +103,45 @@ Result Controller::Run(std::span<const Word> block, Reply& reply)
 
 Result Controller::Perform(std::span<const Word> block, Reply& reply)
 {
-    const CommandTable::Entry* command = commands_.Find(block.front());
+    const CommandTable::Row* command = commands_.Find(block.front());
     CommandReader reader(block.subspan(1));
     const Result result = command ? command->handler(reader, reply) : Result::kUnknownCommand;
-    Log(block, result);
+    Tell(block, result);
     return result;
 }
 
-void Controller::Log(std::span<const Word> block, Result result) const
+void Controller::Tell(std::span<const Word> block, Result result) const
 {
-    if (!log_) return;
-    const CommandTable::Entry* command = commands_.Find(block.front());
-    log_({now_, block.front(), command ? command->name.c_str() : "unknown", block.subspan(1),
-          result});
+    if (observers_.empty()) return;
+    const CommandTable::Row* command = commands_.Find(block.front());
+    CommandRecord record{now_, block.front(), "unknown", block.subspan(1), result, {}};
+    if (command != nullptr) {
+        record.name = command->name.c_str();
+        record.layout = command->fields;
+    }
+    for (Observer* observer : observers_) {
+        observer->CommandRun(record);
+    }
+}
+
+void Controller::TellOnline(bool online) const
+{
+    for (Observer* observer : observers_) {
+        observer->OnlineChanged(online);
+    }
+}
+
+nlohmann::json Controller::Snapshot() const
+{
+    Json snapshot = {
+        {"controller", {{"number", config_.number}, {"time", InSeconds(now_)}}},
+        {"hosts", {{"connected", hosts_}, {"lostAt", nullptr}}},
+    };
+    if (hostLostAt_) snapshot["hosts"]["lostAt"] = InSeconds(*hostLostAt_);
+    for (const auto& family : families_) {
+        family->Describe(snapshot);
+    }
+    return snapshot;
 }
 
 std::size_t Controller::PreRegistered(Word number) const
@@ -133,8 +178,8 @@ void Controller::Install(const SlaveConfig& slave)
     station.type = slave.type;
     station.properties = slave.properties;
     if (slave.type == SlaveType::kServo) {
-        station.axis =
-            std::make_unique<Axis>(MechanicsOf(config_.mechanics, slave.properties), now_);
+        station.axis = std::make_unique<Axis>(MechanicsOf(config_.mechanics, slave.properties),
+                                              now_, config_.ideal);
     }
 }
 

@@ -3,21 +3,20 @@
 #pragma once
 
 #include "axis.h"
-#include "command.h"
+#include "command_table.h"
 #include "family.h"
 #include "network_settings.h"
+#include "observer.h"
 #include "register_map.h"
 #include "slave.h"
 #include "types.h"
 
 #include <array>
-#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
 #include <span>
 #include <stdexcept>
-#include <utility>
 #include <vector>
 
 namespace lumosim {
@@ -29,22 +28,14 @@ struct ControllerConfig
     std::vector<SlaveConfig> slaves; // ... and these, in place of a servo where both would stand
     AxisMechanics mechanics;         // of every axis
     NetworkSettings network;         // as it was delivered
-};
-
-// One command that was run, for logs.
-struct CommandRecord
-{
-    Nanoseconds time;
-    Word code;
-    const char* name; // "unknown" for a code that nobody knows
-    std::span<const Word> fields;
-    Result result;
+    bool ideal = false;              // drives and motors that follow whatever is asked of them
 };
 
 class Controller
 {
   public:
-    // std::invalid_argument for a number, axis count or station out of range.
+    // std::invalid_argument for a number, axis count, station or place out of range, and for two
+    // slaves at one station.
     explicit Controller(const ControllerConfig& config);
     ~Controller();
     Controller(const Controller&) = delete;
@@ -57,6 +48,15 @@ class Controller
     [[nodiscard]] Nanoseconds Now() const { return now_; }
     void Advance(Nanoseconds step) { AdvanceTo(now_ + step); }
     void AdvanceTo(Nanoseconds time); // an earlier time is no time at all
+    // When something happens by itself next; kNever as long as nobody commands anything.
+    [[nodiscard]] Nanoseconds NextEvent() const;
+
+    // --- Everything about the controller at this moment, by name.
+    [[nodiscard]] nlohmann::json Snapshot() const;
+
+    // --- Observers, each told until it is taken away again.
+    void Observe(Observer& observer) { observers_.push_back(&observer); }
+    void Unobserve(const Observer& observer) { std::erase(observers_, &observer); }
 
     // --- The command interface. A block is a command's code and fields, its frames joined.
     Result Run(std::span<const Word> block, Reply& reply);
@@ -64,7 +64,7 @@ class Controller
     Result Perform(std::span<const Word> block, Reply& reply);
     [[nodiscard]] bool ReadRegisters(Word first, std::span<Word> out) const;
     [[nodiscard]] bool Knows(Word code) const { return commands_.Find(code) != nullptr; }
-    void SetCommandLog(std::function<void(const CommandRecord&)> log) { log_ = std::move(log); }
+    [[nodiscard]] const CommandTable& Commands() const { return commands_; }
 
     // Commands that are held back in pre-register `number`, whoever has it.
     [[nodiscard]] std::size_t PreRegistered(Word number) const;
@@ -82,6 +82,9 @@ class Controller
     [[nodiscard]] const Axis* FindAxis(int number) const;
     // The same where a servo is known to stand; std::out_of_range otherwise.
     [[nodiscard]] Axis& AxisAt(int number);
+
+    // --- The network: who takes the controller off it or brings it back tells so here.
+    void TellOnline(bool online) const;
 
     // --- Hosts. A controller that has had one and lost the last knows since when.
     void HostConnected();
@@ -106,6 +109,9 @@ class Controller
     [[nodiscard]] Word ReadRegister(Word address) const;
     [[nodiscard]] std::int32_t ReadLong(Word address) const; // low word first
 
+    // A family of somebody else's, which comes behind all others and stays.
+    void AddFamily(std::unique_ptr<Family> family);
+
     // The family of this type, for what a family offers beyond commands and registers.
     template <typename FamilyType>
     [[nodiscard]] FamilyType& Get()
@@ -117,9 +123,8 @@ class Controller
     }
 
   private:
-    [[nodiscard]] Nanoseconds NextEvent() const;
     [[nodiscard]] Slave& Station(int position);
-    void Log(std::span<const Word> block, Result result) const;
+    void Tell(std::span<const Word> block, Result result) const;
     void Install(const SlaveConfig& slave);
     void CountConfiguration();
 
@@ -127,9 +132,9 @@ class Controller
     Nanoseconds now_{0};
     std::array<Slave, kMaxAxes> slaves_;
     std::vector<std::unique_ptr<Family>> families_;
-    CommandTable commands_;
+    CommandTable commands_{*this};
     RegisterMap registers_;
-    std::function<void(const CommandRecord&)> log_;
+    std::vector<Observer*> observers_;
 
     int hosts_ = 0;
     std::optional<Nanoseconds> hostLostAt_;

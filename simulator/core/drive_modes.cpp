@@ -1,9 +1,9 @@
 // Torque mode, velocity mode and profile position.
 
-#include "axis_list.h"
 #include "controller.h"
 #include "families.h"
 #include "motor.h"
+#include "values.h"
 
 #include <cstdlib>
 
@@ -17,29 +17,18 @@ constexpr Word kProfilePosition = 0x2000;
 
 constexpr std::int32_t kHighestTorque = 5000; // 0.1 % of the rated torque
 
-int SignOf(std::int64_t value)
-{
-    return value > 0 ? 1 : (value < 0 ? -1 : 0);
-}
-
 // 0.1 % of the rated torque, and a speed limit in turns per minute, 0 for the motor's own.
 struct TorqueCommand
 {
     std::int16_t torque;
     std::int16_t limit;
 
-    static TorqueCommand Read(CommandReader& reader)
-    {
-        const auto torque = static_cast<std::int16_t>(reader.NextWord());
-        return {torque, static_cast<std::int16_t>(reader.NextWord())};
-    }
-    [[nodiscard]] bool Valid() const { return std::abs(torque) <= kHighestTorque && limit >= 0; }
     [[nodiscard]] int Direction(const Axis& /*axis*/) const { return SignOf(torque); }
 
     void Start(Axis& axis) const
     {
         const double turns = limit == 0 ? kHighestTurnsPerMinute : limit;
-        axis.PushWith(torque, turns / 60 * axis.Mechanics().pulsesPerTurn);
+        axis.PushWith(torque, turns / 60 * axis.PulsesPerTurn());
     }
 };
 
@@ -47,32 +36,32 @@ struct TorqueCommand
 struct VelocityCommand
 {
     std::int32_t velocity;
-    SpeedProfile profile;
+    std::int32_t acc;
+    std::int32_t dec;
+    std::int32_t shape;
 
-    static VelocityCommand Read(CommandReader& reader)
+    [[nodiscard]] SpeedProfile Profile() const
     {
-        VelocityCommand command{};
-        command.velocity = reader.NextLong();
-        command.profile.acc = reader.NextLong();
-        command.profile.dec = reader.NextLong();
-        const std::int32_t shape = reader.NextLong();
-        command.profile.shape = static_cast<Word>(shape >= 0 && shape <= 1 ? shape : 0xFFFF);
-        command.profile.start = 0;
-        command.profile.stop = 0;
+        SpeedProfile profile;
+        profile.acc = acc;
+        profile.dec = dec;
+        profile.shape = static_cast<Word>(shape >= 0 && shape <= 1 ? shape : 0xFFFF);
+        profile.start = 0;
+        profile.stop = 0;
         // Of the most negative one there is no positive counterpart: it leaves the profile invalid.
-        command.profile.drive = command.velocity == INT32_MIN ? 0 : std::abs(command.velocity);
-        if (command.velocity == 0) command.profile.drive = 1;
-        return command;
+        profile.drive = velocity == INT32_MIN ? 0 : std::abs(velocity);
+        if (velocity == 0) profile.drive = 1;
+        return profile;
     }
-    [[nodiscard]] bool Valid() const { return profile.Valid(); }
+    [[nodiscard]] bool Valid() const { return Profile().Valid(); }
     [[nodiscard]] int Direction(const Axis& /*axis*/) const { return SignOf(velocity); }
 
     void Start(Axis& axis) const
     {
         if (velocity == 0) {
-            axis.SlowDown(profile);
+            axis.SlowDown(Profile());
         } else {
-            axis.Run(profile, SignOf(velocity), MotionKind::kVelocity);
+            axis.Run(Profile(), SignOf(velocity), MotionKind::kVelocity);
         }
     }
 };
@@ -83,12 +72,6 @@ struct PositionCommand
     std::int32_t target;
     std::int32_t speed;
 
-    static PositionCommand Read(CommandReader& reader)
-    {
-        const std::int32_t target = reader.NextLong();
-        return {target, reader.NextLong()};
-    }
-    [[nodiscard]] bool Valid() const { return speed > 0; }
     [[nodiscard]] int Direction(const Axis& axis) const
     {
         return SignOf(std::int64_t{target} - axis.CommandPosition());
@@ -104,48 +87,40 @@ struct PositionCommand
 
 class DriveModes : public Family
 {
-  public:
-    explicit DriveModes(Controller& controller) : controller_(controller) {}
-
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kTorque, "torque",
-                  [this](auto& in, auto&) { return Set<TorqueCommand>(in, MotionKind::kTorque); });
-        table.Add(kVelocity, "velocity", [this](auto& in, auto&) {
-            return Set<VelocityCommand>(in, MotionKind::kVelocity);
-        });
-        table.Add(kProfilePosition, "profile position", [this](auto& in, auto&) {
-            return Set<PositionCommand>(in, MotionKind::kProfilePosition);
-        });
+        AddMode<TorqueCommand>(table, kTorque, "torque", MotionKind::kTorque,
+                               {kCount, kAxis, "torque", &TorqueCommand::torque,
+                                Bounds{-kHighestTorque, kHighestTorque}, "speed limit",
+                                &TorqueCommand::limit, UpTo(INT16_MAX)});
+        AddMode<VelocityCommand>(table, kVelocity, "velocity", MotionKind::kVelocity,
+                                 {kCount, kAxis, "velocity", &VelocityCommand::velocity,
+                                  "acceleration", &VelocityCommand::acc, "deceleration",
+                                  &VelocityCommand::dec, "profile", &VelocityCommand::shape});
+        AddMode<PositionCommand>(table, kProfilePosition, "profile position",
+                                 MotionKind::kProfilePosition,
+                                 {kCount, kAxis, "target", &PositionCommand::target, "speed",
+                                  &PositionCommand::speed, Bounds{1, INT32_MAX}});
     }
 
-  private:
     template <typename ModeCommand>
-    Result Set(CommandReader& in, MotionKind kind)
+    static void AddMode(CommandTable& table, Word code, const char* name, MotionKind kind,
+                        const Layout<ModeCommand>& layout)
     {
-        std::vector<AxisEntry<ModeCommand>> entries;
-        const Result result =
-            ReadAxisEntries(controller_, in, in.NextWord(), ModeCommand::Read, entries);
-        if (result != Result::kDone) return result;
-        for (const auto& [axis, command] : entries) {
-            if (!command.Valid()) return Result::kOutOfRange;
-            const Result check = axis->CheckMode(kind, command.Direction(*axis));
-            if (check != Result::kDone) return check;
-        }
-        for (const auto& [axis, command] : entries) {
-            command.Start(*axis);
-        }
-        return Result::kDone;
+        table.ForAxes<ModeCommand>(
+            code, name, layout,
+            [kind](const Axis& axis, const ModeCommand& command) {
+                return axis.CheckMode(kind, command.Direction(axis));
+            },
+            [](Axis& axis, const ModeCommand& command) { command.Start(axis); });
     }
-
-    Controller& controller_;
 };
 
 } // namespace
 
-std::unique_ptr<Family> MakeDriveModes(Controller& controller)
+std::unique_ptr<Family> MakeDriveModes(Controller& /*controller*/)
 {
-    return std::make_unique<DriveModes>(controller);
+    return std::make_unique<DriveModes>();
 }
 
 } // namespace lumosim

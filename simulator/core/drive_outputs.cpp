@@ -50,40 +50,35 @@ class DriveOutputs : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kSetOutputs, "drive outputs",
-                  [this](auto& in, auto&) { return Change(in, BothOutputs); });
-        table.Add(kSetOutputPin, "drive output pin",
-                  [this](auto& in, auto&) { return Change(in, OnePin); });
-        table.Add(kToggleOutputs, "toggle drive outputs",
-                  [this](auto& in, auto&) { return Change(in, ToggleFlags); });
+        Add(table, kSetOutputs, "drive outputs", "output 1 + 256 * output 2", BothOutputs);
+        Add(table, kSetOutputPin, "drive output pin", "pin + 256 * state", OnePin);
+        Add(table, kToggleOutputs, "toggle drive outputs", "flag 1 + 256 * flag 2", ToggleFlags);
     }
 
   private:
-    Result Change(CommandReader& in, ChangeOf changeOf)
+    void Add(CommandTable& table, Word code, const char* name, const char* pair, ChangeOf changeOf)
     {
-        struct Entry
-        {
-            Word station;
-            OutputChange change;
-        };
-        const Word count = in.NextWord();
-        if (count < 1 || count > kMaxAxes) return Result::kMalformed;
-        std::vector<Entry> entries;
-        bool known = true;
+        table.AddList<OneWord>(code, name, {kCount, kStation, pair, &OneWord::value},
+                               [this, changeOf](const OneWord&, const auto& entries) {
+                                   return Change(entries, changeOf);
+                               });
+    }
+
+    // A drive may be named again: its outputs change one after the other.
+    Result Change(const std::vector<Entry<OneWord>>& entries, ChangeOf changeOf)
+    {
+        std::vector<OutputChange> changes;
         bool valid = true;
-        for (Word i = 0; i < count; ++i) {
-            Entry entry{in.NextWord(), {}};
-            const Word packed = in.NextWord();
-            known = known && controller_.FindAxis(entry.station) != nullptr;
-            valid = changeOf({packed & 0xFFU, unsigned{packed} >> 8U}, entry.change) && valid;
-            entries.push_back(entry);
+        for (const Entry<OneWord>& entry : entries) {
+            if (controller_.FindAxis(entry.number) == nullptr) return Result::kNoServo;
+            const unsigned pair = entry.fields.value;
+            valid = changeOf({pair & 0xFFU, pair >> 8U}, changes.emplace_back()) && valid;
         }
-        if (!in.Finished()) return Result::kMalformed;
-        if (!known) return Result::kNoServo;
         if (!valid) return Result::kOutOfRange;
-        for (const Entry& entry : entries) {
-            const std::uint32_t outputs = controller_.SlaveAt(entry.station).outputs;
-            controller_.SetSlaveOutputs(entry.station, entry.change.AppliedTo(outputs));
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            const Word station = entries[i].number;
+            const std::uint32_t outputs = controller_.SlaveAt(station).outputs;
+            controller_.SetSlaveOutputs(station, changes[i].AppliedTo(outputs));
         }
         return Result::kDone;
     }

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstddef>
-#include <utility>
 
 namespace lumosim {
 
@@ -51,7 +50,7 @@ constexpr std::array<Parameter, 25> kTable = {{
     {5, 2, 3'000, 3'000, 3'000, Effect::kReadOnly},
 }};
 
-std::optional<std::size_t> Find(Word group, Word number)
+constexpr std::optional<std::size_t> Find(Word group, Word number)
 {
     for (std::size_t i = 0; i < kTable.size(); ++i) {
         if (kTable[i].group == group && kTable[i].number == number) return i;
@@ -59,21 +58,25 @@ std::optional<std::size_t> Find(Word group, Word number)
     return std::nullopt;
 }
 
-std::size_t IndexOf(DriveSetting setting)
+// In the order of the settings.
+constexpr std::array<std::size_t, 6> kSettings = {
+    Find(0, 2).value(), Find(3, 0).value(), Find(3, 1).value(),
+    Find(3, 2).value(), Find(4, 0).value(), Find(4, 1).value(),
+};
+
+constexpr std::size_t IndexOf(DriveSetting setting)
 {
-    static constexpr std::array<std::pair<Word, Word>, 5> kAddresses = {
-        {{0, 2}, {3, 0}, {3, 1}, {3, 2}, {4, 0}}};
-    const auto [group, number] = kAddresses[static_cast<std::size_t>(setting)];
-    return Find(group, number).value();
+    return kSettings[static_cast<std::size_t>(setting)];
 }
 
 } // namespace
 
-DriveParameters::DriveParameters()
+DriveParameters::DriveParameters(std::int32_t pulsesPerTurn)
 {
     for (const Parameter& parameter : kTable) {
         values_.push_back({parameter.initial, parameter.initial, parameter.initial});
     }
+    values_[IndexOf(DriveSetting::kPulsesPerTurn)] = {pulsesPerTurn, pulsesPerTurn, pulsesPerTurn};
 }
 
 Result DriveParameters::CheckWrite(Word group, Word number, std::int32_t value)

@@ -16,12 +16,13 @@ enum class DriveSetting {
     kOverCurrentLevel,
     kOverTravelLimit,
     kInPositionWindow,
+    kInPositionDelay,
 };
 
 class DriveParameters
 {
   public:
-    DriveParameters();
+    explicit DriveParameters(std::int32_t pulsesPerTurn); // as the motor was delivered
 
     // What a write would result in. Writing is for values that have been found good.
     [[nodiscard]] static Result CheckWrite(Word group, Word number, std::int32_t value);

@@ -1,6 +1,5 @@
 // What the drives tell of themselves: parameters, identification, monitors.
 
-#include "axis_list.h"
 #include "controller.h"
 #include "families.h"
 
@@ -65,6 +64,13 @@ std::optional<std::int32_t> MonitorValue(const Axis& axis, Word monitor)
     }
 }
 
+struct ParameterFields
+{
+    Word group = 0;
+    Word number = 0;
+    std::int32_t value = 0;
+};
+
 class Drives : public Family
 {
   public:
@@ -72,85 +78,50 @@ class Drives : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kWriteParameter, "write parameter",
-                  [this](auto& in, auto&) { return Write(in); });
-        table.Add(kReadParameter, "read parameter",
-                  [this](auto& in, auto& out) { return Read(in, out); });
-        table.Add(kValidateParameters, "validate params",
-                  [this](auto& in, auto&) { return Validate(in); });
-        table.Add(kSaveParameters, "save parameters", [this](auto& in, auto&) { return Save(in); });
-        table.Add(kReadIdentification, "identification",
-                  [this](auto& in, auto& out) { return Identify(in, out); });
-        table.Add(kReadMonitor, "monitor",
-                  [this](auto& in, auto& out) { return Monitor(in, out); });
+        table.ForAxes<ParameterFields>(
+            kWriteParameter, "write parameter",
+            {"class", &ParameterFields::group, "number", &ParameterFields::number, kCount, kAxis,
+             "value", &ParameterFields::value},
+            [](const Axis&, const ParameterFields& parameter) {
+                return DriveParameters::CheckWrite(parameter.group, parameter.number,
+                                                   parameter.value);
+            },
+            [](Axis& axis, const ParameterFields& parameter) {
+                axis.Parameters().Write(parameter.group, parameter.number, parameter.value);
+            });
+        table.ForAxes<ParameterFields>(
+            kReadParameter, "read parameter",
+            {"class", &ParameterFields::group, "number", &ParameterFields::number, kCount, kAxis},
+            ReadParameter);
+        table.ForAxes(
+            kValidateParameters, "validate params", {kCount, kAxis},
+            [](const Axis& axis) { return axis.ServoOn() ? Result::kServoIsOn : Result::kDone; },
+            [](Axis& axis) { axis.Parameters().Validate(); });
+        table.ForAxes(kSaveParameters, "save parameters", {kCount, kAxis}, [](Axis& axis) {
+            if (!axis.Trouble().eepromWorn) axis.Parameters().Save();
+        });
+        table.ForAxes<OneWord>(
+            kReadIdentification, "identification", {"axis", &OneWord::value, kEach},
+            [this](Axis&, const OneWord& axis, Reply& reply) { Identify(axis.value, reply); });
+        table.AddList<OneWord>(kReadMonitor, "monitor", {kCount, kAxis, "monitor", &OneWord::value},
+                               [this](const OneWord&, const auto& entries, Reply& reply) {
+                                   return Monitor(entries, reply);
+                               });
     }
 
   private:
-    Result Write(CommandReader& in)
+    static Result ReadParameter(Axis& axis, const ParameterFields& parameter, Reply& reply)
     {
-        const Word group = in.NextWord();
-        const Word number = in.NextWord();
-        std::vector<AxisEntry<std::int32_t>> entries;
-        const Result result = ReadAxisEntries(
-            controller_, in, in.NextWord(), [](CommandReader& r) { return r.NextLong(); }, entries);
-        if (result != Result::kDone) return result;
-        for (const auto& entry : entries) {
-            const Result check = DriveParameters::CheckWrite(group, number, entry.fields);
-            if (check != Result::kDone) return check;
-        }
-        for (const auto& [axis, value] : entries) {
-            axis->Parameters().Write(group, number, value);
-        }
-        return Result::kDone;
-    }
-
-    Result Read(CommandReader& in, Reply& out)
-    {
-        const Word group = in.NextWord();
-        const Word number = in.NextWord();
-        std::vector<Axis*> axes;
-        const Result result = ReadAxes(controller_, in, in.NextWord(), axes);
-        if (result != Result::kDone) return result;
-        for (const Axis* axis : axes) {
-            const auto value = axis->Parameters().Written(group, number);
-            if (!value) return Result::kNoParameter;
-            out.AddLong(*value);
-        }
-        return Result::kDone;
-    }
-
-    Result Validate(CommandReader& in)
-    {
-        std::vector<Axis*> axes;
-        const Result result = ReadAxes(controller_, in, in.NextWord(), axes);
-        if (result != Result::kDone) return result;
-        for (const Axis* axis : axes) {
-            if (axis->ServoOn()) return Result::kServoIsOn;
-        }
-        for (Axis* axis : axes) {
-            axis->Parameters().Validate();
-        }
-        return Result::kDone;
-    }
-
-    Result Save(CommandReader& in)
-    {
-        std::vector<Axis*> axes;
-        const Result result = ReadAxes(controller_, in, in.NextWord(), axes);
-        if (result != Result::kDone) return result;
-        for (Axis* axis : axes) {
-            axis->Parameters().Save();
-        }
+        const auto value = axis.Parameters().Written(parameter.group, parameter.number);
+        if (!value) return Result::kNoParameter;
+        reply.AddLong(*value);
         return Result::kDone;
     }
 
     // Five texts of 16 bytes, low byte first: maker, drive, its serial number, motor, its serial
     // number.
-    Result Identify(CommandReader& in, Reply& out)
+    void Identify(Word number, Reply& out) const
     {
-        const Word number = in.NextWord();
-        if (!in.Finished()) return Result::kMalformed;
-        if (controller_.FindAxis(number) == nullptr) return Result::kNoServo;
         std::array<char, 16> serial{};
         std::snprintf(serial.data(), serial.size(), "%03d%02u", controller_.Config().number,
                       static_cast<unsigned>(number));
@@ -160,7 +131,6 @@ class Drives : public Family
         AddText(out, "D" + digits);
         AddText(out, "Lumo Motor 400");
         AddText(out, "M" + digits);
-        return Result::kDone;
     }
 
     static void AddText(Reply& out, std::string_view text)
@@ -175,20 +145,18 @@ class Drives : public Family
     }
 
     // An axis may be named several times here, with one monitor each.
-    Result Monitor(CommandReader& in, Reply& out)
+    Result Monitor(const std::vector<Entry<OneWord>>& entries, Reply& reply) const
     {
-        const Word count = in.NextWord();
-        if (count < 1 || count > kMaxAxes) return Result::kMalformed;
         Result result = Result::kDone;
-        for (Word i = 0; i < count; ++i) {
-            const Axis* axis = controller_.FindAxis(in.NextWord());
-            const Word monitor = in.NextWord();
-            const auto value = axis != nullptr ? MonitorValue(*axis, monitor) : std::nullopt;
-            if (value) out.AddLong(*value);
+        for (const Entry<OneWord>& entry : entries) {
+            const Axis* axis = controller_.FindAxis(entry.number);
+            const auto value =
+                axis != nullptr ? MonitorValue(*axis, entry.fields.value) : std::nullopt;
+            if (value) reply.AddLong(*value);
             if (result != Result::kDone || value) continue;
             result = axis == nullptr ? Result::kNoServo : Result::kNoMonitor;
         }
-        return in.Finished() ? result : Result::kMalformed;
+        return result;
     }
 
     Controller& controller_;

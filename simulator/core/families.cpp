@@ -2,36 +2,22 @@
 
 namespace lumosim {
 
-std::vector<std::unique_ptr<Family>> MakeFamilies(Controller& controller)
-{
-    std::vector<std::unique_ptr<Family>> families;
-    families.push_back(MakeSystemStatus(controller));
-    families.push_back(MakeAxisStatus(controller));
-    families.push_back(MakeAxisSetup(controller));
-    families.push_back(MakeMoves(controller));
-    families.push_back(MakeSearch(controller));
-    families.push_back(MakeOverrides(controller));
-    families.push_back(MakeStops(controller));
-    families.push_back(MakeDriveModes(controller));
-    families.push_back(MakePositionSet(controller));
-    families.push_back(MakeHoming(controller));
-    families.push_back(MakePaths(controller));
-    families.push_back(MakeListMotion(controller));
-    families.push_back(MakeDriveOutputs(controller));
-    families.push_back(MakeRemoteOutputs(controller));
-    families.push_back(MakeMainOutputs(controller));
-    families.push_back(MakeSerialPort(controller));
-    families.push_back(MakeMaintenance(controller));
-    families.push_back(MakeMemory(controller));
-    families.push_back(MakeTorqueLimits(controller));
-    families.push_back(MakeStopModes(controller));
-    families.push_back(MakeHandWheel(controller));
-    families.push_back(MakeAlarms(controller));
-    families.push_back(MakeSlaveProperties(controller));
-    families.push_back(MakeDrives(controller));
+namespace {
+
+constexpr FamilyMaker* kMakers[] = {
+    MakeSystemStatus, MakeAxisStatus, MakeAxisSetup, MakeMoves, MakeSearch, MakeOverrides,
+    MakeStops, MakeDriveModes, MakePositionSet, MakeHoming, MakePaths, MakeListMotion,
+    MakeDriveOutputs, MakeRemoteOutputs, MakeMainOutputs, MakeSerialPort, MakeMaintenance,
+    MakeMemory, MakeTorqueLimits, MakeStopModes, MakeHandWheel, MakeAlarms, MakeSlaveProperties,
+    MakeDrives,
     // Programs wait for what all others do, so they come behind them.
-    families.push_back(MakeSequences(controller));
-    return families;
+    MakeSequences};
+
+} // namespace
+
+std::span<FamilyMaker* const> FamilyMakers()
+{
+    return kMakers;
 }
 
 } // namespace lumosim

@@ -1,11 +1,12 @@
 // A family of commands with the registers and the state that belong to them.
 #pragma once
 
-#include "command.h"
+#include "command_table.h"
 #include "register_map.h"
 #include "types.h"
 
 #include <cstddef>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <span>
 
@@ -38,6 +39,9 @@ class Family
     // Called after all axes have reached `now`, at the latest at every event of an axis (end of a
     // motion, a limit) and at the family's own.
     virtual void AdvanceTo(Nanoseconds /*now*/) {}
+
+    // Adds what the family knows to a snapshot of the controller.
+    virtual void Describe(nlohmann::json& /*snapshot*/) const {}
 
     // The power came back: what is not stored is at its default again.
     virtual void PowerUp() {}

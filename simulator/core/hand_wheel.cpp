@@ -1,6 +1,8 @@
 #include "hand_wheel.h"
 
 #include "families.h"
+#include "snapshot.h"
+#include "values.h"
 
 namespace lumosim {
 
@@ -12,26 +14,24 @@ constexpr Word kConfigureHandWheel = 0x0130;
 
 void HandWheel::AddCommands(CommandTable& table)
 {
-    table.Add(kConfigureHandWheel, "hand wheel", [this](auto& in, auto&) { return Configure(in); });
+    table.ForAxes<Wheel>(kConfigureHandWheel, "hand wheel",
+                         {"axis", &Wheel::axis, kEach, "counts", &Wheel::edges, UpTo(2),
+                          "directions", &Wheel::directions, UpTo(3), "reversed", &Wheel::reversed,
+                          UpTo(1), "factor", &Wheel::factor, Bounds{1, 32}, "divisor",
+                          &Wheel::divisor, Bounds{1, 2048}},
+                         [this](Axis&, const Wheel& wheel) { wheel_ = wheel; });
 }
 
-Result HandWheel::Configure(CommandReader& in)
+void HandWheel::Describe(Json& snapshot) const
 {
-    Wheel wheel;
-    wheel.axis = in.NextWord();
-    wheel.edges = in.NextWord();
-    wheel.directions = in.NextWord();
-    wheel.reversed = in.NextWord();
-    wheel.factor = in.NextWord();
-    wheel.divisor = in.NextWord();
-    if (!in.Finished()) return Result::kMalformed;
-    if (controller_.FindAxis(wheel.axis) == nullptr) return Result::kNoServo;
-    const bool good = wheel.edges <= 2 && wheel.directions <= 3 && wheel.reversed <= 1 &&
-                      wheel.factor >= 1 && wheel.factor <= 32 && wheel.divisor >= 1 &&
-                      wheel.divisor <= 2048;
-    if (!good) return Result::kOutOfRange;
-    wheel_ = wheel;
-    return Result::kDone;
+    snapshot["handWheel"] = {{"axis", wheel_.axis},
+                             {"on", wheel_.directions != 0},
+                             {"counts", 1 << wheel_.edges},
+                             {"positive", (wheel_.directions & 1U) != 0},
+                             {"negative", (wheel_.directions & 2U) != 0},
+                             {"reversed", wheel_.reversed == 1},
+                             {"factor", wheel_.factor},
+                             {"divisor", wheel_.divisor}};
 }
 
 std::int32_t HandWheel::TakePulses(std::int32_t notches)
@@ -52,7 +52,7 @@ Result HandWheel::Turn(std::int32_t notches)
     const std::int32_t pulses = TakePulses(notches);
     if (pulses == 0) return Result::kDone;
 
-    const Result check = axis->CheckMode(MotionKind::kHandWheel, pulses > 0 ? 1 : -1);
+    const Result check = axis->CheckMode(MotionKind::kHandWheel, SignOf(pulses));
     if (check != Result::kDone) return check;
     const bool turning = axis->Kind() == MotionKind::kHandWheel;
     const std::int32_t from = turning ? axis->TargetPosition() : axis->CommandPosition();

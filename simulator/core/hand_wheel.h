@@ -17,6 +17,7 @@ class HandWheel : public Family
     explicit HandWheel(Controller& controller) : controller_(controller) {}
 
     void AddCommands(CommandTable& table) override;
+    void Describe(nlohmann::json& snapshot) const override;
     void PowerUp() override { wheel_ = Wheel(); }
 
     // Turns it by whole notches, clockwise ones positive; what the axis did about it.
@@ -34,7 +35,6 @@ class HandWheel : public Family
         std::int64_t remainder = 0; // counts that have not made a pulse yet
     };
 
-    Result Configure(CommandReader& in);
     std::int32_t TakePulses(std::int32_t notches);
 
     Controller& controller_;

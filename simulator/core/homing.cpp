@@ -1,10 +1,11 @@
 // Homing runs, their speeds, and the homing-done state.
 
-#include "axis_list.h"
 #include "controller.h"
 #include "families.h"
 #include "homing_run.h"
 #include "motor.h"
+#include "snapshot.h"
+#include "values.h"
 
 #include <algorithm>
 #include <array>
@@ -22,11 +23,6 @@ constexpr Word kNoZSearch = 2;
 constexpr Word kExtraRegister = 2; // the constant in the blocks of limit and stopper
 constexpr std::int16_t kUsualStopperTorque = 500;
 
-int SignOf(Word direction)
-{
-    return direction == 0 ? 1 : -1;
-}
-
 // A homing move as it travels.
 struct HomingFields
 {
@@ -40,40 +36,18 @@ struct HomingFields
     std::int16_t word = 0;
     std::int32_t position = 0;
 
-    static HomingFields Read(CommandReader& in)
-    {
-        HomingFields fields;
-        for (Word HomingFields::*field :
-             {&HomingFields::axis, &HomingFields::direction, &HomingFields::kind,
-              &HomingFields::option, &HomingFields::zSearch}) {
-            fields.*field = in.NextWord();
-        }
-        // The kind tells the two layouts apart.
-        const auto kind = static_cast<HomeKind>(fields.kind);
-        if (kind == HomeKind::kLimitSwitch || kind == HomeKind::kStopper) {
-            fields.extra = in.NextWord();
-        }
-        fields.select = in.NextWord();
-        fields.word = static_cast<std::int16_t>(in.NextWord());
-        fields.position = in.NextLong();
-        return fields;
-    }
-
     [[nodiscard]] bool Valid() const
     {
-        const bool stopper = static_cast<HomeKind>(kind) == HomeKind::kStopper;
-        return direction <= 1 && kind <= 3 && option <= 1 && zSearch <= kNoZSearch &&
-               extra == kExtraRegister && select <= 1 && word >= 0 &&
-               (!stopper || word <= kPeakTorque);
+        return static_cast<HomeKind>(kind) != HomeKind::kStopper || word <= kPeakTorque;
     }
 
     [[nodiscard]] HomingOrder Order() const
     {
         HomingOrder order;
         order.kind = static_cast<HomeKind>(kind);
-        order.direction = SignOf(direction);
+        order.direction = DirectionOf(direction);
         order.suddenSearchEnd = option == 1;
-        if (zSearch != kNoZSearch) order.zDirection = SignOf(zSearch);
+        if (zSearch != kNoZSearch) order.zDirection = DirectionOf(zSearch);
         order.moveOn = select == 1;
         order.position = position;
         if (order.kind == HomeKind::kStopper) {
@@ -95,10 +69,25 @@ class Homing : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kHomingMove, "homing", [this](auto& in, auto&) { return Move(in); });
-        table.Add(kHomingSpeed, "homing speed", [this](auto& in, auto&) { return Speed(in); });
-        table.Add(kHomingDoneCancel, "homing cancel",
-                  [this](auto& in, auto&) { return Cancel(in); });
+        table.ForAxes<HomingFields>(
+            kHomingMove, "homing", MoveLayout(), CheckMove,
+            [this](Axis& axis, const HomingFields& fields) {
+                runs_.at(fields.axis).emplace(fields.Order(), speeds_.at(fields.axis)).Start(axis);
+            });
+        table.AddList<HomingPhase>(kHomingSpeed, "homing speed", PhaseLayout(),
+                                   [this](const HomingPhase& head, const auto& phases) {
+                                       return SetSpeeds(head.axis, phases);
+                                   });
+        table.ForAxes(kHomingDoneCancel, "homing cancel", {kCount, kAxis},
+                      [](Axis& axis) { axis.SetHomeDone(false); });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        DescribeAxes(controller_, snapshot, [this](Json& part, const Axis&, int number) {
+            const auto& run = runs_.at(static_cast<std::size_t>(number));
+            part["homing"] = run ? run->StepName() : "none";
+        });
     }
 
     // The steps of a run end at events of its axis, so nothing but these is to be waited for.
@@ -118,48 +107,74 @@ class Homing : public Family
     }
 
   private:
-    Result Move(CommandReader& in)
+    struct HomingPhase : SpeedProfile
     {
-        const HomingFields fields = HomingFields::Read(in);
-        if (!in.Finished()) return Result::kMalformed;
-        Axis* axis = controller_.FindAxis(fields.axis);
-        if (axis == nullptr) return Result::kNoServo;
-        if (!fields.Valid()) return Result::kOutOfRange;
-        // A limit switch that is on does not block the way here: the run knows how to leave it.
-        const Result check = axis->CheckMode(MotionKind::kIdle, 0);
-        if (check != Result::kDone) return check;
+        Word axis = 0;
+    };
 
-        runs_.at(fields.axis).emplace(fields.Order(), speeds_.at(fields.axis)).Start(*axis);
-        return Result::kDone;
+    // The kind tells the two layouts apart.
+    static Layout<HomingFields> MoveLayout()
+    {
+        return {"axis",
+                &HomingFields::axis,
+                kEach,
+                "direction",
+                &HomingFields::direction,
+                UpTo(1),
+                "kind",
+                &HomingFields::kind,
+                UpTo(3),
+                "option",
+                &HomingFields::option,
+                UpTo(1),
+                "Z search",
+                &HomingFields::zSearch,
+                UpTo(kNoZSearch),
+                "extra",
+                &HomingFields::extra,
+                When("kind", {0, 3}),
+                Bounds{kExtraRegister, kExtraRegister},
+                "select",
+                &HomingFields::select,
+                UpTo(1),
+                "word",
+                &HomingFields::word,
+                UpTo(INT16_MAX),
+                "position",
+                &HomingFields::position};
     }
 
-    Result Speed(CommandReader& in)
+    static Layout<HomingPhase> PhaseLayout()
     {
-        const Word number = in.NextWord();
+        return {"axis",
+                &HomingPhase::axis,
+                Times(4),
+                "profile",
+                &HomingPhase::shape,
+                kEach,
+                "start",
+                &HomingPhase::start,
+                "acceleration",
+                &HomingPhase::acc,
+                "drive",
+                &HomingPhase::drive,
+                "deceleration",
+                &HomingPhase::dec};
+    }
+
+    // A limit switch that is on does not block the way here: the run knows how to leave it.
+    static Result CheckMove(const Axis& axis) { return axis.CheckMode(MotionKind::kIdle, 0); }
+
+    Result SetSpeeds(Word number, const std::vector<Entry<HomingPhase>>& phases)
+    {
         HomingSpeeds speeds;
-        for (SpeedProfile& phase : speeds) {
-            phase.shape = in.NextWord();
-            phase.start = in.NextLong();
-            phase.acc = in.NextLong();
-            phase.drive = in.NextLong();
-            phase.dec = in.NextLong();
-            phase.stop = phase.start;
+        for (std::size_t i = 0; i < speeds.size(); ++i) {
+            speeds[i] = phases[i].fields;
+            speeds[i].stop = speeds[i].start;
         }
-        if (!in.Finished()) return Result::kMalformed;
         if (controller_.FindAxis(number) == nullptr) return Result::kNoServo;
         if (!std::ranges::all_of(speeds, &SpeedProfile::Valid)) return Result::kOutOfRange;
         speeds_.at(number) = speeds;
-        return Result::kDone;
-    }
-
-    Result Cancel(CommandReader& in)
-    {
-        std::vector<Axis*> axes;
-        const Result result = ReadAxes(controller_, in, in.NextWord(), axes);
-        if (result != Result::kDone) return result;
-        for (Axis* axis : axes) {
-            axis->SetHomeDone(false);
-        }
         return Result::kDone;
     }
 

@@ -132,4 +132,11 @@ void HomingRun::RunUntil(Axis& axis, std::size_t phase, int direction, const Wat
     axis.Run(speeds_.at(phase), direction, MotionKind::kHoming, watch);
 }
 
+const char* HomingRun::StepName() const
+{
+    constexpr std::array kNames = {"search",   "return",  "back-off",
+                                   "approach", "z-phase", "move-on"};
+    return kNames.at(static_cast<std::size_t>(step_));
+}
+
 } // namespace lumosim

@@ -35,6 +35,8 @@ class HomingRun
 
     void Start(Axis& axis);
 
+    [[nodiscard]] const char* StepName() const;
+
     // Goes on as far as the axis has come; false when the run is over.
     [[nodiscard]] bool Continue(Axis& axis);
 

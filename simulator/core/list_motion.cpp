@@ -2,6 +2,8 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
+#include "values.h"
 
 #include <algorithm>
 #include <array>
@@ -12,13 +14,13 @@ namespace lumosim {
 
 namespace {
 
-constexpr Word kConfigure = 0x0100;
+constexpr Word kSetUpList = 0x0100;
 constexpr Word kAddNodes = 0x0101;
 constexpr Word kEnd = 0x0102;
 constexpr Word kRunStop = 0x0103;
 
-constexpr Word kStatusRegisters = 0x12;
-constexpr Word kStatusRegisterCount = 7;
+constexpr Word kListRegisters = 0x12;
+constexpr Word kListRegisterCount = 7;
 
 constexpr std::size_t kCapacity = 256; // nodes of one axis
 constexpr Word kMaxNodesAtOnce = 50;
@@ -52,20 +54,19 @@ void Hold(Axis& axis, double seconds)
                 axis.CommandPosition());
 }
 
-struct Node
+struct Node : SpeedProfile // the stop speed is what the next node begins with
 {
     static constexpr Word kAbsolute = 0;
     static constexpr Word kRelative = 1;
 
     std::int32_t position = 0;
-    SpeedProfile speeds; // the stop speed is what the next node begins with
     Word mode = kAbsolute;
     Word dwell = 0; // ms at rest behind the node
 
     [[nodiscard]] bool Valid() const
     {
         constexpr Word kLongestDwell = std::numeric_limits<std::int16_t>::max();
-        return speeds.Valid() && mode <= kRelative && dwell <= kLongestDwell;
+        return SpeedProfile::Valid() && mode <= kRelative && dwell <= kLongestDwell;
     }
 
     [[nodiscard]] std::int32_t TargetFrom(std::int32_t here) const
@@ -76,18 +77,30 @@ struct Node
     }
 };
 
-Node ReadNode(CommandReader& in)
+struct NodeFields : Node
 {
-    Node node;
-    node.position = in.NextLong();
-    node.speeds.start = in.NextLong();
-    node.speeds.acc = in.NextLong();
-    node.speeds.drive = in.NextLong();
-    node.speeds.dec = in.NextLong();
-    node.mode = in.NextWord();
-    node.dwell = in.NextWord();
-    return node;
-}
+    Word axis = 0;
+};
+
+struct SetUpFields
+{
+    Word axis = 0;
+    Word kind = 0;
+    Word repetitions = 0;
+    Word percent = 0;
+};
+
+struct EndFields
+{
+    Word axis = 0;
+    std::int32_t stopSpeed = 0;
+};
+
+struct RunFields
+{
+    Word axis = 0;
+    Word run = 0;
+};
 
 // The list of one axis.
 class List
@@ -108,6 +121,7 @@ class List
     [[nodiscard]] bool HasLeft(const Axis* axis) const; // the axis has left the list's motion
     void Advance(Axis* axis);
     void Show(std::span<Word> out) const;
+    [[nodiscard]] Json Describe(int axis) const;
 
   private:
     enum class Step { kMoving, kDwelling, kStarving };
@@ -176,7 +190,7 @@ Result List::Run(Axis& axis)
     if (!setting_.stream && !closed_) return Result::kListOpen;
     const std::int32_t here = axis.CommandPosition();
     const std::int64_t way = std::int64_t{nodes_[next_].TargetFrom(here)} - here;
-    const Result check = axis.CheckMove(way > 0 ? 1 : (way < 0 ? -1 : 0));
+    const Result check = axis.CheckMove(SignOf(way));
     if (check != Result::kDone) return check;
 
     running_ = true;
@@ -257,11 +271,11 @@ void List::BeginNode(Axis& axis)
     };
     const Node node = nodes_[next_];
     const Node* following = Following();
-    SpeedProfile speeds = node.speeds;
+    SpeedProfile speeds = static_cast<const SpeedProfile&>(node);
     speeds.shape = axis.Profile().shape;
     // Without a dwell the axis passes the node with the speed that the next one begins with.
-    speeds.stop = node.speeds.start;
-    if (node.dwell == 0 && following != nullptr) speeds.stop = following->speeds.start;
+    speeds.stop = node.start;
+    if (node.dwell == 0 && following != nullptr) speeds.stop = following->start;
     if (node.dwell == 0 && following == nullptr && closed_) speeds.stop = stopSpeed_;
     speeds.start = scaled(speeds.start);
     speeds.drive = std::max(1, scaled(speeds.drive));
@@ -303,10 +317,26 @@ void List::Show(std::span<Word> out) const
                                (endedEarly_ ? 1U << 13U : 0U));
     out[1] = static_cast<Word>(Waiting());
     out[2] = static_cast<Word>(Free());
-    out[3] = LowWord(static_cast<std::int32_t>(completed_));
-    out[4] = HighWord(static_cast<std::int32_t>(completed_));
-    out[5] = LowWord(static_cast<std::int32_t>(rounds_));
-    out[6] = HighWord(static_cast<std::int32_t>(rounds_));
+    PutLong(out, 3, static_cast<std::int32_t>(completed_));
+    PutLong(out, 5, static_cast<std::int32_t>(rounds_));
+}
+
+Json List::Describe(int axis) const
+{
+    constexpr std::array kSteps = {"moving", "dwelling", "starving"};
+    return {{"axis", axis},
+            {"stream", setting_.stream},
+            {"repetitions", setting_.repetitions},
+            {"percent", setting_.percent},
+            {"running", running_},
+            {"step", running_ ? kSteps.at(static_cast<std::size_t>(step_)) : "resting"},
+            {"closed", closed_},
+            {"endedEarly", endedEarly_},
+            {"node", running_ ? begun_ : 0},
+            {"waiting", Waiting()},
+            {"free", Free()},
+            {"completed", completed_},
+            {"rounds", rounds_}};
 }
 
 class ListMotion : public Family
@@ -316,19 +346,49 @@ class ListMotion : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kConfigure, "list set-up", [this](auto& in, auto&) { return Configure(in); });
-        table.Add(kAddNodes, "list nodes",
-                  [this](auto& in, auto& reply) { return AddNodes(in, reply); });
-        table.Add(kEnd, "list end", [this](auto& in, auto&) { return Close(in); });
-        table.Add(kRunStop, "list run/stop", [this](auto& in, auto&) { return RunStop(in); });
+        table.ForAxes<SetUpFields>(
+            kSetUpList, "list set-up",
+            {"axis", &SetUpFields::axis, kEach, "kind", &SetUpFields::kind, UpTo(1), "repetitions",
+             &SetUpFields::repetitions, UpTo(kEndless), "percent", &SetUpFields::percent,
+             UpTo(255)},
+            [this](Axis&, const SetUpFields& fields) {
+                const Word percent = fields.percent == 0 ? Word{100} : fields.percent;
+                return UpToDate(fields.axis)
+                    .Configure({fields.kind == 1, fields.repetitions, percent});
+            });
+        table.AddList<NodeFields>(kAddNodes, "list nodes", NodeLayout(),
+                                  [this](const NodeFields& head, const auto& nodes, Reply& reply) {
+                                      return AddNodes(head.axis, nodes, reply);
+                                  });
+        table.ForAxes<EndFields>(
+            kEnd, "list end",
+            {"axis", &EndFields::axis, kEach, "stop speed", &EndFields::stopSpeed},
+            [this](Axis& axis, const EndFields& fields) {
+                return UpToDate(fields.axis).Close(fields.stopSpeed, axis);
+            });
+        table.ForAxes<RunFields>(kRunStop, "list run/stop",
+                                 {"axis", &RunFields::axis, kEach, "run", &RunFields::run, UpTo(1)},
+                                 [this](Axis& axis, const RunFields& fields) {
+                                     List& list = UpToDate(fields.axis);
+                                     if (fields.run == 1) return list.Run(axis);
+                                     list.Stop(axis);
+                                     return Result::kDone;
+                                 });
     }
 
     void AddRegisters(RegisterMap& map) override
     {
-        map.AddAxisBlock(kStatusRegisters, kStatusRegisterCount,
-                         [this](int axis, std::span<Word> out) {
-                             if (controller_.FindAxis(axis) != nullptr) ListOf(axis).Show(out);
-                         });
+        map.AddAxisBlock(kListRegisters, kListRegisterCount, [this](int axis, std::span<Word> out) {
+            if (controller_.FindAxis(axis) != nullptr) ListOf(axis).Show(out);
+        });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        Json& lists = snapshot["lists"] = Json::array();
+        DescribeAxes(controller_, snapshot, [&](const Json&, const Axis&, int number) {
+            lists.push_back(lists_.at(static_cast<std::size_t>(number)).Describe(number));
+        });
     }
 
     // What a command has done to an axis is looked at before anything else happens to it.
@@ -351,57 +411,38 @@ class ListMotion : public Family
     void PowerUp() override { lists_ = {}; }
 
   private:
-    Result Configure(CommandReader& in)
+    static Layout<NodeFields> NodeLayout()
     {
-        const Word axis = in.NextWord();
-        const Word stream = in.NextWord();
-        const Word repetitions = in.NextWord();
-        const Word percent = in.NextWord();
-        if (!in.Finished()) return Result::kMalformed;
-        if (controller_.FindAxis(axis) == nullptr) return Result::kNoServo;
-        if (stream > 1 || repetitions > kEndless || percent > 255) return Result::kOutOfRange;
-        return UpToDate(axis).Configure(
-            {stream == 1, repetitions, percent == 0 ? Word{100} : percent});
+        return {"axis",
+                &NodeFields::axis,
+                CountOf(1, kMaxNodesAtOnce),
+                "position",
+                &NodeFields::position,
+                kEach,
+                "start",
+                &NodeFields::start,
+                "acceleration",
+                &NodeFields::acc,
+                "drive",
+                &NodeFields::drive,
+                "deceleration",
+                &NodeFields::dec,
+                "mode",
+                &NodeFields::mode,
+                "dwell",
+                &NodeFields::dwell};
     }
 
-    Result AddNodes(CommandReader& in, Reply& reply)
+    Result AddNodes(Word number, const std::vector<Entry<NodeFields>>& entries, Reply& reply)
     {
-        const Word number = in.NextWord();
-        const Word count = in.NextWord();
-        if (count < 1 || count > kMaxNodesAtOnce) return Result::kMalformed;
-        std::vector<Node> nodes;
-        for (Word i = 0; i < count; ++i) {
-            nodes.push_back(ReadNode(in));
-        }
-        if (!in.Finished()) return Result::kMalformed;
         Axis* axis = controller_.FindAxis(number);
         if (axis == nullptr) return Result::kNoServo;
-        if (!std::all_of(nodes.begin(), nodes.end(), [](const Node& n) { return n.Valid(); })) {
-            return Result::kOutOfRange;
+        std::vector<Node> nodes;
+        for (const Entry<NodeFields>& entry : entries) {
+            nodes.push_back(static_cast<const Node&>(entry.fields));
+            if (!nodes.back().Valid()) return Result::kOutOfRange;
         }
         return UpToDate(number).Add(nodes, *axis, reply);
-    }
-
-    Result Close(CommandReader& in)
-    {
-        const Word number = in.NextWord();
-        const std::int32_t stopSpeed = in.NextLong();
-        if (!in.Finished()) return Result::kMalformed;
-        Axis* axis = controller_.FindAxis(number);
-        return axis == nullptr ? Result::kNoServo : UpToDate(number).Close(stopSpeed, *axis);
-    }
-
-    Result RunStop(CommandReader& in)
-    {
-        const Word number = in.NextWord();
-        const Word run = in.NextWord();
-        if (!in.Finished()) return Result::kMalformed;
-        Axis* axis = controller_.FindAxis(number);
-        if (axis == nullptr) return Result::kNoServo;
-        if (run > 1) return Result::kOutOfRange;
-        if (run == 1) return UpToDate(number).Run(*axis);
-        UpToDate(number).Stop(*axis);
-        return Result::kDone;
     }
 
     List& ListOf(int axis) { return lists_.at(static_cast<std::size_t>(axis)); }

@@ -3,6 +3,7 @@
 #include "controller.h"
 #include "families.h"
 #include "output_change.h"
+#include "snapshot.h"
 
 #include <algorithm>
 #include <array>
@@ -29,6 +30,27 @@ enum class LimitMode : Word {
     kFromCommand = 2, // every further command that switches it on lets it run anew
 };
 
+struct PinState
+{
+    Word pin = 0;
+    Word state = 0;
+};
+
+struct PinMasks
+{
+    Word on = 0;
+    Word off = 0;
+};
+
+struct LimitTimeFields
+{
+    Word pin = 0;
+    Word mode = 0;
+    std::uint32_t milliseconds = 0;
+
+    [[nodiscard]] bool Valid() const { return mode == 0 || milliseconds > 0; }
+};
+
 struct Limit
 {
     LimitMode mode = LimitMode::kNone;
@@ -48,16 +70,40 @@ class MainOutputs : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kSetAll, "main outputs", [this](auto& in, auto&) { return SetAll(in); });
-        table.Add(kSetPin, "main output pin", [this](auto& in, auto&) { return SetPin(in); });
-        table.Add(kTogglePin, "toggle main output",
-                  [this](auto& in, auto&) { return TogglePin(in); });
-        table.Add(kSetPins, "main output pins", [this](auto& in, auto&) { return SetPins(in); });
-        table.Add(kTogglePins, "toggle main outputs",
-                  [this](auto& in, auto&) { return TogglePins(in); });
-        table.Add(kSetLimitTime, "limit time", [this](auto& in, auto&) { return SetLimit(in); });
-        table.Add(kGetLimitTime, "limit time get",
-                  [this](auto& in, auto& reply) { return GetLimit(in, reply); });
+        table.Add<OneWord>(
+            kSetAll, "main outputs", {"outputs", &OneWord::value, UpTo(kLargestMask)},
+            [this](const OneWord& outputs) { Do(OutputChange::Word(outputs.value)); });
+        table.Add<PinState>(
+            kSetPin, "main output pin",
+            {"pin", &PinState::pin, UpTo(kPins - 1), "state", &PinState::state, UpTo(1)},
+            [this](const PinState& set) { Do(OutputChange::Pin(set.pin, set.state == 1)); });
+        table.Add<OneWord>(
+            kTogglePin, "toggle main output", {"pin", &OneWord::value, UpTo(kPins - 1)},
+            [this](const OneWord& pin) { Do(OutputChange::Toggle(1U << pin.value)); });
+        table.Add<PinMasks>(
+            kSetPins, "main output pins",
+            {"on", &PinMasks::on, UpTo(kLargestMask), "off", &PinMasks::off, UpTo(kLargestMask)},
+            [this](const PinMasks& set) {
+                Do({set.on, set.off, 0});
+            });
+        table.Add<OneWord>(kTogglePins, "toggle main outputs",
+                           {"mask", &OneWord::value, UpTo(kLargestMask)},
+                           [this](const OneWord& mask) { Do(OutputChange::Toggle(mask.value)); });
+        AddLimitTimes(table);
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        Json& times = snapshot["io"]["limitTimes"] = Json::array();
+        for (unsigned pin = 0; pin < kPins; ++pin) {
+            const Limit& limit = limits_[pin];
+            if (limit.mode == LimitMode::kNone) continue;
+            times.push_back({{"pin", pin},
+                             {"fromCommand", limit.mode == LimitMode::kFromCommand},
+                             {"time", limit.milliseconds * 0.001},
+                             {"offAt", nullptr}});
+            if (limit.offAt != kNever) times.back()["offAt"] = InSeconds(limit.offAt);
+        }
     }
 
     [[nodiscard]] Nanoseconds NextEvent() const override
@@ -80,42 +126,24 @@ class MainOutputs : public Family
     void PowerUp() override { limits_.fill(Limit()); }
 
   private:
-    Result SetAll(CommandReader& in)
+    void AddLimitTimes(CommandTable& table)
     {
-        const Word outputs = in.NextWord();
-        return Do(in, outputs <= kLargestMask, OutputChange::Word(outputs));
+        table.Add<LimitTimeFields>(
+            kSetLimitTime, "limit time",
+            {"pin", &LimitTimeFields::pin, UpTo(kPins - 1), "mode", &LimitTimeFields::mode, UpTo(2),
+             "time", &LimitTimeFields::milliseconds},
+            [this](const LimitTimeFields& fields) {
+                Limit& limit = limits_[fields.pin];
+                limit = {static_cast<LimitMode>(fields.mode), fields.milliseconds, kNever};
+                if (IsOn(fields.pin)) limit.Start(controller_.Now());
+            });
+        table.Add<OneWord>(
+            kGetLimitTime, "limit time get", {"pin", &OneWord::value, UpTo(kPins - 1)},
+            [this](const OneWord& pin, Reply& reply) { ShowLimit(pin.value, reply); });
     }
 
-    Result SetPin(CommandReader& in)
+    void Do(const OutputChange& change)
     {
-        const Word pin = in.NextWord();
-        const Word state = in.NextWord();
-        return Do(in, pin < kPins && state <= 1, OutputChange::Pin(pin % kPins, state == 1));
-    }
-
-    Result TogglePin(CommandReader& in)
-    {
-        const Word pin = in.NextWord();
-        return Do(in, pin < kPins, OutputChange::Toggle(1U << pin % kPins));
-    }
-
-    Result SetPins(CommandReader& in)
-    {
-        const Word on = in.NextWord();
-        const Word off = in.NextWord();
-        return Do(in, (on | off) <= kLargestMask, {on, off, 0});
-    }
-
-    Result TogglePins(CommandReader& in)
-    {
-        const Word mask = in.NextWord();
-        return Do(in, mask <= kLargestMask, OutputChange::Toggle(mask));
-    }
-
-    Result Do(const CommandReader& in, bool valid, const OutputChange& change)
-    {
-        if (!in.Finished()) return Result::kMalformed;
-        if (!valid) return Result::kOutOfRange;
         Apply(change);
         for (unsigned pin = 0; pin < kPins; ++pin) {
             const bool commandedOn = (change.on & ~change.off & 1U << pin) != 0;
@@ -123,37 +151,18 @@ class MainOutputs : public Family
             if (commandedOn && limit.mode == LimitMode::kFromCommand)
                 limit.Start(controller_.Now());
         }
-        return Result::kDone;
-    }
-
-    Result SetLimit(CommandReader& in)
-    {
-        const Word pin = in.NextWord();
-        const Word mode = in.NextWord();
-        const std::uint32_t milliseconds = in.NextUnsignedLong();
-        if (!in.Finished()) return Result::kMalformed;
-        const bool valid = pin < kPins && mode <= 2 && (mode == 0 || milliseconds > 0);
-        if (!valid) return Result::kOutOfRange;
-        Limit& limit = limits_[pin];
-        limit = {static_cast<LimitMode>(mode), milliseconds, kNever};
-        if (IsOn(pin)) limit.Start(controller_.Now());
-        return Result::kDone;
     }
 
     // One register packs the mode (bits 0..1), the pin (bits 2..5), and whether the output is on
     // (bit 6) and its time is running (bit 7).
-    Result GetLimit(CommandReader& in, Reply& reply)
+    void ShowLimit(unsigned pin, Reply& reply) const
     {
-        const Word pin = in.NextWord();
-        if (!in.Finished()) return Result::kMalformed;
-        if (pin >= kPins) return Result::kOutOfRange;
         const Limit& limit = limits_[pin];
         const unsigned running = limit.offAt != kNever ? 1 : 0;
-        const unsigned packed = static_cast<unsigned>(limit.mode) | unsigned{pin} << 2U |
+        const unsigned packed = static_cast<unsigned>(limit.mode) | pin << 2U |
                                 (IsOn(pin) ? 1U : 0U) << 6U | running << 7U;
         reply.AddWord(static_cast<Word>(packed));
         reply.AddLong(static_cast<std::int32_t>(limit.milliseconds));
-        return Result::kDone;
     }
 
     [[nodiscard]] bool IsOn(unsigned pin) const

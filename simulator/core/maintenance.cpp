@@ -2,6 +2,8 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
+#include "values.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -16,9 +18,6 @@ constexpr Word kReset = 0x1002;
 constexpr Word kClearEeprom = 0x1006;
 constexpr Word kDefaultParameters = 0x1007;
 constexpr Word kCycle = 0x1008;
-
-constexpr Word kSet = 0;
-constexpr Word kGet = 1;
 
 // How a controller restarts.
 constexpr Word kPowerReset = 0;           // as by switching it off and on
@@ -35,18 +34,25 @@ constexpr Word kServoNetworkArea = 3;
 constexpr Word kIdentification = 0xF400;
 constexpr Word kIdentificationRegisters = 12;
 
-// False when one of the octets is too large.
-template <std::size_t Count>
-bool ReadOctets(CommandReader& in, std::array<std::uint8_t, Count>& octets)
+struct ClearOrder
 {
-    bool valid = true;
-    for (std::uint8_t& octet : octets) {
-        const Word word = in.NextWord();
-        valid = valid && word <= 255;
-        octet = static_cast<std::uint8_t>(word);
-    }
-    return valid;
-}
+    Word area = 0;
+    Word flag = 0;
+};
+
+struct DefaultsFields
+{
+    Word function = 0;
+    Word use = 0;
+};
+
+struct CycleFields
+{
+    Word function = 0;
+    Word cycle = 0;
+    Word commandCycle = 0;
+    std::int32_t option = 0;
+};
 
 } // namespace
 
@@ -58,15 +64,74 @@ Maintenance::Maintenance(Controller& controller)
 
 void Maintenance::AddCommands(CommandTable& table)
 {
-    table.Add(kSetNetwork, "network", [this](auto& in, auto&) { return SetNetwork(in); });
-    table.Add(kSetHardwareInformation, "hardware information",
-              [this](auto& in, auto&) { return SetHardwareInformation(in); });
-    table.Add(kReset, "reset", [this](auto& in, auto&) { return Reset(in); });
-    table.Add(kClearEeprom, "EEPROM clear", [this](auto& in, auto&) { return ClearEeprom(in); });
-    table.Add(kDefaultParameters, "default parameters",
-              [this](auto& in, auto& reply) { return DefaultParameters(in, reply); });
-    table.Add(kCycle, "servo network cycle",
-              [this](auto& in, auto& reply) { return Cycle(in, reply); });
+    // Three octets of the address, four of the net mask, four of the gateway.
+    table.AddList<OneWord>(
+        kSetNetwork, "network", {Times(11), "octet", &OneWord::value, kEach},
+        [this](const OneWord&, const auto& octets) { return SetNetwork(octets); });
+    table.Add<OneWord>(
+        kSetHardwareInformation, "hardware information", {"value", &OneWord::value},
+        [this](const OneWord& information) { stored_.hardwareInformation = information.value; });
+    table.Add<OneWord>(kReset, "reset", {"mode", &OneWord::value, UpTo(kPowerResetAllNew)},
+                       [this](const OneWord& order) {
+                           resetMode_ = order.value;
+                           offlineAt_ = controller_.Now() + kResetDelay;
+                           onlineAt_ = offlineAt_ + kBootTime;
+                       });
+    table.Add<ClearOrder>(
+        kClearEeprom, "EEPROM clear",
+        {"area", &ClearOrder::area, UpTo(kServoNetworkArea), "now", &ClearOrder::flag, UpTo(1)},
+        [this](const ClearOrder& order) {
+            clearAtRestart_.at(order.area) |= order.flag == 0;
+            if (order.flag == 1) RestoreDefaults(order.area);
+        });
+    AddSettings(table);
+}
+
+// Settings with a sub-function that tells whether they are set or read.
+void Maintenance::AddSettings(CommandTable& table)
+{
+    const Rule set = When("function", {kSet});
+    table.Add<DefaultsFields>(
+        kDefaultParameters, "default parameters",
+        {"function", &DefaultsFields::function, "use", &DefaultsFields::use, set, UpTo(1)},
+        [this](const DefaultsFields& fields, Reply& reply) {
+            if (fields.function > kGet) return Result::kMalformed;
+            if (fields.function == kSet) stored_.useDefaultParameters = fields.use;
+            if (fields.function == kGet) reply.AddWord(stored_.useDefaultParameters);
+            return Result::kDone;
+        });
+    table.Add<CycleFields>(kCycle, "servo network cycle",
+                           {"function", &CycleFields::function, "cycle", &CycleFields::cycle, set,
+                            "command cycle", &CycleFields::commandCycle, set, "option",
+                            &CycleFields::option, set},
+                           [this](const CycleFields& fields, Reply& reply) {
+                               if (fields.function > kGet) return Result::kMalformed;
+                               if (fields.function == kGet) {
+                                   reply.AddWord(stored_.cycle);
+                                   reply.AddWord(stored_.commandCycle);
+                                   return Result::kDone;
+                               }
+                               stored_.cycle = fields.cycle;
+                               stored_.commandCycle = fields.commandCycle;
+                               stored_.cycleOption = fields.option;
+                               return Result::kDone;
+                           });
+}
+
+void Maintenance::Describe(Json& snapshot) const
+{
+    const auto network = [](const NetworkSettings& settings) {
+        return Json{
+            {"address", settings.address}, {"mask", settings.mask}, {"gateway", settings.gateway}};
+    };
+    snapshot["controller"]["online"] = online_;
+    snapshot["controller"]["network"] = network(network_);
+    snapshot["stored"] = {{"network", network(stored_.network)},
+                          {"hardwareInformation", stored_.hardwareInformation},
+                          {"useDefaultParameters", stored_.useDefaultParameters},
+                          {"cycle", stored_.cycle},
+                          {"commandCycle", stored_.commandCycle},
+                          {"cycleOption", stored_.cycleOption}};
 }
 
 void Maintenance::AddRegisters(RegisterMap& map)
@@ -75,82 +140,21 @@ void Maintenance::AddRegisters(RegisterMap& map)
                  [this](std::span<Word> out) { ShowIdentification(out); });
 }
 
-Result Maintenance::SetNetwork(CommandReader& in)
+Result Maintenance::SetNetwork(const std::vector<Entry<OneWord>>& octets)
 {
     NetworkSettings settings;
-    bool valid = ReadOctets(in, settings.address);
-    valid = ReadOctets(in, settings.mask) && valid;
-    valid = ReadOctets(in, settings.gateway) && valid;
-    if (!in.Finished()) return Result::kMalformed;
-    if (!valid) return Result::kOutOfRange;
+    auto next = octets.begin();
+    const auto take = [&next](auto& part) {
+        for (std::uint8_t& octet : part) {
+            octet = static_cast<std::uint8_t>((next++)->number);
+        }
+    };
+    const auto tooLarge = [](const Entry<OneWord>& octet) { return octet.number > 255; };
+    if (std::ranges::any_of(octets, tooLarge)) return Result::kOutOfRange;
+    take(settings.address);
+    take(settings.mask);
+    take(settings.gateway);
     stored_.network = settings;
-    return Result::kDone;
-}
-
-Result Maintenance::SetHardwareInformation(CommandReader& in)
-{
-    const Word value = in.NextWord();
-    if (!in.Finished()) return Result::kMalformed;
-    stored_.hardwareInformation = value;
-    return Result::kDone;
-}
-
-Result Maintenance::Reset(CommandReader& in)
-{
-    const Word mode = in.NextWord();
-    if (!in.Finished()) return Result::kMalformed;
-    if (mode > kPowerResetAllNew) return Result::kOutOfRange;
-    resetMode_ = mode;
-    offlineAt_ = controller_.Now() + kResetDelay;
-    onlineAt_ = offlineAt_ + kBootTime;
-    return Result::kDone;
-}
-
-Result Maintenance::ClearEeprom(CommandReader& in)
-{
-    const Word area = in.NextWord();
-    const Word flag = in.NextWord();
-    if (!in.Finished()) return Result::kMalformed;
-    if (area > kServoNetworkArea || flag > 1) return Result::kOutOfRange;
-    if (flag == 1) {
-        RestoreDefaults(area);
-    } else {
-        clearAtRestart_.at(area) = true;
-    }
-    return Result::kDone;
-}
-
-Result Maintenance::DefaultParameters(CommandReader& in, Reply& reply)
-{
-    const Word function = in.NextWord();
-    if (function == kSet) {
-        const Word use = in.NextWord();
-        if (!in.Finished()) return Result::kMalformed;
-        if (use > 1) return Result::kOutOfRange;
-        stored_.useDefaultParameters = use;
-        return Result::kDone;
-    }
-    if (function != kGet || !in.Finished()) return Result::kMalformed;
-    reply.AddWord(stored_.useDefaultParameters);
-    return Result::kDone;
-}
-
-Result Maintenance::Cycle(CommandReader& in, Reply& reply)
-{
-    const Word function = in.NextWord();
-    if (function == kSet) {
-        const Word cycle = in.NextWord();
-        const Word commandCycle = in.NextWord();
-        const std::int32_t option = in.NextLong();
-        if (!in.Finished()) return Result::kMalformed;
-        stored_.cycle = cycle;
-        stored_.commandCycle = commandCycle;
-        stored_.cycleOption = option;
-        return Result::kDone;
-    }
-    if (function != kGet || !in.Finished()) return Result::kMalformed;
-    reply.AddWord(stored_.cycle);
-    reply.AddWord(stored_.commandCycle);
     return Result::kDone;
 }
 
@@ -175,7 +179,7 @@ void Maintenance::AdvanceTo(Nanoseconds now)
 void Maintenance::SetOnline(bool online)
 {
     online_ = online;
-    if (told_) told_(online);
+    controller_.TellOnline(online);
 }
 
 void Maintenance::Restart()

@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cstdint>
-#include <functional>
 
 namespace lumosim {
 
@@ -35,6 +34,7 @@ class Maintenance : public Family
     explicit Maintenance(Controller& controller);
 
     void AddCommands(CommandTable& table) override;
+    void Describe(nlohmann::json& snapshot) const override;
     void AddRegisters(RegisterMap& map) override;
     [[nodiscard]] Nanoseconds NextEvent() const override;
     void AdvanceTo(Nanoseconds now) override;
@@ -44,18 +44,12 @@ class Maintenance : public Family
     // The network settings that are in effect.
     [[nodiscard]] const NetworkSettings& Network() const { return network_; }
 
-    // Whether the controller is on the network, and who is told when that changes.
+    // Whether the controller is on the network; observers are told when that changes.
     [[nodiscard]] bool Online() const { return online_; }
-    void OnOnlineChange(std::function<void(bool online)> told) { told_ = std::move(told); }
 
   private:
-    Result SetNetwork(CommandReader& in);
-    Result SetHardwareInformation(CommandReader& in);
-    Result Reset(CommandReader& in);
-    Result ClearEeprom(CommandReader& in);
-    Result DefaultParameters(CommandReader& in, Reply& reply);
-    Result Cycle(CommandReader& in, Reply& reply);
-
+    void AddSettings(CommandTable& table);
+    Result SetNetwork(const std::vector<Entry<OneWord>>& octets);
     void SetOnline(bool online);
     void Restart();
     void RestoreDefaults(Word area);
@@ -69,7 +63,6 @@ class Maintenance : public Family
     Word resetMode_ = 0;
     Nanoseconds offlineAt_ = kNever;
     Nanoseconds onlineAt_ = kNever;
-    std::function<void(bool)> told_;
 };
 
 } // namespace lumosim

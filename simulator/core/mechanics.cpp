@@ -85,6 +85,17 @@ double AxisMechanics::BehindStopper(double place) const
     return place - std::clamp(place, Stopper(-1), std::max(Stopper(-1), Stopper(1)));
 }
 
+void AxisMechanics::Shift(std::int64_t pulses)
+{
+    negativeLimit += pulses;
+    positiveLimit += pulses;
+    for (std::optional<Stretch>* stretch : {&homeSensor, &probe}) {
+        if (!*stretch) continue;
+        (*stretch)->from += pulses;
+        (*stretch)->to += pulses;
+    }
+}
+
 bool ForcedOn(const AxisInputs& inputs, Signal signal)
 {
     switch (signal) {

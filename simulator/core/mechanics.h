@@ -17,6 +17,10 @@ struct Stretch
 // stay where they are when the position counters are set.
 struct AxisMechanics
 {
+    // No switch or stopper stands farther from there; all such places are exact as floating point
+    // numbers.
+    static constexpr std::int64_t kFarthest = 1'000'000'000'000;
+
     std::int64_t negativeLimit = -10'000'000;
     std::int64_t positiveLimit = 10'000'000;
     bool absoluteEncoder = false;         // positions survive a power cycle
@@ -26,11 +30,16 @@ struct AxisMechanics
     std::optional<Stretch> probe; // where a workpiece or mark meets the probe
     std::int32_t pulsesPerTurn = 10'000;
     std::int32_t zPhase = 2'500; // the pulse of every turn that is the Z phase
+    double inertia = 1;          // as a part of the one that the motor was made for
+    double friction = 50;        // against any motion, 0.1 % of the rated torque
+    double viscousFriction = 0;  // the same for each 1000 pulses/s
 
     // Where the stopper stands at the end of this direction.
     [[nodiscard]] double Stopper(int direction) const;
     // How far a place lies behind a stopper, with its sign; 0 between them.
     [[nodiscard]] double BehindStopper(double place) const;
+    // All that stands beside the axis moves; the encoder's own pulses stay.
+    void Shift(std::int64_t pulses);
 };
 
 // Levels put onto the axis's inputs from outside, beside what its own position does to them.

@@ -27,39 +27,76 @@ bool InFlash(std::uint32_t address, std::size_t count)
 }
 
 // The one space is the working memory; its words stand at multiples of 4.
-bool InRam(Word space, std::uint32_t address)
+struct RamFields
 {
-    return space == 0 && address % kWordBytes == 0 && address / kWordBytes < Memory::kRamWords;
+    Word space = 0;
+    std::uint32_t address = 0;
+    std::uint32_t value = 0;
+};
+
+bool InRam(const RamFields& fields)
+{
+    return fields.space == 0 && fields.address % kWordBytes == 0 &&
+           fields.address / kWordBytes < Memory::kRamWords;
 }
 
 } // namespace
 
+struct Memory::FlashFields
+{
+    Word mode = 0;
+    Word first = 0;
+    Word last = 0;
+    Word count = 0;
+    std::uint32_t address = 0;
+};
+
 void Memory::AddCommands(CommandTable& table)
 {
-    table.Add(kFlash, "flash", [this](auto& in, auto& reply) { return AccessFlash(in, reply); });
-    table.Add(kCpuPeek, "peek", [this](auto& in, auto& reply) { return Peek(in, reply); });
-    table.Add(kCpuPoke, "poke", [this](auto& in, auto&) { return Poke(in); });
+    table.AddList<FlashFields>(
+        kFlash, "flash",
+        {"mode", &FlashFields::mode, "first sector", &FlashFields::first, When("mode", {kErase}),
+         "last sector", &FlashFields::last, When("mode", {kErase}), "address",
+         &FlashFields::address, When("mode", {kWrite, kRead}), "byte count", &FlashFields::count,
+         When("mode", {kRead}),
+         Field{"two bytes", Width::kWord, Place::kRest, Unless("mode", {kErase, kRead}).when}},
+        [this](const FlashFields& fields, const auto& pairs, Reply& reply) {
+            return AccessFlash(fields, BytesOf(pairs), reply);
+        });
+    table.Add<RamFields>(
+        kCpuPeek, "peek", {"space", &RamFields::space, "address", &RamFields::address},
+        [this](const RamFields& fields, Reply& reply) {
+            if (!InRam(fields)) return Result::kNoSuchMemory;
+            reply.AddLong(static_cast<std::int32_t>(ram_[fields.address / kWordBytes]));
+            return Result::kDone;
+        });
+    table.Add<RamFields>(
+        kCpuPoke, "poke",
+        {"space", &RamFields::space, "address", &RamFields::address, "value", &RamFields::value},
+        [this](const RamFields& fields) {
+            if (!InRam(fields)) return Result::kNoSuchMemory;
+            ram_[fields.address / kWordBytes] = fields.value;
+            return Result::kDone;
+        });
 }
 
-Result Memory::AccessFlash(CommandReader& in, Reply& reply)
+Result Memory::AccessFlash(const FlashFields& fields, std::span<const std::uint8_t> bytes,
+                           Reply& reply)
 {
-    switch (in.NextWord()) {
+    switch (fields.mode) {
     case kErase:
-        return EraseSectors(in);
+        return EraseSectors(fields.first, fields.last);
     case kWrite:
-        return WriteFlash(in);
+        return WriteFlash(fields.address, bytes);
     case kRead:
-        return ReadFlash(in, reply);
+        return ReadFlash(fields.address, fields.count, reply);
     default:
         return Result::kOutOfRange;
     }
 }
 
-Result Memory::EraseSectors(CommandReader& in)
+Result Memory::EraseSectors(std::size_t first, std::size_t last)
 {
-    const std::size_t first = in.NextWord();
-    const std::size_t last = in.NextWord();
-    if (!in.Finished()) return Result::kMalformed;
     if (first > last || last >= kFlashSize / kSectorSize) return Result::kNoSuchFlash;
     std::fill_n(flash_.begin() + static_cast<std::ptrdiff_t>(first * kSectorSize),
                 (last - first + 1) * kSectorSize, kErased);
@@ -67,11 +104,9 @@ Result Memory::EraseSectors(CommandReader& in)
 }
 
 // Writing clears bits; only erasing sets them again.
-Result Memory::WriteFlash(CommandReader& in)
+Result Memory::WriteFlash(std::uint32_t address, std::span<const std::uint8_t> bytes)
 {
-    const std::uint32_t address = in.NextUnsignedLong();
-    const std::vector<std::uint8_t> bytes = NextBytes(in, 2 * in.Remaining());
-    if (!in.Finished() || bytes.empty()) return Result::kMalformed;
+    if (bytes.empty()) return Result::kMalformed;
     if (!InFlash(address, bytes.size())) return Result::kNoSuchFlash;
     const std::span cells = std::span(flash_).subspan(address, bytes.size());
     std::ranges::transform(cells, bytes, cells.begin(), [](std::uint8_t cell, std::uint8_t byte) {
@@ -80,35 +115,11 @@ Result Memory::WriteFlash(CommandReader& in)
     return Result::kDone;
 }
 
-Result Memory::ReadFlash(CommandReader& in, Reply& reply) const
+Result Memory::ReadFlash(std::uint32_t address, std::size_t count, Reply& reply) const
 {
-    const std::uint32_t address = in.NextUnsignedLong();
-    const std::size_t count = in.NextWord();
-    if (!in.Finished()) return Result::kMalformed;
     if (count > kMostRead) return Result::kOutOfRange;
     if (!InFlash(address, count)) return Result::kNoSuchFlash;
     AddBytes(reply, Flash().subspan(address, count));
-    return Result::kDone;
-}
-
-Result Memory::Peek(CommandReader& in, Reply& reply) const
-{
-    const Word space = in.NextWord();
-    const std::uint32_t address = in.NextUnsignedLong();
-    if (!in.Finished()) return Result::kMalformed;
-    if (!InRam(space, address)) return Result::kNoSuchMemory;
-    reply.AddLong(static_cast<std::int32_t>(ram_[address / kWordBytes]));
-    return Result::kDone;
-}
-
-Result Memory::Poke(CommandReader& in)
-{
-    const Word space = in.NextWord();
-    const std::uint32_t address = in.NextUnsignedLong();
-    const std::uint32_t value = in.NextUnsignedLong();
-    if (!in.Finished()) return Result::kMalformed;
-    if (!InRam(space, address)) return Result::kNoSuchMemory;
-    ram_[address / kWordBytes] = value;
     return Result::kDone;
 }
 

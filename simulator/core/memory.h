@@ -27,12 +27,13 @@ class Memory : public Family
   private:
     static constexpr std::uint8_t kErased = 0xFF;
 
-    Result AccessFlash(CommandReader& in, Reply& reply);
-    Result EraseSectors(CommandReader& in);
-    Result WriteFlash(CommandReader& in);
-    Result ReadFlash(CommandReader& in, Reply& reply) const;
-    Result Peek(CommandReader& in, Reply& reply) const;
-    Result Poke(CommandReader& in);
+    struct FlashFields;
+
+    Result AccessFlash(const FlashFields& fields, std::span<const std::uint8_t> bytes,
+                       Reply& reply);
+    Result EraseSectors(std::size_t first, std::size_t last);
+    Result WriteFlash(std::uint32_t address, std::span<const std::uint8_t> bytes);
+    Result ReadFlash(std::uint32_t address, std::size_t count, Reply& reply) const;
 
     std::vector<std::uint8_t> flash_;
     std::vector<std::uint32_t> ram_;

@@ -14,33 +14,27 @@ int Sign(double value)
     return value > 0 ? 1 : (value < 0 ? -1 : 0);
 }
 
-double AccelerationBy(double torque)
-{
-    return torque / kRatedTorque * kAccelerationAtRatedTorque;
-}
-
 } // namespace
 
-double TorqueFor(const MotionState& state)
+double TorqueFor(const MotionState& state, double friction, double inertia)
 {
-    return kFrictionTorque * Sign(state.velocity) +
-           state.acceleration / kAccelerationAtRatedTorque * kRatedTorque;
+    return friction * Sign(state.velocity) + TorqueBy(state.acceleration) * inertia;
 }
 
 std::shared_ptr<const Trajectory> PlanTorque(const MotionState& from, double torque,
-                                             double speedLimit)
+                                             double speedLimit, double friction, double inertia)
 {
     auto path = std::make_shared<RampTrajectory>(from.position, false);
-    const double push = std::abs(torque) - kFrictionTorque;
+    const double push = std::abs(torque) - friction;
     double speed = from.velocity;
     if (speed * torque < 0 || push <= 0) {
         // Friction, and a torque against the motion, bring it to rest first.
-        const double braking = kFrictionTorque - torque * Sign(speed);
+        const double braking = friction - torque * Sign(speed);
         if (speed != 0 && braking == 0) {
             path->AddEndlessCruise(speed);
             return path;
         }
-        if (speed != 0) path->AddRamp(speed, 0, AccelerationBy(braking));
+        if (speed != 0) path->AddRamp(speed, 0, AccelerationBy(braking) / inertia);
         speed = 0;
     }
     if (push <= 0) {
@@ -49,7 +43,7 @@ std::shared_ptr<const Trajectory> PlanTorque(const MotionState& from, double tor
     }
     const double limit = std::copysign(speedLimit, torque);
     const bool tooFast = std::abs(speed) > speedLimit;
-    path->AddRamp(speed, limit, AccelerationBy(tooFast ? kPeakTorque : push));
+    path->AddRamp(speed, limit, AccelerationBy(tooFast ? kPeakTorque : push) / inertia);
     path->AddEndlessCruise(limit);
     return path;
 }

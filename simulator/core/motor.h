@@ -20,12 +20,25 @@ inline constexpr double kStopperStiffness = 5;
 
 inline constexpr double kHighestTurnsPerMinute = 6000;
 
+// A motor that follows runs behind its command by as much as it moves in this time.
+inline constexpr double kFollowingLag = 0.0005;
+
+// What the rated inertia makes of a torque, and needs of it.
+constexpr double AccelerationBy(double torque)
+{
+    return torque / kRatedTorque * kAccelerationAtRatedTorque;
+}
+constexpr double TorqueBy(double acceleration)
+{
+    return acceleration / kAccelerationAtRatedTorque * kRatedTorque;
+}
+
 // The torque that this motion needs, were it more than the motor has.
-double TorqueFor(const MotionState& state);
+double TorqueFor(const MotionState& state, double friction, double inertia);
 
 // What the motor does under a torque: friction holds it back, and the drive keeps it at the speed
 // limit once it is there. It never ends.
 std::shared_ptr<const Trajectory> PlanTorque(const MotionState& from, double torque,
-                                             double speedLimit);
+                                             double speedLimit, double friction, double inertia);
 
 } // namespace lumosim

@@ -1,6 +1,5 @@
 // Overrides: a running jog or move gets another speed, profile or target.
 
-#include "axis_list.h"
 #include "controller.h"
 #include "families.h"
 
@@ -9,23 +8,35 @@ namespace lumosim {
 namespace {
 
 constexpr Word kDriveSpeed = 0x0020;
-constexpr Word kSpeedProfile = 0x0021;
+constexpr Word kOverrideProfile = 0x0021;
 constexpr Word kTarget = 0x0022;
 
-// In the order of the speed profile.
-struct Speeds
+// The running motion's profile with what a command changes in it.
+struct DriveSpeed
+{
+    std::int32_t drive;
+
+    [[nodiscard]] SpeedProfile Over(SpeedProfile profile) const
+    {
+        profile.drive = drive;
+        return profile;
+    }
+};
+
+struct ProfileSpeeds
 {
     std::int32_t acc;
     std::int32_t drive;
     std::int32_t dec;
-};
 
-Speeds ReadSpeeds(CommandReader& reader)
-{
-    const std::int32_t acc = reader.NextLong();
-    const std::int32_t drive = reader.NextLong();
-    return {acc, drive, reader.NextLong()};
-}
+    [[nodiscard]] SpeedProfile Over(SpeedProfile profile) const
+    {
+        profile.acc = acc;
+        profile.drive = drive;
+        profile.dec = dec;
+        return profile;
+    }
+};
 
 bool HasTarget(MotionKind kind)
 {
@@ -38,7 +49,7 @@ bool HasSpeed(MotionKind kind)
     return HasTarget(kind) || kind == MotionKind::kJog || kind == MotionKind::kSearch;
 }
 
-Result Check(const Axis& axis, bool (*possible)(MotionKind))
+Result CheckOverride(const Axis& axis, bool (*possible)(MotionKind))
 {
     if (!axis.Moving()) return Result::kStandingStill;
     // An axis that brakes for a stop or a switch is not to be talked out of it.
@@ -47,72 +58,40 @@ Result Check(const Axis& axis, bool (*possible)(MotionKind))
 
 class Overrides : public Family
 {
-  public:
-    explicit Overrides(Controller& controller) : controller_(controller) {}
-
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kDriveSpeed, "override drive speed", [this](auto& in, auto&) {
-            return Profile<std::int32_t>(
-                in, [](CommandReader& r) { return r.NextLong(); },
-                [](SpeedProfile& profile, std::int32_t drive) { profile.drive = drive; });
-        });
-        table.Add(kSpeedProfile, "override profile", [this](auto& in, auto&) {
-            return Profile<Speeds>(in, ReadSpeeds, [](SpeedProfile& profile, const Speeds& speeds) {
-                profile.acc = speeds.acc;
-                profile.drive = speeds.drive;
-                profile.dec = speeds.dec;
+        AddProfile<DriveSpeed>(table, kDriveSpeed, "override drive speed",
+                               {kCount, kAxis, "drive", &DriveSpeed::drive});
+        AddProfile<ProfileSpeeds>(table, kOverrideProfile, "override profile",
+                                  {kCount, kAxis, "acceleration", &ProfileSpeeds::acc, "drive",
+                                   &ProfileSpeeds::drive, "deceleration", &ProfileSpeeds::dec});
+        table.ForAxes<OneLong>(
+            kTarget, "override target", {kCount, kAxis, "target", &OneLong::value},
+            [](const Axis& axis) { return CheckOverride(axis, HasTarget); },
+            [](Axis& axis, const OneLong& target) { axis.OverrideTarget(target.value); });
+    }
+
+    template <typename Speeds>
+    static void AddProfile(CommandTable& table, Word code, const char* name,
+                           const Layout<Speeds>& layout)
+    {
+        table.ForAxes<Speeds>(
+            code, name, layout,
+            [](const Axis& axis, const Speeds& speeds) {
+                const Result result = CheckFields(speeds.Over(axis.RunningProfile()));
+                return result == Result::kDone ? CheckOverride(axis, HasSpeed) : result;
+            },
+            [](Axis& axis, const Speeds& speeds) {
+                axis.Override(speeds.Over(axis.RunningProfile()));
             });
-        });
-        table.Add(kTarget, "override target", [this](auto& in, auto&) { return Target(in); });
     }
-
-  private:
-    template <typename Fields, typename ReadFields, typename Change>
-    Result Profile(CommandReader& in, ReadFields readFields, Change change)
-    {
-        std::vector<AxisEntry<Fields>> entries;
-        const Result result = ReadAxisEntries(controller_, in, in.NextWord(), readFields, entries);
-        if (result != Result::kDone) return result;
-
-        std::vector<AxisEntry<SpeedProfile>> profiles;
-        for (const auto& [axis, fields] : entries) {
-            profiles.push_back({axis, axis->RunningProfile()});
-            change(profiles.back().fields, fields);
-            if (!profiles.back().fields.Valid()) return Result::kOutOfRange;
-            const Result check = Check(*axis, HasSpeed);
-            if (check != Result::kDone) return check;
-        }
-        for (const auto& [axis, profile] : profiles) {
-            axis->Override(profile);
-        }
-        return Result::kDone;
-    }
-
-    Result Target(CommandReader& in)
-    {
-        std::vector<AxisEntry<std::int32_t>> entries;
-        const Result result = ReadAxisEntries(
-            controller_, in, in.NextWord(), [](CommandReader& r) { return r.NextLong(); }, entries);
-        if (result != Result::kDone) return result;
-        for (const auto& entry : entries) {
-            const Result check = Check(*entry.axis, HasTarget);
-            if (check != Result::kDone) return check;
-        }
-        for (const auto& [axis, target] : entries) {
-            axis->OverrideTarget(target);
-        }
-        return Result::kDone;
-    }
-
-    Controller& controller_;
 };
 
 } // namespace
 
-std::unique_ptr<Family> MakeOverrides(Controller& controller)
+std::unique_ptr<Family> MakeOverrides(Controller& /*controller*/)
 {
-    return std::make_unique<Overrides>(controller);
+    return std::make_unique<Overrides>();
 }
 
 } // namespace lumosim

@@ -2,116 +2,109 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
+#include "values.h"
 
 namespace lumosim {
 
 namespace {
 
-constexpr Word kSetWords = 0x0190;
-constexpr Word kSetPin = 0x0191;
-constexpr Word kTogglePin = 0x0192;
-constexpr Word kSetPins = 0x0193;
-constexpr Word kTogglePins = 0x0194;
+constexpr Word kSetRemoteWords = 0x0190;
+constexpr Word kSetRemotePin = 0x0191;
+constexpr Word kToggleRemotePin = 0x0192;
+constexpr Word kSetRemotePins = 0x0193;
+constexpr Word kToggleRemotePins = 0x0194;
 constexpr Word kLinkFailKeepOut = 0x0195;
 
-constexpr Word kSet = 0;
-constexpr Word kGet = 1;
-
-constexpr unsigned kPins = 32;
-
-OutputChange ReadWord(CommandReader& in, bool& /*valid*/)
-{
-    return OutputChange::Word(in.NextUnsignedLong());
-}
+constexpr unsigned kPinsOfSlave = 32;
 
 // Pin and state come in one register or, as a 32-bit value, in two.
-OutputChange ReadPin(CommandReader& in, bool& valid)
+OutputChange OnePinOf(const OutputFields& fields, bool& valid)
 {
-    const Word packed = in.NextWord();
-    const Word high = in.Remaining() == 1 ? in.NextWord() : Word{0};
-    const unsigned pin = packed >> 8U;
-    const unsigned state = packed & 0xFFU;
-    valid = valid && pin < kPins && state <= 1 && high == 0;
-    return OutputChange::Pin(pin % kPins, state == 1);
+    const unsigned pin = fields.word >> 8U;
+    const unsigned state = fields.word & 0xFFU;
+    valid = valid && pin < kPinsOfSlave && state <= 1;
+    return OutputChange::Pin(pin % kPinsOfSlave, state == 1);
 }
 
-OutputChange ReadTogglePin(CommandReader& in, bool& valid)
+OutputChange TogglePinOf(const OutputFields& fields, bool& /*valid*/)
 {
-    const Word pin = in.NextWord();
-    valid = valid && pin < kPins;
-    return OutputChange::Toggle(1U << pin % kPins);
+    return OutputChange::Toggle(1U << fields.word % kPinsOfSlave);
 }
 
-OutputChange ReadMasks(CommandReader& in, bool& /*valid*/)
+struct KeepOutFields
 {
-    const std::uint32_t on = in.NextUnsignedLong();
-    return {on, in.NextUnsignedLong(), 0};
-}
-
-OutputChange ReadToggleMask(CommandReader& in, bool& /*valid*/)
-{
-    return OutputChange::Toggle(in.NextUnsignedLong());
-}
+    Word function = 0;
+    std::uint32_t value = 0;
+};
 
 } // namespace
 
 void RemoteOutputs::AddCommands(CommandTable& table)
 {
-    // A command for one pin is for one slave; masks may come for no slave at all.
-    const auto add = [&](Word code, const char* name, Word fewest, ReadChange read) {
-        table.Add(code, name,
-                  [this, fewest, read](auto& in, auto&) { return Change(in, fewest, read); });
+    using Fields = OutputFields;
+    const auto add = [&](Word code, const char* name, const Layout<Fields>& layout,
+                         ChangeOfFields change) {
+        table.AddList<Fields>(code, name, layout, [this, change](const auto&, const auto& entries) {
+            return Change(entries, change);
+        });
     };
-    add(kSetWords, "output words", 1, ReadWord);
-    add(kSetPin, "output pin", 1, ReadPin);
-    add(kTogglePin, "toggle output pin", 1, ReadTogglePin);
-    add(kSetPins, "output pins", 0, ReadMasks);
-    add(kTogglePins, "toggle output pins", 0, ReadToggleMask);
-    table.Add(kLinkFailKeepOut, "link-fail keep-out",
-              [this](auto& in, auto& reply) { return KeepOutSetting(in, reply); });
+    // A command for one pin is for one slave; masks may come for no slave at all.
+    const Field anyCount = CountOf(0, kMaxAxes);
+    add(kSetRemoteWords, "output words", {kCount, kStation, "outputs", &Fields::mask},
+        [](const Fields& fields, bool&) { return OutputChange::Word(fields.mask); });
+    add(kSetRemotePin, "output pin",
+        {kCount, kStation, "state + 256 * pin", &Fields::word, "high word", &Fields::highWord,
+         kIfLeft, UpTo(0)},
+        OnePinOf);
+    add(kToggleRemotePin, "toggle output pin",
+        {kCount, kStation, "pin", &Fields::word, UpTo(kPinsOfSlave - 1)}, TogglePinOf);
+    add(kSetRemotePins, "output pins",
+        {anyCount, kStation, "on", &Fields::mask, "off", &Fields::offMask},
+        [](const Fields& fields, bool&) {
+            return OutputChange{fields.mask, fields.offMask, 0};
+        });
+    add(kToggleRemotePins, "toggle output pins", {anyCount, kStation, "mask", &Fields::mask},
+        [](const Fields& fields, bool&) { return OutputChange::Toggle(fields.mask); });
+    table.Add<KeepOutFields>(kLinkFailKeepOut, "link-fail keep-out",
+                             {"function", &KeepOutFields::function, "stations",
+                              &KeepOutFields::value, When("function", {kSet})},
+                             [this](const KeepOutFields& fields, Reply& reply) {
+                                 if (fields.function > kGet) return Result::kMalformed;
+                                 if (fields.function == kSet) keepOut_ = fields.value;
+                                 if (fields.function == kGet) {
+                                     reply.AddLong(static_cast<std::int32_t>(keepOut_));
+                                 }
+                                 return Result::kDone;
+                             });
 }
 
-Result RemoteOutputs::Change(CommandReader& in, Word fewest, ReadChange read)
+// A slave may be named again: its outputs change one after the other.
+Result RemoteOutputs::Change(const std::vector<Entry<OutputFields>>& entries, ChangeOfFields change)
 {
-    struct Entry
-    {
-        Word station;
-        OutputChange change;
-    };
-    const Word count = in.NextWord();
-    if (count < fewest || count > kMaxAxes) return Result::kMalformed;
-    std::vector<Entry> entries;
-    bool known = true;
+    std::vector<OutputChange> changes;
     bool valid = true;
-    for (Word i = 0; i < count; ++i) {
-        const Word station = in.NextWord();
-        known =
-            known && station < kMaxAxes && controller_.SlaveAt(station).type == SlaveType::kOutput;
-        entries.push_back({station, read(in, valid)});
+    for (const auto& [station, fields, inRange] : entries) {
+        const bool known =
+            station < kMaxAxes && controller_.SlaveAt(station).type == SlaveType::kOutput;
+        if (!known) return Result::kNoOutputSlave;
+        valid = valid && inRange;
+        changes.push_back(change(fields, valid));
     }
-    if (!in.Finished()) return Result::kMalformed;
-    if (!known) return Result::kNoOutputSlave;
     if (!valid) return Result::kOutOfRange;
     if (!networkUp_) return Result::kNetworkDown;
-    for (const Entry& entry : entries) {
-        const std::uint32_t outputs = controller_.SlaveAt(entry.station).outputs;
-        controller_.SetSlaveOutputs(entry.station, entry.change.AppliedTo(outputs));
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const Word station = entries[i].number;
+        const std::uint32_t outputs = controller_.SlaveAt(station).outputs;
+        controller_.SetSlaveOutputs(station, changes[i].AppliedTo(outputs));
     }
     return Result::kDone;
 }
 
-Result RemoteOutputs::KeepOutSetting(CommandReader& in, Reply& reply)
+void RemoteOutputs::Describe(Json& snapshot) const
 {
-    const Word function = in.NextWord();
-    if (function == kSet) {
-        const std::uint32_t value = in.NextUnsignedLong();
-        if (!in.Finished()) return Result::kMalformed;
-        keepOut_ = value;
-        return Result::kDone;
-    }
-    if (function != kGet || !in.Finished()) return Result::kMalformed;
-    reply.AddLong(static_cast<std::int32_t>(keepOut_));
-    return Result::kDone;
+    snapshot["io"]["networkUp"] = networkUp_;
+    snapshot["io"]["keepOut"] = keepOut_;
 }
 
 void RemoteOutputs::SetNetworkUp(bool up)
@@ -126,7 +119,6 @@ void RemoteOutputs::SetNetworkUp(bool up)
 
 void RemoteOutputs::PowerUp()
 {
-    networkUp_ = true;
     keepOut_ = 0;
 }
 

@@ -10,12 +10,22 @@ namespace lumosim {
 
 class Controller;
 
+// What a command has for each slave; which of them it has differs.
+struct OutputFields
+{
+    Word word = 0;
+    Word highWord = 0;
+    std::uint32_t mask = 0;
+    std::uint32_t offMask = 0;
+};
+
 class RemoteOutputs : public Family
 {
   public:
     explicit RemoteOutputs(Controller& controller) : controller_(controller) {}
 
     void AddCommands(CommandTable& table) override;
+    void Describe(nlohmann::json& snapshot) const override;
     void PowerUp() override;
 
     // The servo network fails, or is there again. Failing switches every output slave off but those
@@ -27,10 +37,9 @@ class RemoteOutputs : public Family
     [[nodiscard]] std::uint32_t KeepOut() const { return keepOut_; }
 
   private:
-    using ReadChange = OutputChange (*)(CommandReader& in, bool& valid);
+    using ChangeOfFields = OutputChange (*)(const OutputFields& fields, bool& valid);
 
-    Result Change(CommandReader& in, Word fewest, ReadChange read);
-    Result KeepOutSetting(CommandReader& in, Reply& reply);
+    Result Change(const std::vector<Entry<OutputFields>>& entries, ChangeOfFields change);
 
     Controller& controller_;
     bool networkUp_ = true;

@@ -1,8 +1,9 @@
 // Search moves: run until a signal comes on or goes off, and latch the position there.
 
-#include "axis_list.h"
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
+#include "values.h"
 
 #include <array>
 
@@ -23,74 +24,71 @@ constexpr unsigned kSignalBits = 5;
 constexpr std::array<Signal, 4> kSignals = {Signal::kProbe, Signal::kHomeSensor, Signal::kZPhase,
                                             Signal::kConfigurableInput};
 
+struct SearchOrder
+{
+    Word direction = 0;
+    Word signal = 0;
+    Word edge = 0;
+    Word end = 0;
+    Word axis = 0;
+}; // namespace
+
 class Search : public Family
 {
   public:
-    explicit Search(Controller& controller) : controller_(controller) {}
+    explicit Search(const Controller& controller) : controller_(controller) {}
 
+  private:
+    // The options stand before the count, and that is always 1.
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kSearchMove, "search move", [this](auto& in, auto&) { return Move(in); });
-        table.Add(kSearchStatus, "search status",
-                  [this](auto& in, auto& reply) { return Status(in, reply); });
+        table.ForAxes<SearchOrder>(
+            kSearchMove, "search move",
+            {"direction", &SearchOrder::direction, UpTo(1), "signal", &SearchOrder::signal,
+             UpTo(kSignals.size() - 1), "edge", &SearchOrder::edge, UpTo(1), "end",
+             &SearchOrder::end, UpTo(1), CountOf(1, 1), "axis", &SearchOrder::axis, kEach},
+            [](const Axis& axis, const SearchOrder& order) {
+                return axis.CheckMode(MotionKind::kIdle, DirectionOf(order.direction));
+            },
+            [this](Axis& axis, const SearchOrder& order) { Start(axis, order); });
+        table.ForAxes<OneWord>(kSearchStatus, "search status",
+                               {kCount, "axis", &OneWord::value, kEach},
+                               [this](Axis& axis, const OneWord& number, Reply& reply) {
+                                   reply.AddWord(SearchWord(axis, searches_.at(number.value)));
+                                   reply.AddLong(axis.Latched().value_or(0));
+                               });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        DescribeAxes(controller_, snapshot, [this](Json& part, const Axis& axis, int number) {
+            constexpr std::array kStates = {"none", "searching", "found", "ended-without"};
+            constexpr std::array kSignalNames = {"probe", "home-sensor", "z-phase",
+                                                 "configurable-input"};
+            const Record& search = searches_.at(static_cast<std::size_t>(number));
+            part["search"] = {
+                {"state", kStates.at(static_cast<std::size_t>(StateOf(axis, search)))},
+                {"signal", kSignalNames.at(search.signal)},
+                {"latched", nullptr}};
+            if (axis.Latched()) part["search"]["latched"] = *axis.Latched();
+        });
     }
 
     void PowerUp() override { searches_ = {}; }
 
-  private:
     struct Record
     {
         bool started = false;
         Word signal = 0;
     };
 
-    // The options stand before the count.
-    Result Move(CommandReader& in)
+    void Start(Axis& axis, const SearchOrder& order)
     {
-        std::array<Word, 4> options{};
-        for (Word& option : options) {
-            option = in.NextWord();
-        }
-        const auto [direction, signal, edge, end] = options;
-        const Word count = in.NextWord();
-        const Word number = in.NextWord();
-        if (!in.Finished() || count != 1) return Result::kMalformed;
-        Axis* axis = controller_.FindAxis(number);
-        if (axis == nullptr) return Result::kNoServo;
-        if (direction > 1 || signal >= kSignals.size() || edge > 1 || end > 1) {
-            return Result::kOutOfRange;
-        }
-        const int sign = direction == 0 ? 1 : -1;
-        const Result check = axis->CheckMode(MotionKind::kIdle, sign);
-        if (check != Result::kDone) return check;
-
-        searches_.at(number) = {true, signal};
-        axis->ForgetLatched();
-        axis->Run(axis->Profile(), sign, MotionKind::kSearch,
-                  Watch{kSignals.at(signal), edge == 0,
-                        end == 0 ? StopMode::kDecelerate : StopMode::kSudden,
-                        StopCause::kSearchLatched});
-        return Result::kDone;
-    }
-
-    Result Status(CommandReader& in, Reply& reply)
-    {
-        const Word count = in.NextWord();
-        if (count < 1 || count > kMaxAxes) return Result::kMalformed;
-        AxisListCheck check(controller_);
-        std::vector<Word> numbers;
-        for (Word i = 0; i < count; ++i) {
-            numbers.push_back(in.NextWord());
-            check.Take(numbers.back());
-        }
-        if (!in.Finished()) return Result::kMalformed;
-        if (check.Verdict() != Result::kDone) return check.Verdict();
-        for (const Word number : numbers) {
-            const Axis& axis = controller_.AxisAt(number);
-            reply.AddWord(SearchWord(axis, searches_.at(number)));
-            reply.AddLong(axis.Latched().value_or(0));
-        }
-        return Result::kDone;
+        searches_.at(order.axis) = {true, order.signal};
+        axis.ForgetLatched();
+        axis.Run(axis.Profile(), DirectionOf(order.direction), MotionKind::kSearch,
+                 Watch{kSignals.at(order.signal), order.edge == 0, SuddenIf(order.end == 1),
+                       StopCause::kSearchLatched});
     }
 
     static SearchState StateOf(const Axis& axis, const Record& search)
@@ -108,7 +106,7 @@ class Search : public Family
                                  static_cast<unsigned>(search.signal) << kSignalBits);
     }
 
-    Controller& controller_;
+    const Controller& controller_;
     std::array<Record, kMaxAxes> searches_;
 };
 

@@ -1,6 +1,8 @@
 #include "sequence_program.h"
 
 #include "controller.h"
+#include "names.h"
+#include "snapshot.h"
 
 #include <algorithm>
 #include <array>
@@ -186,6 +188,23 @@ void SequenceProgram::Show(bool focused, std::span<Word> out) const
     out[3] = LowWord(static_cast<std::int32_t>(passed_));
     out[4] = HighWord(static_cast<std::int32_t>(passed_));
     out[5] = static_cast<Word>(fault_);
+}
+
+void SequenceProgram::Describe(Json& program) const
+{
+    constexpr std::array kStates = {"empty",  "filling",  "ready",   "running",
+                                    "paused", "finished", "stopped", "faulted"};
+    constexpr std::array kKinds = {"command", "wait-motion", "wait-input", "delay"};
+    const auto nameOf = [](const auto& names, auto value) {
+        return names.at(static_cast<std::size_t>(value));
+    };
+    program["state"] = nameOf(kStates, state_);
+    program["records"] = records_.size();
+    program["record"] = started_ ? at_ + 1 : 0;
+    program["kind"] = AtEnd() ? "end" : nameOf(kKinds, records_[at_].kind);
+    program["passed"] = passed_;
+    program["rounds"] = rounds_;
+    program["fault"] = NameOf(fault_);
 }
 
 } // namespace lumosim

@@ -6,6 +6,7 @@
 #include "types.h"
 
 #include <cstdint>
+#include <nlohmann/json_fwd.hpp>
 #include <span>
 #include <vector>
 
@@ -60,6 +61,7 @@ class SequenceProgram
     [[nodiscard]] Nanoseconds NextEvent() const;
     void Advance();
     void Show(bool focused, std::span<Word> out) const;
+    void Describe(nlohmann::json& program) const;
 
   private:
     [[nodiscard]] bool Active() const

@@ -1,6 +1,7 @@
 #include "sequence_record.h"
 
 #include "controller.h"
+#include "layout.h"
 
 #include <algorithm>
 #include <utility>
@@ -27,25 +28,19 @@ bool EndedInFailure(const Axis& axis)
     }
 }
 
-std::vector<Word> ReadWords(CommandReader& in, Word count)
+// Of several axes or pre-registers.
+struct WaitFields
 {
-    std::vector<Word> words;
-    for (Word i = 0; i < count && in.Remaining() > 0; ++i) {
-        words.push_back(in.NextWord());
-    }
-    return words;
-}
+    Word mode = 0;
+};
 
-Result ReadMotionWait(Controller& controller, CommandReader& in, SequenceRecord& record)
+Result MakeMotionWait(Controller& controller, const Command<WaitFields>& command,
+                      SequenceRecord& record)
 {
     constexpr Word kAll = 0;
     constexpr Word kAny = 1;
-    const Word mode = in.NextWord();
-    const Word count = in.NextWord();
-    const std::vector<Word> axes = ReadWords(in, count);
-    if (!in.Finished() || axes.size() != count || count < 1 || count > kMaxAxes) {
-        return Result::kMalformed;
-    }
+    const Word mode = command.fields.mode;
+    const std::vector<Word> axes = NumbersOf(command.entries);
     if (mode != kAll && mode != kAny) return Result::kOutOfRange;
     for (const Word axis : axes) {
         if (controller.FindAxis(axis) == nullptr) return Result::kNoServo;
@@ -80,18 +75,15 @@ bool InterpolationRuns(const Controller& controller)
     return false;
 }
 
-Result ReadPreRegisterWait(Controller& controller, CommandReader& in, SequenceRecord& record)
+Result MakePreRegisterWait(Controller& controller, const Command<WaitFields>& command,
+                           SequenceRecord& record)
 {
     constexpr Word kPreRegisters = 16;
     constexpr Word kAll = 1;
     constexpr Word kAny = 2;
     constexpr Word kAllAtRest = 3;
-    const Word mode = in.NextWord();
-    const Word count = in.NextWord();
-    const std::vector<Word> items = ReadWords(in, count);
-    if (!in.Finished() || items.size() != count || count < 1 || count > kMaxAxes) {
-        return Result::kMalformed;
-    }
+    const Word mode = command.fields.mode;
+    const std::vector<Word> items = NumbersOf(command.entries);
     if (mode < kAll || mode > kAllAtRest ||
         *std::max_element(items.begin(), items.end()) >= kPreRegisters) {
         return Result::kOutOfRange;
@@ -122,8 +114,9 @@ std::uint32_t DriveInputs(const Axis& axis)
 {
     std::uint32_t inputs = 0;
     unsigned pin = 0;
-    for (const bool level : {axis.LimitActive(1), axis.LimitActive(-1),
-                             axis.SignalOn(Signal::kHomeSensor), axis.Inputs().configurable}) {
+    for (const bool level :
+         {axis.LimitActive(1), axis.LimitActive(-1), axis.SignalOn(Signal::kHomeSensor),
+          axis.SignalOn(Signal::kConfigurableInput)}) {
         inputs |= (level ? 1U : 0U) << pin++;
     }
     return inputs;
@@ -154,22 +147,30 @@ Result FindInputs(Controller& controller, Word kind, Word station, InputSource& 
     return Result::kDone;
 }
 
-Result ReadInputWait(Controller& controller, CommandReader& in, SequenceRecord& record)
+struct InputWaitFields
 {
-    constexpr Word kOnePin = 0;
-    const Word kind = in.NextWord();
-    const Word form = in.NextWord();
-    const Word station = kind == 0 ? Word{0} : in.NextWord();
-    const bool onePin = form == kOnePin;
-    const std::uint32_t first = onePin ? in.NextWord() : in.NextUnsignedLong();
-    const std::uint32_t second = onePin ? in.NextWord() : in.NextUnsignedLong();
-    if (!in.Finished()) return Result::kMalformed;
-    if (form > 1 || (onePin && (first >= 32 || second > 1))) return Result::kOutOfRange;
+    static constexpr Word kOnePin = 0;
 
-    const std::uint32_t mask = onePin ? 1U << first : first;
-    const std::uint32_t level = onePin ? second << first : second & mask;
+    Word source = 0;
+    Word form = 0;
+    Word station = 0;
+    Word pin = 0;
+    Word level = 0;
+    std::uint32_t mask = 0;
+    std::uint32_t levels = 0;
+};
+
+Result MakeInputWait(Controller& controller, const Command<InputWaitFields>& command,
+                     SequenceRecord& record)
+{
+    const InputWaitFields& fields = command.fields;
+    if (fields.form > 1 || fields.pin >= 32 || fields.level > 1) return Result::kOutOfRange;
+    const bool onePin = fields.form == InputWaitFields::kOnePin;
+    const std::uint32_t mask = onePin ? 1U << fields.pin : fields.mask;
+    const std::uint32_t level =
+        onePin ? std::uint32_t{fields.level} << fields.pin : fields.levels & mask;
     InputSource source;
-    const Result found = FindInputs(controller, kind, station, source);
+    const Result found = FindInputs(controller, fields.source, fields.station, source);
     if (found != Result::kDone) return found;
     if (!source.Has(mask)) return Result::kOutOfRange;
     record.kind = SequenceRecord::Kind::kWaitInput;
@@ -181,13 +182,44 @@ Result ReadInputWait(Controller& controller, CommandReader& in, SequenceRecord& 
     return Result::kDone;
 }
 
-Result ReadDelay(CommandReader& in, SequenceRecord& record)
+struct DelayFields
 {
-    const std::uint32_t milliseconds = in.NextUnsignedLong();
-    if (!in.Finished()) return Result::kMalformed;
+    std::uint32_t milliseconds = 0;
+};
+
+Result MakeDelay(Controller& /*controller*/, const Command<DelayFields>& command,
+                 SequenceRecord& record)
+{
     record.kind = SequenceRecord::Kind::kDelay;
-    record.delay = std::chrono::milliseconds(milliseconds);
+    record.delay = std::chrono::milliseconds(command.fields.milliseconds);
     return Result::kDone;
+}
+
+// --- The forms.
+
+template <typename Fields>
+SequenceForm MakeForm(Word code, const char* name, const Layout<Fields>& layout,
+                      Result (*make)(Controller&, const Command<Fields>&, SequenceRecord&))
+{
+    return {code, name, layout.List(),
+            [layout, make](Controller& controller, CommandReader& in, SequenceRecord& record) {
+                Command<Fields> command;
+                if (!layout.Read(in, command)) return Result::kMalformed;
+                return make(controller, command, record);
+            }};
+}
+
+SequenceForm InputWaitForm()
+{
+    using Fields = InputWaitFields;
+    const Rule forOnePin = When("form", {Fields::kOnePin});
+    const Rule forMask = Unless("form", {Fields::kOnePin});
+    return MakeForm<Fields>(0x0232, "wait for input",
+                            {"source", &Fields::source, "form", &Fields::form, "station",
+                             &Fields::station, Unless("source", {0}), "pin", &Fields::pin,
+                             forOnePin, "level", &Fields::level, forOnePin, "mask", &Fields::mask,
+                             forMask, "levels", &Fields::levels, forMask},
+                            MakeInputWait);
 }
 
 } // namespace
@@ -207,21 +239,26 @@ bool IsMotionCommand(Word code)
     return std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes);
 }
 
-Result ReadSequenceRecord(Controller& controller, Word code, CommandReader& in,
-                          SequenceRecord& record)
+const std::vector<SequenceForm>& SequenceForms()
 {
-    switch (code) {
-    case kWaitMotionRecord:
-        return ReadMotionWait(controller, in, record);
-    case kWaitPreRegisterRecord:
-        return ReadPreRegisterWait(controller, in, record);
-    case kWaitInputRecord:
-        return ReadInputWait(controller, in, record);
-    case kDelayRecord:
-        return ReadDelay(in, record);
-    default:
-        return Result::kUnknownCommand;
-    }
+    static const std::vector<SequenceForm> forms = {
+        MakeForm<WaitFields>(0x0230, "wait for motion", {"mode", &WaitFields::mode, kCount, kAxis},
+                             MakeMotionWait),
+        MakeForm<WaitFields>(
+            0x0231, "wait for queue",
+            {"mode", &WaitFields::mode, kCount, Field{"pre-register", Width::kWord, Place::kEach}},
+            MakePreRegisterWait),
+        InputWaitForm(),
+        MakeForm<DelayFields>(0x0233, "delay", {"milliseconds", &DelayFields::milliseconds},
+                              MakeDelay),
+    };
+    return forms;
+}
+
+const SequenceForm* FindSequenceForm(Word code)
+{
+    const auto found = std::ranges::find(SequenceForms(), code, &SequenceForm::code);
+    return found == SequenceForms().end() ? nullptr : &*found;
 }
 
 } // namespace lumosim

@@ -1,7 +1,7 @@
 // The records of a sequence program.
 #pragma once
 
-#include "command.h"
+#include "field_list.h"
 #include "types.h"
 
 #include <bitset>
@@ -30,16 +30,19 @@ struct SequenceRecord
     Nanoseconds delay{0};
 };
 
-inline constexpr Word kWaitMotionRecord = 0x0230;
-inline constexpr Word kWaitPreRegisterRecord = 0x0231;
-inline constexpr Word kWaitInputRecord = 0x0232;
-inline constexpr Word kDelayRecord = 0x0233;
-
 // Whether a command starts, changes or stops a motion, or sets a position: a program can hold it.
 bool IsMotionCommand(Word code);
 
-// Makes the record of a wait or a delay out of its fields.
-Result ReadSequenceRecord(Controller& controller, Word code, CommandReader& in,
-                          SequenceRecord& record);
+// A wait or a delay, and how it is made out of its fields.
+struct SequenceForm
+{
+    Word code;
+    const char* name;
+    FieldList fields;
+    std::function<Result(Controller&, CommandReader&, SequenceRecord&)> read;
+};
+
+const std::vector<SequenceForm>& SequenceForms();
+const SequenceForm* FindSequenceForm(Word code); // null for any other command
 
 } // namespace lumosim

@@ -4,6 +4,7 @@
 #include "families.h"
 #include "sequence_program.h"
 #include "sequence_record.h"
+#include "snapshot.h"
 
 #include <algorithm>
 #include <optional>
@@ -15,17 +16,37 @@ namespace {
 
 constexpr Word kFocus = 0x0200;
 constexpr Word kBuffer = 0x0201;
-constexpr Word kConfigure = 0x0202;
+constexpr Word kSetUpProgram = 0x0202;
 constexpr Word kRun = 0x0203;
 
 constexpr Word kNoProgram = 0xFFFF;
 constexpr std::size_t kPrograms = 4;
-constexpr Word kStatusRegisters = 0xF4AA;
+constexpr Word kProgramRegisters = 0xF4AA;
 
-bool IsFunctionRecord(Word code)
+struct ProgramBuffer
 {
-    return code >= kWaitMotionRecord && code <= kDelayRecord;
-}
+    static constexpr Word kClear = 1;
+
+    Word seq = 0;
+    Word action = 0;
+};
+
+struct ProgramSetUp
+{
+    Word seq = 0;
+    Word endless = 0;
+    Word reaction = 0;
+    Word singleStep = 0;
+};
+
+struct ProgramRun
+{
+    enum Action : Word { kStop = 0, kStart = 1, kPause = 2, kResume = 3 };
+
+    Word seq = 0;
+    Word action = 0;
+    Word stopMotions = 0;
+};
 
 class Sequences : public Family
 {
@@ -36,21 +57,39 @@ class Sequences : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kFocus, "program focus", [this](auto& in, auto&) { return Focus(in); });
-        table.Add(kBuffer, "program buffer", [this](auto& in, auto&) { return Buffer(in); });
-        table.Add(kConfigure, "program set-up", [this](auto& in, auto&) { return Configure(in); });
-        table.Add(kRun, "program run", [this](auto& in, auto&) { return Run(in); });
+        table.Add<OneWord>(kFocus, "program focus", {"program", &OneWord::value},
+                           [this](const OneWord& program) { return Focus(program.value); });
+        table.Add<ProgramBuffer>(kBuffer, "program buffer",
+                                 {"program", &ProgramBuffer::seq, UpTo(kPrograms - 1), "action",
+                                  &ProgramBuffer::action, UpTo(ProgramBuffer::kClear)},
+                                 [this](const ProgramBuffer& buffer) {
+                                     SequenceProgram& program = programs_[buffer.seq];
+                                     return buffer.action == ProgramBuffer::kClear
+                                                ? program.Clear()
+                                                : program.Close();
+                                 });
+        table.Add<ProgramSetUp>(kSetUpProgram, "program set-up",
+                                {"program", &ProgramSetUp::seq, UpTo(kPrograms - 1), "endless",
+                                 &ProgramSetUp::endless, UpTo(1), "reaction",
+                                 &ProgramSetUp::reaction, UpTo(2), "single step",
+                                 &ProgramSetUp::singleStep, UpTo(1)},
+                                [this](const ProgramSetUp& setUp) { return Configure(setUp); });
+        table.Add<ProgramRun>(kRun, "program run",
+                              {"program", &ProgramRun::seq, UpTo(kPrograms - 1), "action",
+                               &ProgramRun::action, UpTo(ProgramRun::kResume), "stop motions",
+                               &ProgramRun::stopMotions, When("action", {ProgramRun::kStop}),
+                               UpTo(1)},
+                              [this](const ProgramRun& run) { return Run(run); });
         // With a focus they never come here: Divert has taken them.
-        const auto refuse = [](auto&, auto&) { return Result::kNoFocus; };
-        table.Add(kWaitMotionRecord, "wait for motion", refuse);
-        table.Add(kWaitPreRegisterRecord, "wait for queue", refuse);
-        table.Add(kWaitInputRecord, "wait for input", refuse);
-        table.Add(kDelayRecord, "delay", refuse);
+        for (const SequenceForm& form : SequenceForms()) {
+            table.AddHandler(form.code, form.name, form.fields,
+                             [](auto&, auto&) { return Result::kNoFocus; });
+        }
     }
 
     void AddRegisters(RegisterMap& map) override
     {
-        map.AddBlock(kStatusRegisters, kPrograms * SequenceProgram::kStatusRegisters,
+        map.AddBlock(kProgramRegisters, kPrograms * SequenceProgram::kStatusRegisters,
                      [this](std::span<Word> out) {
                          for (std::size_t i = 0; i < kPrograms; ++i) {
                              programs_[i].Show(focus_ == i, out.first(6));
@@ -64,7 +103,8 @@ class Sequences : public Family
         if (!focus_) return std::nullopt;
         const Word code = block.front();
         const bool motion = IsMotionCommand(code) && controller_.Knows(code);
-        if (!motion && !IsFunctionRecord(code)) return std::nullopt;
+        const SequenceForm* form = FindSequenceForm(code);
+        if (!motion && form == nullptr) return std::nullopt;
 
         SequenceProgram& program = programs_[*focus_];
         const Result taken = program.CheckAppend();
@@ -74,11 +114,20 @@ class Sequences : public Family
             record.command.assign(block.begin(), block.end());
         } else {
             CommandReader in(block.subspan(1));
-            const Result read = ReadSequenceRecord(controller_, code, in, record);
+            const Result read = form->read(controller_, in, record);
             if (read != Result::kDone) return read;
         }
         program.Append(std::move(record));
         return Result::kDone;
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        Json& programs = snapshot["programs"] = Json::array();
+        for (std::size_t i = 0; i < kPrograms; ++i) {
+            programs.push_back({{"program", i}, {"focused", focus_ == i}});
+            programs_[i].Describe(programs.back());
+        }
     }
 
     [[nodiscard]] Nanoseconds NextEvent() const override
@@ -104,63 +153,34 @@ class Sequences : public Family
     }
 
   private:
-    Result Focus(CommandReader& in)
+    Result Focus(Word seq)
     {
-        const Word seq = in.NextWord();
-        if (!in.Finished()) return Result::kMalformed;
-        if (seq == kNoProgram) {
-            focus_.reset();
-            return Result::kDone;
-        }
-        if (seq >= kPrograms) return Result::kOutOfRange;
-        focus_ = seq;
+        if (seq != kNoProgram && seq >= kPrograms) return Result::kOutOfRange;
+        focus_.reset();
+        if (seq != kNoProgram) focus_ = seq;
         return Result::kDone;
     }
 
-    Result Buffer(CommandReader& in)
+    Result Configure(const ProgramSetUp& setUp)
     {
-        constexpr Word kClear = 1;
-        const Word seq = in.NextWord();
-        const Word action = in.NextWord();
-        if (!in.Finished()) return Result::kMalformed;
-        if (seq >= kPrograms || action > kClear) return Result::kOutOfRange;
-        return action == kClear ? programs_[seq].Clear() : programs_[seq].Close();
+        return programs_[setUp.seq].Configure(
+            {setUp.endless == 1, static_cast<SequenceProgram::FaultReaction>(setUp.reaction),
+             setUp.singleStep == 1});
     }
 
-    Result Configure(CommandReader& in)
+    Result Run(const ProgramRun& run)
     {
-        const Word seq = in.NextWord();
-        const Word endless = in.NextWord();
-        const Word reaction = in.NextWord();
-        const Word singleStep = in.NextWord();
-        if (!in.Finished()) return Result::kMalformed;
-        if (seq >= kPrograms || endless > 1 || reaction > 2 || singleStep > 1) {
-            return Result::kOutOfRange;
-        }
-        return programs_[seq].Configure(
-            {endless == 1, static_cast<SequenceProgram::FaultReaction>(reaction), singleStep == 1});
-    }
-
-    Result Run(CommandReader& in)
-    {
-        enum Action : Word { kStop = 0, kStart = 1, kPause = 2, kResume = 3 };
-        const Word seq = in.NextWord();
-        const Word action = in.NextWord();
-        const Word stopMotions = action == kStop ? in.NextWord() : Word{0};
-        if (!in.Finished()) return Result::kMalformed;
-        if (seq >= kPrograms || stopMotions > 1) return Result::kOutOfRange;
-        switch (action) {
-        case kStop:
-            programs_[seq].Stop(stopMotions == 1);
-            return Result::kDone;
-        case kStart:
-            return programs_[seq].Start();
-        case kPause:
-            return programs_[seq].Pause();
-        case kResume:
-            return programs_[seq].Resume();
+        SequenceProgram& program = programs_[run.seq];
+        switch (run.action) {
+        case ProgramRun::kStart:
+            return program.Start();
+        case ProgramRun::kPause:
+            return program.Pause();
+        case ProgramRun::kResume:
+            return program.Resume();
         default:
-            return Result::kOutOfRange;
+            program.Stop(run.stopMotions == 1);
+            return Result::kDone;
         }
     }
 

@@ -2,6 +2,7 @@
 
 #include "byte_registers.h"
 #include "families.h"
+#include "snapshot.h"
 
 #include <algorithm>
 
@@ -11,17 +12,35 @@ namespace {
 
 constexpr Word kSetBypass = 0x0170;
 constexpr Word kSetFormat = 0x0171;
-constexpr Word kWrite = 0x0172;
-constexpr Word kRead = 0x0173;
+constexpr Word kSerialWrite = 0x0172;
+constexpr Word kSerialRead = 0x0173;
 
 } // namespace
 
 void SerialPort::AddCommands(CommandTable& table)
 {
-    table.Add(kSetBypass, "serial bypass", [this](auto& in, auto&) { return SetBypass(in); });
-    table.Add(kSetFormat, "serial format", [this](auto& in, auto&) { return SetFormat(in); });
-    table.Add(kWrite, "serial write", [this](auto& in, auto&) { return Write(in); });
-    table.Add(kRead, "serial read", [this](auto& in, auto& reply) { return Read(in, reply); });
+    table.Add<OneWord>(kSetBypass, "serial bypass", {"bypass", &OneWord::value, UpTo(1)},
+                       [this](const OneWord& bypass) { bypassed_ = bypass.value == 1; });
+    table.Add<SerialFormat>(kSetFormat, "serial format",
+                            {"baud rate", &SerialFormat::baudRate, Bounds{1, UINT32_MAX},
+                             "data bits", &SerialFormat::dataBits, Bounds{7, 9}, "stop bits",
+                             &SerialFormat::stopBits, Bounds{1, 2}, "parity", &SerialFormat::parity,
+                             UpTo(2)},
+                            [this](const SerialFormat& format) { format_ = format; });
+    table.AddList<OneWord>(
+        kSerialWrite, "serial write",
+        {"byte count", &OneWord::value, "two bytes", &OneWord::value, kRest},
+        [this](const OneWord& count, const auto& pairs) { return Write(count.value, pairs); });
+    table.Add<OneWord>(
+        kSerialRead, "serial read", {"byte count", &OneWord::value},
+        [this](const OneWord& count, Reply& reply) { return Read(count.value, reply); });
+}
+
+void SerialPort::Describe(Json& snapshot) const
+{
+    snapshot["serial"] = {{"baudRate", format_.baudRate}, {"dataBits", format_.dataBits},
+                          {"stopBits", format_.stopBits}, {"parity", format_.parity},
+                          {"bypassed", bypassed_},        {"waiting", received_.size()}};
 }
 
 void SerialPort::ConnectLoopBack()
@@ -45,34 +64,12 @@ bool SerialPort::TryReceive(std::span<const std::uint8_t> bytes)
     return true;
 }
 
-Result SerialPort::SetBypass(CommandReader& in)
+// An odd count leaves the last register's high half unused.
+Result SerialPort::Write(std::size_t count, const std::vector<Entry<OneWord>>& pairs)
 {
-    const Word bypass = in.NextWord();
-    if (!in.Finished()) return Result::kMalformed;
-    if (bypass > 1) return Result::kOutOfRange;
-    bypassed_ = bypass == 1;
-    return Result::kDone;
-}
-
-Result SerialPort::SetFormat(CommandReader& in)
-{
-    SerialFormat format;
-    format.baudRate = in.NextUnsignedLong();
-    format.dataBits = in.NextWord();
-    format.stopBits = in.NextWord();
-    format.parity = in.NextWord();
-    if (!in.Finished()) return Result::kMalformed;
-    const bool valid = format.baudRate > 0 && format.dataBits >= 7 && format.dataBits <= 9 &&
-                       format.stopBits >= 1 && format.stopBits <= 2 && format.parity <= 2;
-    if (!valid) return Result::kOutOfRange;
-    format_ = format;
-    return Result::kDone;
-}
-
-Result SerialPort::Write(CommandReader& in)
-{
-    std::vector<std::uint8_t> bytes = NextBytes(in, in.NextWord());
-    if (!in.Finished() || bytes.empty()) return Result::kMalformed;
+    if (count == 0 || pairs.size() != (count + 1) / 2) return Result::kMalformed;
+    std::vector<std::uint8_t> bytes = BytesOf(pairs);
+    bytes.resize(count);
     if (bypassed_) return Result::kSerialPortTaken;
     if (format_.dataBits == 7) {
         for (std::uint8_t& byte : bytes) {
@@ -85,11 +82,9 @@ Result SerialPort::Write(CommandReader& in)
 
 // The reply: how many bytes are waiting, then as many of them as were asked for. Those are gone
 // from here.
-Result SerialPort::Read(CommandReader& in, Reply& reply)
+Result SerialPort::Read(std::size_t wanted, Reply& reply)
 {
     constexpr std::size_t kMost = 2 * (Reply::kCapacity - 1);
-    const std::size_t wanted = in.NextWord();
-    if (!in.Finished()) return Result::kMalformed;
     if (wanted > kMost) return Result::kOutOfRange;
     if (bypassed_) return Result::kSerialPortTaken;
     reply.AddWord(static_cast<Word>(received_.size()));

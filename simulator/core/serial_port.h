@@ -33,6 +33,7 @@ class SerialPort : public Family
     static constexpr std::size_t kReceiveBuffer = 16384;
 
     void AddCommands(CommandTable& table) override;
+    void Describe(nlohmann::json& snapshot) const override;
     void PowerUp() override;
 
     void Connect(FarEnd farEnd) { farEnd_ = std::move(farEnd); }
@@ -51,10 +52,8 @@ class SerialPort : public Family
     SerialPort() { ConnectLoopBack(); }
 
   private:
-    Result SetBypass(CommandReader& in);
-    Result SetFormat(CommandReader& in);
-    Result Write(CommandReader& in);
-    Result Read(CommandReader& in, Reply& reply);
+    Result Write(std::size_t count, const std::vector<Entry<OneWord>>& pairs);
+    Result Read(std::size_t wanted, Reply& reply);
 
     SerialFormat format_;
     bool bypassed_ = false;

@@ -11,6 +11,17 @@ constexpr Word kConfigureServo = 0x01B0;
 
 constexpr Word kInputIsEmergencyStop = 2;
 
+struct PropertyFields
+{
+    Word axis = 0;
+    Word absolute = 0;
+    Word series = 0;
+    Word limitLogic = 0;
+    Word homeLogic = 0;
+    Word inputUse = 0;
+    std::int32_t pulsesPerTurn = 0; // 0: as it is
+};
+
 class ServoProperties : public Family
 {
   public:
@@ -18,44 +29,53 @@ class ServoProperties : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kConfigureServo, "servo properties",
-                  [this](auto& in, auto&) { return Configure(in); });
+        table.ForAxes<PropertyFields>(
+            kConfigureServo, "servo properties",
+            {"axis",
+             &PropertyFields::axis,
+             kEach,
+             "absolute",
+             &PropertyFields::absolute,
+             UpTo(1),
+             "series",
+             &PropertyFields::series,
+             Bounds{1, 4},
+             "limit logic",
+             &PropertyFields::limitLogic,
+             UpTo(3),
+             "home logic",
+             &PropertyFields::homeLogic,
+             UpTo(3),
+             "input use",
+             &PropertyFields::inputUse,
+             UpTo(kInputIsEmergencyStop),
+             "pulses per turn",
+             &PropertyFields::pulsesPerTurn},
+            Check, [this](Axis& axis, const PropertyFields& fields) { Configure(axis, fields); });
     }
 
   private:
-    Result Configure(CommandReader& in)
+    static Result Check(const Axis& axis, const PropertyFields& fields)
     {
-        const Word number = in.NextWord();
-        const Word absolute = in.NextWord();
-        const Word series = in.NextWord();
-        const Word limitLogic = in.NextWord();
-        const Word homeLogic = in.NextWord();
-        const Word inputUse = in.NextWord();
-        const std::int32_t pulsesPerTurn = in.NextLong();
-        if (!in.Finished()) return Result::kMalformed;
-        Axis* axis = controller_.FindAxis(number);
-        if (axis == nullptr) return Result::kNoServo;
-        const bool good = absolute <= 1 && series >= 1 && series <= 4 && limitLogic <= 3 &&
-                          homeLogic <= 3 && inputUse <= kInputIsEmergencyStop;
-        if (!good) return Result::kOutOfRange;
-        if (axis->Moving()) return Result::kBusy;
-        if (pulsesPerTurn != 0) {
-            const DriveSetting setting = DriveSetting::kPulsesPerTurn;
-            const Result result = DriveParameters::CheckWrite(setting, pulsesPerTurn);
-            if (result != Result::kDone) return result;
-            axis->Parameters().Set(setting, pulsesPerTurn);
-        }
+        if (axis.Moving()) return Result::kBusy;
+        if (fields.pulsesPerTurn == 0) return Result::kDone;
+        return DriveParameters::CheckWrite(DriveSetting::kPulsesPerTurn, fields.pulsesPerTurn);
+    }
 
-        const SlaveProperties& old = controller_.SlaveAt(number).properties;
+    void Configure(Axis& axis, const PropertyFields& fields)
+    {
+        if (fields.pulsesPerTurn != 0) {
+            axis.Parameters().Set(DriveSetting::kPulsesPerTurn, fields.pulsesPerTurn);
+        }
+        const SlaveProperties& old = controller_.SlaveAt(fields.axis).properties;
         SlaveProperties properties = old; // motor and encoder are what stands there
-        properties.absoluteEncoder = absolute == 1;
-        properties.series = static_cast<std::uint8_t>(series);
-        properties.limitLogic = static_cast<std::uint8_t>(limitLogic);
-        properties.homeLogic = static_cast<std::uint8_t>(homeLogic);
-        properties.inputUse = static_cast<std::uint8_t>(inputUse);
-        properties.inputIsStop = inputUse == kInputIsEmergencyStop;
-        if (properties != old) controller_.SetProperties(number, properties);
-        return Result::kDone;
+        properties.absoluteEncoder = fields.absolute == 1;
+        properties.series = static_cast<std::uint8_t>(fields.series);
+        properties.limitLogic = static_cast<std::uint8_t>(fields.limitLogic);
+        properties.homeLogic = static_cast<std::uint8_t>(fields.homeLogic);
+        properties.inputUse = static_cast<std::uint8_t>(fields.inputUse);
+        properties.inputIsStop = fields.inputUse == kInputIsEmergencyStop;
+        if (properties != old) controller_.SetProperties(fields.axis, properties);
     }
 
     Controller& controller_;

@@ -1,8 +1,10 @@
 // Software limits, and what stops an axis at a sensor or when the host is gone.
 
-#include "axis_list.h"
 #include "controller.h"
 #include "families.h"
+#include "names.h"
+#include "snapshot.h"
+#include "values.h"
 
 namespace lumosim {
 
@@ -17,32 +19,27 @@ constexpr Word kSoftwareLimitRegisterCount = 6;
 
 struct LimitFields
 {
-    Word positiveMode;
-    std::int32_t positive;
-    Word negativeMode;
-    std::int32_t negative;
+    Word positiveMode = 0;
+    std::int32_t positive = 0;
+    Word negativeMode = 0;
+    std::int32_t negative = 0;
 
     [[nodiscard]] bool Valid() const
     {
-        if (positiveMode > kLastReaction || negativeMode > kLastReaction) return false;
         return positiveMode == 0 || negativeMode == 0 || negative <= positive;
     }
 };
 
-LimitFields ReadLimits(CommandReader& reader)
-{
-    LimitFields fields{};
-    fields.positiveMode = reader.NextWord();
-    fields.positive = reader.NextLong();
-    fields.negativeMode = reader.NextWord();
-    fields.negative = reader.NextLong();
-    return fields;
-}
-
 struct SensorFields
 {
-    Word sensor;
-    Word mode;
+    Word sensor = 0;
+    Word mode = 0;
+};
+
+struct HostLoss
+{
+    std::uint32_t milliseconds = 0; // 0: a lost host changes nothing
+    Word mode = 0;
 };
 
 class StopModes : public Family
@@ -52,10 +49,20 @@ class StopModes : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kSetSoftwareLimits, "software limits",
-                  [this](auto& in, auto&) { return SetLimits(in); });
-        table.Add(kSetSensorStop, "sensor stop", [this](auto& in, auto&) { return SetSensor(in); });
-        table.Add(kSetHostLoss, "host loss", [this](auto& in, auto&) { return SetHostLoss(in); });
+        table.ForAxes<LimitFields>(kSetSoftwareLimits, "software limits",
+                                   {kCount, kAxis, "mode 1", &LimitFields::positiveMode,
+                                    UpTo(kLastReaction), "limit 1", &LimitFields::positive,
+                                    "mode 2", &LimitFields::negativeMode, UpTo(kLastReaction),
+                                    "limit 2", &LimitFields::negative},
+                                   SetLimits);
+        table.ForAxes<SensorFields>(kSetSensorStop, "sensor stop",
+                                    {kCount, kAxis, "sensor", &SensorFields::sensor,
+                                     UpTo(kSensors - 1), "mode", &SensorFields::mode,
+                                     UpTo(kLastReaction)},
+                                    SetSensor);
+        table.Add<HostLoss>(kSetHostLoss, "host loss",
+                            {"time", &HostLoss::milliseconds, "mode", &HostLoss::mode, UpTo(1)},
+                            [this](const HostLoss& hostLoss) { hostLoss_ = hostLoss; });
     }
 
     void AddRegisters(RegisterMap& map) override
@@ -64,11 +71,31 @@ class StopModes : public Family
                          [this](int axis, std::span<Word> out) { ShowLimits(axis, out); });
     }
 
+    void Describe(Json& snapshot) const override
+    {
+        DescribeAxes(controller_, snapshot, [](Json& part, const Axis& axis, int) {
+            const AxisProtection& protection = axis.Protection();
+            const auto limit = [](const SoftwareLimit& soft) {
+                return Json{{"reaction", NameOf(soft.reaction)}, {"position", soft.position}};
+            };
+            part["softwareLimits"] = {{"positive", limit(protection.softPositive)},
+                                      {"negative", limit(protection.softNegative)}};
+            part["sensorStops"] = {
+                {"limitPositive", NameOf(protection.At(Sensor::kLimitPositive))},
+                {"limitNegative", NameOf(protection.At(Sensor::kLimitNegative))},
+                {"home", NameOf(protection.At(Sensor::kHome))},
+                {"configurable", NameOf(protection.At(Sensor::kConfigurable))},
+            };
+        });
+        snapshot["hosts"]["stopAfter"] = hostLoss_.milliseconds * 0.001;
+        snapshot["hosts"]["suddenStop"] = hostLoss_.mode == 1;
+    }
+
     [[nodiscard]] Nanoseconds NextEvent() const override
     {
         const auto lostAt = controller_.HostLostAt();
-        if (patience_ == Nanoseconds(0) || !lostAt || lostAt == reactedTo_) return kNever;
-        return *lostAt + patience_;
+        if (hostLoss_.milliseconds == 0 || !lostAt || lostAt == reactedTo_) return kNever;
+        return *lostAt + std::chrono::milliseconds(hostLoss_.milliseconds);
     }
 
     void AdvanceTo(Nanoseconds now) override
@@ -77,63 +104,27 @@ class StopModes : public Family
         reactedTo_ = controller_.HostLostAt();
         for (int number = 0; number < kMaxAxes; ++number) {
             Axis* axis = controller_.FindAxis(number);
-            if (axis != nullptr) axis->Stop(hostLossStop_, StopCause::kConnectionLost);
+            if (axis == nullptr) continue;
+            axis->Stop(SuddenIf(hostLoss_.mode == 1), StopCause::kConnectionLost);
         }
     }
 
-    void PowerUp() override { patience_ = Nanoseconds(0); }
+    void PowerUp() override { hostLoss_ = HostLoss(); }
 
   private:
-    Result SetLimits(CommandReader& in)
+    static void SetLimits(Axis& axis, const LimitFields& fields)
     {
-        std::vector<AxisEntry<LimitFields>> entries;
-        const Result result = ReadAxisEntries(controller_, in, in.NextWord(), ReadLimits, entries);
-        if (result != Result::kDone) return result;
-        for (const auto& entry : entries) {
-            if (!entry.fields.Valid()) return Result::kOutOfRange;
-        }
-        for (const auto& [axis, fields] : entries) {
-            AxisProtection protection = axis->Protection();
-            protection.softPositive = {static_cast<Reaction>(fields.positiveMode), fields.positive};
-            protection.softNegative = {static_cast<Reaction>(fields.negativeMode), fields.negative};
-            axis->SetProtection(protection);
-        }
-        return Result::kDone;
+        AxisProtection protection = axis.Protection();
+        protection.softPositive = {static_cast<Reaction>(fields.positiveMode), fields.positive};
+        protection.softNegative = {static_cast<Reaction>(fields.negativeMode), fields.negative};
+        axis.SetProtection(protection);
     }
 
-    Result SetSensor(CommandReader& in)
+    static void SetSensor(Axis& axis, const SensorFields& fields)
     {
-        std::vector<AxisEntry<SensorFields>> entries;
-        const Result result = ReadAxisEntries(
-            controller_, in, in.NextWord(),
-            [](CommandReader& r) {
-                const Word sensor = r.NextWord();
-                return SensorFields{sensor, r.NextWord()};
-            },
-            entries);
-        if (result != Result::kDone) return result;
-        for (const auto& entry : entries) {
-            if (entry.fields.sensor >= kSensors || entry.fields.mode > kLastReaction) {
-                return Result::kOutOfRange;
-            }
-        }
-        for (const auto& [axis, fields] : entries) {
-            AxisProtection protection = axis->Protection();
-            protection.sensors.at(fields.sensor) = static_cast<Reaction>(fields.mode);
-            axis->SetProtection(protection);
-        }
-        return Result::kDone;
-    }
-
-    Result SetHostLoss(CommandReader& in)
-    {
-        const std::uint32_t milliseconds = in.NextUnsignedLong();
-        const Word mode = in.NextWord();
-        if (!in.Finished()) return Result::kMalformed;
-        if (mode > 1) return Result::kOutOfRange;
-        patience_ = std::chrono::milliseconds(milliseconds);
-        hostLossStop_ = mode == 0 ? StopMode::kDecelerate : StopMode::kSudden;
-        return Result::kDone;
+        AxisProtection protection = axis.Protection();
+        protection.sensors.at(fields.sensor) = static_cast<Reaction>(fields.mode);
+        axis.SetProtection(protection);
     }
 
     void ShowLimits(int number, std::span<Word> out) const
@@ -143,15 +134,14 @@ class StopModes : public Family
         std::size_t next = 0;
         for (const int direction : {1, -1}) {
             const SoftwareLimit& limit = axis->Protection().Soft(direction);
-            out[next++] = LowWord(limit.position);
-            out[next++] = HighWord(limit.position);
+            PutLong(out, next, limit.position);
+            next += 2;
             out[next++] = static_cast<Word>(limit.reaction);
         }
     }
 
     Controller& controller_;
-    Nanoseconds patience_{0}; // 0: a lost host changes nothing
-    StopMode hostLossStop_ = StopMode::kDecelerate;
+    HostLoss hostLoss_;
     std::optional<Nanoseconds> reactedTo_; // the loss that has stopped the axes
 };
 

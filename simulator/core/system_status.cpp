@@ -2,6 +2,7 @@
 
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 
 namespace lumosim {
 
@@ -29,6 +30,16 @@ class SystemStatus : public Family
             out[1] = controller_.MainInputs();
             out[2] = controller_.MainOutputs();
         });
+    }
+
+    void Describe(Json& snapshot) const override
+    {
+        Json& part = snapshot["controller"];
+        part["powerResets"] = controller_.PowerResets();
+        part["configuration"] = {{"counter", controller_.ConfigurationCounter()},
+                                 {"stable", controller_.ConfigurationStable()}};
+        snapshot["io"] = {{"inputs", controller_.MainInputs()},
+                          {"outputs", controller_.MainOutputs()}};
     }
 
   private:

@@ -1,8 +1,8 @@
 // Torque limits and their state.
 
-#include "axis_list.h"
 #include "controller.h"
 #include "families.h"
+#include "snapshot.h"
 
 #include <cmath>
 
@@ -15,30 +15,15 @@ constexpr Word kSetTorqueLimit = 0x0110;
 constexpr Word kStateRegisters = 0x2F;
 constexpr Word kStateRegisterCount = 8;
 
-struct Fields
+struct TorqueLimitFields
 {
     Word on = 0;
-    TorqueLimit limit;
+    Word positive = 0;
+    Word negative = 0;
+    std::int16_t offset = 0;
+    Word codes = 0;
+    std::uint32_t value = 0;
 };
-
-Fields ReadFields(CommandReader& reader)
-{
-    Fields fields;
-    fields.on = reader.NextWord();
-    fields.limit.on = fields.on != 0;
-    fields.limit.positive = reader.NextWord();
-    fields.limit.negative = reader.NextWord();
-    fields.limit.offset = static_cast<std::int16_t>(reader.NextWord());
-    fields.limit.codes = reader.NextWord();
-    fields.limit.value = reader.NextUnsignedLong();
-    return fields;
-}
-
-bool Valid(const Fields& fields)
-{
-    return fields.on <= 1 && fields.limit.positive <= TorqueLimit::kMaxPercent &&
-           fields.limit.negative <= TorqueLimit::kMaxPercent;
-}
 
 class TorqueLimits : public Family
 {
@@ -47,7 +32,14 @@ class TorqueLimits : public Family
 
     void AddCommands(CommandTable& table) override
     {
-        table.Add(kSetTorqueLimit, "torque limit", [this](auto& in, auto&) { return Set(in); });
+        table.ForAxes<TorqueLimitFields>(
+            kSetTorqueLimit, "torque limit",
+            {kCount, kAxis, "on", &TorqueLimitFields::on, UpTo(1), "limit 1",
+             &TorqueLimitFields::positive, UpTo(TorqueLimit::kMaxPercent), "limit 2",
+             &TorqueLimitFields::negative, UpTo(TorqueLimit::kMaxPercent), "offset",
+             &TorqueLimitFields::offset, "code", &TorqueLimitFields::codes, "value",
+             &TorqueLimitFields::value},
+            Set);
     }
 
     void AddRegisters(RegisterMap& map) override
@@ -56,21 +48,24 @@ class TorqueLimits : public Family
                          [this](int axis, std::span<Word> out) { ShowState(axis, out); });
     }
 
-  private:
-    Result Set(CommandReader& in)
+    void Describe(Json& snapshot) const override
     {
-        std::vector<AxisEntry<Fields>> entries;
-        const Result result = ReadAxisEntries(controller_, in, in.NextWord(), ReadFields, entries);
-        if (result != Result::kDone) return result;
-        for (const auto& entry : entries) {
-            if (!Valid(entry.fields)) return Result::kOutOfRange;
-        }
-        for (const auto& [axis, fields] : entries) {
-            AxisProtection protection = axis->Protection();
-            protection.torque = fields.limit;
-            axis->SetProtection(protection);
-        }
-        return Result::kDone;
+        DescribeAxes(controller_, snapshot, [](Json& part, const Axis& axis, int) {
+            const TorqueLimit& limit = axis.Protection().torque;
+            part["torqueLimit"] = {{"on", limit.on},
+                                   {"positive", limit.positive},
+                                   {"negative", limit.negative},
+                                   {"offset", limit.offset}};
+        });
+    }
+
+  private:
+    static void Set(Axis& axis, const TorqueLimitFields& fields)
+    {
+        AxisProtection protection = axis.Protection();
+        protection.torque = {fields.on == 1, fields.positive, fields.negative,
+                             fields.offset,  fields.codes,    fields.value};
+        axis.SetProtection(protection);
     }
 
     void ShowState(int number, std::span<Word> out) const
@@ -85,8 +80,7 @@ class TorqueLimits : public Family
         out[3] = static_cast<Word>(limit.offset);
         out[4] = limit.codes;
         out[5] = static_cast<Word>(std::abs(axis->Torque()));
-        out[6] = static_cast<Word>(limit.value & 0xFFFFU);
-        out[7] = static_cast<Word>(limit.value >> 16U);
+        PutLong(out, 6, static_cast<std::int32_t>(limit.value));
     }
 
     Controller& controller_;

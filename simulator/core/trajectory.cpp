@@ -24,23 +24,48 @@ void RampTrajectory::AddEndlessCruise(double speed)
 
 void RampTrajectory::AddPause(double seconds)
 {
-    segments_.push_back({duration_, seconds, end_, 0, 0});
+    segments_.push_back({duration_, seconds, end_, 0, 0, 0});
     duration_ += seconds;
 }
 
 void RampTrajectory::Add(double duration, double fromSpeed, double toSpeed)
 {
     if (!(duration > 0)) return;
-    segments_.push_back({duration_, duration, end_, fromSpeed, toSpeed});
+    segments_.push_back({duration_, duration, end_, fromSpeed, toSpeed, 0});
     end_ += (fromSpeed + toSpeed) / 2 * duration;
     duration_ += duration;
 }
 
+void RampTrajectory::AddRampFrom(double fromAcceleration, double fromSpeed, double toSpeed,
+                                 double duration)
+{
+    if (!(duration > 0)) return;
+    segments_.push_back({duration_, duration, end_, fromSpeed, toSpeed, fromAcceleration});
+    end_ = Inside(segments_.back(), duration).position;
+    duration_ += duration;
+}
+
+// The acceleration that there is at the begin goes away in half a cosine: what it adds meanwhile.
+MotionState RampTrajectory::Faded(const Segment& segment, double seconds)
+{
+    const double turn = std::numbers::pi / segment.duration;
+    const double half = segment.fromAcceleration / 2;
+    const double angle = turn * seconds;
+    return {half * (seconds * seconds / 2 + (1 - std::cos(angle)) / (turn * turn)),
+            half * (seconds + std::sin(angle) / turn), half * (1 + std::cos(angle))};
+}
+
 MotionState RampTrajectory::Inside(const Segment& segment, double seconds) const
 {
-    const double change = segment.toSpeed - segment.fromSpeed;
+    MotionState faded;
+    double change = segment.toSpeed - segment.fromSpeed;
+    if (segment.fromAcceleration != 0) {
+        faded = Faded(segment, seconds);
+        change -= segment.fromAcceleration * segment.duration / 2;
+    }
     if (change == 0) {
-        return {segment.position + segment.fromSpeed * seconds, segment.fromSpeed, 0};
+        return {segment.position + segment.fromSpeed * seconds + faded.position,
+                segment.fromSpeed + faded.velocity, faded.acceleration};
     }
     const double part = seconds / segment.duration;
     double speedPart = part;
@@ -52,8 +77,10 @@ MotionState RampTrajectory::Inside(const Segment& segment, double seconds) const
         wayPart += (std::cos(angle) - 1) / (4 * std::numbers::pi * std::numbers::pi);
         slope -= std::cos(angle);
     }
-    return {segment.position + segment.fromSpeed * seconds + change * segment.duration * wayPart,
-            segment.fromSpeed + change * speedPart, change / segment.duration * slope};
+    const double way = segment.fromSpeed * seconds + change * segment.duration * wayPart;
+    return {segment.position + way + faded.position,
+            segment.fromSpeed + change * speedPart + faded.velocity,
+            change / segment.duration * slope + faded.acceleration};
 }
 
 MotionState RampTrajectory::At(double seconds) const

@@ -44,6 +44,8 @@ class RampTrajectory : public Trajectory
     // From one speed to the other with the given mean acceleration, of either sign of speed; an
     // infinite acceleration takes no time.
     void AddRamp(double fromSpeed, double toSpeed, double acceleration);
+    // The same, from an acceleration that there is already and that fades out smoothly.
+    void AddRampFrom(double fromAcceleration, double fromSpeed, double toSpeed, double duration);
     void AddCruise(double speed, double distance);
     void AddEndlessCruise(double speed);
     void AddPause(double seconds); // at rest; may be infinite
@@ -65,9 +67,11 @@ class RampTrajectory : public Trajectory
         double position;
         double fromSpeed;
         double toSpeed;
+        double fromAcceleration;
     };
 
     void Add(double duration, double fromSpeed, double toSpeed);
+    static MotionState Faded(const Segment& segment, double seconds);
     [[nodiscard]] MotionState Inside(const Segment& segment, double seconds) const;
 
     bool smooth_;

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace lumosim {
 
@@ -60,17 +62,20 @@ enum class Result : Word {
     kMotionFailed = 76, // a motion that a program waits for has not reached its end
     kNoInputSlave = 77,
 
-    kNoOutputSlave = 100,
-    kNetworkDown = 101,
-    kSerialPortTaken = 102,
-    kNoSuchFlash = 104,
-    kNoSuchMemory = 105,
+    // Protection and drives.
     kAlarmLasts = 80,
     kSoftwareLimit = 81,
     kNoParameter = 82,
     kReadOnlyParameter = 83,
     kServoIsOn = 84,
     kNoMonitor = 85,
+
+    // Outputs, serial port, memories.
+    kNoOutputSlave = 100,
+    kNetworkDown = 101,
+    kSerialPortTaken = 102,
+    kNoSuchFlash = 104,
+    kNoSuchMemory = 105,
 };
 
 constexpr Word LowWord(std::int32_t value)
@@ -81,6 +86,13 @@ constexpr Word LowWord(std::int32_t value)
 constexpr Word HighWord(std::int32_t value)
 {
     return static_cast<Word>(static_cast<std::uint32_t>(value) >> 16U);
+}
+
+// Into two registers, the low word first.
+constexpr void PutLong(std::span<Word> out, std::size_t index, std::int32_t value)
+{
+    out[index] = LowWord(value);
+    out[index + 1] = HighWord(value);
 }
 
 constexpr std::uint32_t JoinWords(Word low, Word high)

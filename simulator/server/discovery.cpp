@@ -52,7 +52,7 @@ std::shared_ptr<DiscoveryResponder::Ear> DiscoveryResponder::OpenEar(const udp::
 void DiscoveryResponder::Close()
 {
     for (const auto& ear : ears_) {
-        asio::error_code ignored;
+        ErrorCode ignored;
         ear->socket.close(ignored);
     }
     ears_.clear();
@@ -62,7 +62,7 @@ void DiscoveryResponder::Listen(const std::shared_ptr<Ear>& ear)
 {
     ear->socket.async_receive_from(
         asio::buffer(ear->datagram), ear->sender,
-        [this, ear](const asio::error_code& error, std::size_t size) {
+        [this, ear](const ErrorCode& error, std::size_t size) {
             if (error == asio::error::operation_aborted || !ear->socket.is_open()) return;
             if (!error) Answer(std::span(ear->datagram).first(size), ear->sender);
             Listen(ear);
@@ -76,10 +76,10 @@ void DiscoveryResponder::Answer(std::span<const std::uint8_t> request, const udp
     if (!isRequest) return;
     ModbusSession::Bytes answer;
     {
-        const std::unique_lock lock = controller_.Lock();
-        ModbusSession(controller_.Locked(), kAnyUnit).Receive(request, answer);
+        const Hold controller(controller_);
+        ModbusSession(*controller, kAnyUnit).Receive(request, answer);
     }
-    asio::error_code ignored;
+    ErrorCode ignored;
     if (!answer.empty()) ears_.front()->socket.send_to(asio::buffer(answer), sender, 0, ignored);
 }
 

@@ -1,10 +1,10 @@
 // Answers hosts that ask over UDP who is there.
 #pragma once
 
+#include "network.h"
 #include "shared_controller.h"
 
 #include <array>
-#include <asio.hpp>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -22,7 +22,7 @@ class DiscoveryResponder
     {}
 
     // Listens at the controller's address and for broadcasts; port 0 takes a free one.
-    // std::system_error when it cannot.
+    // NetworkError when it cannot.
     void Open(const asio::ip::address& address, std::uint16_t port);
     void Close();
 

@@ -1,10 +1,10 @@
 // One open stream of a serial line.
 #pragma once
 
+#include "network.h"
 #include "serial_line.h"
 
 #include <array>
-#include <asio.hpp>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -31,12 +31,11 @@ class LineStream : public std::enable_shared_from_this<LineStream<Stream>>
 
     void StartReading()
     {
-        stream_.async_read_some(
-            asio::buffer(area_),
-            [self = this->shared_from_this()](const asio::error_code& error, std::size_t size) {
-                if (error) return self->End(error);
-                self->Offer(size);
-            });
+        stream_.async_read_some(asio::buffer(area_), [self = this->shared_from_this()](
+                                                         const ErrorCode& error, std::size_t size) {
+            if (error) return self->End(error);
+            self->Offer(size);
+        });
     }
 
     void Send(std::span<const std::uint8_t> bytes)
@@ -49,7 +48,7 @@ class LineStream : public std::enable_shared_from_this<LineStream<Stream>>
 
     void Close()
     {
-        asio::error_code ignored;
+        ErrorCode ignored;
         wait_.cancel();
         stream_.close(ignored);
     }
@@ -63,7 +62,7 @@ class LineStream : public std::enable_shared_from_this<LineStream<Stream>>
         if (!stream_.is_open()) return;
         if (taker_(std::span(area_).first(size))) return StartReading();
         wait_.expires_after(kNoRoomPause);
-        wait_.async_wait([self = this->shared_from_this(), size](const asio::error_code& error) {
+        wait_.async_wait([self = this->shared_from_this(), size](const ErrorCode& error) {
             if (!error) self->Offer(size);
         });
     }
@@ -71,16 +70,15 @@ class LineStream : public std::enable_shared_from_this<LineStream<Stream>>
     void Write()
     {
         sending_ = std::exchange(waiting_, {});
-        asio::async_write(
-            stream_, asio::buffer(sending_),
-            [self = this->shared_from_this()](const asio::error_code& error, std::size_t) {
-                self->sending_.clear();
-                if (error) return self->End(error);
-                if (!self->waiting_.empty()) self->Write();
-            });
+        asio::async_write(stream_, asio::buffer(sending_),
+                          [self = this->shared_from_this()](const ErrorCode& error, std::size_t) {
+                              self->sending_.clear();
+                              if (error) return self->End(error);
+                              if (!self->waiting_.empty()) self->Write();
+                          });
     }
 
-    void End(const asio::error_code& error)
+    void End(const ErrorCode& error)
     {
         if (error == asio::error::operation_aborted || !stream_.is_open()) return;
         Close();

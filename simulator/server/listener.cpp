@@ -10,13 +10,6 @@ namespace {
 // Accepting fails when the system is out of descriptors; after this time it may have some again.
 constexpr auto kAcceptPause = std::chrono::milliseconds(100);
 
-#ifdef _WIN32
-// There it would let two programs share one port.
-constexpr bool kReuseAddress = false;
-#else
-constexpr bool kReuseAddress = true;
-#endif
-
 } // namespace
 
 void Listener::Open(const asio::ip::address& address, std::uint16_t port)
@@ -29,7 +22,7 @@ void Listener::Open(const asio::ip::address& address, std::uint16_t port)
 
 void Listener::Close()
 {
-    asio::error_code ignored;
+    ErrorCode ignored;
     acceptor_.close(ignored);
     acceptPause_.cancel();
     CloseConnections();
@@ -45,27 +38,40 @@ void Listener::CloseConnections()
 
 void Listener::Accept()
 {
-    acceptor_.async_accept([this](const asio::error_code& error, asio::ip::tcp::socket socket) {
+    acceptor_.async_accept([this](const ErrorCode& error, asio::ip::tcp::socket socket) {
         if (error == asio::error::operation_aborted || !acceptor_.is_open()) return;
         if (error && error != asio::error::connection_aborted) return PauseAccepting();
-        if (!error) {
-            const auto connection = std::make_shared<Connection>(
-                std::move(socket), controller_, [this](const std::shared_ptr<Connection>& closed) {
-                    connections_.erase(closed);
-                    connectionCount_ = connections_.size();
-                });
-            connections_.insert(connection);
-            connectionCount_ = connections_.size();
-            connection->Start();
-        }
+        if (!error) Take(std::move(socket));
         Accept();
     });
+}
+
+void Listener::Take(asio::ip::tcp::socket socket)
+{
+    bool refused = false;
+    {
+        const Hold controller(controller_);
+        refused = filter_.RefusesConnection();
+    }
+    if (refused) {
+        ErrorCode ignored;
+        socket.set_option(asio::socket_base::linger(true, 0), ignored);
+        return; // which resets it
+    }
+    const auto connection = std::make_shared<Connection>(
+        std::move(socket), controller_, filter_, [this](const std::shared_ptr<Connection>& closed) {
+            connections_.erase(closed);
+            connectionCount_ = connections_.size();
+        });
+    connections_.insert(connection);
+    connectionCount_ = connections_.size();
+    connection->Start();
 }
 
 void Listener::PauseAccepting()
 {
     acceptPause_.expires_after(kAcceptPause);
-    acceptPause_.async_wait([this](const asio::error_code& error) {
+    acceptPause_.async_wait([this](const ErrorCode& error) {
         if (!error && acceptor_.is_open()) Accept();
     });
 }

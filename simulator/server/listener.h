@@ -2,9 +2,9 @@
 #pragma once
 
 #include "connection.h"
+#include "network.h"
 #include "shared_controller.h"
 
-#include <asio.hpp>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -16,10 +16,11 @@ namespace lumosim {
 class Listener
 {
   public:
-    Listener(asio::io_context& io, SharedController& controller) : io_(io), controller_(controller)
+    Listener(asio::io_context& io, SharedController& controller, WireFilter& filter)
+        : io_(io), controller_(controller), filter_(filter)
     {}
 
-    // Port 0 takes a free one. std::system_error when the address cannot be listened on.
+    // Port 0 takes a free one. NetworkError when the address cannot be listened on.
     void Open(const asio::ip::address& address, std::uint16_t port);
     void Close(); // the connections, too
     void CloseConnections();
@@ -29,10 +30,12 @@ class Listener
 
   private:
     void Accept();
+    void Take(asio::ip::tcp::socket socket);
     void PauseAccepting();
 
     asio::io_context& io_;
     SharedController& controller_;
+    WireFilter& filter_;
     asio::ip::tcp::acceptor acceptor_{io_};
     asio::steady_timer acceptPause_{io_};
     std::set<std::shared_ptr<Connection>> connections_;

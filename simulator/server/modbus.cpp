@@ -189,6 +189,11 @@ void ModbusSession::ReadWriteRegisters(RequestReader request, Bytes& pdu)
     if (writeFirst != kCommandStart) {
         return SetException(pdu, kReadWriteFunction, kIllegalAddress);
     }
+    // A command whose answer could not be given is not run.
+    std::array<Word, kMostRead> unused{};
+    if (!channel_.Read(readFirst, std::span(unused).first(readQuantity))) {
+        return SetException(pdu, kReadWriteFunction, kIllegalAddress);
+    }
     const Result result = channel_.Write(registers);
     if (result == Result::kUnknownCommand) {
         return SetCommandException(pdu, kReadWriteFunction, result);

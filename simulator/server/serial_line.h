@@ -1,7 +1,8 @@
 // What the controller's serial port can be wired to outside the simulator.
 #pragma once
 
-#include <asio.hpp>
+#include "network.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -29,7 +30,7 @@ class SerialLine
 };
 
 // A program that connects to the TCP port is at the other end; one at a time. Port 0 takes a free
-// one. std::system_error when it cannot be listened on.
+// one. NetworkError when it cannot be listened on.
 std::unique_ptr<SerialLine> OpenTcpLine(asio::io_context& io, const asio::ip::tcp::endpoint& where,
                                         SerialLine::Taker taker);
 

@@ -20,7 +20,7 @@ class PipeLine : public SerialLine
 
     ~PipeLine() override
     {
-        asio::error_code ignored;
+        ErrorCode ignored;
         pipe_.close(ignored);
         if (stream_) stream_->Close();
     }
@@ -51,11 +51,11 @@ class PipeLine : public SerialLine
     {
         pipe_ = std::move(pipe);
         asio::windows::overlapped_ptr wait(
-            io_, [this](const asio::error_code& error, std::size_t) { ProgramCame(error); });
+            io_, [this](const ErrorCode& error, std::size_t) { ProgramCame(error); });
         const BOOL done = ConnectNamedPipe(pipe_.native_handle(), wait.get());
         const DWORD error = GetLastError();
         if (done != 0 || error == ERROR_PIPE_CONNECTED) {
-            wait.complete(asio::error_code(), 0);
+            wait.complete(ErrorCode(), 0);
         } else if (error == ERROR_IO_PENDING) {
             wait.release();
         } else {
@@ -63,7 +63,7 @@ class PipeLine : public SerialLine
         }
     }
 
-    void ProgramCame(const asio::error_code& error)
+    void ProgramCame(const ErrorCode& error)
     {
         if (error) return;
         const auto ended = [this] {

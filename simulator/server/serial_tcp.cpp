@@ -34,14 +34,14 @@ class TcpLine : public SerialLine
     // Further programs wait until the one before has gone.
     void Accept()
     {
-        acceptor_.async_accept([this](const asio::error_code& error, tcp::socket socket) {
+        acceptor_.async_accept([this](const ErrorCode& error, tcp::socket socket) {
             if (error == asio::error::operation_aborted) return;
             if (error) return Accept();
             const auto ended = [this] {
                 stream_.reset();
                 Accept();
             };
-            asio::error_code ignored;
+            ErrorCode ignored;
             socket.set_option(tcp::no_delay(true), ignored);
             stream_ = std::make_shared<LineStream<tcp::socket>>(std::move(socket), taker_, ended);
             stream_->StartReading();

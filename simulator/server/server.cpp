@@ -3,15 +3,20 @@
 #include "core/maintenance.h"
 #include "core/serial_port.h"
 #include "discovery.h"
+#include "faults/machine_faults.h"
 #include "listener.h"
+#include "network.h"
 #include "serial_line.h"
 #include "shared_controller.h"
+#include "wire_faults.h"
+#include "wire_filter.h"
 
-#include <asio.hpp>
 #include <atomic>
+#include <exception>
 #include <functional>
 #include <future>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -19,15 +24,30 @@ namespace lumosim {
 
 namespace {
 
-// Requests bring the time up to now by themselves; the tick lets limits trip without them.
-constexpr auto kTick = std::chrono::milliseconds(5);
-
 // A controller that restarts may find its port taken; it tries again until it has it.
 constexpr auto kComeBackPause = std::chrono::milliseconds(100);
 
+// Calls `open`; what it cannot open is told by name.
+template <typename Open>
+void OpenOrTell(const std::string& what, Open open)
+{
+    try {
+        open();
+    } catch (const NetworkError& error) {
+        throw std::system_error(error.code(), what);
+    } catch (const std::system_error& error) {
+        throw std::system_error(error.code(), what);
+    }
+}
+
+std::string At(const std::string& address, std::uint16_t port)
+{
+    return address + ", port " + std::to_string(port);
+}
+
 } // namespace
 
-class Server::Impl
+class Server::Impl : private Observer
 {
   public:
     explicit Impl(const ServerConfig& config);
@@ -44,8 +64,14 @@ class Server::Impl
     [[nodiscard]] std::uint16_t SerialTcpPort() const { return serialPort_; }
     [[nodiscard]] std::size_t Connections() const { return listener_.Connections(); }
     [[nodiscard]] SharedController& Shared() { return controller_; }
+    [[nodiscard]] FaultRegistry& Faults() { return faults_; }
 
   private:
+    void OnlineChanged(bool online) override
+    {
+        asio::post(io_, [this, online] { SetOnline(online); });
+    }
+
     void RunOnThread(std::function<void()> work);
     void Open(const std::string& address, std::uint16_t port, std::uint16_t discoveryPort);
     void Close();
@@ -54,10 +80,12 @@ class Server::Impl
     [[nodiscard]] std::string ConfiguredAddress();
     void OpenSerialLine();
     void CloseSerialLine();
-    void Tick();
+    void AwaitWake();
 
     ServerConfig config_;
     SharedController controller_;
+    WireFilter filter_;
+    FaultRegistry faults_;
     mutable std::mutex addressMutex_;
     std::string address_;
     std::atomic<std::uint16_t> discoveryPort_ = 0;
@@ -65,10 +93,10 @@ class Server::Impl
 
     // From here on the server's thread alone, while it runs.
     asio::io_context io_{1};
-    Listener listener_{io_, controller_};
+    Listener listener_{io_, controller_, filter_};
     DiscoveryResponder discovery_{io_, controller_};
     std::unique_ptr<SerialLine> serialLine_;
-    asio::steady_timer tick_{io_};
+    asio::steady_timer wake_{io_};
     asio::steady_timer comeBack_{io_};
     std::optional<asio::executor_work_guard<asio::io_context::executor_type>> work_;
     bool running_ = false;
@@ -76,10 +104,12 @@ class Server::Impl
 };
 
 Server::Impl::Impl(const ServerConfig& config)
-    : config_(config), controller_(config), address_(config.address)
+    : config_(config), controller_(config), filter_(config.seed), address_(config.address)
 {
-    controller_.Locked().Get<Maintenance>().OnOnlineChange(
-        [this](bool online) { asio::post(io_, [this, online] { SetOnline(online); }); });
+    controller_.Unlocked().Observe(*this);
+    controller_.OnEarlierWake([this] { asio::post(io_, [this] { AwaitWake(); }); });
+    AddMachineFaults(faults_, controller_.Unlocked());
+    AddWireFaults(faults_, filter_);
 }
 
 void Server::Impl::Start()
@@ -89,13 +119,13 @@ void Server::Impl::Start()
     Open(config_.address, config_.port, config_.discoveryPort.value_or(0));
     try {
         OpenSerialLine();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         Close();
         throw;
     }
     controller_.SetRunning(true);
     running_ = true;
-    if (config_.clock == Clock::kRealTime) Tick();
+    AwaitWake();
     work_.emplace(io_.get_executor());
     thread_ = std::thread([this] { io_.run(); });
 }
@@ -105,7 +135,7 @@ void Server::Impl::Stop()
     if (!thread_.joinable()) return;
     asio::post(io_, [this] {
         running_ = false;
-        tick_.cancel();
+        wake_.cancel();
         comeBack_.cancel();
         CloseSerialLine();
         Close();
@@ -117,13 +147,19 @@ void Server::Impl::Stop()
 
 void Server::Impl::Open(const std::string& address, std::uint16_t port, std::uint16_t discoveryPort)
 {
-    const asio::ip::address where = asio::ip::make_address(address);
-    listener_.Open(where, port);
+    asio::ip::address where;
+    OpenOrTell("cannot listen on " + At(address, port), [&] {
+        where = asio::ip::make_address(address);
+        listener_.Open(where, port);
+    });
     try {
-        if (config_.discoveryPort) discovery_.Open(where, discoveryPort);
-    } catch (const std::system_error& error) {
+        if (config_.discoveryPort) {
+            OpenOrTell("cannot be found on UDP " + At(address, discoveryPort),
+                       [&] { discovery_.Open(where, discoveryPort); });
+        }
+    } catch (const std::system_error&) {
         Close();
-        throw std::system_error(error.code(), "discovery port " + std::to_string(discoveryPort));
+        throw;
     }
     discoveryPort_ = discovery_.Port();
     const std::lock_guard lock(addressMutex_);
@@ -171,7 +207,7 @@ void Server::Impl::SetOnline(bool online)
     Close();
     if (!online || TryComeBack(ConfiguredAddress()) || TryComeBack(Address())) return;
     comeBack_.expires_after(kComeBackPause);
-    comeBack_.async_wait([this](const asio::error_code& error) {
+    comeBack_.async_wait([this](const ErrorCode& error) {
         if (!error) SetOnline(true);
     });
 }
@@ -190,8 +226,8 @@ bool Server::Impl::TryComeBack(const std::string& address)
 // it was delivered with.
 std::string Server::Impl::ConfiguredAddress()
 {
-    const std::unique_lock lock = controller_.Lock();
-    Controller& controller = controller_.Locked();
+    const Hold hold(controller_);
+    Controller& controller = *hold;
     const NetworkSettings& network = controller.Get<Maintenance>().Network();
     const bool everywhere = asio::ip::make_address(config_.address).is_unspecified();
     if (everywhere || network.address == controller.Config().network.address) {
@@ -208,19 +244,20 @@ void Server::Impl::OpenSerialLine()
 {
     const SerialWiring& wiring = config_.serial;
     const auto take = [this](std::span<const std::uint8_t> bytes) {
-        const std::unique_lock lock = controller_.Lock();
-        return controller_.Locked().Get<SerialPort>().TryReceive(bytes);
+        return Hold(controller_)->Get<SerialPort>().TryReceive(bytes);
     };
     if (wiring.to == SerialWiring::To::kTcp) {
-        serialLine_ =
-            OpenTcpLine(io_, {asio::ip::make_address(config_.address), wiring.port}, take);
+        OpenOrTell("cannot listen for the serial port on " + At(config_.address, wiring.port), [&] {
+            serialLine_ =
+                OpenTcpLine(io_, {asio::ip::make_address(config_.address), wiring.port}, take);
+        });
         serialPort_ = serialLine_->Port();
     } else if (wiring.to == SerialWiring::To::kPipe) {
-        serialLine_ = OpenPipeLine(io_, wiring.pipe, take);
+        OpenOrTell("cannot open the serial port's pipe " + wiring.pipe,
+                   [&] { serialLine_ = OpenPipeLine(io_, wiring.pipe, take); });
     }
     if (wiring.to == SerialWiring::To::kLoopBack) return;
-    const std::unique_lock lock = controller_.Lock();
-    controller_.Locked().Get<SerialPort>().Connect([this](std::span<const std::uint8_t> bytes) {
+    Hold(controller_)->Get<SerialPort>().Connect([this](std::span<const std::uint8_t> bytes) {
         asio::post(io_, [this, sent = std::vector<std::uint8_t>(bytes.begin(), bytes.end())] {
             if (serialLine_) serialLine_->Send(sent);
         });
@@ -233,13 +270,15 @@ void Server::Impl::CloseSerialLine()
     serialPort_ = 0;
 }
 
-void Server::Impl::Tick()
+// Requests bring the time up to now by themselves; this lets happen what happens without them.
+void Server::Impl::AwaitWake()
 {
-    tick_.expires_after(kTick);
-    tick_.async_wait([this](const asio::error_code& error) {
-        if (error || !running_) return;
-        controller_.Lock(); // that brings the time up to now
-        Tick();
+    if (!running_) return;
+    const auto wake = controller_.NextWake();
+    if (wake == SharedController::RealTime::time_point::max()) return;
+    wake_.expires_at(wake);
+    wake_.async_wait([this](const ErrorCode& error) {
+        if (!error) AwaitWake();
     });
 }
 
@@ -296,14 +335,24 @@ void Server::AdvanceBy(Nanoseconds step)
     impl_->Settle();
 }
 
-std::unique_lock<std::mutex> Server::LockUpToNow()
+FaultRegistry& Server::Faults()
 {
-    return impl_->Shared().Lock();
+    return impl_->Faults();
 }
 
-Controller& Server::Locked()
+ClockState Server::RealTimeClock() const
 {
-    return impl_->Shared().Locked();
+    return impl_->Shared().Clock();
+}
+
+void Server::SetRealTimeClock(const ClockState& clock)
+{
+    impl_->Shared().SetClock(clock);
+}
+
+SharedController& Server::Shared()
+{
+    return impl_->Shared();
 }
 
 } // namespace lumosim

@@ -2,10 +2,11 @@
 #pragma once
 
 #include "core/controller.h"
+#include "faults/fault_registry.h"
+#include "hold.h"
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -15,6 +16,13 @@ namespace lumosim {
 enum class Clock {
     kRealTime, // the controller's time runs with the computer's
     kByHand,   // it moves only by Server::AdvanceBy
+};
+
+// How a real-time clock runs.
+struct ClockState
+{
+    double scale = 1; // simulated seconds in one second of real time
+    bool paused = false;
 };
 
 // What the serial port is wired to.
@@ -36,7 +44,8 @@ struct ServerConfig
     std::optional<std::uint16_t> discoveryPort;
     SerialWiring serial;
     Clock clock = Clock::kRealTime;
-    double timeScale = 1; // simulated seconds in one second of real time
+    double timeScale = 1;
+    std::uint64_t seed = 1; // of the faults that befall the line by chance
 };
 
 // Runs on a thread of its own between Start and Stop. All members may be called from any thread,
@@ -50,7 +59,7 @@ class Server
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
-    void Start(); // std::system_error when the address cannot be listened on
+    void Start(); // std::system_error, which says what could not be opened
     void Stop();  // closes all connections; when it returns, the port is free again
 
     // Where it listens. A controller that restarts with other network settings moves.
@@ -66,9 +75,16 @@ class Server
     template <typename Use>
     auto With(Use&& use)
     {
-        const std::unique_lock lock = LockUpToNow();
-        return std::forward<Use>(use)(Locked());
+        const Hold controller(Shared());
+        return std::forward<Use>(use)(*controller);
     }
+
+    // The faults of machine and line. They belong to the controller: to be used inside With, or
+    // while nothing runs.
+    [[nodiscard]] FaultRegistry& Faults();
+
+    [[nodiscard]] ClockState RealTimeClock() const;
+    void SetRealTimeClock(const ClockState& clock);
 
     // Moves a clock that is driven by hand; on a real-time clock it is extra time. When it returns,
     // a controller that has gone off the network or come back is there or not.
@@ -77,8 +93,7 @@ class Server
   private:
     class Impl;
 
-    [[nodiscard]] std::unique_lock<std::mutex> LockUpToNow();
-    [[nodiscard]] Controller& Locked();
+    [[nodiscard]] SharedController& Shared();
 
     std::unique_ptr<Impl> impl_;
 };

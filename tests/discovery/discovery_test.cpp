@@ -1,6 +1,7 @@
 // Looking for controllers. The library is linked in here with all its inner pieces, so that the
 // controllers of the tests can stand at any free port in place of port 7000.
 #include "common/result_codes.h"
+#include "network.h"
 #include "platform/shared_lock.h"
 #include "server/server.h"
 #include "support/trace_capture.h"
@@ -10,7 +11,6 @@
 #include "zelq.h"
 
 #include <array>
-#include <asio.hpp>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -85,12 +85,12 @@ class ScriptedAnswerer
     void Listen()
     {
         socket_.async_receive_from(
-            asio::buffer(area_), sender_, [this](const asio::error_code& error, std::size_t size) {
+            asio::buffer(area_), sender_, [this](const ErrorCode& error, std::size_t size) {
                 if (error) return;
                 requests_.emplace_back(area_.data(), area_.data() + size);
                 const bool first = requests_.size() % 2 == 1;
                 for (const Bytes& answer : first ? script_(requests_.back()) : Answers()) {
-                    asio::error_code ignored;
+                    ErrorCode ignored;
                     socket_.send_to(asio::buffer(answer), sender_, 0, ignored);
                 }
                 Listen();

@@ -1,7 +1,7 @@
 // What users of such libraries have suffered from, by what they saw.
 #include "hostile/hostile_test.h"
+#include "network.h"
 
-#include <asio.hpp>
 #include <gtest/gtest.h>
 
 namespace zelq::test {
@@ -108,7 +108,7 @@ TEST_F(Pains, AStalledConnectEndsInTime)
     std::vector<tcp::socket> queue;
     for (int i = 0; i < 8; ++i) {
         queue.emplace_back(io);
-        queue.back().async_connect(acceptor.local_endpoint(), [](asio::error_code) {});
+        queue.back().async_connect(acceptor.local_endpoint(), [](ErrorCode) {});
     }
     io.poll();
     zelQ_SetNetPortNum(kStalled, acceptor.local_endpoint().port());

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "network.h"
 #include "platform/clock.h"
 #include "platform/tcp_socket.h"
 
 #include <array>
-#include <asio.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -41,7 +41,7 @@ struct Peer : tcp::socket
     Bytes Receive(std::size_t count)
     {
         Bytes bytes(count);
-        asio::error_code ended;
+        ErrorCode ended;
         bytes.resize(asio::read(*this, asio::buffer(bytes), ended));
         return bytes;
     }

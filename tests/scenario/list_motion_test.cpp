@@ -29,6 +29,8 @@ struct Show
 class ListMotion : public ScenarioTest
 {
   protected:
+    ListMotion() : ScenarioTest(Ideal(Config({}))) {}
+
     void SetUp() override
     {
         ScenarioTest::SetUp();

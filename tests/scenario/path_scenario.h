@@ -52,7 +52,10 @@ class PathScenario : public ScenarioTest
     static constexpr short kMap = 3;
 
     explicit PathScenario(short axes = kAxes, const lumosim::AxisMechanics& mechanics = {})
-        : ScenarioTest(Config({}, mechanics, axes)), axes_(axes)
+        : PathScenario(Config({}, mechanics, axes))
+    {}
+    explicit PathScenario(const lumosim::ServerConfig& config)
+        : ScenarioTest(config), axes_(static_cast<short>(config.controller.axes))
     {}
 
     void SetUp() override
@@ -77,7 +80,7 @@ class PathScenario : public ScenarioTest
             Sample sample;
             for (const U16 number : map_) {
                 sample.at.push_back(controller.AxisAt(number).CommandPosition());
-                sample.velocity.push_back(controller.AxisAt(number).Velocity());
+                sample.velocity.push_back(controller.AxisAt(number).Physical().velocity);
             }
             return sample;
         });

@@ -19,7 +19,7 @@ enum MotionKind : U16 { kRelative = 3, kSearch, kTorque = 10, kVelocity, kProfil
 class PointToPoint : public ScenarioTest
 {
   protected:
-    PointToPoint() : ScenarioTest(Config({}, SmallMachine())) {}
+    PointToPoint() : ScenarioTest(Ideal(Config({}, SmallMachine()))) {}
 
     void SetUp() override
     {

@@ -215,7 +215,9 @@ TEST_F(Protection, TorqueLimitsShowInTheStatus)
     Jog();
     ExpectIn(100ms, {.torque = 14, .torqueLimited = 1}); // 15 % around -1 %
     EXPECT_THAT(limit(), ElementsAre(1, 1, 0, 15, 30, 0xFFF6, 0x0102, 140, 70'000));
-    After(zelQ_TorqueLimitFree(kNumber, 0, 1), 0ms, {.torque = 25, .torqueLimited = 0});
+    // It has fallen behind, and catches up with all that the motor has.
+    After(zelQ_TorqueLimitFree(kNumber, 0, 1), 2ms, {.torque = 300, .torqueLimited = 0});
+    ExpectIn(100ms, {.torque = 25});
     EXPECT_EQ(LimitOf().active, 0);
     ASSERT_EQ(zelQ_mTorqueLimitFree(kNumber, 2, Listed<short>({0, 1}), Listed({0U, 0U})), 0);
     EXPECT_EQ(LimitOf().active, 1) << "on, but holding nothing back";
@@ -241,9 +243,9 @@ TEST_F(Protection, ATorqueModePushesWithWhatTheLimitLeaves)
 
     // A weight needs torque at rest, as long as there is current.
     WithAxis(0, [](lumosim::Axis& axis) { axis.SetLoad(-400); });
-    Expect({.torque = -40});
+    ExpectIn(100ms, {.torque = -40});
     LimitTorque(100, 30, 50);
-    Expect({.torque = -25}); // 30 % below +5 %
+    ExpectIn(2ms, {.torque = -25}); // 30 % below +5 %
     After(zelQ_ServoOn(kNumber, 0, 0), 0ms, {.torque = 0, .torqueLimited = 0});
 }
 

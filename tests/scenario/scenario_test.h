@@ -83,6 +83,13 @@ class ScenarioTest : public testing::Test
         return config;
     }
 
+    /// Drives and motors whose every figure is that of the command.
+    static lumosim::ServerConfig Ideal(lumosim::ServerConfig config)
+    {
+        config.controller.ideal = true;
+        return config;
+    }
+
     /// A machine small enough to be run through: between switches, with all sensors.
     static lumosim::AxisMechanics SmallMachine()
     {

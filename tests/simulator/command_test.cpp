@@ -1,10 +1,15 @@
 // Commands as they come in: frames joined by their marks, what is refused, and the log.
 
 #include "core/command_channel.h"
+#include "core/command_page.h"
 #include "core/controller.h"
 
 #include <chrono>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <memory>
+#include <nlohmann/json.hpp>
 #include <span>
 #include <sstream>
 #include <string>
@@ -40,10 +45,11 @@ TEST(Commands, AreReadAndAnsweredWithinTheirBoundsAndHaveOneCodeEach)
     }
     EXPECT_EQ(reply.Words().size(), Reply::kCapacity) << "bounded by its registers";
 
-    CommandTable table;
-    const auto handler = [](CommandReader&, Reply&) { return Result::kDone; };
-    table.Add(7, "one", handler);
-    EXPECT_THROW(table.Add(7, "other", handler), std::logic_error);
+    Controller controller(Mixed());
+    CommandTable table(controller);
+    const auto done = [](const NoFields&) {};
+    table.Add(7, "one", {}, done);
+    EXPECT_THROW(table.Add(7, "other", {}, done), std::logic_error);
     EXPECT_EQ(table.Find(8), nullptr);
 }
 
@@ -252,17 +258,101 @@ TEST_F(RefusedCommands, AreNotTakenByAProgramEither)
                   "77: 232 1 0 0 0 1 | 232 1 0 28 0 1\n");
 }
 
-TEST(Commands, AreShownToTheLog)
+// What a family of somebody else's is made of: it counts the parts that pass a sensor.
+class Counter : public Family
+{
+    void AddCommands(CommandTable& table) override
+    {
+        table.Add<OneLong>(0x3000, "count parts", {"parts", &OneLong::value},
+                           [this](const OneLong& more) { parts_ += more.value; });
+    }
+    void Describe(nlohmann::json& snapshot) const override { snapshot["parts"] = parts_; }
+
+    std::int32_t parts_ = 0;
+};
+
+TEST(Commands, AreAddedFromOutside)
 {
     Controller controller(Mixed());
-    std::string log;
-    controller.SetCommandLog([&log](const CommandRecord& record) {
-        log += std::string(record.name) + " " + std::to_string(record.fields.size()) + " " +
-               std::to_string(static_cast<int>(record.result)) + "\n";
-    });
+    controller.AddFamily(std::make_unique<Counter>());
+    EXPECT_EQ(controller.Execute({0x3000, 3, 0}), Result::kDone);
+    EXPECT_EQ(controller.Execute({0x3000, 0xFFFF, 0xFFFF}), Result::kDone);
+    EXPECT_EQ(controller.Execute({0x3000, 3}), Result::kMalformed);
+    EXPECT_EQ(controller.Snapshot()["parts"], 2);
+}
+
+// Every place that a field can have, as it is told, read and shown.
+TEST(CommandLayout, IsWhatReadsShowsAndDocumentsACommand)
+{
+    struct Fields
+    {
+        Word mode = 0;
+        std::uint32_t mask = 0;
+        std::int16_t torque = 0;
+        std::int32_t target = 0;
+        Word end = 0;
+    };
+    const Layout<Fields> layout = {"mode",          &Fields::mode, UpTo(2),
+                                   "mask",          &Fields::mask, When("mode", {1, 2}),
+                                   CountOf(1, 2),   kAxis,         "torque",
+                                   &Fields::torque, "target",      &Fields::target,
+                                   "end",           &Fields::end,  kBehind,
+                                   "spare",         kIfLeft};
+    EXPECT_EQ(FieldsAsOrder(layout.List()),
+              "mode 0..2, mask (u32) if mode is 1 or 2, count 1..2, each: axis, torque (s16), "
+              "target (s32); then end, spare if the command has it");
+
+    const Words words = {1, 0, 0x8000, 2, 5, 0xFFFF, 7, 0, 6, 100, 0xFFFF, 0xFFFF, 9};
+    CommandReader in(words);
+    Command<Fields> command;
+    ASSERT_TRUE(layout.Read(in, command));
+    ASSERT_EQ(command.entries.size(), 2U);
+    EXPECT_EQ(command.entries[1].number, 6);
+    const Fields& second = command.entries[1].fields;
+    EXPECT_EQ(second.mask, 0x80000000U) << "what stands in front is every entry's";
+    EXPECT_EQ(second.torque, 100);
+    EXPECT_EQ(second.target, -1);
+    EXPECT_EQ(command.entries[0].fields.end, 9) << "and what stands behind";
+    EXPECT_EQ(FieldsAsText(layout.List(), words),
+              "mode 1, mask 2147483648, count 2, axis 5, torque -1, target 7, axis 6, torque 100, "
+              "target -1, end 9");
+    EXPECT_EQ(FieldsAsText(layout.List(), Words{0, 3, 4, 4}), "mode 0, count 3 4 4")
+        << "what is wrong is shown as it came";
+}
+
+TEST(CommandLayout, OfEveryCommandStandsOnItsPage)
+{
+    std::ifstream file(LUMOSIM_COMMAND_PAGE, std::ios::binary);
+    const std::string page{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_EQ(page, CommandPage(Controller(Mixed()))) << "script/docs makes it anew";
+}
+
+class Log : public Observer
+{
+  public:
+    std::string text;
+
+    void CommandRun(const CommandRecord& record) override { text += CommandAsLine(record) + "\n"; }
+    void OnlineChanged(bool online) override { text += online ? "online\n" : "offline\n"; }
+};
+
+TEST(Commands, AreShownToEveryObserver)
+{
+    Controller controller(Mixed());
+    Log all;
+    Log first;
+    controller.Observe(all);
+    controller.Observe(first);
     controller.Execute({0x10, 1, 0, 0});
+    controller.Unobserve(first);
     controller.Execute({0x7777});
-    EXPECT_EQ(log, "jog 3 4\nunknown 0 1\n");
+    controller.Execute({0x1002, 0});
+    controller.Advance(std::chrono::seconds(1));
+    EXPECT_EQ(first.text,
+              "   0.000000  0010 jog              count 1, direction 0, axis 0 -> 4 servo-off\n");
+    EXPECT_EQ(all.text,
+              first.text + "   0.000000  7777 unknown           -> 1 unknown-command\n   0.000000  "
+                           "1002 reset            mode 0 -> 0 done\noffline\nonline\n");
 }
 
 } // namespace

@@ -1,11 +1,12 @@
 // The far end of the serial port.
 
-#include "core/byte_registers.h"
+#include "core/command.h"
 #include "core/serial_port.h"
 #include "modbus_frames.h"
+#include "network.h"
 #include "server/server.h"
 
-#include <asio.hpp>
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -42,9 +43,12 @@ Bytes Read(Server& server, std::size_t size)
         Reply reply;
         server.With([&](Controller& c) { c.Run(std::vector<Word>{0x173, 1024}, reply); });
         CommandReader in(reply.Words());
-        const std::size_t waiting = in.NextWord();
-        const Bytes bytes = NextBytes(in, std::min<std::size_t>(waiting, 1024));
-        all.insert(all.end(), bytes.begin(), bytes.end());
+        const std::size_t end = all.size() + std::min<std::size_t>(in.NextWord(), 1024);
+        while (all.size() < end) { // two in each register, the earlier one in the low half
+            const Word word = in.NextWord();
+            all.push_back(static_cast<std::uint8_t>(word & 0xFFU));
+            if (all.size() < end) all.push_back(static_cast<std::uint8_t>(word >> 8U));
+        }
         return all.size() >= size;
     });
     return all;

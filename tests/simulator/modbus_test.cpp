@@ -18,6 +18,16 @@ using test::CommandFrame;
 using test::Frame;
 using test::Joined;
 
+TEST(ModbusSession, ACommandWhoseAnswerCannotBeGivenIsNotRun)
+{
+    Controller controller{ControllerConfig()};
+    ModbusSession session(controller);
+    Bytes answer;
+    EXPECT_TRUE(session.Receive(Frame("17 2000 0001 0000 0003 06 0101 01A0 0003"), answer));
+    EXPECT_EQ(answer, Frame("97 02"));
+    EXPECT_EQ(controller.MainOutputs(), 0);
+}
+
 TEST(ModbusSession, AnswersAsItShould)
 {
     struct Exchange

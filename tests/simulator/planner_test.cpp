@@ -178,5 +178,40 @@ TEST(Trajectory, TellsWhenAPlaceIsReachedInADirection)
     EXPECT_NEAR(jog->TimeOfReaching(-1e6, -1, 0).value_or(0), 200, 1e-6);
 }
 
+TEST(Planner, ASmoothedRampThatIsInterruptedGoesOnFromItsAcceleration)
+{
+    constexpr double kTarget = 8'000;
+    const SpeedProfile profile = {kS, 0, 20'000, 5'000, 10'000, 0};
+    SpeedProfile faster = profile;
+    faster.drive = 7'000;
+    SpeedProfile slower = profile;
+    slower.drive = 2'000;
+    const auto move = PlanMove(profile, {0, 0, 0}, kTarget);
+    constexpr int kCuts = 60;
+    for (int cut = 1; cut < kCuts; ++cut) {
+        SCOPED_TRACE(cut);
+        const MotionState from = move->At(move->Duration() * cut / kCuts);
+        for (const SpeedProfile& then : {profile, faster, slower}) {
+            for (const auto& plan :
+                 {PlanMove(then, from, kTarget), PlanStop(then, from), PlanJog(then, from, 1)}) {
+                const MotionState begin = plan->At(1e-9);
+                EXPECT_NEAR(begin.velocity, from.velocity, 0.1);
+                EXPECT_NEAR(begin.acceleration, from.acceleration, 50);
+                const double end = std::isinf(plan->Duration()) ? 2 : plan->Duration();
+                const Observed seen = Observe(*plan, end);
+                EXPECT_LE(seen.steepestUp, 20'000 * 1.01);
+                EXPECT_LE(seen.steepestDown, 10'000 * 1.26);
+                EXPECT_LT(seen.largestHole, 0.05);
+            }
+        }
+        // The target is met without turning round.
+        const auto same = PlanMove(profile, from, kTarget);
+        EXPECT_NEAR(same->At(std::nextafter(same->Duration(), 0)).position, kTarget, 0.3);
+        for (double time = 0; time < same->Duration(); time += 0.001) {
+            ASSERT_GE(same->At(time).velocity, -1e-6);
+        }
+    }
+}
+
 } // namespace
 } // namespace lumosim

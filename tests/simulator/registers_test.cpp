@@ -104,6 +104,14 @@ TEST(Controller, RefusesAConfigurationThatCannotBe)
     EXPECT_THROW(build(1, 33, 31), std::invalid_argument);
     EXPECT_THROW(build(1, -1, 31), std::invalid_argument);
     EXPECT_THROW(build(1, 4, 32), std::invalid_argument);
+    ControllerConfig config;
+    config.slaves = {{3, SlaveType::kInput, {}}, {3, SlaveType::kOutput, {}}};
+    EXPECT_THROW(Controller{config}, std::invalid_argument) << "two slaves at one station";
+    config = ControllerConfig();
+    config.mechanics.negativeLimit = -AxisMechanics::kFarthest;
+    EXPECT_EQ(Controller(config).Config().axes, 4);
+    config.mechanics.positiveLimit = AxisMechanics::kFarthest + 1;
+    EXPECT_THROW(Controller{config}, std::invalid_argument) << "beyond all machines";
 }
 
 } // namespace

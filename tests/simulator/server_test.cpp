@@ -1,10 +1,8 @@
 // The server over real loopback connections: hosts, those who look for it, and its own restart.
 
 #include "core/maintenance.h"
-#include "modbus_frames.h"
-#include "server/server.h"
+#include "host_sockets.h"
 
-#include <asio.hpp>
 #include <chrono>
 #include <gtest/gtest.h>
 #include <string>
@@ -17,71 +15,13 @@ namespace {
 using asio::ip::tcp;
 using asio::ip::udp;
 using test::Await;
+using test::ByHand;
 using test::Bytes;
 using test::CommandFrame;
 using test::Frame;
+using test::Host;
 using test::Joined;
-
-ServerConfig ByHand(int number = 1)
-{
-    ServerConfig config;
-    config.clock = Clock::kByHand;
-    config.controller.number = number;
-    config.address = "127.0.0." + std::to_string(number);
-    return config;
-}
-
-// A host's socket. A server that never answers fails the test instead of hanging it.
-template <typename Socket>
-class Host
-{
-  public:
-    // What one call of `start` receives, at most `size` bytes.
-    template <typename Start>
-    Bytes Receive(std::size_t size, Start start)
-    {
-        Bytes bytes(size);
-        std::size_t received = 0;
-        bool ended = false;
-        start(asio::buffer(bytes), [&](const asio::error_code&, std::size_t count) {
-            received = count;
-            ended = true;
-        });
-        io_.restart();
-        io_.run_for(test::kPatience);
-        EXPECT_TRUE(ended) << "no answer";
-        socket_.cancel();
-        io_.run();
-        bytes.resize(received);
-        return bytes;
-    }
-
-  protected:
-    asio::io_context io_;
-    Socket socket_{io_};
-};
-
-class TcpHost : public Host<tcp::socket>
-{
-  public:
-    TcpHost(const std::string& address, std::uint16_t port)
-    {
-        socket_.connect({asio::ip::make_address(address), port});
-        socket_.set_option(tcp::no_delay(true));
-    }
-    explicit TcpHost(const Server& server) : TcpHost(server.Address(), server.Port()) {}
-
-    void Send(const Bytes& bytes) { asio::write(socket_, asio::buffer(bytes)); }
-
-    // Up to `size` bytes, fewer when the server closes before.
-    Bytes Receive(std::size_t size)
-    {
-        return Host::Receive(size, [this](auto buffer, auto handler) {
-            asio::async_read(socket_, buffer, handler);
-        });
-    }
-    bool ClosedByServer() { return Receive(1).empty(); }
-};
+using test::TcpHost;
 
 // A host that looks for controllers.
 class Seeker : public Host<udp::socket>
@@ -172,7 +112,7 @@ TEST(Server, DropsConnectionsAndStartsAgain)
     server.With([](Controller& controller) { controller.SetMainInputs(0x11); });
     server.Stop();
     EXPECT_TRUE(second.ClosedByServer());
-    EXPECT_THROW(TcpHost{server}, std::system_error) << "nobody listens";
+    EXPECT_THROW(TcpHost{server}, NetworkError) << "nobody listens";
 
     server.Start();
     TcpHost third(server);
@@ -226,7 +166,7 @@ class NetworkServer : public testing::Test
         try {
             const TcpHost host("127.0.0.24", server_.Port());
             return true;
-        } catch (const std::system_error&) {
+        } catch (const NetworkError&) {
             return false;
         }
     }

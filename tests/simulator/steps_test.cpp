@@ -54,11 +54,18 @@ void ExpectTheSame(Nanoseconds time, Start start)
 
 TEST(Steps, OfAnyLengthGiveTheSame)
 {
-    // A move, an alarm of the drive, a path.
+    // A move, a motor that falls behind, an alarm of the drive, a path.
     ExpectTheSame(milliseconds(777), [](Controller& controller) {
         controller.AxisAt(0).SetProfile({SpeedProfile::kTrapezoid, 0, 20'000, 5'000, 10'000, 0});
         controller.AxisAt(0).MoveTo(7'001);
         controller.AxisAt(1).MoveTo(50);
+    });
+    ExpectTheSame(milliseconds(403), [](Controller& controller) {
+        controller.Advance(microseconds(371));
+        for (const int axis : {0, 1}) {
+            controller.AxisAt(axis).SetProfile({SpeedProfile::kTrapezoid, 0, 0, 400'000, 0, 0});
+            controller.AxisAt(axis).MoveTo(100'077);
+        }
     });
     ExpectTheSame(milliseconds(1'500), [](Controller& controller) {
         Axis& axis = controller.AxisAt(0);

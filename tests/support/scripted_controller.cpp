@@ -1,14 +1,13 @@
 #include "support/scripted_controller.h"
 
+#include "network.h"
 #include "zelq.h"
 
 #include <algorithm>
 #include <array>
-#include <asio.hpp>
 #include <future>
 #include <gtest/gtest.h>
 #include <set>
-#include <system_error>
 #include <thread>
 
 namespace zelq::test {
@@ -112,7 +111,7 @@ class ScriptedController::Server
             connection.socket.set_option(tcp::no_delay(true));
             while (co_await Exchange(connection)) {
             }
-        } catch (const std::system_error&) { // the peer has left, or this end
+        } catch (const NetworkError&) { // the peer has left, or this end
         }
         connections_.erase(&connection);
         connection.socket.close();

@@ -1,9 +1,9 @@
 #include "see/proxy.h"
 
 #include "frame/failure.h"
+#include "network.h"
 
 #include <array>
-#include <asio.hpp>
 #include <chrono>
 #include <type_traits>
 
@@ -37,13 +37,12 @@ class Passage : public std::enable_shared_from_this<Passage>
 
     void Start(const tcp::endpoint& controller)
     {
-        asio::error_code ignored;
+        ErrorCode ignored;
         packets_.client = ToEndpoint(program_.remote_endpoint(ignored));
         packets_.server = {controller.address().to_v4().to_bytes(), kModbusPort};
-        controller_.async_connect(controller,
-                                  [self = shared_from_this()](const asio::error_code& error) {
-                                      if (!error) self->Connected();
-                                  });
+        controller_.async_connect(controller, [self = shared_from_this()](const ErrorCode& error) {
+            if (!error) self->Connected();
+        });
     }
 
   private:
@@ -52,7 +51,7 @@ class Passage : public std::enable_shared_from_this<Passage>
 
     void Connected()
     {
-        asio::error_code ignored;
+        ErrorCode ignored;
         program_.set_option(tcp::no_delay(true), ignored);
         controller_.set_option(tcp::no_delay(true), ignored);
         ++counts_.connections;
@@ -63,19 +62,19 @@ class Passage : public std::enable_shared_from_this<Passage>
 
     void Pass(tcp::socket& from, tcp::socket& to, Piece& piece, bool byProgram)
     {
-        from.async_read_some(
-            asio::buffer(piece), [this, self = shared_from_this(), &from, &to, &piece,
-                                  byProgram](const asio::error_code& error, std::size_t size) {
-                if (error) return Close(byProgram);
-                file_.Sent(packets_, byProgram, std::span(piece).first(size));
-                (byProgram ? counts_.toController : counts_.toPrograms) += size;
-                asio::async_write(to, asio::buffer(piece, size),
-                                  [this, self, &from, &to, &piece,
-                                   byProgram](const asio::error_code& failed, std::size_t) {
-                                      if (failed) return Close(!byProgram);
-                                      Pass(from, to, piece, byProgram);
-                                  });
-            });
+        from.async_read_some(asio::buffer(piece),
+                             [this, self = shared_from_this(), &from, &to, &piece,
+                              byProgram](const ErrorCode& error, std::size_t size) {
+                                 if (error) return Close(byProgram);
+                                 file_.Sent(packets_, byProgram, std::span(piece).first(size));
+                                 (byProgram ? counts_.toController : counts_.toPrograms) += size;
+                                 asio::async_write(to, asio::buffer(piece, size),
+                                                   [this, self, &from, &to, &piece, byProgram](
+                                                       const ErrorCode& failed, std::size_t) {
+                                                       if (failed) return Close(!byProgram);
+                                                       Pass(from, to, piece, byProgram);
+                                                   });
+                             });
     }
 
     /// What one side has closed ends for the other.
@@ -84,7 +83,7 @@ class Passage : public std::enable_shared_from_this<Passage>
         if (closed_) return;
         closed_ = true;
         file_.Closed(packets_, byProgram);
-        asio::error_code ignored;
+        ErrorCode ignored;
         program_.close(ignored);
         controller_.close(ignored);
     }
@@ -112,7 +111,7 @@ class Proxy::Impl
     {
         CheckController();
         const tcp::endpoint here(asio::ip::make_address_v4(listenAddress), listenPort);
-        asio::error_code error;
+        ErrorCode error;
         acceptor_.open(here.protocol(), error);
         // Where the system keeps a port for a while behind its last connection, it is ours again.
         if (kPortsLinger) acceptor_.set_option(tcp::acceptor::reuse_address(true), error);
@@ -140,11 +139,10 @@ class Proxy::Impl
     void CheckController()
     {
         tcp::socket socket(context_);
-        asio::error_code result = asio::error::timed_out;
-        socket.async_connect(controller_,
-                             [&result](const asio::error_code& error) { result = error; });
+        ErrorCode result = asio::error::timed_out;
+        socket.async_connect(controller_, [&result](const ErrorCode& error) { result = error; });
         context_.run_for(std::chrono::seconds(2));
-        asio::error_code ignored;
+        ErrorCode ignored;
         socket.close(ignored);
         context_.restart();
         context_.run(); // what the closing has cut short
@@ -156,7 +154,7 @@ class Proxy::Impl
 
     void Accept()
     {
-        acceptor_.async_accept([this](const asio::error_code& error, tcp::socket program) {
+        acceptor_.async_accept([this](const ErrorCode& error, tcp::socket program) {
             if (error) return;
             std::make_shared<Passage>(std::move(program), file_, counts_)->Start(controller_);
             Accept();

@@ -1,6 +1,7 @@
 #include "path.h"
 
 #include "../controller.h"
+#include "../values.h"
 
 #include <algorithm>
 #include <cmath>
@@ -42,11 +43,6 @@ class PathTrajectory : public Trajectory
     std::size_t axis_;
     double offset_;
 };
-
-int SignOf(double value)
-{
-    return value > 0 ? 1 : (value < 0 ? -1 : 0);
-}
 
 } // namespace
 

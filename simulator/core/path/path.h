@@ -21,6 +21,7 @@ class Path
     [[nodiscard]] bool Running() const { return plan_ != nullptr; }
     [[nodiscard]] bool Braking() const { return brakesFor_ != StopCause::kNone; }
     [[nodiscard]] std::size_t Waiting() const;
+    [[nodiscard]] const std::deque<PathSection>& Sections() const { return sections_; }
     [[nodiscard]] bool Leads(const Axis& axis) const; // the axis follows the path
 
     // `numbers` are the map's axes, in its order.

@@ -74,7 +74,7 @@ PathPlan::Piece PlanPiece(const PathSection& section, const PathState& state, st
     if (state.speed > Reach(profile, exit, length - state.way, profile.dec)) {
         profile.dec = HardEnough(profile, state.speed, exit, length - state.way);
     }
-    const MotionState from{state.way, state.speed, 0};
+    const MotionState from{state.way, state.speed, state.acceleration};
     return {section.course, PlanMove(profile, from, length), 0, exit};
 }
 
@@ -99,7 +99,7 @@ PathState PathPlan::StateAt(double seconds) const
 {
     const Piece& piece = pieces_[PieceAt(seconds)];
     const MotionState state = piece.law->At(seconds - piece.begin);
-    return {state.position, state.velocity};
+    return {state.position, state.velocity, state.acceleration};
 }
 
 MotionState PathPlan::AxisAt(std::size_t axis, double seconds) const
@@ -137,7 +137,7 @@ std::shared_ptr<const PathPlan> PlanPath(const std::deque<PathSection>& sections
     for (std::size_t i = 0; i < sections.size(); ++i) {
         const bool goesOn = i == 0 && current != nullptr && current->exitSpeed == exits[i];
         Append(pieces, goesOn ? *current : PlanPiece(sections[i], next, exits[i]));
-        next = {0, static_cast<double>(exits[i])};
+        next = {0, static_cast<double>(exits[i]), 0};
     }
     return std::make_shared<PathPlan>(std::move(pieces));
 }
@@ -150,7 +150,7 @@ std::shared_ptr<const PathPlan> PlanPathStop(const std::deque<PathSection>& sect
     for (const PathSection& section : sections) {
         SpeedProfile profile = section.speeds;
         profile.stop = 0;
-        const auto law = PlanStop(profile, {next.way, next.speed, 0});
+        const auto law = PlanStop(profile, {next.way, next.speed, next.acceleration});
         const double length = section.course.Length();
         if (law->At(law->Duration()).position <= length) {
             Append(pieces, {section.course, law, 0, 0});
@@ -161,7 +161,7 @@ std::shared_ptr<const PathPlan> PlanPathStop(const std::deque<PathSection>& sect
         const auto exit = static_cast<std::int32_t>(std::sqrt(std::max(0.0, left)));
         Append(pieces, PlanPiece(section, next, exit));
         if (exit == 0) break;
-        next = {0, static_cast<double>(exit)};
+        next = {0, static_cast<double>(exit), 0};
     }
     return std::make_shared<PathPlan>(std::move(pieces));
 }

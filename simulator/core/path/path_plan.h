@@ -25,11 +25,12 @@ struct PathSection
     std::size_t axes; // so many of the map's axes have a part in it
 };
 
-// Where a path is on its first section, and with which speed along it.
+// Where a path is on its first section, and how it runs along it.
 struct PathState
 {
     double way = 0;
     double speed = 0;
+    double acceleration = 0;
 };
 
 class PathPlan

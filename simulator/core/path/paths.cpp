@@ -1,9 +1,10 @@
 #include "paths.h"
 
-#include "../axis_list.h"
 #include "../controller.h"
 #include "../families.h"
-#include "../stop.h"
+#include "../names.h"
+#include "../snapshot.h"
+#include "../values.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,6 +14,7 @@ namespace lumosim {
 
 namespace {
 
+constexpr Word kStopMap = 0x0041;
 constexpr Word kSetMap = 0x0070;
 constexpr Word kLinear = 0x0072;
 constexpr Word kArc = 0x0073;
@@ -30,17 +32,18 @@ constexpr std::size_t kHelixAxes = 3;
 // Bit 0 of the mode: coordinates are distances from where the section begins.
 constexpr Word kRelative = 1;
 
-SpeedProfile ReadSpeeds(CommandReader& in, Word shape)
+SpeedProfile WithShape(const SpeedProfile& speeds, unsigned shape)
 {
-    SpeedProfile speeds;
-    speeds.shape = shape;
-    speeds.start = in.NextLong();
-    speeds.acc = in.NextLong();
-    speeds.drive = in.NextLong();
-    speeds.dec = in.NextLong();
-    speeds.stop = in.NextLong();
-    return speeds;
+    SpeedProfile profile = speeds;
+    profile.shape = static_cast<Word>(shape);
+    return profile;
 }
+
+struct StopMapFields
+{
+    Word map = 0;
+    Word mode = 0;
+};
 
 } // namespace
 
@@ -64,20 +67,34 @@ struct Paths::Target
     }
 };
 
-struct Paths::Shape
+// With a U axis the last coordinate comes along, and does not count for the speeds.
+struct Paths::LineFields : SpeedProfile
+{
+    Word map = 0;
+    Word withU = 0;
+    Word mode = 0;
+    std::int32_t coordinate = 0;
+};
+
+// Of an arc or a helix.
+struct Paths::ArcFields : SpeedProfile
 {
     enum Form : Word { kCenterAngle, kCenterEnd, kPassEnd, kRadiusEnd };
 
+    Word map = 0;
+    Word mode = 0;
     Word form = 0;
-    std::array<std::int32_t, 4> values{}; // two points, or what stands in their place
-    std::int32_t height = 0;
+    std::int32_t first = 0; // two points, or what stands in their place
+    std::int32_t second = 0;
+    std::int32_t third = 0;
+    std::int32_t fourth = 0;
+    std::int32_t height = 0; // of a helix
     Word direction = 0;
 
     [[nodiscard]] bool Valid() const
     {
-        if (form > kRadiusEnd || direction > 1) return false;
-        if (form == kCenterAngle) return values[2] >= 0;
-        return form != kRadiusEnd || values[1] == 0 || values[1] == 1;
+        if (form == kCenterAngle) return third >= 0;
+        return form != kRadiusEnd || second == 0 || second == 1;
     }
 };
 
@@ -90,16 +107,70 @@ Paths::Paths(Controller& controller) : controller_(controller)
 
 void Paths::AddCommands(CommandTable& table)
 {
-    table.Add(kSetMap, "set map", [this](auto& in, auto&) { return SetMap(in); });
-    table.Add(kLinear, "line", [this](auto& in, auto&) { return Line(in); });
-    table.Add(kArc, "arc", [this](auto& in, auto&) { return ArcOrHelix(in, false); });
-    table.Add(kHelix, "helix", [this](auto& in, auto&) { return ArcOrHelix(in, true); });
-    table.Add(kUsePreRegisters, "use pre-registers",
-              [this](auto& in, auto&) { return UsePreRegisters(in); });
-    table.Add(kRemainingPreRegisters, "pre-registers",
-              [this](auto& in, auto& reply) { return ShowRemaining(in, reply); });
-    controller_.Get<Stops>().SetPathStopper(
-        [this](Word map, StopMode mode) { return StopMap(map, mode); });
+    table.Add<StopMapFields>(
+        kStopMap, "stop map",
+        {"map", &StopMapFields::map, UpTo(kMaps - 1), "mode", &StopMapFields::mode, UpTo(1)},
+        [this](const StopMapFields& stop) { return StopMap(stop.map, SuddenIf(stop.mode == 0)); });
+    table.AddList<OneWord>(kSetMap, "set map",
+                           {"map", &OneWord::value, CountOf(0, kPathAxes), kAxis},
+                           [this, &table](const OneWord& map, const auto& axes) {
+                               std::vector<Axis*> servos;
+                               const std::vector<Word> numbers = NumbersOf(axes);
+                               return SetMap(map.value, numbers, table.FindAxes(numbers, servos));
+                           });
+    AddSections(table);
+    table.Add<OneWord>(kUsePreRegisters, "use pre-registers", {"use", &OneWord::value, UpTo(1)},
+                       [this](const OneWord& use) {
+                           // A path that runs takes what waits behind it all the same.
+                           usePreRegisters_ = use.value;
+                       });
+    table.Add(kRemainingPreRegisters, "pre-registers", {}, [this](const NoFields&, Reply& reply) {
+        for (const Map& map : maps_) {
+            reply.AddWord(Remaining(map));
+        }
+    });
+}
+
+void Paths::AddSections(CommandTable& table)
+{
+    table.AddList<LineFields>(
+        kLinear, "line",
+        {"map",
+         &LineFields::map,
+         "U axis",
+         &LineFields::withU,
+         "mode",
+         &LineFields::mode,
+         "start",
+         &LineFields::start,
+         "acceleration",
+         &LineFields::acc,
+         "drive",
+         &LineFields::drive,
+         "deceleration",
+         &LineFields::dec,
+         "end",
+         &LineFields::stop,
+         CountOf(1, kPathAxes),
+         "coordinate",
+         &LineFields::coordinate,
+         kEach},
+        [this](const LineFields& line, const auto& points) { return Line(line, points); });
+    const auto addArc = [&](Word code, const char* name, bool helix) {
+        using Fields = ArcFields;
+        const Layout<Fields> plane("map", &Fields::map, "mode", &Fields::mode, "start",
+                                   &Fields::start, "acceleration", &Fields::acc, "drive",
+                                   &Fields::drive, "deceleration", &Fields::dec, "end",
+                                   &Fields::stop, "form", &Fields::form, UpTo(Fields::kRadiusEnd),
+                                   "value 1", &Fields::first, "value 2", &Fields::second, "value 3",
+                                   &Fields::third, "value 4", &Fields::fourth);
+        const auto whole = helix ? plane.With("height", &Fields::height) : plane;
+        table.Add<Fields>(
+            code, name, whole.With("direction", &Fields::direction, UpTo(1)),
+            [this, helix](const Fields& fields) { return ArcOrHelix(fields, helix); });
+    };
+    addArc(kArc, "arc", false);
+    addArc(kHelix, "helix", true);
 }
 
 void Paths::AddRegisters(RegisterMap& map)
@@ -107,6 +178,29 @@ void Paths::AddRegisters(RegisterMap& map)
     map.AddBlock(kUseRegister, 1, [this](std::span<Word> out) { out[0] = usePreRegisters_; });
     map.AddBlock(kMapRegisters, static_cast<Word>(kMaps * kRegistersPerMap),
                  [this](std::span<Word> out) { ShowMaps(out); });
+}
+
+// Maps without axes are left out. The first section is the one that runs.
+void Paths::Describe(Json& snapshot) const
+{
+    snapshot["preRegisters"] = usePreRegisters_ == 1;
+    Json& maps = snapshot["maps"] = Json::array();
+    for (std::size_t i = 0; i < kMaps; ++i) {
+        const auto& [axes, path] = maps_[i];
+        if (axes.empty()) continue;
+        Json sections = Json::array();
+        for (const PathSection& section : path.Sections()) {
+            sections.push_back({{"motion", NameOf(section.kind)},
+                                {"axes", section.axes},
+                                {"drive", section.speeds.drive}});
+        }
+        maps.push_back({{"map", i},
+                        {"axes", axes},
+                        {"running", path.Running()},
+                        {"braking", path.Braking()},
+                        {"waiting", path.Waiting()},
+                        {"sections", std::move(sections)}});
+    }
 }
 
 Nanoseconds Paths::NextEvent() const
@@ -139,21 +233,10 @@ void Paths::PowerUp()
     usePreRegisters_ = 0;
 }
 
-Result Paths::SetMap(CommandReader& in)
+Result Paths::SetMap(Word number, const std::vector<Word>& axes, Result verdict)
 {
-    const Word number = in.NextWord();
-    const Word count = in.NextWord();
-    if (count > kPathAxes) return Result::kMalformed;
-    std::vector<Word> axes;
-    AxisListCheck check(controller_);
-    for (Word i = 0; i < count; ++i) {
-        axes.push_back(in.NextWord());
-        check.Take(axes.back());
-    }
-    if (!in.Finished()) return Result::kMalformed;
     if (number >= kMaps) return Result::kOutOfRange;
-    if (check.Verdict() != Result::kDone) return check.Verdict();
-
+    if (verdict != Result::kDone) return verdict;
     Map& map = maps_[number];
     map.path.Follow();
     if (map.path.Running()) return Result::kBusy;
@@ -207,90 +290,68 @@ Result Paths::Start(const Target& target, const PathSection& section)
     return check;
 }
 
-// With a U axis the last coordinate comes along, and does not count for the speeds.
-Result Paths::Line(CommandReader& in)
+Result Paths::Line(const LineFields& line, const std::vector<Entry<LineFields>>& points)
 {
-    const Word number = in.NextWord();
-    const Word withU = in.NextWord();
-    const Word mode = in.NextWord();
-    const SpeedProfile speeds = ReadSpeeds(in, mode >> 1U);
-    const std::size_t count = in.NextWord();
-    if (count < 1 || count > kPathAxes) return Result::kMalformed;
-    std::vector<std::int32_t> coordinates;
-    for (std::size_t i = 0; i < count; ++i) {
-        coordinates.push_back(in.NextLong());
-    }
-    if (!in.Finished()) return Result::kMalformed;
-    if (withU > 1 || !speeds.Valid()) return Result::kOutOfRange;
+    const SpeedProfile speeds = WithShape(line, line.mode >> 1U);
+    if (line.withU > 1 || !speeds.Valid()) return Result::kOutOfRange;
     Target target;
-    target.relative = (mode & kRelative) != 0;
-    const Result result = FindTarget(number, count, target);
+    target.relative = (line.mode & kRelative) != 0;
+    const Result result = FindTarget(line.map, points.size(), target);
     if (result != Result::kDone) return result;
 
     PathPoint to = target.from;
-    for (std::size_t i = 0; i < count; ++i) {
-        to[i] = target.Place(i, coordinates[i]);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        to[i] = target.Place(i, points[i].fields.coordinate);
     }
-    const Course course = Course::Line(target.from, to, count - withU);
-    return Start(target, {course, speeds, MotionKind::kLinear, count});
+    const Course course = Course::Line(target.from, to, points.size() - line.withU);
+    return Start(target, {course, speeds, MotionKind::kLinear, points.size()});
 }
 
-Result Paths::ArcOrHelix(CommandReader& in, bool helix)
+Result Paths::ArcOrHelix(const ArcFields& fields, bool helix)
 {
-    const Word number = in.NextWord();
-    const unsigned mode = in.NextWord();
     // Above the shape, a helix tells whether its speeds are those along it.
     const unsigned shapeMask = helix ? 1U : 0x7FFFU;
-    const unsigned along = helix ? mode >> 2U : 0U;
-    const SpeedProfile speeds = ReadSpeeds(in, static_cast<Word>(mode >> 1U & shapeMask));
-    Shape shape;
-    shape.form = in.NextWord();
-    for (std::int32_t& value : shape.values) {
-        value = in.NextLong();
-    }
-    if (helix) shape.height = in.NextLong();
-    shape.direction = in.NextWord();
-    if (!in.Finished()) return Result::kMalformed;
-    if (along > 1 || !speeds.Valid() || !shape.Valid()) return Result::kOutOfRange;
+    const unsigned along = helix ? unsigned{fields.mode} >> 2U : 0U;
+    const SpeedProfile speeds = WithShape(fields, fields.mode >> 1U & shapeMask);
+    if (along > 1 || !speeds.Valid()) return Result::kOutOfRange;
     Target target;
-    target.relative = (mode & kRelative) != 0;
+    target.relative = (fields.mode & kRelative) != 0;
     const std::size_t axes = helix ? kHelixAxes : kArcAxes;
-    Result result = FindTarget(number, axes, target);
+    Result result = FindTarget(fields.map, axes, target);
     if (result != Result::kDone) return result;
 
     Arc arc;
     PathPoint to = target.from;
-    if (helix) to[2] = target.Place(2, shape.height);
-    result = MakeArc(target, shape, arc, to);
+    if (helix) to[2] = target.Place(2, fields.height);
+    result = MakeArc(target, fields, arc, to);
     if (result != Result::kDone) return result;
     const Course course = Course::Along(arc, target.from, to, along == 1);
     return Start(target, {course, speeds, helix ? MotionKind::kHelical : MotionKind::kArc, axes});
 }
 
-Result Paths::MakeArc(const Target& target, const Shape& shape, Arc& arc, PathPoint& to)
+Result Paths::MakeArc(const Target& target, const ArcFields& fields, Arc& arc, PathPoint& to)
 {
     constexpr double kDegree = std::numbers::pi / 180;
     constexpr double kAnglesPerDegree = 10000;
     const PlanePoint from = {target.from[0], target.from[1]};
-    const auto& values = shape.values;
-    const PlanePoint point = target.PlaceInPlane(values[0], values[1]);
-    const Turn turn = shape.direction == 0 ? Turn::kCounterClockwise : Turn::kClockwise;
-    PlanePoint end = target.PlaceInPlane(values[2], values[3]);
+    const PlanePoint point = target.PlaceInPlane(fields.first, fields.second);
+    const Turn turn = fields.direction == 0 ? Turn::kCounterClockwise : Turn::kClockwise;
+    PlanePoint end = target.PlaceInPlane(fields.third, fields.fourth);
     Result result = Result::kDone;
-    switch (shape.form) {
-    case Shape::kCenterAngle: {
-        const double angle = values[2] / kAnglesPerDegree * kDegree;
+    switch (fields.form) {
+    case ArcFields::kCenterAngle: {
+        const double angle = fields.third / kAnglesPerDegree * kDegree;
         result = ArcByAngle(from, point, turn == Turn::kClockwise ? -angle : angle, arc, end);
         break;
     }
-    case Shape::kCenterEnd:
+    case ArcFields::kCenterEnd:
         result = ArcAroundCenter(from, point, end, turn, arc);
         break;
-    case Shape::kPassEnd:
+    case ArcFields::kPassEnd:
         result = ArcThroughPoint(from, point, end, arc);
         break;
     default:
-        result = ArcOfRadius(from, values[0], values[1] == 1, end, turn, arc);
+        result = ArcOfRadius(from, fields.first, fields.second == 1, end, turn, arc);
         break;
     }
     to[0] = end.x;
@@ -298,12 +359,10 @@ Result Paths::MakeArc(const Target& target, const Shape& shape, Arc& arc, PathPo
     return result;
 }
 
-Result Paths::StopMap(Word map, StopMode mode)
+Result Paths::StopMap(std::size_t map, StopMode mode)
 {
-    if (map >= kMaps) return Result::kOutOfRange;
     if (maps_[map].axes.empty()) return Result::kEmptyMap;
-    const StopCause cause =
-        mode == StopMode::kSudden ? StopCause::kSuddenStopCommand : StopCause::kStopCommand;
+    const StopCause cause = CommandedBy(mode);
     Path& path = maps_[map].path;
     path.Follow();
     for (const Word number : maps_[map].axes) {
@@ -314,29 +373,10 @@ Result Paths::StopMap(Word map, StopMode mode)
     return Result::kDone;
 }
 
-// A path that runs takes what waits behind it whatever is set meanwhile.
-Result Paths::UsePreRegisters(CommandReader& in)
-{
-    const Word use = in.NextWord();
-    if (!in.Finished()) return Result::kMalformed;
-    if (use > 1) return Result::kOutOfRange;
-    usePreRegisters_ = use;
-    return Result::kDone;
-}
-
 Word Paths::Remaining(const Map& map) const
 {
     if (usePreRegisters_ == 0) return 0;
     return static_cast<Word>(kPreRegisters - map.path.Waiting());
-}
-
-Result Paths::ShowRemaining(CommandReader& in, Reply& reply) const
-{
-    if (!in.Finished()) return Result::kMalformed;
-    for (const Map& map : maps_) {
-        reply.AddWord(Remaining(map));
-    }
-    return Result::kDone;
 }
 
 std::unique_ptr<Family> MakePaths(Controller& controller)

@@ -23,6 +23,7 @@ class Paths : public Family
 
     void AddCommands(CommandTable& table) override;
     void AddRegisters(RegisterMap& map) override;
+    void Describe(nlohmann::json& snapshot) const override;
     [[nodiscard]] Nanoseconds NextEvent() const override;
     void AdvanceTo(Nanoseconds now) override;
     void PowerUp() override;
@@ -31,7 +32,7 @@ class Paths : public Family
 
     // Stops all axes of a map: those on its path on the path, others by themselves. What waits
     // behind the path is dropped.
-    Result StopMap(Word map, StopMode mode);
+    Result StopMap(std::size_t map, StopMode mode);
 
   private:
     struct Map
@@ -40,18 +41,18 @@ class Paths : public Family
         Path path;
     };
     struct Target; // of a command: its map and where on it the section begins
-    struct Shape;  // of an arc, as its command tells it
+    struct LineFields;
+    struct ArcFields;
 
-    Result SetMap(CommandReader& in);
-    Result Line(CommandReader& in);
-    Result ArcOrHelix(CommandReader& in, bool helix);
-    Result UsePreRegisters(CommandReader& in);
-    Result ShowRemaining(CommandReader& in, Reply& reply) const;
+    void AddSections(CommandTable& table);
+    Result SetMap(Word number, const std::vector<Word>& axes, Result verdict);
+    Result Line(const LineFields& line, const std::vector<Entry<LineFields>>& points);
+    Result ArcOrHelix(const ArcFields& fields, bool helix);
     void ShowMaps(std::span<Word> out) const;
 
     [[nodiscard]] Word Remaining(const Map& map) const;
     Result FindTarget(Word number, std::size_t axes, Target& target);
-    static Result MakeArc(const Target& target, const Shape& shape, Arc& arc, PathPoint& to);
+    static Result MakeArc(const Target& target, const ArcFields& fields, Arc& arc, PathPoint& to);
     static Result Start(const Target& target, const PathSection& section);
 
     Controller& controller_;

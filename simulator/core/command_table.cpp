@@ -1,0 +1,36 @@
+#include "command_table.h"
+
+#include "controller.h"
+
+#include <stdexcept>
+
+namespace lumosim {
+
+void CommandTable::AddHandler(Word code, std::string name, FieldList fields, CommandHandler handler)
+{
+    const auto [row, added] =
+        rows_.try_emplace(code, Row{std::move(name), std::move(fields), std::move(handler)});
+    if (!added) throw std::logic_error("command code used twice: " + row->second.name);
+}
+
+const CommandTable::Row* CommandTable::Find(Word code) const
+{
+    const auto found = rows_.find(code);
+    return found == rows_.end() ? nullptr : &found->second;
+}
+
+Result CommandTable::FindAxes(std::span<const Word> numbers, std::vector<Axis*>& axes) const
+{
+    std::uint32_t taken = 0;
+    for (const Word number : numbers) {
+        Axis* axis = controller_.FindAxis(number);
+        if (axis == nullptr) return Result::kNoServo;
+        const std::uint32_t bit = 1U << number;
+        if ((taken & bit) != 0) return Result::kAxisTwice;
+        taken |= bit;
+        axes.push_back(axis);
+    }
+    return Result::kDone;
+}
+
+} // namespace lumosim

@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Derives the machine-readable description of the library's interface from its header.
 
-    describe.py HEADER DESCRIPTION.json
+    describe.py HEADER ERRORS-HEADER DESCRIPTION.json
 
-The header's declarations and comments are the one place where the interface is written down; what
-is generated (the command line's calls, the bindings) is made from this description. Whatever
-cannot be made out in the header is an error here, so that nothing that is generated is guessed.
+The header's declarations and comments are the one place where the interface is written down, and
+the table in zelq_errors.h that where its results are explained; what is generated (the command
+line's calls, the bindings) is made from this description. Whatever cannot be made out in the
+headers is an error here, so that nothing that is generated is guessed.
 
 The description has
 
@@ -16,6 +17,8 @@ The description has
     functions     name, group, brief, text, warnings, notes, result, returns, parameters, codes,
                   controllerResults (it passes the controller's own results on), session (it needs
                   zelQ_Connect() before)
+    errors        what results mean: function (null: of any), first and last of a range, name, text,
+                  causes, remedy; the first that fits holds, one of the function before all others
     parameters    name, type, pointer, const, direction, elements, nullable, unit, text
 
 "elements" of a parameter is null for one value, a number, or the name of the parameter that tells
@@ -43,6 +46,9 @@ FIELD = re.compile(r"(?P<type>[\w ]+?)\s+(?P<name>\w+)(?:\[(?P<elements>\d+)\])?
 FUNCTION = re.compile(COMMENT + r"ZELQ_API (?P<type>\w+) ZELQ_CALL (?P<name>zelQ_\w+)"
                                 r"\((?P<parameters>[^)]*)\);", re.S)
 GROUP = re.compile(r"/\* -{90} \*/\n/\* (?P<title>.*?) +\*/\n/\* -{90} \*/")
+TEXT = r'((?:"(?:[^"\\]|\\.)*"\s*)+)'
+ERROR = re.compile(r'\{\s*(NULL|"\w+"),\s*([^,"{}]+),\s*([^,"{}]+),\s*' +
+                   r",\s*".join([TEXT] * 4) + r"\}")
 PARAMETER = re.compile(r"(?P<const>const )?(?P<type>[\w ]+?)(?P<pointer>\*)? ?(?P<name>\w+)")
 
 
@@ -233,7 +239,28 @@ def take_over(functions):
                     parameter["unit"] = other["unit"]
 
 
-def describe(text):
+def parse_errors(text, codes):
+    """The rows of the table of results, and behind them those that stand for all others."""
+    values = {code["name"]: code["value"] for code in codes}
+
+    def number(token):
+        name, _, argument = token.strip().rstrip(")").partition("(")
+        require(re.fullmatch(r"-?\d+", name) or name in values, "results", f"what is {token}?")
+        return int(values.get(name, name)) - int(argument or 0)
+
+    def string(literals):
+        return "".join(json.loads(each) for each in re.findall(r'"(?:[^"\\]|\\.)*"', literals))
+
+    errors = [{"function": None if function == "NULL" else string(function),
+               "first": number(first), "last": number(last), "name": string(name),
+               "text": string(told), "causes": string(causes), "remedy": string(remedy)}
+              for function, first, last, name, told, causes, remedy in ERROR.findall(text)]
+    begun = len(re.findall(r'\{\s*(?:NULL|"zelQ_\w+"),', text))
+    require(errors and len(errors) == begun, "results", f"{len(errors)} of {begun} understood")
+    return errors
+
+
+def describe(text, errors=""):
     constants = parse_codes(text)
     codes = {code["name"]: code["value"] for code in constants}
     told = re.search(r'"exchange codes" below:(.*?)and the controller\'s own', text, re.S)
@@ -254,15 +281,16 @@ def describe(text):
     structs = set(re.findall(r"typedef struct (\w+)", without_comments))
     require(structs == set(records), "records", f"not understood: {structs - set(records)}")
     return {"header": "zelq.h", "codes": constants, "exchangeCodes": exchange,
-            "records": list(records.values()), "functions": functions}
+            "records": list(records.values()), "functions": functions,
+            "errors": parse_errors(errors, constants) if errors else []}
 
 
 def main():
-    header, target = sys.argv[1:3]
-    with open(header, encoding="utf-8") as file:
-        text = file.read()
+    header, errors, target = sys.argv[1:4]
+    with open(header, encoding="utf-8") as file, open(errors, encoding="utf-8") as table:
+        text, results = file.read(), table.read()
     try:
-        description = describe(text)
+        description = describe(text, results)
     except HeaderError as error:
         print(f"{header}: {error}", file=sys.stderr)
         return 1

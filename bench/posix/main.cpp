@@ -3,12 +3,14 @@
 //
 //   zelq_bench latency|cpp|growth|threads|memory  one of the measurements
 //   zelq_bench repeat CALL N                  makes N calls, for counting system calls from outside
+//   zelq_bench peer                           prints the port of a peer, which ends with its input
 //
 // Where the environment names a folder as ZELQ_BENCH_DATA, figures for the plot go there.
 
 #include "cpp_binding.h"
 #include "growth.h"
 #include "latency.h"
+#include "peer.h"
 #include "posix/memory.h"
 #include "posix/modbus_reads.h"
 #include "repeat.h"
@@ -35,6 +37,16 @@ void MeasureLatencies()
                           DataFile("spread.dat"));
 }
 
+// For clients in other languages.
+void ServePeer()
+{
+    const bench::Peer peer(1);
+    std::printf("%d\n", peer.Port());
+    std::fflush(stdout);
+    while (std::getchar() != EOF) {
+    }
+}
+
 bool Run(std::string_view what)
 {
     if (what == "latency")
@@ -47,6 +59,8 @@ bool Run(std::string_view what)
         bench::MeasureThreads();
     else if (what == "memory")
         bench::MeasureMemory();
+    else if (what == "peer")
+        ServePeer();
     else
         return false;
     return true;
@@ -60,7 +74,7 @@ int main(int argc, char** argv)
         const bool repeats = argc == 4 && std::string_view(argv[1]) == "repeat";
         if (repeats) bench::Repeat(argv[2], std::atoi(argv[3]));
         if (repeats || (argc == 2 && Run(argv[1]))) return 0;
-        std::fputs("zelq_bench latency|cpp|growth|threads|memory, or repeat CALL N\n", stderr);
+        std::fputs("zelq_bench latency|cpp|growth|threads|memory|peer, or repeat CALL N\n", stderr);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "zelq_bench: %s\n", error.what());
     }

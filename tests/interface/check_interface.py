@@ -17,7 +17,8 @@ sys.path.insert(0, str(ROOT / "interface"))
 import describe  # noqa: E402  pylint: disable=wrong-import-position
 
 HEADER = (ROOT / "src/api/zelq.h").read_text(encoding="utf-8")
-INTERFACE = describe.describe(HEADER)
+ERRORS = (ROOT / "src/api/zelq_errors.h").read_text(encoding="utf-8")
+INTERFACE = describe.describe(HEADER, ERRORS)
 FUNCTIONS = {function["name"]: function for function in INTERFACE["functions"]}
 RECORDS = {record["name"]: record for record in INTERFACE["records"]}
 
@@ -133,6 +134,18 @@ class Results(unittest.TestCase):
                            "- 13": "SIM_EMERGENCY_STOP", "- -11": "-", "- 14": "-",
                            "- -1800": "-"}.items():
             self.assertEqual(name, run("--look-up", text=line).strip(), line)
+
+    def test_description_has_the_table(self):
+        page = run()
+        rows = INTERFACE["errors"]
+        self.assertEqual(["CONTROLLER_RESULT", "UNKNOWN_RESULT"], [row["name"] for row in rows[-2:]])
+        self.assertIn(f"{len(rows) - 2} results.", page)
+        for row in rows[:-2]:
+            span = f"{row['first']} to {row['last']}"
+            number = row["first"] if row["first"] == row["last"] else span
+            of = f"Of `{row['function']}` only. " if row["function"] else ""
+            self.assertIn(f"## {number} `{row['name']}`\n\n{of}{row['text']}\n\n"
+                          f"- Likely causes: {row['causes']}\n- What to do: {row['remedy']}\n", page)
 
     def test_page_is_that_of_the_table(self):
         page = (ROOT / "docs/errors.md").read_text(encoding="utf-8")

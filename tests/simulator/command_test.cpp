@@ -290,11 +290,12 @@ TEST(CommandLayout, IsWhatReadsShowsAndDocumentsACommand)
         std::int32_t target = 0;
         Word end = 0;
     };
-    const Layout<Fields> layout = {
-        "mode",          &Fields::mode, "mask",       &Fields::mask,   When("mode", {1, 2}),
-        CountOf(1, 2),   kAxis,         "torque",     &Fields::torque, "target",
-        &Fields::target, "end",         &Fields::end, kBehind,         "spare",
-        kIfLeft};
+    const Layout<Fields> layout = {"mode",          &Fields::mode, UpTo(2),
+                                   "mask",          &Fields::mask, When("mode", {1, 2}),
+                                   CountOf(1, 2),   kAxis,         "torque",
+                                   &Fields::torque, "target",      &Fields::target,
+                                   "end",           &Fields::end,  kBehind,
+                                   "spare",         kIfLeft};
     EXPECT_EQ(FieldsAsOrder(layout.List()),
               "mode 0..2, mask (u32) if mode is 1 or 2, count 1..2, each: axis, torque (s16), "
               "target (s32); then end, spare if the command has it");

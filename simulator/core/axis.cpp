@@ -184,7 +184,7 @@ void Axis::Begin(std::shared_ptr<const Trajectory> trajectory, StopCause endsBy)
 {
     endsBy_ = endsBy;
     command_.Begin(std::move(trajectory), amplifier_.ReadyAt(now_));
-    motor_.Wake(now_);
+    motor_.TakeCommand(now_);
     PlanEvents();
     if (command_.End() <= now_) Rest(Commanded().position, endsBy);
 }
@@ -196,7 +196,7 @@ void Axis::Rest(double physical, StopCause cause)
     kind_ = MotionKind::kIdle;
     endsBy_ = StopCause::kNone;
     lastStop_ = cause;
-    motor_.Wake(now_);
+    motor_.TakeCommand(now_);
     PlanEvents();
 }
 

@@ -133,7 +133,8 @@ double Axis::TorqueDemand() const
     if (!FollowsExactly()) return motor_.TorqueDemand();
     const MotionState state = Commanded();
     const bool pushes = Pushing() && (state.velocity == 0 || state.acceleration * torque_ > 0);
-    return (pushes ? torque_ : TorqueFor(state, Friction(), Inertia())) + Weight();
+    const double friction = std::min(Friction(), kPeakTorque); // that of a shut brake has no end
+    return (pushes ? torque_ : TorqueFor(state, friction, Inertia())) + Weight();
 }
 
 std::int32_t Axis::Torque() const
@@ -169,7 +170,7 @@ bool Axis::InPosition() const
 void Axis::AdoptEncoder()
 {
     if (!Moving()) command_.RestAt(Motor().position);
-    motor_.Wake(now_);
+    motor_.TakeCommand(now_);
 }
 
 void Axis::PushByHand(std::int32_t pulses)

@@ -154,9 +154,14 @@ double ServoMotor::AccelerationUnder(double torque, const MotorLoad& load) const
     return turns && std::abs(push) <= friction ? rest : acceleration;
 }
 
-void ServoMotor::Wake(Nanoseconds now)
+void ServoMotor::TakeCommand(Nanoseconds now)
 {
     inPositionSince_ = kNever;
+    Wake(now);
+}
+
+void ServoMotor::Wake(Nanoseconds now)
+{
     if (!rests_) return;
     rests_ = false;
     decided_ = false;
@@ -170,7 +175,7 @@ void ServoMotor::Place(Nanoseconds now, const MotionState& state)
     rests_ = true;
     place_ = state.position;
     speed_ = state.velocity;
-    Wake(now);
+    TakeCommand(now);
 }
 
 void ServoMotor::Excite(Nanoseconds now)

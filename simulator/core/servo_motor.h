@@ -48,6 +48,7 @@ class ServoMotor
 
     // Something has changed: it may have to move.
     void Wake(Nanoseconds now);
+    void TakeCommand(Nanoseconds now); // another one
     void Place(Nanoseconds now, const MotionState& state);
     void Shift(double pulses) { place_ += pulses; }
     void Excite(Nanoseconds now);

@@ -134,6 +134,11 @@ TEST_P(Physics, ASuddenStopBrakesWithAllThatTheMotorHas)
     // 200000² / 2 / 15000000, a little less for the friction and more for the lag of the servo.
     EXPECT_NEAR(farthest, IsIdeal() ? 0 : 1'333, IsIdeal() ? 0 : 150);
     Expect({.encoder = here, .inPosition = 1});
+
+    // The drive watches it meanwhile.
+    ASSERT_EQ(zelQ_ParamSet(kNumber, 0, 3, 0, 500), 0);
+    JogFor(500ms);
+    After(zelQ_StopSudden(kNumber, 0), 100ms, {.alarm = !IsIdeal()});
 }
 
 TEST_P(Physics, WithoutItsServoTheMotorRunsOutByFriction)

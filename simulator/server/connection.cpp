@@ -86,6 +86,7 @@ void Connection::Read()
 void Connection::Answer(std::size_t received)
 {
     ModbusSession::Bytes answers;
+    answers.reserve(received_.size());
     std::vector<WirePiece> pieces;
     bool good = false;
     {

@@ -122,6 +122,7 @@ void ModbusSession::Answer(std::span<const std::uint8_t> frame, Bytes& answers)
     const std::uint8_t unit = frame[kHeaderSize];
     const std::uint8_t function = frame[kHeaderSize + 1];
     Bytes pdu;
+    pdu.reserve(kLargestLength);
     if (unit == unit_) {
         AnswerRequest(function, RequestReader(frame.subspan(kHeaderSize + 2)), pdu);
     } else {

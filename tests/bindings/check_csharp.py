@@ -57,6 +57,8 @@ class Layout(unittest.TestCase):
 
 
 class Scenario(unittest.TestCase):
+    maxDiff = None
+
     def check(self, done):
         self.assertEqual(0, done.returncode, done.stdout)
 

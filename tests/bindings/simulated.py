@@ -10,7 +10,8 @@ class Simulated:
     def __init__(self, program, number, *options):
         self.number = number
         self._process = subprocess.Popen(
-            [program, "--number", str(number), "--port", "0", "--no-discovery", *options],
+            [program, "--number", str(number), "--port", "0", "--no-discovery", "--ideal",
+             *options],
             stdout=subprocess.PIPE, text=True)
         self.port = int(re.search(r"port (\d+)", self._process.stdout.readline())[1])
 

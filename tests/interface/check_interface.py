@@ -114,7 +114,7 @@ class Results(unittest.TestCase):
         asked = [(name, code) for name, each in FUNCTIONS.items() for code in each["codes"]]
         text = (ROOT / "src/common/result_codes.h").read_text(encoding="utf-8")
         own = re.findall(r"constexpr int k\w+ = (-?\d+);", text)
-        text = (ROOT / "docs/simulator.md").read_text(encoding="utf-8")
+        text = (ROOT / "docs/simulator_commands.md").read_text(encoding="utf-8")
         table = text.split("\n## Results\n")[1].split("\n## ")[0]
         controllers = re.findall(r"(?m)^\| (\d+) \|", table)
         self.assertGreater(len(own), 20)

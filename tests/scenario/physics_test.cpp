@@ -155,7 +155,7 @@ TEST_P(Physics, WithoutItsServoTheMotorRunsOutByFriction)
     ExpectIn(1s, {.at = here, .velocity = 0});
     EXPECT_NEAR(StatusOf().encoderPosition - here, 800, 15); // 20000² / 2 / 250000
     ServosOn({0});
-    Expect({.at = StatusOf().encoderPosition, .error = 0, .inPosition = 1});
+    Expect({.at = double{StatusOf().encoderPosition}, .error = 0, .inPosition = 1});
 
     // A drive with an alarm brakes its motor besides.
     JogFor(500ms);

@@ -117,9 +117,9 @@ TEST_F(CppTest, MovesAxesTogetherAndAlongAPath)
         machine.axis(axis).units(0.001).speed(50, 1000, 900);
     }
     const auto profile = Got<SpeedProfile>(zelQ_SpeedGet, short{0});
-    EXPECT_EQ(profile.drive, 50.0);
-    EXPECT_EQ(profile.acc, 1000.0);
-    EXPECT_EQ(profile.dec, 900.0);
+    EXPECT_EQ(double{profile.drive}, 50.0);
+    EXPECT_EQ(double{profile.acc}, 1000.0);
+    EXPECT_EQ(double{profile.dec}, 900.0);
     const Power power(machine.axes({0, 1, 2}));
     machine.axes({1, 0}).moveTo({10.0, -5.0}).wait();
     EXPECT_EQ(PlaceOf(0), -5'000);

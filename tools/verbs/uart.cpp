@@ -93,10 +93,6 @@ ExitCode Uart(Context& context, const UartOptions& options)
     auto lastHeard = std::chrono::steady_clock::now();
     while (!ended && !Interrupted()) {
         const bool inputIsOver = keyboard.AtEnd();
-        if (inputIsOver) {
-            const auto quiet = std::chrono::steady_clock::now() - lastHeard;
-            if (quiet >= Milliseconds(options.lingerMs) || !WaitFor(kSerialPoll)) break;
-        }
         const std::string typed = inputIsOver ? "" : Typed(keyboard, isTerminal, ended);
         SendSerial(controller, typed);
         sent += typed.size();
@@ -106,6 +102,10 @@ ExitCode Uart(Context& context, const UartOptions& options)
             received += came;
         } else if (!came.empty()) {
             Write(came);
+        }
+        if (inputIsOver) {
+            const auto quiet = std::chrono::steady_clock::now() - lastHeard;
+            if (quiet >= Milliseconds(options.lingerMs) || !WaitFor(kSerialPoll)) break;
         }
     }
     Json bytes = Json::array();

@@ -169,7 +169,7 @@ class Homing : public Family
     {
         HomingSpeeds speeds;
         for (std::size_t i = 0; i < speeds.size(); ++i) {
-            speeds[i] = phases[i].fields;
+            speeds[i] = static_cast<const SpeedProfile&>(phases[i].fields);
             speeds[i].stop = speeds[i].start;
         }
         if (controller_.FindAxis(number) == nullptr) return Result::kNoServo;

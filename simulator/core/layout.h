@@ -85,6 +85,7 @@ template <typename Fields>
 std::vector<Word> NumbersOf(const std::vector<Entry<Fields>>& entries)
 {
     std::vector<Word> numbers;
+    numbers.reserve(entries.size());
     for (const Entry<Fields>& entry : entries) {
         numbers.push_back(entry.number);
     }

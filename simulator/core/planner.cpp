@@ -125,13 +125,16 @@ class Plan
             path_->EndAt(target);
             return true;
         }
-        for (double seconds = FadeTime(); seconds > kShortestFade; seconds /= 2) {
+        double seconds = FadeTime();
+        while (seconds > kShortestFade) {
             Plan trial = *this;
             trial.path_ = std::make_shared<RampTrajectory>(*path_);
             trial.Fade(seconds);
-            if (!trial.CanStopAt(target)) continue;
-            *this = trial;
-            return false;
+            if (trial.CanStopAt(target)) {
+                *this = trial;
+                return false;
+            }
+            seconds /= 2;
         }
         return false;
     }

@@ -20,6 +20,7 @@ Nanoseconds After(Nanoseconds begin, double seconds)
 
 void CommandMotion::Begin(std::shared_ptr<const Trajectory> trajectory, Nanoseconds begin)
 {
+    lookedAt_ = kNever;
     trajectory_ = std::move(trajectory);
     begin_ = begin;
     end_ = After(begin, trajectory_->Duration());
@@ -42,7 +43,11 @@ MotionState CommandMotion::At(Nanoseconds time) const
     if (!trajectory_) return {resting_, 0, 0};
     // A move that waits for the amplifier stands still although its plan begins with a speed.
     if (time < begin_) return {trajectory_->At(0).position, 0, 0};
-    return trajectory_->At(Elapsed(time));
+    if (time != lookedAt_) {
+        lookedAt_ = time;
+        seen_ = trajectory_->At(Elapsed(time));
+    }
+    return seen_;
 }
 
 Nanoseconds CommandMotion::TimeAt(double place, int direction, Nanoseconds now) const

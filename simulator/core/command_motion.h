@@ -29,6 +29,9 @@ class CommandMotion
     Nanoseconds begin_{0};
     Nanoseconds end_ = kNever;
     double resting_ = 0;
+    // A status asks a dozen times for the same moment of a trajectory that never changes.
+    mutable Nanoseconds lookedAt_ = kNever;
+    mutable MotionState seen_;
 };
 
 } // namespace lumosim

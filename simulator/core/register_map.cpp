@@ -50,6 +50,10 @@ bool RegisterMap::Read(Word first, std::span<Word> out) const
         return b.first + b.count <= first;
     });
     for (; block != blocks_.end() && block->first < end; ++block) {
+        if (first <= block->first && block->first + block->count <= end) {
+            block->fill(out.subspan(block->first - first, block->count));
+            continue;
+        }
         std::array<Word, kLargestBlock> values{};
         block->fill(std::span(values).first(block->count));
         const std::size_t low = std::max<std::size_t>(first, block->first);

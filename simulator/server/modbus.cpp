@@ -209,8 +209,11 @@ void ModbusSession::AppendRegisters(std::uint8_t function, std::uint16_t first,
     const std::span<Word> words = std::span(area).first(quantity);
     if (!channel_.Read(first, words)) return SetException(pdu, function, kIllegalAddress);
     pdu = {function, static_cast<std::uint8_t>(quantity * 2)};
+    pdu.resize(pdu.size() + 2U * quantity);
+    auto byte = pdu.begin() + 2;
     for (const Word word : words) {
-        Append(pdu, word);
+        *byte++ = static_cast<std::uint8_t>(word >> 8U);
+        *byte++ = static_cast<std::uint8_t>(word);
     }
 }
 

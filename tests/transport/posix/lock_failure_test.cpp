@@ -8,7 +8,10 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <string>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace zelq::test {
 
@@ -23,8 +26,9 @@ TEST_F(LockFailure, NothingIsSent)
         DeviceSession& session = *Sessions().Find(kNumber);
         session.Lock().Close();
         // No room for the locks: a limit on files is met where a full file system would be.
-        std::string folder = std::filesystem::temp_directory_path() / "zelq-XXXXXX";
-        ASSERT_NE(mkdtemp(folder.data()), nullptr);
+        const std::filesystem::path folder =
+            std::filesystem::temp_directory_path() / ("zelq-" + std::to_string(getpid()));
+        ASSERT_EQ(mkdir(folder.c_str(), S_IRWXU), 0);
         setenv("XDG_RUNTIME_DIR", folder.c_str(), 1);
         signal(SIGXFSZ, SIG_IGN);
         const rlimit none{0, 0};

@@ -44,8 +44,9 @@ endmacro()
 set(ZELQ_PROGRAM_OPTIMISATION $<$<NOT:$<CONFIG:Debug>>:-O1>)
 macro(zelq_optimised_as_program)
   if(NOT ZELQ_OPTIMISE_PROGRAMS)
-    set(ZELQ_PROGRAM_OPTIMISATION -O0)
-    add_compile_options(-O0)
+    # GNU's linker for Windows takes minutes for the many sections that no optimisation leaves.
+    set(ZELQ_PROGRAM_OPTIMISATION $<IF:$<BOOL:${WIN32}>,-O1,-O0>)
+    add_compile_options(${ZELQ_PROGRAM_OPTIMISATION})
   endif()
 endmacro()
 

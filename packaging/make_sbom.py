@@ -20,7 +20,7 @@ from archives import moment
 GCC = "GPL-3.0-or-later WITH GCC-exception-3.1"
 LICENCES = {
     "boost1.74": "BSL-1.0", "cli11": "BSD-3-Clause", "gcc-12": GCC, "gcc-mingw-w64": GCC,
-    "glibc": "LGPL-2.1-or-later", "linux": "GPL-2.0-only WITH Linux-syscall-note",
+    "glibc": "LGPL-2.1-or-later",
     "mingw-w64": "ZPL-2.1", "nlohmann-json3": "MIT", "numpy": "BSD-3-Clause",
     "openssl": "Apache-2.0", "paho.mqtt.c": "EPL-2.0 OR BSD-3-Clause",
     "protobuf": "BSD-3-Clause", "python3-defaults": "Python-2.0", "sqlite3": "blessing",
@@ -29,6 +29,8 @@ LICENCES = {
 # The runtimes that are linked into files which need no others.
 STATIC_LINUX = ("libstdc++.a",)
 STATIC_WINDOWS = ("libstdc++.a", "libgcc.a", "libmingw32.a", "libpthread.a")
+# Headers that declare what the system has: nothing of them is in what is compiled.
+DECLARATIONS = {"libc6-dev", "linux-libc-dev"}
 LIBRARY, PROGRAMS = "library", "programs"
 
 
@@ -59,7 +61,7 @@ def compiled_in(build):
             files[part].add(str(pathlib.Path(line.strip()).resolve()))
         else:
             files[part].add(str((build / line.strip()).resolve()))
-    return {part: owners(each for each in its if each.startswith("/usr/"))
+    return {part: owners(each for each in its if each.startswith("/usr/")) - DECLARATIONS
             for part, its in files.items()}
 
 

@@ -19,7 +19,9 @@ def look_at_packages(made, version):
     for package in packages:
         told = run("dpkg-deb", "-f", package, "Version").strip()
         hold(told == f"{version}-1", f"{package.name} has version {told}")
-    done = subprocess.run(["lintian", "--allow-root", "--fail-on", "error", *map(str, packages)],
+    done = subprocess.run(["lintian", "--allow-root", "--fail-on", "error",
+                           # This goes into no archive that has a list of wishes.
+                           "--suppress-tags", "initial-upload-closes-no-bugs", *map(str, packages)],
                           check=False, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
     hold(done.returncode == 0, f"lintian:\n{done.stdout}")
     warnings = [line for line in done.stdout.splitlines() if line.startswith("W:")]

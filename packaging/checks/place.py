@@ -38,7 +38,7 @@ def only(folder, pattern):
 
 
 class Root:
-    """Commands in a bare root, with processes and shared memory of its own."""
+    """Commands in a bare root, with shared memory of its own."""
 
     SETUP = """mount -t proc proc "$0/proc"; mount -t tmpfs -o mode=1777 shm "$0/dev/shm"
                exec chroot "$0" env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin \
@@ -48,7 +48,7 @@ class Root:
         self.folder = folder
 
     def command(self, *words):
-        return ["unshare", "--mount", "--pid", "--fork", "--kill-child", "sh", "-c", self.SETUP,
+        return ["unshare", "--mount", "sh", "-c", self.SETUP,
                 str(self.folder), *map(str, words)]
 
     def run(self, *words):

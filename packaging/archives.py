@@ -1,4 +1,4 @@
-"""Zip archives that are the same bytes whenever they are made: entries in order, one time for all."""
+"""Zip archives that are the same bytes whenever they are made: entries in order, one time."""
 
 import os
 import pathlib

@@ -52,7 +52,8 @@ endmacro()
 
 if(WIN32)
   # One self-contained file: no compiler runtime DLL is needed on the customer's machine.
-  add_link_options(-static)
+  # The same sources give the same file: without the time at which it was linked.
+  add_link_options(-static -Wl,--no-insert-timestamp)
   add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601)
 endif()
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")

@@ -2,6 +2,7 @@
 
 #include "core/command_page.h"
 #include "core/controller.h"
+#include "manual_page.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -246,6 +247,13 @@ void Describe(CLI::App& app, Arguments& arguments)
             throw CLI::Success();
         },
         "print the form of every command, as a page of the documentation");
+    app.add_flag_callback(
+        "--manual",
+        [&app] {
+            std::fputs(zelq::cli::ManualPage(app, ZELQ_VERSION).c_str(), stdout);
+            throw CLI::Success();
+        },
+        "print the manual page, for \"man\"");
     auto* quiet = app.add_flag("-q,--quiet", arguments.options.quiet, "print nothing but errors");
     app.add_flag("-v,--verbose", arguments.options.verbose, "show every command")->excludes(quiet);
 }

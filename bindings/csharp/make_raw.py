@@ -2,7 +2,7 @@
 """Makes the C# binding's raw storey from the interface's description: all records, functions, codes
 and texts of results, one to one.
 
-    make_raw.py DESCRIPTION.json RAW.cs
+    make_raw.py DESCRIPTION.json RAW.cs VERSION
 """
 
 import json
@@ -15,7 +15,11 @@ KEYWORDS = {"out", "in", "ref", "params", "fixed", "event", "object", "string", 
 
 HEAD = """// Made from the description of the interface by make_raw.py.
 
+using System.Reflection;
 using System.Runtime.InteropServices;
+
+[assembly: AssemblyTitle("Zelq")]
+[assembly: AssemblyVersion("%s.0")]
 
 namespace Zelq
 {
@@ -83,8 +87,8 @@ def code(entry):
         yield f"        public const int {entry['name']} = {entry['value']};\n\n"
 
 
-def source(interface):
-    yield HEAD
+def source(interface, version):
+    yield HEAD % version
     for entry in interface["records"]:
         yield from record(entry)
     yield ("    /// <summary>The functions and codes of zelq.h one to one.</summary>\n"
@@ -107,7 +111,7 @@ def main():
     with open(sys.argv[1], encoding="utf-8") as file:
         interface = json.load(file)
     with open(sys.argv[2], "w", encoding="utf-8") as file:
-        file.write("".join(source(interface)))
+        file.write("".join(source(interface, sys.argv[3])))
 
 
 if __name__ == "__main__":

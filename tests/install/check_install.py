@@ -1,9 +1,13 @@
 #!/usr/bin/env python3
 """Installs the library into an empty folder and builds README's programs from what stands there:
 the C one by pkg-config, the C++ one and the C one by find_package. Natively it runs them, against
-the simulated controller and against nobody.
+the simulated controller and against nobody. What is installed bears the project's version, each in
+its own way.
 
     check_install.py BUILD SOURCE C-COMPILER [--simulator LUMO-SIM] [--toolchain FILE] [--flags FLAGS]
+                     [--installed PREFIX]
+
+With --installed, what a package has put there is tried instead; BUILD is not looked at.
 """
 
 import argparse
@@ -63,9 +67,8 @@ def by_pkg_config(folder, prefix, compiler, flags):
     files = list(prefix.rglob("zelq.pc"))
     assert len(files) == 1, files
     variables = {**os.environ, "PKG_CONFIG_PATH": str(files[0].parent), "PKG_CONFIG_ALLOW_SYSTEM_LIBS": "1"}
-    told = run("pkg-config", "--cflags", "--libs", "zelq", env=variables).split()
-    assert run("pkg-config", "--modversion", "zelq", env=variables).strip() == "1.0.0"
     path = run("pkg-config", "--variable=libdir", "zelq", env=variables).strip()
+    told = run("pkg-config", "--cflags", "--libs", "zelq", env=variables).split()
     run(compiler, *flags, "-o", folder / "by_pkg_config", folder / "first.c", *told,
         f"-Wl,-rpath,{path}")
     return folder / "by_pkg_config"
@@ -80,6 +83,30 @@ def by_find_package(folder, prefix, options):
     run("cmake", "--build", build, "--", "-j1")
     suffix = ".exe" if options.toolchain else ""
     return [build / f"first_c{suffix}", build / f"first_cpp{suffix}"]
+
+
+def bears_version(file, version):
+    """A program or DLL of Windows, in what the system shows of it."""
+    return f"ProductVersion\0{version}\0".encode("utf-16-le") in file.read_bytes()
+
+
+def check_versions(prefix, build, source):
+    """The one that stands in the project's first line, on all that is installed."""
+    version = re.search(r"(?m)^CMAKE_PROJECT_VERSION:STATIC=(.*)$",
+                        (build / "CMakeCache.txt").read_text(encoding="utf-8"))[1]
+    library = next(prefix.rglob("zelq.pc")).parents[1]
+    clean = {**os.environ, "LD_LIBRARY_PATH": str(library)}
+    windows = sorted(prefix.glob("bin/*.*"))
+    assert all(bears_version(file, version) for file in windows), windows
+    for program in set(prefix.glob("bin/*")) - set(windows):
+        assert run(program, "--version", env=clean).split() == [program.name, version], program
+    for page in prefix.glob("share/man/man1/*"):
+        assert f"zelQ {version}" in page.read_text(encoding="utf-8"), page
+    told = re.findall(r"(?m)^Version: (.*)$", (library / "pkgconfig/zelq.pc").read_text())
+    told.append(re.search(r"(?m)^## (\S+)", (source / "CHANGELOG.md").read_text())[1])
+    told += [file.name.split(".so.")[1] for file in library.glob("libzelq.so.*.*")]
+    assert set(told) == {version}, told
+    assert len(windows) == 3 or len(told) == 3, (windows, told)
 
 
 class Simulator:
@@ -110,6 +137,16 @@ def try_out(programs, simulator):
         print(f"{program.name}: runs, and tells what is wrong")
 
 
+def install(build, source, folder):
+    prefix = folder / "installed"
+    for component in ("runtime", "development", "tools"):
+        run("cmake", "--install", build, "--prefix", prefix, "--component", component)
+    # As packages are: taken somewhere else behind that.
+    prefix = prefix.rename(folder / "moved")
+    check_versions(prefix, build, source)
+    return prefix
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("build", type=pathlib.Path)
@@ -118,14 +155,11 @@ def main():
     parser.add_argument("--simulator")
     parser.add_argument("--toolchain")
     parser.add_argument("--flags", default="")
+    parser.add_argument("--installed", type=pathlib.Path)
     options = parser.parse_args()
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        prefix = folder / "installed"
-        for component in ("runtime", "development"):
-            run("cmake", "--install", options.build, "--prefix", prefix, "--component", component)
-        # As packages are: taken somewhere else behind that.
-        prefix = prefix.rename(folder / "moved")
+        prefix = options.installed or install(options.build, options.source, folder)
         simulator = Simulator(options.simulator) if options.simulator else None
         write_programs(folder, options.source, simulator.port if simulator else 502)
         try:

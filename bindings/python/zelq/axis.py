@@ -5,6 +5,7 @@ from ctypes import c_ushort
 from typing import TYPE_CHECKING, Iterator, List
 
 from . import raw
+from .errors import check
 from .motion import Homing, Motion
 from .status import Alarm, AxisStatus
 
@@ -72,7 +73,13 @@ class Axis:
 
     def move_to(self, position: float) -> Motion:
         """Starts a move to a position, in user units."""
-        return self._controller._start(Motion, self._alone, raw.zelQ_MoveAbs, self.number, position)
+        # As Controller._start, without its detours: programs make this call most of all.
+        controller, number = self._controller, self.number
+        controller._moving.add(number)
+        code = raw.zelQ_MoveAbs(controller.number, number, position)
+        if code:
+            check(raw.zelQ_MoveAbs, code)
+        return Motion(controller, self._alone)
 
     def move_by(self, distance: float) -> Motion:
         """Starts a move by a distance, in user units. When the reply is lost, the library sends the

@@ -1,0 +1,1 @@
+"""What is made, tried in clean places."""

@@ -38,7 +38,8 @@ class Site:
         self.parts = [(part["title"], self._part(part)) for part in self.contents["part"]]
         self.places[self.contents["front"]] = "index.html"
         for page in self.reference.pages:
-            self.places[f"docs/reference/{page.name[4:]}.md"] = f"{page.name}.html"
+            self.places[f"docs/reference/{page.file}"] = f"{page.name}.html"
+        self.places["docs/reference/frame.md"] = "ref.html"
         self.markdown = Converter(self.places)
         self.index = []  # of the search: [title, place, kind, text]
 

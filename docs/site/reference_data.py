@@ -95,6 +95,7 @@ class Page:
 
     def __init__(self, path):
         self.told = tomllib.loads(path.read_text(encoding="utf-8"))
+        self.file = path.name
         self.name = "ref-" + re.sub(r"^\d+-", "", path.stem)
         self.title = self.told["title"]
         self.groups = self.told["groups"]

@@ -22,8 +22,10 @@ SANITIZE = sys.argv[3]
 WRITE = "--write" in sys.argv
 WANTED = [word for word in sys.argv[4:] if word != "--write"]
 SESSIONS = ["README.md", *sorted(str(path.relative_to(ROOT)) for path in ROOT.glob("docs/guides/*.md"))]
-# README's programs in C and C++ are those that tests/install builds; those in C# need its compiler.
+# Programs in C# are run where their compiler is (tests/bindings); README's in C and C++, which have
+# no name, are what tests/install builds.
 ELSEWHERE = {"csharp"}
+DESK = "docs/guides/first-hour.md"  # its configuration holds for all guides
 
 
 class Pages(unittest.TestCase):
@@ -75,6 +77,10 @@ class Blocks(unittest.TestCase):
             return self.do_session(desk, block, page)
         if block.name:
             desk.write(block)
+        elif block.language == "python":
+            block.name = "block.py"
+            desk.write(block)
+            desk.type("python3 block.py")
         return block.code
 
     def do_session(self, desk, block, page):
@@ -88,10 +94,18 @@ class Blocks(unittest.TestCase):
             lines += ["$ " + command.replace("\n", "\n> "), *(shown if agrees else came)]
         return "\n".join(lines) + "\n"
 
+    @staticmethod
+    def configuration():
+        found = (blocks.Block(match) for match in
+                 blocks.FENCE.finditer((ROOT / DESK).read_text(encoding="utf-8")))
+        return next(block for block in found if block.language == "json")
+
     def do_page(self, page):
         text = (ROOT / page).read_text(encoding="utf-8")
         with tempfile.TemporaryDirectory() as folder:
             desk = blocks.Desk(folder, self.tools)
+            if page.startswith("docs/guides/") and page != DESK:
+                desk.write(self.configuration())
             try:
                 def done(match):
                     block = blocks.Block(match)

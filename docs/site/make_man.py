@@ -10,7 +10,7 @@ import re
 import sys
 
 from reference_data import Reference
-from reference_pages import declaration, direction
+from reference_pages import declaration, direction, sentence
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 
@@ -56,9 +56,8 @@ def results(reference, entry):
 
 
 def short(brief):
-    """The first sentence, for lists of pages."""
-    sentence = re.match(r"(.*?[.:])(?: |$)", brief, re.S)
-    text = (sentence[1] if sentence else brief).rstrip(".:")
+    """As lists of pages have it."""
+    text = sentence(brief).rstrip(".")
     return text[0].lower() + text[1:]
 
 

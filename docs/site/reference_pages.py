@@ -1,6 +1,7 @@
 """The pages of the reference: each a family of functions with its records."""
 
 import html
+import re
 
 from html_text import block
 
@@ -63,6 +64,18 @@ def results(reference, entry, links):
     return told + "</dd>"
 
 
+def with_results(reference, text):
+    """Results of the simulated controller that stand in parentheses lead to what they mean."""
+    def linked(match):
+        return re.sub(r"\d+", number, match[0])
+
+    def number(match):
+        name = reference.error(int(match[0]))["name"]
+        return f'<a href="errors.html#{name.lower()}" title="{name}">{match[0]}</a>'
+
+    return re.sub(r"\(simulated controller: [\d, or]+|(?<=\()\d+(?=\))", linked, text)
+
+
 def facts(reference, entry, links):
     rows = [results(reference, entry, links)]
     for title, text in (("Needs", entry.needs), ("Effect", entry.effect),
@@ -70,7 +83,10 @@ def facts(reference, entry, links):
                         ("Note", entry.other_notes)):
         if text:
             danger = ' class="danger"' if title == "Executed twice" and entry["warnings"] else ""
-            rows.append(f"<dt>{title}</dt><dd{danger}>{links.text(text)}</dd>")
+            told = links.text(text)
+            if title == "Needs":
+                told = with_results(reference, told)
+            rows.append(f"<dt>{title}</dt><dd{danger}>{told}</dd>")
     see = ", ".join(links.text(name) for name in entry.see)
     rows.append(f"<dt>See also</dt><dd>{see}</dd>")
     return f"<dl>{''.join(rows)}</dl>"
@@ -99,9 +115,15 @@ def record(each, links):
             f"<th>meaning</th></tr></thead><tbody>{rows}</tbody></table></div></section>")
 
 
+def sentence(text):
+    """The first one."""
+    return re.match(r".*?[.:](?= |$)", text, re.S)[0].rstrip(":")
+
+
 def overview(page, links):
-    rows = "".join(f"<tr><td>{links.text(entry.name)}</td><td>{links.text(entry['brief'])}</td></tr>"
-                   for entry in page.entries)
+    rows = "".join(
+        f"<tr><td>{links.text(entry.name)}</td><td>{links.text(sentence(entry['brief']))}</td></tr>"
+        for entry in page.entries)
     rows += "".join(f"<tr><td>{links.text(each['name'])}</td><td>{links.text(each['text'])}</td></tr>"
                     for each in page.records)
     return f'<div class="wide"><table class="overview"><tbody>{rows}</tbody></table></div>'
@@ -109,7 +131,8 @@ def overview(page, links):
 
 def family(reference, page, links, markdown):
     """The body of a page."""
-    parts = [f"<h1>{html.escape(page.title)}</h1>", markdown(page.text), overview(page, links)]
+    parts = [f"<h1>{html.escape(page.title)}</h1>", markdown(page.text, f"docs/reference/{page.file}"),
+             overview(page, links)]
     preambles = {group["title"]: group["text"] for group in reference.interface["groups"]}
     for group in page.groups:
         entries = [entry for entry in page.entries if entry["group"] == group]
@@ -137,5 +160,5 @@ def front(reference, links, markdown, frame):
     any_call = reference.entries["zelQ_StopDec"]
     parts.append('<h2 id="exchange-codes">Exchange codes</h2>'
                  + code_table(reference, any_call, exchange))
-    parts.append('<h2 id="examples">The examples</h2>' + markdown(frame))
+    parts.append('<h2 id="examples">The examples</h2>' + markdown(frame, "docs/reference/frame.md"))
     return "\n".join(parts)

@@ -11,7 +11,7 @@ import subprocess
 
 FENCE = re.compile(r"(?ms)^```(?P<language>\w+)(?: +(?P<name>\S+))?\n(?P<code>.*?)^```$")
 PATIENCE = 60
-# Motions take a tenth of their time here; nothing that is shown depends on it.
+# Motions take a tenth of their time, on pages where nothing that is shown depends on it.
 FASTER = ["--time-scale", "10"]
 # What a page may name, and what stands for it on this desk. A controller at the usual address is the
 # simulated one.
@@ -28,10 +28,18 @@ def free_port():
         return taken.getsockname()[1]
 
 
+def settled(line):
+    """A row of axes without what the motor still does for a moment behind the end of its command."""
+    row = re.fullmatch(r"(.*?) +(-?[\d.]+) +(-?[\d.]+) +(mm|pulses)(?: +-?[\d.]+){3}(.*)", line)
+    if not row or abs(float(row[2]) - float(row[3])) > 0.1:
+        return line
+    return f"{row[1]} {row[2]} {row[4]}{row[5]}".replace(" in-position", "")
+
+
 def matches(shown, line):
     """Whether a line is the one that is shown, in which "..." stands for anything."""
-    pattern = ".*".join(re.escape(part) for part in shown.split("..."))
-    return re.fullmatch(pattern, line) is not None
+    pattern = ".*".join(re.escape(part) for part in settled(shown).split("..."))
+    return any(re.fullmatch(pattern, each) is not None for each in (line, settled(line)))
 
 
 def same(shown, lines):
@@ -60,9 +68,10 @@ class Block:
 class Desk:
     """A folder, a home and a simulated controller of its own."""
 
-    def __init__(self, folder, tools):
+    def __init__(self, folder, tools, page=""):
         self.folder = pathlib.Path(folder)
         self.tools = tools
+        self._faster = [] if "jog X --for" in page else FASTER
         self.ports = {"5020": str(free_port()), "8080": str(free_port())}
         self.variables = {**os.environ, **tools.variables, "HOME": str(folder),
                           "XDG_CONFIG_HOME": str(self.folder / ".config")}
@@ -92,7 +101,7 @@ class Desk:
         words = self.here(command)
         if command.startswith("lumo-sim "):
             return self._simulate(words)
-        if command.endswith(" watch"):
+        if command == "zelq watch":
             return self._watch(words)
         done = subprocess.run(["bash", "-c", self.tools.command(words)], cwd=self.folder, input="y\nq",
                               env=self.variables, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
@@ -105,7 +114,7 @@ class Desk:
     def _simulate(self, words):
         """Starts a simulated controller; one that was there before has to go."""
         self.end()
-        process = subprocess.Popen([*words.split(), *FASTER], cwd=self.folder, env=self.variables,
+        process = subprocess.Popen([*words.split(), *self._faster], cwd=self.folder, env=self.variables,
                                    stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         self._simulators.append(process)
         first = process.stdout.readline()

@@ -5,6 +5,7 @@ import sys
 
 HEAD = """#include <stdio.h>
 #include <string.h>
+#include <time.h>
 #include <zelq_errors.h>
 
 #define AXES 4
@@ -12,19 +13,17 @@ static const short press = 3;
 static const int port = 5020;
 
 /* As the manual promises of each example: connected, nothing moves, servos on, at 0. */
-static short Begin(void)
+static short TryBegin(void)
 {
     const short all[AXES] = {0, 1, 2, 3};
     const unsigned short every[AXES] = {0, 1, 2, 3};
     const double zero[AXES] = {0};
     ControllerStatus status;
     short result = 0;
-    int tries = 0;
+    int moving = 0;
     memset(&status, 0, sizeof status);
-    do { /* a controller that restarts is away for a moment */
-        zelQ_SetNetPortNum(press, port);
-        result = zelQ_Connect(press, 127, 0, 0);
-    } while (result && ++tries < 1000);
+    zelQ_SetNetPortNum(press, port);
+    result = zelQ_Connect(press, 127, 0, 0);
     if (!result) result = zelQ_TMOSet(press, 1000, 500, 500);
     for (unsigned short program = 0; program < 4; ++program) {
         (void)zelQ_SeqStop(press, program, 1);
@@ -34,9 +33,9 @@ static short Begin(void)
     if (!result) result = zelQ_mStop(press, AXES, every, 0);
     do {
         if (!result) result = zelQ_GetAllStatus(press, &status);
-        tries = 0;
-        for (int i = 0; i < AXES; ++i) tries += status.servo[i].inMotion;
-    } while (!result && tries);
+        moving = 0;
+        for (int i = 0; i < AXES; ++i) moving += status.servo[i].inMotion;
+    } while (!result && moving);
     if (!result) result = zelQ_CP_PreRegUseSet(press, 0);
     if (!result) result = zelQ_mAlarmResetReq(press, AXES, every);
     if (!result) result = zelQ_mServoOn(press, AXES, all, 1);
@@ -46,6 +45,17 @@ static short Begin(void)
         if (!result) result = zelQ_StopModeSwLimit(press, (unsigned short)i, 0, 0, 0, 0);
     }
     if (!result) result = zelQ_mCmdEncPosSet(press, AXES, all, zero);
+    return result;
+}
+
+/* A controller that restarts is away for a moment. */
+static short Begin(void)
+{
+    const time_t begin = time(NULL);
+    short result = 0;
+    do {
+        result = TryBegin();
+    } while (result && time(NULL) - begin < 10);
     return result;
 }
 

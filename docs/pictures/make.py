@@ -17,10 +17,6 @@ from zelq import raw
 POSITION, SPEED = "position, mm", "speed, mm/s"
 
 
-def moving(value):
-    return value != 0
-
-
 def first_hour(program):
     with Scene(program, ["0.command", "0.speed"]) as scene:
         x = scene.axis(0, drive=20.0)
@@ -31,7 +27,7 @@ def first_hour(program):
         ends.append(scene.settle() or len(scene.signals["0.command"]))
         x.move_to(25.0).wait()
         scene.settle(0.2)
-    begin = scene.first("0.speed", moving) - 50
+    begin = scene.start("0.speed")
     ends = [0, *((end - begin) / 1000 for end in ends),
             (len(scene.signals["0.command"]) - begin) / 1000]
     spans = [(ends[i], ends[i + 1], name) for i, name in enumerate(("jog", "home", "move 25"))]
@@ -49,13 +45,13 @@ def units(program):
             scene.settle(0.3)
     runs = []
     for shape, begin in enumerate(begins):
-        at = scene.first("0.speed", moving, begin) - 20
+        at = scene.start("0.speed", begin)
         runs.append((at, at + 1400, ("trapezoid, profile 0", "smoothed, profile 1")[shape]))
     speeds = [scene.line("0.speed", name, begin=begin, end=end) for begin, end, name in runs]
     places = [scene.line("0.command", name, begin=begin, end=end) for begin, end, name in runs]
     for lines in (speeds, places):  # the second one came back
         lines[1].points = [(x, -y if lines is speeds else 40.0 - y) for x, y in lines[1].points]
-    return Panel(SPEED, *speeds, yrange=(0, 60)), Panel(POSITION, *places, yrange=(0, 55))
+    return Panel(SPEED, *speeds, yrange=(0, 75)), Panel(POSITION, *places, yrange=(0, 60))
 
 
 def homing(program):
@@ -70,16 +66,16 @@ def homing(program):
     edges.append(scene.first("0.speed", lambda v: v > 0, edges[0]))
     edges.append(scene.first("0.speed", lambda v: v < 0, edges[1]))
     edges.append(scene.first("0.speed", lambda v: v > 0, edges[2]))
-    edges.append(scene.last("0.speed", moving))
+    edges.append(scene.last("0.speed", bool))
     begin = edges[0] + int((edges[1] - edges[0]) * 0.55)
     edges[0] = begin
     seconds = [(edge - begin) / 1000 for edge in edges]
     spans = [(seconds[i], seconds[i + 1], name)
              for i, name in enumerate(("0 search", "1 back off", "2 approach", "3 behind"))]
     # The counters change at home: the way before it is shown in those that count then.
-    place = scene.line("0.command", "position", begin=begin, end=edges[3] - 2)
+    place = scene.line("0.command", "", begin=begin, end=edges[3] - 2)
     return (Panel(SPEED, scene.line("0.speed", "", begin=begin), spans=spans, yrange=(-25, 32)),
-            Panel("position, mm", place, spans=spans, yrange=(-24, -17)),
+            Panel("position, mm", place, spans=spans, yrange=(-28, -14)),
             Panel("home sensor", scene.line("0.homeSensor", "", factor=1, begin=begin),
                   yrange=(-0.1, 1.3)))
 
@@ -97,7 +93,7 @@ def corner(program, end, acc=200.0):
         path.run()
         scene.settle()
         x.off(), y.off()
-    begin = scene.first("0.speed", moving) - 20
+    begin = scene.start("0.speed")
     name = {None: "with an arc", 0.0: "stop in the corner", 10.0: "corner with 10 mm/s"}[end]
     way = Line(name, [(a / 1000, b / 1000) for a, b in zip(scene.signals["0.encoder"],
                                                            scene.signals["1.encoder"])][begin:])
@@ -108,8 +104,8 @@ def corner(program, end, acc=200.0):
 
 def paths(program):
     runs = [corner(program, end) for end in (0.0, 10.0, None)]
-    return (Panel("Y, mm", *(way for way, _ in runs), xlabel="X, mm", yrange=(-2, 32)),
-            Panel(SPEED, *(speed for _, speed in runs), yrange=(0, 75)))
+    return (Panel("Y, mm", *(way for way, _ in runs), xlabel="X, mm", yrange=(-2, 45)),
+            Panel(SPEED, *(speed for _, speed in runs), yrange=(0, 95)))
 
 
 def programs(program):
@@ -136,8 +132,8 @@ def programs(program):
         scene.desk.call(raw.zelQ_LmAddNodeEnd, 0, 1.0)
         scene.desk.call(raw.zelQ_LmRunStop, 0, 1)
         scene.settle(2.8)
-    rise = scene.first("inputs", moving) - 300
-    run = scene.first("0.speed", moving, one)
+    rise = scene.first("inputs", bool) - 250
+    run = scene.first("0.speed", bool, one)
     return (Panel("program", scene.line("0.command", "position, mm", begin=rise, end=one),
                   scene.line("inputs", "input 0 (10: on)", factor=10, begin=rise, end=one),
                   yrange=(-2, 32)),
@@ -157,7 +153,7 @@ def alarms(program):
         with suppress(zelq.Error):
             motion.wait()
         scene.settle(0.2)
-    begin = scene.first("0.speed", moving) - 20
+    begin = scene.start("0.speed")
     return (Panel(SPEED, scene.line("0.speed", "motor", begin=begin), yrange=(-5, 65)),
             Panel("following error, mm", scene.line("0.followingError", "", begin=begin),
                   marks=((5.0, "parameter 3.0: alarm"),), yrange=(-1, 6.5)))
@@ -175,9 +171,9 @@ def io(program):
         scene.ask("PUT", "/inputs", {"pins": {"0": False}})
         scene.settle(0.2)
     return (Panel("output 2", Line("limit time 250 ms", [
-                (i / 1000, value >> 2 & 1) for i, value in enumerate(scene.signals["outputs"])]),
+                (i / 1000, int(value) >> 2 & 1) for i, value in enumerate(scene.signals["outputs"])]),
                 yrange=(-0.1, 1.5)),
-            Panel("input 0", Line("", [(i / 1000, value & 1)
+            Panel("input 0", Line("", [(i / 1000, int(value) & 1)
                                        for i, value in enumerate(scene.signals["inputs"])]),
                   yrange=(-0.1, 1.5)))
 
@@ -212,26 +208,29 @@ def parameters(program):
 
 def lost_replies(program):
     lines = []
-    for name, function in (("zelQ_MoveRel by 10", raw.zelQ_MoveRel), ("zelQ_MoveAbs to 10", raw.zelQ_MoveAbs)):
+    for name, function in (("zelQ_MoveRel by 2", raw.zelQ_MoveRel),
+                           ("zelQ_MoveAbs to 2", raw.zelQ_MoveAbs)):
         with Scene(program, ["0.command", "0.speed"]) as scene:
-            scene.axis(0)
+            scene.axis(0, acc=2000.0)
             scene.ask("PUT", "/faults/lost-reply", {"count": 1})
-            scene.desk.call(function, 0, 10.0)
-            scene.settle(1.2)
-        begin = scene.first("0.speed", moving) - 20
-        lines.append(scene.line("0.command", name, begin=begin, end=begin + 1200))
-    return (Panel(POSITION, *lines, yrange=(0, 25)),)
+            scene.desk.call(function, 0, 2.0)
+            scene.settle(0.4)
+        begin = scene.start("0.speed")
+        lines.append(scene.line("0.command", name, begin=begin, end=begin + 400))
+    return (Panel(POSITION, *lines, yrange=(0, 6)),)
 
 
 def threads(program):
     bars = []
     with Scene(program, ["0.command"]) as scene:
+        value = ctypes.c_uint()
+
         def took(name, repeat=1):
             best = 1e9
             for _ in range(repeat):
                 begin = time.perf_counter()
                 with suppress(zelq.Error):
-                    scene.desk.status()
+                    scene.desk.call(raw.zelQ_MonitorRead, 0, 6, value)
                 best = min(best, 1000 * (time.perf_counter() - begin))
             bars.append((name, best))
 
@@ -243,7 +242,7 @@ def threads(program):
         took("one reply lost")
         scene.ask("PUT", "/faults/hang", {})
         took("nobody answers")
-    return (Panel("zelQ_GetAllStatus, ms", bars=bars),)
+    return (Panel("zelQ_MonitorRead, ms", bars=bars),)
 
 
 def windows(program):
@@ -257,9 +256,9 @@ def windows(program):
             time.sleep(0.05)
         points.append((time.monotonic() - begin, x.position))
         scene.settle()
-    start = scene.first("0.speed", moving) - 5
+    start = scene.first("0.speed", bool) - 5
     return (Panel(POSITION, scene.line("0.encoder", "the motor", begin=start),
-                  Line("seen every 50 ms", points, "points"), yrange=(0, 25)),)
+                  Line("seen every 50 ms", points, "points"), yrange=(0, 30)),)
 
 
 def testing(program):
@@ -273,11 +272,11 @@ def testing(program):
         with suppress(zelq.Error):
             motion.wait()
         scene.settle(0.2)
-    begin = scene.first("0.speed", moving) - 20
+    begin = scene.start("0.speed")
     return (Panel(POSITION, scene.line("0.command", "", begin=begin), yrange=(0, 60)),
             Panel("inputs", scene.line("inputs", "sensor at pin 0", factor=1, begin=begin),
                   scene.line("0.limitPositive", "limit switch, pressed by a fault", factor=1,
-                             begin=begin), yrange=(-0.1, 1.7)))
+                             begin=begin), yrange=(-0.1, 2)))
 
 
 def checklist(program):
@@ -286,7 +285,7 @@ def checklist(program):
         with suppress(zelq.Error):
             x.move_to(60.0).wait()
         scene.settle(0.2)
-    begin = scene.first("0.speed", moving) - 20
+    begin = scene.start("0.speed")
     return (Panel(POSITION, scene.line("0.command", "", begin=begin),
                   marks=((30.0, "limit switch"),), yrange=(0, 40)),
             Panel(SPEED, scene.line("0.speed", "", begin=begin), yrange=(0, 45)))

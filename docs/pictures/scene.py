@@ -32,6 +32,9 @@ class Scene:
             f"ws://{self._control}/recorder?signals={','.join(signals)}")
         self._thread = threading.Thread(target=self._record)
         self._thread.start()
+        while not all(self.signals.values()):  # what comes now is seen
+            time.sleep(0.01)
+        self.settle()
 
     def _record(self):
         while True:
@@ -67,15 +70,19 @@ class Scene:
         """Lets the recorder see what comes behind an end."""
         time.sleep(seconds)
 
-    def line(self, signal, title, factor=0.001, begin=0, end=None, shift=0.0):
+    def line(self, signal, title, factor=0.001, begin=0, end=None):
         """A recorded signal as a line over the time since `begin`, in milliseconds."""
         values = self.signals[signal][begin:end]
-        return Line(title, [(i / 1000 + shift, value * factor) for i, value in enumerate(values)])
+        return Line(title, [(i / 1000, value * factor) for i, value in enumerate(values)])
 
     def first(self, signal, test, begin=0):
         """The first millisecond in which the signal is so."""
         values = self.signals[signal]
         return next(i for i in range(begin, len(values)) if test(values[i]))
+
+    def start(self, signal, begin=0):
+        """Shortly before the signal leaves zero."""
+        return self.first(signal, bool, begin) - 20
 
     def last(self, signal, test):
         values = self.signals[signal]
@@ -93,15 +100,14 @@ class Line:
 class Panel:
     """Lines over one axis; `spans` are named stretches of it."""
 
-    def __init__(self, ylabel, *lines, xlabel="s", spans=(), marks=(), square=False, yrange=None,
-                 bars=None, height=1.0):
+    def __init__(self, ylabel, *lines, xlabel="s", spans=(), marks=(), yrange=None, bars=None):
         self.lines, self.xlabel, self.ylabel, self.spans = lines, xlabel, ylabel, spans
-        self.marks, self.square, self.yrange, self.bars = marks, square, yrange, bars
-        self.height = height
+        self.marks, self.yrange, self.bars = marks, yrange, bars
+        self.until = 0.0  # where all panels over time end
 
     def script(self):
         out = ["unset object", "unset label", "unset arrow", "unset logscale", "set xtics auto",
-               "set size noratio", "set autoscale", "set style fill solid 0.9",
+               "set autoscale", "set style fill solid 0.9",
                f'set xlabel "{self.xlabel}"', f'set ylabel "{self.ylabel}"']
         for i, (begin, end, name) in enumerate(self.spans):
             shade = "#eef4f8" if i % 2 == 0 else "#f8f1ea"
@@ -114,8 +120,8 @@ class Panel:
                        'dashtype 2 linecolor rgb "#b3261e"')
             out.append(f'set label {90 + i} "{name}" at graph 0.01,first {value} offset 0,0.6 '
                        'textcolor rgb "#b3261e"')
-        if self.square:
-            out.append("set size ratio -1")
+        if self.until:
+            out.append(f"set xrange [0:{self.until}]")
         if self.yrange:
             out.append(f"set yrange [{self.yrange[0]}:{self.yrange[1]}]")
         return out + (self._bars() if self.bars else self._lines())
@@ -139,7 +145,10 @@ class Panel:
 
 
 def draw(file, *panels, width=760, height=230):
-    script = [f'set terminal svg size {width},{height * len(panels)} font "sans-serif,13" '
+    over_time = [panel for panel in panels if panel.xlabel == "s" and panel.lines]
+    for panel in over_time:
+        panel.until = max(line.points[-1][0] for each in over_time for line in each.lines)
+    script = [f'set terminal svg noenhanced size {width},{height * len(panels)} font "sans-serif,13" '
               'background "#ffffff"', f'set output "{file}"',
               'set grid linecolor rgb "#dde3e8"', 'set border 3 linecolor rgb "#5a6875"',
               "set tics nomirror", "set key top right", "set lmargin 9", "set rmargin 3",

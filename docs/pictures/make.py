@@ -104,7 +104,8 @@ def corner(program, end, acc=200.0):
 
 def paths(program):
     runs = [corner(program, end) for end in (0.0, 10.0, None)]
-    return (Panel("Y, mm", *(way for way, _ in runs), xlabel="X, mm", yrange=(-2, 45)),
+    return (Panel("Y, mm", *(way for way, _ in runs), xlabel="X, mm", yrange=(-2, 32),
+                  key="left"),
             Panel(SPEED, *(speed for _, speed in runs), yrange=(0, 95)))
 
 

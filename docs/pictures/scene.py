@@ -100,15 +100,16 @@ class Line:
 class Panel:
     """Lines over one axis; `spans` are named stretches of it."""
 
-    def __init__(self, ylabel, *lines, xlabel="s", spans=(), marks=(), yrange=None, bars=None):
+    def __init__(self, ylabel, *lines, xlabel="s", spans=(), marks=(), yrange=None, bars=None,
+                 key="right"):
         self.lines, self.xlabel, self.ylabel, self.spans = lines, xlabel, ylabel, spans
-        self.marks, self.yrange, self.bars = marks, yrange, bars
+        self.marks, self.yrange, self.bars, self.key = marks, yrange, bars, key
         self.until = 0.0  # where all panels over time end
 
     def script(self):
         out = ["unset object", "unset label", "unset arrow", "unset logscale", "set xtics auto",
                "set autoscale", "set style fill solid 0.9",
-               f'set xlabel "{self.xlabel}"', f'set ylabel "{self.ylabel}"']
+               f"set key top {self.key}", f'set xlabel "{self.xlabel}"', f'set ylabel "{self.ylabel}"']
         for i, (begin, end, name) in enumerate(self.spans):
             shade = "#eef4f8" if i % 2 == 0 else "#f8f1ea"
             out.append(f"set object {i + 1} rectangle from {begin},graph 0 to {end},graph 1 behind "
@@ -151,7 +152,7 @@ def draw(file, *panels, width=760, height=230):
     script = [f'set terminal svg noenhanced size {width},{height * len(panels)} font "sans-serif,13" '
               'background "#ffffff"', f'set output "{file}"',
               'set grid linecolor rgb "#dde3e8"', 'set border 3 linecolor rgb "#5a6875"',
-              "set tics nomirror", "set key top right", "set lmargin 9", "set rmargin 3",
+              "set tics nomirror", "set lmargin 9", "set rmargin 3",
               f"set multiplot layout {len(panels)},1"]
     for panel in panels:
         script += panel.script()

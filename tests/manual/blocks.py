@@ -11,7 +11,7 @@ import subprocess
 
 FENCE = re.compile(r"(?ms)^```(?P<language>\w+)(?: +(?P<name>\S+))?\n(?P<code>.*?)^```$")
 PATIENCE = 60
-# Motions take a tenth of their time, on pages where nothing that is shown depends on it.
+# Motions take a tenth of their time here; nothing that is shown depends on it.
 FASTER = ["--time-scale", "10"]
 # What a page may name, and what stands for it on this desk. A controller at the usual address is the
 # simulated one.
@@ -68,10 +68,9 @@ class Block:
 class Desk:
     """A folder, a home and a simulated controller of its own."""
 
-    def __init__(self, folder, tools, page=""):
+    def __init__(self, folder, tools):
         self.folder = pathlib.Path(folder)
         self.tools = tools
-        self._faster = [] if "jog X --for" in page else FASTER
         self.ports = {"5020": str(free_port()), "8080": str(free_port())}
         self.variables = {**os.environ, **tools.variables, "HOME": str(folder),
                           "XDG_CONFIG_HOME": str(self.folder / ".config")}
@@ -114,7 +113,7 @@ class Desk:
     def _simulate(self, words):
         """Starts a simulated controller; one that was there before has to go."""
         self.end()
-        process = subprocess.Popen([*words.split(), *self._faster], cwd=self.folder, env=self.variables,
+        process = subprocess.Popen([*words.split(), *FASTER], cwd=self.folder, env=self.variables,
                                    stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         self._simulators.append(process)
         first = process.stdout.readline()

@@ -104,7 +104,7 @@ class Blocks(unittest.TestCase):
     def do_page(self, page):
         text = (ROOT / page).read_text(encoding="utf-8")
         with tempfile.TemporaryDirectory() as folder:
-            desk = blocks.Desk(folder, self.tools, text)
+            desk = blocks.Desk(folder, self.tools)
             if page.startswith("docs/guides/") and page != DESK:
                 desk.write(self.configuration())
             try:

@@ -26,6 +26,11 @@ HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
 
 
+def plain(markup):
+    """The text of HTML."""
+    return " ".join(html.unescape(re.sub(r"<[^>]+>", " ", markup)).split())
+
+
 class Site:
     """All pages on their way into a folder."""
 
@@ -41,7 +46,7 @@ class Site:
             self.places[f"docs/reference/{page.file}"] = f"{page.name}.html"
         self.places["docs/reference/frame.md"] = "ref.html"
         self.markdown = Converter(self.places)
-        self.index = []  # of the search: [title, place, kind, text]
+        self.index = []  # of the search: [title, place, kind, text that is shown, more words]
 
     def _part(self, part):
         """Titles and pages of a part, for the navigation."""
@@ -80,20 +85,21 @@ class Site:
         body = self.markdown(text, file)
         self.write(place, title, body)
         kind = "result" if place == "errors.html" else "page"
-        self.index.append([title, place, "page", ""])
-        for anchor, heading in re.findall(r'<h[23] id="([^"]+)">(.*?)<a class="anchor"', body):
-            plain = html.unescape(re.sub(r"<[^>]+>", "", heading))
-            self.index.append([plain, f"{place}#{anchor}", kind, title if kind == "page" else ""])
+        for part in re.split(r"(?=<h[123] id=)", body)[1:]:
+            anchor, heading, rest = re.match(
+                r'<h[123] id="([^"]+)">(.*?)<a class="anchor".*?</h[123]>(.*)', part, re.S).groups()
+            told = title if kind == "page" else ""
+            self.index.append([plain(heading), f"{place}#{anchor}", kind, told, plain(rest)[:1500]])
 
     def add_family(self, page):
         self.write(f"{page.name}.html", page.title,
                    reference_pages.family(self.reference, page, self.links, self.markdown))
         for entry in page.entries:
             self.index.append([entry.name, self.links.places[entry.name], "function",
-                               entry["brief"].replace("#", "")])
+                               entry["brief"].replace("#", ""), entry["text"]])
         for record in page.records:
             fields = " ".join(field["name"] for field in record["fields"])
-            self.index.append([record["name"], self.links.places[record["name"]], "record", fields])
+            self.index.append([record["name"], self.links.places[record["name"]], "record", fields, ""])
 
     def add_searchable_results(self):
         for entry in self.index:

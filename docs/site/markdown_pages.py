@@ -35,7 +35,7 @@ class Converter:
             blocks.append(block(match["code"].rstrip("\n"), match["language"], match["name"] or ""))
             return f"\n\n<div>BLOCK{len(blocks) - 1}</div>\n\n"
 
-        text = FENCE.sub(keep, text)
+        text = FENCE.sub(keep, text).replace("- [ ] ", '- <input type="checkbox" aria-label="done"> ')
         converter = markdown.Markdown(
             extensions=["tables", "toc", "sane_lists", "md_in_html"],
             extension_configs={"toc": {"slugify": slug, "permalink": "#",

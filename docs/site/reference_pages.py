@@ -111,7 +111,7 @@ def record(each, links):
     return (f'<section class="function" id="{each["name"]}"><h3>{each["name"]}'
             f'<a class="anchor" href="#{each["name"]}" aria-label="link">#</a></h3>'
             f"<p>{links.text(each['text'])} Packing {each['pack']}.</p>"
-            '<div class="wide"><table><thead><tr><th>offset</th><th>field</th><th>type</th><th>unit</th>'
+            '<div class="wide"><table class="record"><thead><tr><th>offset</th><th>field</th><th>type</th><th>unit</th>'
             f"<th>meaning</th></tr></thead><tbody>{rows}</tbody></table></div></section>")
 
 

@@ -5,19 +5,25 @@ const query = document.getElementById("query");
 const found = document.getElementById("found");
 const kMost = 12;
 
+// "replies" and "reply" find each other.
+function stem(word) {
+  return word.length > 3 ? word.replace(/(ies|y|s)$/, "") : word;
+}
+
 // How well an entry fits: all words have to be in it; its title counts before its text, its
 // beginning before the rest, functions before headings.
 function fit(entry, words) {
-  const [title, , kind, text] = entry;
+  const [title, , kind, text, more] = entry;
   const name = title.toLowerCase().replace(/^zelq_/, "");
   let points = kind === "function" || kind === "result" ? 2 : 0;
   for (const word of words) {
-    const bare = word.replace(/^zelq_/, "");
-    if (bare && name === bare) points += 20;
+    const bare = stem(word.replace(/^zelq_/, ""));
+    if (bare && stem(name) === bare) points += 20;
     else if (name.split(/[\s`]+/).includes(bare)) points += 12;
     else if (name.startsWith(bare)) points += 8;
     else if (name.includes(bare)) points += 5;
     else if (text.toLowerCase().includes(bare)) points += 2;
+    else if (more.toLowerCase().includes(bare)) points += 1;
     else return 0;
   }
   return points;

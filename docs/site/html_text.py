@@ -25,9 +25,8 @@ class Links:
     def text(self, plain):
         """Names of functions, records and results become links; `code` becomes code."""
         escaped = html.escape(plain.replace("#ZELQ", "ZELQ"), quote=False)
-        escaped = re.sub(r"`([^`]*)`", r"\1", escaped)
-        return re.sub(r"\b((?:zelQ|ZELQ)_\w+|[A-Z]\w+(?:Status|Profile|Property))\b(?:\(\))?",
-                      self._linked, escaped)
+        names = r"\b((?:zelQ|ZELQ)_\w+|[A-Z]\w+(?:Status|Profile|Property))\b(?:\(\))?"
+        return re.sub(names, self._linked, re.sub(r"`([^`]*)`", r"\1", escaped))
 
     def code(self, page):
         """Names that stand as code of their own in a finished page become links."""

@@ -50,7 +50,8 @@ def results(reference, entry):
         rows.setdefault(row["name"], (row, []))[1].append(str(code))
     if rows:
         text += ".SH ERRORS\n" + "".join(
-            f".TP\n.B {plain(', '.join(numbers))} {name}\n{plain(row['text'] + ' ' + row['remedy'])}\n"
+            f".TP\n.B {plain(', '.join(numbers))} {name}\n"
+            f"{plain(row['text'] + ' ' + row['remedy'])}\n"
             for name, (row, numbers) in rows.items())
     return text
 
@@ -87,7 +88,8 @@ def simulator_page(version):
     intro = text.split("\n\n")[1]
     unlinked = re.sub(r"\[([^]]*)\]\([^)]*\)", r"\1", told.replace("\n", " "))
     return (head("lumo-sim", 1, version, "simulated Lumo motion controller")
-            + f".SH SYNOPSIS\n.B lumo\\-sim\n.RI [ option ...]\n.SH DESCRIPTION\n{plain(intro)}\n.PP\n"
+            + ".SH SYNOPSIS\n.B lumo\\-sim\n.RI [ option ...]\n"
+            + f".SH DESCRIPTION\n{plain(intro)}\n.PP\n"
             + plain(unlinked) + "\n.SH OPTIONS\n"
             + re.sub(r"\[([^]]*)\]\([^)]*\)", r"\1", options)
             + ".SH EXAMPLES\n" + verbatim(calls.rstrip()) + ".SH SEE ALSO\n.BR zelq (1)\n")

@@ -57,7 +57,8 @@ class Site:
         for file in part["pages"]:
             path = ROOT / file
             if path.exists():
-                place = file.removeprefix("docs/").replace("guides/", "guide-")[:-3].lower() + ".html"
+                name = file.removeprefix("docs/").removesuffix(".md").replace("guides/", "guide-")
+                place = f"{name.lower()}.html"
                 self.places[file] = place
                 pages.append((title_of(path.read_text(encoding="utf-8")), place))
         return pages
@@ -68,7 +69,8 @@ class Site:
             rows = "".join(
                 f'<li><a href="{page}"{" aria-current=page" if page == place else ""}>'
                 f"{html.escape(name)}</a></li>" for name, page in pages)
-            is_open = " open" if place in [page for _, page in pages] or place == "index.html" else ""
+            holds = place == "index.html" or place in [page for _, page in pages]
+            is_open = " open" if holds else ""
             parts.append(f"<details{is_open}><summary>{title}</summary><ul>{rows}</ul></details>")
         return "".join(parts)
 
@@ -99,7 +101,8 @@ class Site:
                                entry["brief"].replace("#", ""), entry["text"]])
         for record in page.records:
             fields = " ".join(field["name"] for field in record["fields"])
-            self.index.append([record["name"], self.links.places[record["name"]], "record", fields, ""])
+            name = record["name"]
+            self.index.append([name, self.links.places[name], "record", fields, ""])
 
     def add_searchable_results(self):
         for entry in self.index:

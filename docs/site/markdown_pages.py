@@ -8,8 +8,8 @@ import markdown
 
 from html_text import block
 
-FENCE = re.compile(r"(?m)^```(?P<language>[\w-]*)(?: +(?P<name>\S+))?[^\n]*\n(?P<code>.*?)^```[ ]*$", re.S)
-TEXT_BLOCKS = {"json", "", "cmake", "text"}
+FENCE = re.compile(r"(?ms)^```(?P<language>[\w-]*)(?: +(?P<name>\S+))?[^\n]*\n(?P<code>.*?)^``` *$")
+CHECK_BOX = '- <input type="checkbox" aria-label="done"> '
 
 
 def slug(text, _separator="-"):
@@ -35,14 +35,15 @@ class Converter:
             blocks.append(block(match["code"].rstrip("\n"), match["language"], match["name"] or ""))
             return f"\n\n<div>BLOCK{len(blocks) - 1}</div>\n\n"
 
-        text = FENCE.sub(keep, text).replace("- [ ] ", '- <input type="checkbox" aria-label="done"> ')
+        text = FENCE.sub(keep, text).replace("- [ ] ", CHECK_BOX)
         converter = markdown.Markdown(
             extensions=["tables", "toc", "sane_lists", "md_in_html"],
             extension_configs={"toc": {"slugify": slug, "permalink": "#",
                                        "permalink_class": "anchor", "permalink_title": "link"}})
         page = converter.convert(text)
         page = re.sub(r"<div>BLOCK(\d+)</div>", lambda match: blocks[int(match[1])], page)
-        page = page.replace("<table>", '<div class="wide"><table>').replace("</table>", "</table></div>")
+        page = page.replace("<table>", '<div class="wide"><table>')
+        page = page.replace("</table>", "</table></div>")
         return re.sub(r'(href|src)="([^"]+)"', lambda match: self._moved(match, source), page)
 
     def _moved(self, match, source):

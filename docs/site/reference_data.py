@@ -1,5 +1,5 @@
 """What the manual says of the functions: the interface's description (interface/describe.py), and
-beside it docs/reference/*.toml, one file a page, with what a comment in a header has no room for."""
+beside it docs/reference/*.toml, one file a page, with what a header's comment has no room for."""
 
 import json
 import pathlib

@@ -56,11 +56,12 @@ def results(reference, entry, links):
     own = sorted(set(entry["codes"]) - set(exchange), reverse=True)
     told = f"<dt>Returns</dt><dd>{links.text(entry['returns'])}"
     if own:
-        told += f"<details><summary>its codes explained</summary>{code_table(reference, entry, own)}</details>"
+        told += ("<details><summary>its codes explained</summary>"
+                 f"{code_table(reference, entry, own)}</details>")
     if entry["controllerResults"]:
-        told += ('<p>Exchange codes: <a href="ref.html#exchange-codes">explained for all functions</a>. '
-                 'Results above 0 are the controller\'s: <a href="errors.html#sim_unknown_command">those of '
-                 "the simulated one</a>.</p>")
+        told += ('<p>Exchange codes: <a href="ref.html#exchange-codes">explained for all functions'
+                 "</a>. Results above 0 are the controller's: "
+                 '<a href="errors.html#sim_unknown_command">those of the simulated one</a>.</p>')
     return told + "</dd>"
 
 
@@ -111,8 +112,9 @@ def record(each, links):
     return (f'<section class="function" id="{each["name"]}"><h3>{each["name"]}'
             f'<a class="anchor" href="#{each["name"]}" aria-label="link">#</a></h3>'
             f"<p>{links.text(each['text'])} Packing {each['pack']}.</p>"
-            '<div class="wide"><table class="record"><thead><tr><th>offset</th><th>field</th><th>type</th><th>unit</th>'
-            f"<th>meaning</th></tr></thead><tbody>{rows}</tbody></table></div></section>")
+            '<div class="wide"><table class="record"><thead><tr><th>offset</th><th>field</th>'
+            "<th>type</th><th>unit</th><th>meaning</th></tr></thead>"
+            f"<tbody>{rows}</tbody></table></div></section>")
 
 
 def sentence(text):
@@ -124,15 +126,16 @@ def overview(page, links):
     rows = "".join(
         f"<tr><td>{links.text(entry.name)}</td><td>{links.text(sentence(entry['brief']))}</td></tr>"
         for entry in page.entries)
-    rows += "".join(f"<tr><td>{links.text(each['name'])}</td><td>{links.text(each['text'])}</td></tr>"
-                    for each in page.records)
+    rows += "".join(
+        f"<tr><td>{links.text(each['name'])}</td><td>{links.text(each['text'])}</td></tr>"
+        for each in page.records)
     return f'<div class="wide"><table class="overview"><tbody>{rows}</tbody></table></div>'
 
 
 def family(reference, page, links, markdown):
     """The body of a page."""
-    parts = [f"<h1>{html.escape(page.title)}</h1>", markdown(page.text, f"docs/reference/{page.file}"),
-             overview(page, links)]
+    parts = [f"<h1>{html.escape(page.title)}</h1>",
+             markdown(page.text, f"docs/reference/{page.file}"), overview(page, links)]
     preambles = {group["title"]: group["text"] for group in reference.interface["groups"]}
     for group in page.groups:
         entries = [entry for entry in page.entries if entry["group"] == group]
@@ -155,7 +158,8 @@ def front(reference, links, markdown, frame):
     parts.append(f'<p>{len(reference.entries)} functions in the order of work.</p>'
                  f'<div class="wide"><table class="overview"><tbody>{rows}</tbody></table></div>')
     for section in reference.interface["sections"]:
-        parts.append(f"<h2>{html.escape(section['title'])}</h2><p>{links.text(section['text'])}</p>")
+        parts.append(f"<h2>{html.escape(section['title'])}</h2>"
+                     f"<p>{links.text(section['text'])}</p>")
     exchange = reference.interface["exchangeCodes"]
     any_call = reference.entries["zelQ_StopDec"]
     parts.append('<h2 id="exchange-codes">Exchange codes</h2>'

@@ -13,8 +13,8 @@ FENCE = re.compile(r"(?ms)^```(?P<language>\w+)(?: +(?P<name>\S+))?\n(?P<code>.*
 PATIENCE = 60
 # Motions take a tenth of their time here; nothing that is shown depends on it.
 FASTER = ["--time-scale", "10"]
-# What a page may name, and what stands for it on this desk. A controller at the usual address is the
-# simulated one.
+# What a page may name, and what stands for it on this desk. A controller at the usual address is
+# the simulated one.
 REAL_CONTROLLER = [
     ('"192.168.0", "controller": 3, "port": 502', '"127.0.0", "controller": 3, "port": 5020'),
     ("--network 192.168.0 --controller 3", "--network 127.0.0 --controller 3 --port 5020"),
@@ -29,7 +29,7 @@ def free_port():
 
 
 def settled(line):
-    """A row of axes without what the motor still does for a moment behind the end of its command."""
+    """A row of axes without what the motor still does for a moment behind its command's end."""
     row = re.fullmatch(r"(.*?) +(-?[\d.]+) +(-?[\d.]+) +(mm|pulses)(?: +-?[\d.]+){3}(.*)", line)
     if not row or abs(float(row[2]) - float(row[3])) > 0.1:
         return line
@@ -102,9 +102,9 @@ class Desk:
             return self._simulate(words)
         if command == "zelq watch":
             return self._watch(words)
-        done = subprocess.run(["bash", "-c", self.tools.command(words)], cwd=self.folder, input="y\nq",
-                              env=self.variables, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                              text=True, timeout=PATIENCE, check=False)
+        done = subprocess.run(["bash", "-c", self.tools.command(words)], cwd=self.folder,
+                              input="y\nq", env=self.variables, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, text=True, timeout=PATIENCE, check=False)
         lines = self.shown(done.stdout).split("\n") if done.stdout.strip() else []
         if done.returncode:
             raise AssertionError(f"$ {command}\n{done.stdout}exit {done.returncode}")

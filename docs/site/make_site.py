@@ -81,10 +81,20 @@ class Site:
         (self.target / place).write_text(page.replace("{body}", self.links.code(body)),
                                          encoding="utf-8")
 
+    def all_pages(self):
+        """The end of the front page, where the contents of a phone are folded away."""
+        parts = []
+        for title, pages in self.parts:
+            links = ", ".join(f'<a href="{page}">{html.escape(name)}</a>' for name, page in pages)
+            parts.append(f"<li><strong>{title}</strong>: {links}</li>")
+        return f'<h2 id="all-pages">All pages</h2><ul>{"".join(parts)}</ul>'
+
     def add_document(self, file, place):
         text = (ROOT / file).read_text(encoding="utf-8")
         title = title_of(text)
         body = self.markdown(text, file)
+        if place == "index.html":
+            body += self.all_pages()
         self.write(place, title, body)
         kind = "result" if place == "errors.html" else "page"
         for part in re.split(r"(?=<h[123] id=)", body)[1:]:

@@ -93,9 +93,7 @@ class Site:
         text = (ROOT / file).read_text(encoding="utf-8")
         title = title_of(text)
         body = self.markdown(text, file)
-        if place == "index.html":
-            body += self.all_pages()
-        self.write(place, title, body)
+        self.write(place, title, body + (self.all_pages() if place == "index.html" else ""))
         kind = "result" if place == "errors.html" else "page"
         for part in re.split(r"(?=<h[123] id=)", body)[1:]:
             anchor, heading, rest = re.match(

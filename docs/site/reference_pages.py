@@ -5,6 +5,10 @@ import re
 
 from html_text import block
 
+EXAMPLE = "example</div>"
+FRAMED = '<a href="ref.html#examples">example</a></div>'
+
+
 def declaration(function):
     """As in the header, a parameter a line where one line is too long."""
     words = []
@@ -100,7 +104,7 @@ def function(reference, entry, links):
             f'<p class="brief">{links.text(entry["brief"])}</p>{more}'
             f"{block(declaration(entry), 'c')}{parameters(entry, links)}"
             f"{facts(reference, entry, links)}"
-            f"{block(entry.example, 'c', 'example')}</section>")
+            f"{block(entry.example, 'c', 'example').replace(EXAMPLE, FRAMED)}</section>")
 
 
 def record(each, links):

@@ -232,7 +232,8 @@ ZELQ_API short ZELQ_CALL zelQ_GetEnumList(const unsigned short* address, short u
  * Reads what a controller is.
  *
  * Words 0 to 3 tell it from all others; words 4 to 11, 13 and 14 are version and serial fields of
- * the controller's own. Word 12 is its type (0: main series, 255: FPGA variant), words 15, 16 and
+ * the controller's own (simulated controller: 0 to 3 its address, 5 to 11 the characters of its
+ * serial number, 13 and 14 its version). Word 12 is its type (0: main series, 255: FPGA variant), words 15, 16 and
  * 17 are year, month and day, word 18 is its size code (model number / 4).
  *
  * @param zelNo controller number, 1..254
@@ -2512,7 +2513,7 @@ ZELQ_API short ZELQ_CALL zelQ_mAlarmListClear(short zelNo, short count, const un
 /* ------------------------------------------------------------------------------------------ */
 
 /** What stands at one position of the servo network, 20 bytes; the codes are those of the slave
- * type word. */
+ * type word, with the meaning that they have in ServoStatus. */
 typedef struct SlaveProperty
 {
     unsigned short axis;            /**< offset 0: position, 0xFFFF where nothing stands

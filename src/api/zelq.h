@@ -233,8 +233,8 @@ ZELQ_API short ZELQ_CALL zelQ_GetEnumList(const unsigned short* address, short u
  *
  * Words 0 to 3 tell it from all others; words 4 to 11, 13 and 14 are version and serial fields of
  * the controller's own (simulated controller: 0 to 3 its address, 5 to 11 the characters of its
- * serial number, 13 and 14 its version). Word 12 is its type (0: main series, 255: FPGA variant), words 15, 16 and
- * 17 are year, month and day, word 18 is its size code (model number / 4).
+ * serial number, 13 and 14 its version). Word 12 is its type (0: main series, 255: FPGA variant),
+ * words 15, 16 and 17 are year, month and day, word 18 is its size code (model number / 4).
  *
  * @param zelNo controller number, 1..254
  * @param info  [out, 19] the words

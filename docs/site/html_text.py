@@ -36,11 +36,11 @@ class Links:
         return re.sub(r"(?<!\">)<code>(\w+)(?:\(\))?</code>", linked, page)
 
 
-_C = re.compile(r"(?P<comment>/\*.*?\*/|//[^\n]*)|(?P<text>\"(?:[^\"\\\n]|\\.)*\")"
+_C = re.compile(r"(?P<comment>/\*.*?\*/|//[^\n]*)|(?P<string>\"(?:[^\"\\\n]|\\.)*\")"
                 r"|(?P<word>\b(?:if|else|while|for|return|const|static|struct|int|short|unsigned|"
                 r"double|char|void|using|namespace|try|catch|auto|include)\b)|(?P<number>\b\d[\w.]*)",
                 re.S)
-_PYTHON = re.compile(r"(?P<comment>#[^\n]*)|(?P<text>\"(?:[^\"\\\n]|\\.)*\")"
+_PYTHON = re.compile(r"(?P<comment>#[^\n]*)|(?P<string>\"(?:[^\"\\\n]|\\.)*\")"
                      r"|(?P<word>\b(?:import|from|with|as|for|in|if|else|while|def|return|try|"
                      r"except|print|and|or|not)\b)|(?P<number>\b\d[\w.]*)")
 _CONSOLE = re.compile(r"(?m)(?P<word>^\$)(?P<told> .*(?:\n> .*)*)")

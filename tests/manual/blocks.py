@@ -116,10 +116,10 @@ class Desk:
         process = subprocess.Popen([*words.split(), *FASTER], cwd=self.folder, env=self.variables,
                                    stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         self._simulators.append(process)
-        first = process.stdout.readline()
-        if "port" not in first:
-            raise AssertionError(f"$ {words}\n{first}{process.stdout.read()}")
-        return [self.shown(first)]
+        lines = [process.stdout.readline() for _ in range(3 if "--control" in words else 2)]
+        if "port" not in lines[0]:
+            raise AssertionError(f"$ {words}\n{lines[0]}{process.stdout.read()}")
+        return [self.shown(line) for line in lines]
 
     def _watch(self, words):
         """What goes on until it is interrupted."""

@@ -13,7 +13,9 @@ The description has
     codes         name, value and text of every result code of the library; "argument" is the one
                   that stands for a range: value - k for argument k
     exchangeCodes values of those that any call can give that talks to a controller
-    records       name, size, packing, text, fields (name, type, offset, elements, unit, text)
+    sections      title and text of what the header says ahead of all functions
+    groups        title and text (what the header says at its beginning) of every group of functions
+    records       name, group, size, packing, text, fields (name, type, offset, elements, unit, text)
     functions     name, group, brief, text, warnings, notes, result, returns, parameters, codes,
                   controllerResults (it passes the controller's own results on), session (it needs
                   zelQ_Connect() before)
@@ -45,7 +47,9 @@ FIELD = re.compile(r"(?P<type>[\w ]+?)\s+(?P<name>\w+)(?:\[(?P<elements>\d+)\])?
                    r"/\*\*<(?P<doc>.*?)\*/", re.S)
 FUNCTION = re.compile(COMMENT + r"ZELQ_API (?P<type>\w+) ZELQ_CALL (?P<name>zelQ_\w+)"
                                 r"\((?P<parameters>[^)]*)\);", re.S)
-GROUP = re.compile(r"/\* -{90} \*/\n/\* (?P<title>.*?) +\*/\n/\* -{90} \*/")
+GROUP = re.compile(r"/\* -{90} \*/\n/\* (?P<title>.*?) +\*/\n/\* -{90} \*/\n"
+                   r"(?:\s*/\* (?P<text>(?:(?!\*/).)*)\*/)?", re.S)
+SECTION = re.compile(r"(?m)^@section \w+ (?P<title>.*)\n(?P<text>(?:(?!@section).*\n?)*)")
 TEXT = r'((?:"(?:[^"\\]|\\.)*"\s*)+)'
 ERROR = re.compile(r'\{\s*(NULL|"\w+"),\s*([^,"{}]+),\s*([^,"{}]+),\s*' +
                    r",\s*".join([TEXT] * 4) + r"\}")
@@ -132,6 +136,12 @@ def parse_records(text):
         records[name] = {"name": name, "size": size, "align": align, "pack": pack, "text": about,
                          "fields": fields}
     return records
+
+
+def parse_sections(text):
+    """What the header's first comment tells, by its titles."""
+    return [{"title": match["title"], "text": one_line(match["text"])}
+            for match in SECTION.finditer(lines_of(re.match(r"/\*\*(.*?)\*/", text, re.S)[1]))]
 
 
 def split_comment(doc):
@@ -268,12 +278,18 @@ def describe(text, errors=""):
     exchange = [codes[name] for name in re.findall(r"#(ZELQ_\w+)", told[1])]
     records = parse_records(text)
     groups = [(match.start(), match["title"]) for match in GROUP.finditer(text)]
+
+    def group_at(position):
+        return [title for at, title in groups if at < position][-1]
+
     functions = []
     for match in FUNCTION.finditer(text):
         function = parse_function(match, codes, exchange, records)
-        function["group"] = [title for at, title in groups if at < match.start()][-1]
+        function["group"] = group_at(match.start())
         functions.append(function)
     take_over(functions)
+    for match in RECORD.finditer(text):
+        records[match["name"]]["group"] = group_at(match.start())
     without_comments = re.sub(r"/\*.*?\*/", "", text, flags=re.S)
     declared = set(re.findall(r"\b(zelQ_\w+)\s*\(", without_comments))
     missing = declared - {function["name"] for function in functions}
@@ -281,6 +297,9 @@ def describe(text, errors=""):
     structs = set(re.findall(r"typedef struct (\w+)", without_comments))
     require(structs == set(records), "records", f"not understood: {structs - set(records)}")
     return {"header": "zelq.h", "codes": constants, "exchangeCodes": exchange,
+            "sections": parse_sections(text),
+            "groups": [{"title": match["title"], "text": one_line(lines_of(match["text"] or ""))}
+                       for match in GROUP.finditer(text)],
             "records": list(records.values()), "functions": functions,
             "errors": parse_errors(errors, constants) if errors else []}
 

@@ -232,8 +232,9 @@ ZELQ_API short ZELQ_CALL zelQ_GetEnumList(const unsigned short* address, short u
  * Reads what a controller is.
  *
  * Words 0 to 3 tell it from all others; words 4 to 11, 13 and 14 are version and serial fields of
- * the controller's own. Word 12 is its type (0: main series, 255: FPGA variant), words 15, 16 and
- * 17 are year, month and day, word 18 is its size code (model number / 4).
+ * the controller's own (simulated controller: 0 to 3 its address, 5 to 11 the characters of its
+ * serial number, 13 and 14 its version). Word 12 is its type (0: main series, 255: FPGA variant),
+ * words 15, 16 and 17 are year, month and day, word 18 is its size code (model number / 4).
  *
  * @param zelNo controller number, 1..254
  * @param info  [out, 19] the words
@@ -290,13 +291,19 @@ ZELQ_API short ZELQ_CALL zelQ_GetPowerResetCount(short zelNo, unsigned int* coun
  * The codes of the slave are those that the controller reports in its slave type word. */
 typedef struct ServoStatus
 {
-    unsigned short axis;          /**< offset 0: axis number, 0xFFFF where there is no servo axis */
-    unsigned short seriesCode;    /**< offset 2: drive series, type word bits 4..6 */
-    unsigned short motorCode;     /**< offset 4: motor, type word bits 7..10 */
-    unsigned short encoderCode;   /**< offset 6: encoder, type word bits 11..14 */
-    unsigned short limitLogic;    /**< offset 8: limit sensor logic, type word bits 15..16 */
-    unsigned short homeLogic;     /**< offset 10: home sensor logic, type word bits 17..18 */
-    unsigned short inputUse;      /**< offset 12: use of the inputs, type word bits 19..21 */
+    unsigned short axis;        /**< offset 0: axis number, 0xFFFF where there is no servo axis */
+    unsigned short seriesCode;  /**< offset 2: drive series, type word bits 4..6 (simulated
+                                   controller: 1..4 as zelQ_ServoPropertyCfg() has set it) */
+    unsigned short motorCode;   /**< offset 4: motor, type word bits 7..10 (simulated controller:
+                                   a number without further meaning) */
+    unsigned short encoderCode; /**< offset 6: encoder, type word bits 11..14 (simulated
+                                   controller: a number without further meaning) */
+    unsigned short limitLogic;  /**< offset 8: limit sensor logic, type word bits 15..16 (simulated
+                                   controller: kept, without effect on the sensors) */
+    unsigned short homeLogic;   /**< offset 10: home sensor logic, type word bits 17..18 (simulated
+                                   controller: kept, without effect on the sensor) */
+    unsigned short inputUse;    /**< offset 12: use of the inputs, type word bits 19..21 (simulated
+                                   controller: 0 none, 1 general input, 2 emergency stop) */
     unsigned short emergencyStop; /**< offset 14: the drive's configurable input, where it serves
                                      as emergency stop (type word bit 22), else 0 */
     unsigned short servoOn;       /**< offset 16: the motor is powered */
@@ -316,17 +323,25 @@ typedef struct ServoStatus
                                      serve as emergency stop, else 0 */
     unsigned short output1;       /**< offset 44: the drive's digital output 1 */
     unsigned short output2;       /**< offset 46: the drive's digital output 2 */
-    unsigned short motionKind;    /**< offset 48: what the axis is doing, 0: nothing */
-    unsigned short stopCause;     /**< offset 50: why the last motion ended, 0: at its target */
-    double commandPosition;       /**< offset 52: commanded position, user units */
-    double encoderPosition;       /**< offset 60: position of the encoder, user units */
-    double velocity;              /**< offset 68: speed, user units per second */
-    double followingError;        /**< offset 76: commanded less actual position, user units */
-    double torque;                /**< offset 84: torque, percent of the rated one */
-    int rawVelocity;              /**< offset 92: speed, pulses per second */
-    int rawTorque;                /**< offset 96: torque, 0.1 percent */
-    int rawFollowingError;        /**< offset 100: commanded less actual position, pulses */
-    unsigned short reserved[6];   /**< offset 104: not written */
+    unsigned short motionKind;  /**< offset 48: what the axis is doing, 0: nothing; the rest is the
+                                   controller's code (simulated controller: 1 jog, 2 absolute
+                                   move, 3 relative move, 4 search, 5 homing, 6 linear
+                                   interpolation, 7 arc, 8 helix, 9 list motion, 10 torque mode,
+                                   11 velocity mode, 12 profile position, 13 hand wheel) */
+    unsigned short stopCause;   /**< offset 50: why the last motion ended, 0: at its target; the
+                                   rest is the controller's code (simulated controller: 1 stop
+                                   command, 2 sudden stop command, 3 limit switch, 4 software
+                                   limit, 5 alarm, 6 servo off, 7 emergency stop, 8 connection
+                                   lost, 9 home found, 10 search latched) */
+    double commandPosition;     /**< offset 52: commanded position, user units */
+    double encoderPosition;     /**< offset 60: position of the encoder, user units */
+    double velocity;            /**< offset 68: speed, user units per second */
+    double followingError;      /**< offset 76: commanded less actual position, user units */
+    double torque;              /**< offset 84: torque, percent of the rated one */
+    int rawVelocity;            /**< offset 92: speed, pulses per second */
+    int rawTorque;              /**< offset 96: torque, 0.1 percent */
+    int rawFollowingError;      /**< offset 100: commanded less actual position, pulses */
+    unsigned short reserved[6]; /**< offset 104: not written */
 } ServoStatus;
 
 /** The 32 inputs or outputs of one input or output slave, 66 bytes. */
@@ -435,7 +450,8 @@ ZELQ_API short ZELQ_CALL zelQ_SpeedEqualStartAndStopGet(void);
 /** A speed profile as zelQ_SpeedGet() reads it, 36 bytes. */
 typedef struct SpeedProfile
 {
-    unsigned short profile;  /**< offset 0: shape of the profile, 0: trapezoid */
+    unsigned short profile;  /**< offset 0: shape of the profile, 0: trapezoid (simulated
+                                controller: 1: smoothed ramps) */
     unsigned short reserved; /**< offset 2: not written */
     double start;            /**< offset 4: start speed, user units per second */
     double acc;              /**< offset 12: acceleration, user units per second squared */
@@ -448,13 +464,20 @@ typedef struct SpeedProfile
 /**
  * Sets the speed profile of one axis, with a stop speed equal to the start speed.
  *
+ * It counts from the next motion on. The simulated controller takes speeds up to 2147483647 pulses
+ * per second; at its start a profile is: trapezoid, start 100, acceleration 100000, drive 10000,
+ * deceleration 100000, in pulses.
+ *
  * @param zelNo   controller number, 1..254
  * @param axis    0..31
- * @param profile shape of the profile, the controller's code (0: trapezoid)
- * @param start   start speed, user units per second
- * @param acc     acceleration, user units per second squared
- * @param drive   drive speed, user units per second
- * @param dec     deceleration, user units per second squared
+ * @param profile shape of the profile, the controller's code, 0: trapezoid (simulated controller:
+ *                1: smoothed ramps, which take twice the time; others are refused)
+ * @param start   start speed, user units per second, not negative (simulated controller: above the
+ *                drive speed it counts as that)
+ * @param acc     acceleration, user units per second squared (simulated controller: 0 changes the
+ *                speed at once; negative ones are refused)
+ * @param drive   drive speed, user units per second (simulated controller: must be above 0)
+ * @param dec     deceleration, user units per second squared, as acc
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
  * @note Threads: any.
  */
@@ -462,16 +485,17 @@ ZELQ_API short ZELQ_CALL zelQ_SpeedSet(short zelNo, short axis, short profile, d
                                        double acc, double drive, double dec);
 
 /**
- * Sets the speed profile of one axis with a stop speed of its own.
+ * Sets the speed profile of one axis with a stop speed of its own. See zelQ_SpeedSet() for the
+ * limits of the values.
  *
  * @param zelNo   controller number, 1..254
  * @param axis    0..31
- * @param profile shape of the profile, the controller's code (0: trapezoid)
+ * @param profile shape of the profile, as in zelQ_SpeedSet()
  * @param start   start speed, user units per second
  * @param acc     acceleration, user units per second squared
  * @param drive   drive speed, user units per second
  * @param dec     deceleration, user units per second squared
- * @param stop    stop speed, user units per second
+ * @param stop    stop speed, user units per second: the speed from which the axis goes to rest
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
  * @note Threads: any.
  */
@@ -485,7 +509,7 @@ ZELQ_API short ZELQ_CALL zelQ_SpeedWithStopSet(short zelNo, short axis, short pr
  * @param zelNo    controller number, 1..254
  * @param count    number of axes, 1..32
  * @param axes     [count] axis numbers; the controller judges them
- * @param profiles [count] shapes of the profiles
+ * @param profiles [count] shapes of the profiles, as in zelQ_SpeedSet()
  * @param start    [count] start speeds, user units per second
  * @param acc      [count] accelerations, user units per second squared
  * @param drive    [count] drive speeds, user units per second
@@ -505,7 +529,7 @@ ZELQ_API short ZELQ_CALL zelQ_mSpeedSet(short zelNo, short count, const unsigned
  * @param zelNo    controller number, 1..254
  * @param count    number of axes, 1..32
  * @param axes     [count] axis numbers; the controller judges them
- * @param profiles [count] shapes of the profiles
+ * @param profiles [count] shapes of the profiles, as in zelQ_SpeedSet()
  * @param start    [count] start speeds, user units per second
  * @param acc      [count] accelerations, user units per second squared
  * @param drive    [count] drive speeds, user units per second
@@ -674,7 +698,8 @@ ZELQ_API short ZELQ_CALL zelQ_ServoOnAfterActChkTMOGet(short zelNo, unsigned sho
  *
  * @param zelNo controller number, 1..254
  * @param axis  0..31
- * @param dir   direction, 0 or 1; which of them is positive is the controller's setting
+ * @param dir   direction, 0 or 1; which of them is positive is the controller's setting (simulated
+ *              controller: 0 positive, 1 negative)
  * @return #ZELQ_OK: the motion has started; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION;
  *         #ZELQ_BAD_AXIS; ZELQ_BAD_ARGUMENT(2): dir above 1; exchange codes
  * @note Threads: any.
@@ -687,7 +712,7 @@ ZELQ_API short ZELQ_CALL zelQ_MoveVel(short zelNo, unsigned short axis, unsigned
  * @param zelNo controller number, 1..254
  * @param count number of axes, 1..32
  * @param axes  [count] axis numbers; the controller judges them
- * @param dir   direction, 0 or 1
+ * @param dir   direction, 0 or 1, as in zelQ_MoveVel()
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
  *         ZELQ_BAD_ARGUMENT(2): dir above 1, or axes null; exchange codes
  * @note Threads: any.
@@ -1151,7 +1176,7 @@ ZELQ_API short ZELQ_CALL zelQ_mAbsEncMultiTurnClear(short zelNo, short count,
  *
  * @param zelNo controller number, 1..254
  * @param axis  0..31
- * @param dir   direction of the search, 0 or 1
+ * @param dir   direction of the search, 0 or 1 (0: positive, 1: negative)
  * @param opt   0 or 1 (end of the fast search; 0: with deceleration, 1: at once)
  * @param zMode search for the Z phase behind the sensor's edge; 0, 1: in this direction, 2: none
  * @param sel   0 or 1 (0: home gets the position pos; 1: the axis goes on by pos and is at 0 there)
@@ -1173,7 +1198,7 @@ ZELQ_API short ZELQ_CALL zelQ_HomeMoveHome(short zelNo, unsigned short axis, uns
  *
  * @param zelNo controller number, 1..254
  * @param axis  0..31
- * @param dir   direction of the search, 0 or 1
+ * @param dir   direction of the search, 0 or 1 (0: positive, 1: negative)
  * @param opt   as in zelQ_HomeMoveHome()
  * @param sel   as in zelQ_HomeMoveHome()
  * @param word  as in zelQ_HomeMoveHome()
@@ -1194,7 +1219,7 @@ ZELQ_API short ZELQ_CALL zelQ_HomeMoveZPhase(short zelNo, unsigned short axis, u
  *
  * @param zelNo controller number, 1..254
  * @param axis  0..31
- * @param dir   direction of the search, 0 or 1
+ * @param dir   direction of the search, 0 or 1 (0: positive, 1: negative)
  * @param opt   as in zelQ_HomeMoveHome()
  * @param zUse  1: search for the Z phase afterwards, away from the switch; 0: do not
  * @param sel   as in zelQ_HomeMoveHome()
@@ -1218,7 +1243,7 @@ ZELQ_API short ZELQ_CALL zelQ_HomeMoveLimit(unsigned short zelNo, unsigned short
  *
  * @param zelNo controller number, 1..254
  * @param axis  0..31
- * @param dir   direction of the search, 0 or 1
+ * @param dir   direction of the search, 0 or 1 (0: positive, 1: negative)
  * @param zUse  1: search for the Z phase afterwards, away from the stopper; 0: do not
  * @param sel   as in zelQ_HomeMoveHome()
  * @param word  passed on (torque by which the stopper is known, 0.1 percent; 0: 500)
@@ -1240,7 +1265,7 @@ ZELQ_API short ZELQ_CALL zelQ_HomeMoveStopper(short zelNo, unsigned short axis, 
  *
  * @param zelNo   controller number, 1..254
  * @param axis    0..31
- * @param profile shape of the speed profile in all phases, 0 or 1
+ * @param profile shape of the speed profile in all phases, 0 or 1 (0: trapezoid, 1: smoothed)
  * @param s0      drive speed of the first phase, user units per second
  * @param s1      drive speed of the second phase, user units per second
  * @param s2      drive speed of the third phase, user units per second
@@ -1259,7 +1284,7 @@ ZELQ_API short ZELQ_CALL zelQ_HomeSetDriveSpeed(short zelNo, unsigned short axis
  *
  * @param zelNo    controller number, 1..254
  * @param axis     0..31
- * @param profile  shape of the speed profile in all phases, 0 or 1
+ * @param profile  shape of the speed profile in all phases, 0 or 1 (0: trapezoid, 1: smoothed)
  * @param start    start speed of all phases, user units per second
  * @param s0       drive speed of the first phase, user units per second
  * @param s1       drive speed of the second phase, user units per second
@@ -1280,22 +1305,22 @@ ZELQ_API short ZELQ_CALL zelQ_HomeSetSpeed(short zelNo, unsigned short axis, uns
  *
  * @param zelNo    controller number, 1..254
  * @param axis     0..31
- * @param profile0 first phase: shape of the speed profile, 0 or 1
+ * @param profile0 first phase: shape of the speed profile, 0 or 1 (0: trapezoid, 1: smoothed)
  * @param start0   start speed, user units per second
  * @param acc0     acceleration, user units per second squared
  * @param drive0   drive speed, user units per second
  * @param dec0     deceleration, user units per second squared
- * @param profile1 second phase: shape of the speed profile, 0 or 1
+ * @param profile1 second phase: shape of the speed profile, 0 or 1 (0: trapezoid, 1: smoothed)
  * @param start1   start speed, user units per second
  * @param acc1     acceleration, user units per second squared
  * @param drive1   drive speed, user units per second
  * @param dec1     deceleration, user units per second squared
- * @param profile2 third phase: shape of the speed profile, 0 or 1
+ * @param profile2 third phase: shape of the speed profile, 0 or 1 (0: trapezoid, 1: smoothed)
  * @param start2   start speed, user units per second
  * @param acc2     acceleration, user units per second squared
  * @param drive2   drive speed, user units per second
  * @param dec2     deceleration, user units per second squared
- * @param profile3 fourth phase: shape of the speed profile, 0 or 1
+ * @param profile3 fourth phase: shape of the speed profile, 0 or 1 (0: trapezoid, 1: smoothed)
  * @param start3   start speed, user units per second
  * @param acc3     acceleration, user units per second squared
  * @param drive3   drive speed, user units per second
@@ -1702,20 +1727,33 @@ ZELQ_API short ZELQ_CALL zelQ_CP_PreRegGetRemain(short zelNo, unsigned short* re
 /* Sequence programs                                                                          */
 /* ------------------------------------------------------------------------------------------ */
 
-/** State of one sequence program, 28 bytes. What the values mean is the controller's. */
+/** State of one sequence program, 28 bytes. What the values mean is the controller's; the meaning
+ * in parentheses is that of the simulated one. */
 typedef struct SeqStatus
 {
-    unsigned short state;     /**< offset 0: bits 0..3 of the status word */
-    unsigned short bit4;      /**< offset 2: bit 4 of the status word, 0 or 1 */
-    unsigned short bit5;      /**< offset 4: bit 5 of the status word, 0 or 1 */
-    unsigned short bits6_7;   /**< offset 6: bits 6..7 of the status word */
-    unsigned short reserved;  /**< offset 8: not written */
-    unsigned short bit8;      /**< offset 10: bit 8 of the status word, 0 or 1 */
-    unsigned short bits9_13;  /**< offset 12: bits 9..13 of the status word */
+    unsigned short state;    /**< offset 0: bits 0..3 of the status word (simulated controller: 0
+                                empty, 1 being filled, 2 ready, 3 running, 4 paused, 5 finished, 6
+                                stopped, 7 faulted) */
+    unsigned short bit4;     /**< offset 2: bit 4 of the status word, 0 or 1 (simulated controller:
+                                1: it has the focus) */
+    unsigned short bit5;     /**< offset 4: bit 5 of the status word, 0 or 1 (simulated controller:
+                                1: it is waiting) */
+    unsigned short bits6_7;  /**< offset 6: bits 6..7 of the status word (simulated controller: the
+                                record at hand; 0 a command or the end, 1 wait for motion or
+                                pre-registers, 2 wait for input, 3 delay) */
+    unsigned short reserved; /**< offset 8: not written */
+    unsigned short bit8;     /**< offset 10: bit 8 of the status word, 0 or 1 (simulated controller:
+                                1: it has its end) */
+    unsigned short bits9_13; /**< offset 12: bits 9..13 of the status word (simulated controller:
+                                rounds completed, modulo 32) */
     unsigned short reserved2; /**< offset 14: not written */
-    unsigned int long1;       /**< offset 16: status registers 1 (low half) and 2 */
-    unsigned int long3;       /**< offset 20: status registers 3 (low half) and 4 */
-    unsigned short word5;     /**< offset 24: status register 5 */
+    unsigned int long1;       /**< offset 16: status registers 1 (low half) and 2 (simulated
+                                 controller: number of the record at hand, from 1; 0 before the
+                                 first start) */
+    unsigned int long3;       /**< offset 20: status registers 3 (low half) and 4 (simulated
+                                 controller: records passed since the start) */
+    unsigned short word5;     /**< offset 24: status register 5 (simulated controller: result with
+                                 which it faulted, else 0) */
     unsigned short reserved3; /**< offset 26: not written */
 } SeqStatus;
 
@@ -1776,13 +1814,15 @@ ZELQ_API short ZELQ_CALL zelQ_SeqFuncBufClear(short zelNo, unsigned short seq);
 ZELQ_API short ZELQ_CALL zelQ_SeqFuncAddEnd(short zelNo, unsigned short seq);
 
 /**
- * Configures a sequence program. What the three values mean is the controller's.
+ * Configures a sequence program. What the three values mean is the controller's; the meaning in
+ * parentheses is that of the simulated one, for which all three are 0 at start.
  *
  * @param zelNo controller number, 1..254
  * @param seq   program index, 0..3
- * @param cfg1  0..1
- * @param cfg2  0..2
- * @param cfg3  0..1
+ * @param cfg1  0..1 (simulated controller: 1: the program begins anew behind its end)
+ * @param cfg2  0..2 (simulated controller: what the axes that it has set in motion do when it
+ *              faults; 0: nothing, 1: they brake, 2: they stop at once)
+ * @param cfg3  0..1 (simulated controller: 1: single step, it pauses behind each record)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0), (1), (2),
  *         (3): seq, cfg1, cfg2, cfg3 above its range; exchange codes
  * @note Threads: any.
@@ -1809,7 +1849,8 @@ ZELQ_API short ZELQ_CALL zelQ_SeqStart(short zelNo, unsigned short seq);
  *
  * @param zelNo    controller number, 1..254
  * @param seq      program index, 0..3
- * @param stopMode how, 0..1, the controller's code
+ * @param stopMode how, 0..1, the controller's code (simulated controller: 0: motions run to their
+ *                 ends, 1: the axes that the program has set in motion brake)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(0): seq above
  *         3; ZELQ_BAD_ARGUMENT(1): stopMode above 1; exchange codes
  * @note Threads: any.
@@ -1848,7 +1889,8 @@ ZELQ_API short ZELQ_CALL zelQ_SeqResume(short zelNo, unsigned short seq);
  *          twice.
  *
  * @param zelNo    controller number, 1..254
- * @param waitMode the controller's code, such as for all of the axes or any of them; sent as given
+ * @param waitMode the controller's code, sent as given (simulated controller: 0: until all of the
+ *                 axes are at rest, 1: until any is)
  * @param count    number of axes, 1..32
  * @param axes     [count] axis numbers; the controller judges them
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS_COUNT;
@@ -1865,9 +1907,11 @@ ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitMovDone(short zelNo, short waitMode, sh
  *          twice.
  *
  * @param zelNo    controller number, 1..254
- * @param waitMode the controller's code, 1..3
+ * @param waitMode the controller's code, 1..3 (simulated controller: 1: until all of them are
+ *                 empty, 2: any is, 3: all are and no interpolated motion runs)
  * @param count    number of items, 1..32
- * @param items    [count] pre-registers; the controller judges them
+ * @param items    [count] pre-registers; the controller judges them (simulated controller: 0..15,
+ *                 numbered as the interpolation maps)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): waitMode
  *         outside 1..3; #ZELQ_BAD_AXIS_COUNT; ZELQ_BAD_ARGUMENT(3): items null; exchange codes
  * @note Goes to the program that has the focus. Threads: any.
@@ -1897,7 +1941,7 @@ ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitMDIpins(short zelNo, unsigned int mask,
  *          twice.
  *
  * @param zelNo controller number, 1..254
- * @param pin   pin number; sent as given
+ * @param pin   pin number; sent as given (simulated controller: 0..7)
  * @param level 0 or 1; sent as given
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
  * @note Goes to the program that has the focus. Threads: any.
@@ -1928,7 +1972,7 @@ ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitRDIpins(short zelNo, unsigned short axi
  *
  * @param zelNo controller number, 1..254
  * @param axis  slave number, 0..31
- * @param pin   pin number; sent as given
+ * @param pin   pin number; sent as given (simulated controller: 0..31)
  * @param level 0 or 1; sent as given
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
  * @note Goes to the program that has the focus. Threads: any.
@@ -1944,7 +1988,7 @@ ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitRDIpin(short zelNo, unsigned short axis
  *
  * @param zelNo controller number, 1..254
  * @param axis  axis number; sent as given, and not in the trace line
- * @param mask  inputs that are waited for, bit k for pin k
+ * @param mask  inputs that are waited for, bit k for pin k as in zelQ_SeqFuncWaitSDIpin()
  * @param level their levels, bit k for pin k
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
  * @note Goes to the program that has the focus. Threads: any.
@@ -1960,7 +2004,8 @@ ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitSDIpins(short zelNo, unsigned short axi
  *
  * @param zelNo controller number, 1..254
  * @param axis  axis number; sent as given, and not in the trace line
- * @param pin   pin number; sent as given
+ * @param pin   pin number; sent as given (simulated controller: 0 positive limit, 1 negative
+ *              limit, 2 home sensor, 3 configurable input)
  * @param level 0 or 1; sent as given
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
  * @note Goes to the program that has the focus. Threads: any.
@@ -1975,7 +2020,7 @@ ZELQ_API short ZELQ_CALL zelQ_SeqFuncWaitSDIpin(short zelNo, unsigned short axis
  *          twice.
  *
  * @param zelNo controller number, 1..254
- * @param delay how long, in the controller's unit
+ * @param delay how long, in the controller's unit (simulated controller: milliseconds)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
  * @note Goes to the program that has the focus. Threads: any.
  */
@@ -2009,29 +2054,42 @@ ZELQ_API short ZELQ_CALL zelQ_SeqGetAllStatus(short zelNo, SeqAllStatus* status)
 /* List motion                                                                                */
 /* ------------------------------------------------------------------------------------------ */
 
-/** State of one axis's list motion, 24 bytes. What the values mean is the controller's. */
+/** State of one axis's list motion, 24 bytes. What the values mean is the controller's; the meaning
+ * in parentheses is that of the simulated one. */
 typedef struct LmStatus
 {
-    unsigned short axis;     /**< offset 0: axis number, 0xFFFF where there is no servo axis */
-    unsigned short bit11;    /**< offset 2: bit 11 of the status word, 0 or 1 */
-    unsigned short bit12;    /**< offset 4: bit 12 of the status word, 0 or 1 */
-    unsigned short bit13;    /**< offset 6: bit 13 of the status word, 0 or 1 */
-    unsigned short low11;    /**< offset 8: bits 0..10 of the status word */
-    unsigned short word1;    /**< offset 10: status register 1 */
-    unsigned short word2;    /**< offset 12: status register 2 */
+    unsigned short axis;  /**< offset 0: axis number, 0xFFFF where there is no servo axis */
+    unsigned short bit11; /**< offset 2: bit 11 of the status word, 0 or 1 (simulated controller:
+                             1: the list is running) */
+    unsigned short bit12; /**< offset 4: bit 12 of the status word, 0 or 1 (simulated controller:
+                             1: the list has its end) */
+    unsigned short bit13; /**< offset 6: bit 13 of the status word, 0 or 1 (simulated controller:
+                             1: it ended early) */
+    unsigned short low11; /**< offset 8: bits 0..10 of the status word (simulated controller:
+                             number of the running node, from 1, in this round; of a stream:
+                             since its set-up) */
+    unsigned short word1; /**< offset 10: status register 1 (simulated controller: nodes that wait
+                             to begin) */
+    unsigned short word2; /**< offset 12: status register 2 (simulated controller: free places) */
     unsigned short reserved; /**< offset 14: not written */
-    unsigned int long3;      /**< offset 16: status registers 3 (low half) and 4 */
-    unsigned int long5;      /**< offset 20: status registers 5 (low half) and 6 */
+    unsigned int long3;      /**< offset 16: status registers 3 (low half) and 4 (simulated
+                                controller: nodes completed since the last start) */
+    unsigned int long5;      /**< offset 20: status registers 5 (low half) and 6 (simulated
+                                controller: rounds completed since the last start) */
 } LmStatus;
 
 /**
- * Configures the list motion of one axis. What the three values mean is the controller's.
+ * Configures the list motion of one axis. What the three values mean is the controller's; the
+ * meaning in parentheses is that of the simulated one, which empties the list, too.
  *
  * @param zelNo controller number, 1..254
  * @param axis  0..31
- * @param cfg1  0..1
- * @param cfg2  0..255
- * @param cfg3  0..255
+ * @param cfg1  0..1 (simulated controller: 0: the nodes stay, the list can be run again, and runs
+ *              only when it has its end; 1: a stream, whose nodes make room as soon as they begin,
+ *              and which can run while it is fed)
+ * @param cfg2  0..255 (simulated controller: how often the list is run again behind its first time;
+ *              255: without end)
+ * @param cfg3  0..255 (simulated controller: percent of the nodes' speeds; 0 counts as 100)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
  *         ZELQ_BAD_ARGUMENT(2), (3), (4): cfg1, cfg2, cfg3 above its range; exchange codes
  * @note Threads: any.
@@ -2041,22 +2099,25 @@ ZELQ_API short ZELQ_CALL zelQ_LmSetCfg(short zelNo, unsigned short axis, unsigne
 
 /**
  * Appends nodes to the list of one axis. Element k of each array belongs to node k; what the
- * values mean is the controller's.
+ * values mean is the controller's, and the meaning in parentheses that of the simulated one, whose
+ * lists have room for 256 nodes.
  *
  * @warning A lost reply makes the library send the request again: the nodes can be appended twice.
  *
  * @param zelNo     controller number, 1..254
  * @param axis      0..31
  * @param nodeCount number of nodes, 1..50
- * @param nodeA     [nodeCount] first values, in user units
- * @param nodeB     [nodeCount] second values, in user units
- * @param nodeC     [nodeCount] third values, in user units
- * @param nodeD     [nodeCount] fourth values, in user units
- * @param nodeE     [nodeCount] fifth values, in user units
- * @param nodeF     [nodeCount] first codes, sent as given
- * @param nodeG     [nodeCount] second codes, sent as given
- * @param reply1    [out] the controller's first reply word
- * @param reply2    [out] the controller's second reply word
+ * @param nodeA     [nodeCount] first values, in user units (simulated controller: positions)
+ * @param nodeB     [nodeCount] second values, in user units (start speeds, per second)
+ * @param nodeC     [nodeCount] third values, in user units (accelerations, per second squared)
+ * @param nodeD     [nodeCount] fourth values, in user units (drive speeds, per second)
+ * @param nodeE     [nodeCount] fifth values, in user units (decelerations, per second squared)
+ * @param nodeF     [nodeCount] first codes, sent as given (0: the position is a target, 1: a
+ *                  distance from where the node begins)
+ * @param nodeG     [nodeCount] second codes, sent as given (dwell: milliseconds at rest behind the
+ *                  node, 0..32767; 0: the axis does not stop there)
+ * @param reply1    [out] the controller's first reply word (how many nodes were taken)
+ * @param reply2    [out] the controller's second reply word (how many places are free)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS;
  *         ZELQ_BAD_ARGUMENT(2): nodeCount outside 1..50; ZELQ_BAD_ARGUMENT(3) to (9): an array
  *         null; #ZELQ_REPLY_DATA_MISSING: reply1 or reply2 null, or missing in the reply, the
@@ -2081,6 +2142,8 @@ ZELQ_API short ZELQ_CALL zelQ_LmAddNode(unsigned short zelNo, unsigned short axi
  * @param zelNo controller number, 1..254
  * @param axis  0..31
  * @param value belongs to the end of the motion, user units; what it means is the controller's
+ *              (simulated controller: stop speed, per second, from which the axis goes to rest
+ *              behind the last node)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_BAD_AXIS; exchange codes
  * @note Threads: any.
  */
@@ -2450,7 +2513,7 @@ ZELQ_API short ZELQ_CALL zelQ_mAlarmListClear(short zelNo, short count, const un
 /* ------------------------------------------------------------------------------------------ */
 
 /** What stands at one position of the servo network, 20 bytes; the codes are those of the slave
- * type word. */
+ * type word, with the meaning that they have in ServoStatus. */
 typedef struct SlaveProperty
 {
     unsigned short axis;            /**< offset 0: position, 0xFFFF where nothing stands
@@ -2526,8 +2589,9 @@ ZELQ_API short ZELQ_CALL zelQ_SlavePropertyGetAll(short zelNo, SlaveProperty* pr
 
 /**
  * Writes a parameter of the drive of one axis. A parameter is addressed by class and number; which
- * there are and what they mean is the drive's. It is lost with the power unless
- * zelQ_ParamWriteEeprom() saves it.
+ * there are and what they mean is the drive's (simulated drive: 3.0 is the limit of the following
+ * error in pulses, 4.0 the in-position window; its documentation lists all). It is lost with the
+ * power unless zelQ_ParamWriteEeprom() saves it.
  *
  * @param zelNo    controller number, 1..254
  * @param axis     0..31
@@ -2595,7 +2659,7 @@ ZELQ_API short ZELQ_CALL zelQ_mParamGet(unsigned short zelNo, short count,
 
 /**
  * Asks the drive of one axis to put written parameters into force that need it; which ones do is
- * the drive's.
+ * the drive's (simulated drive: 0.0, 0.1 and 0.2, and only while the servo is off).
  *
  * @param zelNo controller number, 1..254
  * @param axis  0..31
@@ -2863,7 +2927,8 @@ ZELQ_API short ZELQ_CALL zelQ_aRDOSetTogPin(short zelNo, unsigned short slaveInd
  *         ZELQ_BAD_ARGUMENT(2): count out of range; ZELQ_BAD_ARGUMENT(3): pins null;
  *         #ZELQ_BAD_OUTPUT_SLAVE: a pin above 32; ZELQ_BAD_ARGUMENT(4): states null; exchange
  *         codes
- * @note What a pin listed with both states does is the controller's choice. Threads: any.
+ * @note What a pin listed with both states does is the controller's choice (simulated controller:
+ * it goes off). Threads: any.
  */
 ZELQ_API short ZELQ_CALL zelQ_RDOSetPins(short zelNo, unsigned short slave, short count,
                                          const unsigned short* pins, const unsigned short* states);
@@ -2931,7 +2996,9 @@ ZELQ_API short ZELQ_CALL zelQ_aRDOSetTogPins(short zelNo, short count,
  * Sets which outputs keep their state when the servo network fails.
  *
  * @param zelNo controller number, 1..254
- * @param value the controller's code, passed on as it is
+ * @param value the controller's code, passed on as it is (simulated controller: bit k: the output
+ *              slave at station k keeps its outputs, the others switch theirs off; 0 after
+ * power-up)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
  * @note Threads: any.
  */
@@ -2941,7 +3008,7 @@ ZELQ_API short ZELQ_CALL zelQ_RDOLinkFailKeepOutSet(short zelNo, unsigned int va
  * Reads which outputs keep their state when the servo network fails.
  *
  * @param zelNo controller number, 1..254
- * @param value [out] the controller's code; may be null
+ * @param value [out] the controller's code, as in zelQ_RDOLinkFailKeepOutSet(); may be null
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_REPLY_DATA_MISSING;
  *         exchange codes
  * @note Threads: any.
@@ -2998,7 +3065,8 @@ ZELQ_API short ZELQ_CALL zelQ_MDOSetTogPin(short zelNo, unsigned short pin);
  * @param states [count] state of pins[i]: 1 on, any other value off
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): count out
  *         of range; ZELQ_BAD_ARGUMENT(2), (3): pins, states null; exchange codes
- * @note What a pin listed with both states does is the controller's choice. Threads: any.
+ * @note What a pin listed with both states does is the controller's choice (simulated controller:
+ * it goes off). Threads: any.
  */
 ZELQ_API short ZELQ_CALL zelQ_MDOSetPins(short zelNo, short count, const unsigned short* pins,
                                          const unsigned short* states);
@@ -3023,8 +3091,11 @@ ZELQ_API short ZELQ_CALL zelQ_MDOSetTogPins(short zelNo, short count, const shor
  *
  * @param zelNo     controller number, 1..254
  * @param pin       0..7
- * @param limitMode 0..2, the controller's code
- * @param limitTime the controller's unit, passed on as it is
+ * @param limitMode 0..2, the controller's code (simulated controller: 0: no limit, 1: the output
+ *                  goes off so long after it came on, 2: every further command that switches it on
+ *                  lets the time run anew)
+ * @param limitTime the controller's unit, passed on as it is (simulated controller: milliseconds;
+ *                  0 is refused with limitMode 1 and 2)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
  *         7; ZELQ_BAD_ARGUMENT(2): limitMode above 2; exchange codes
  * @note Threads: any.
@@ -3037,11 +3108,12 @@ ZELQ_API short ZELQ_CALL zelQ_MDOSetLimitTime(short zelNo, unsigned short pin,
  *
  * @param zelNo     controller number, 1..254
  * @param pin       0..7
- * @param limitA    [out] 0..3, the controller's code; may be null
- * @param limitB    [out] 0..3, the controller's code; null: limitA and limitC are not written
- *                  either
- * @param limitC    [out] 0..15, the controller's code; may be null
- * @param limitTime [out] the controller's unit; may be null
+ * @param limitA    [out] 0..3, the controller's code (simulated controller: bit 0: the output is
+ *                  on, bit 1: its time is running); may be null
+ * @param limitB    [out] 0..3, the controller's code (limitMode); null: limitA and limitC are not
+ *                  written either
+ * @param limitC    [out] 0..15, the controller's code (pin); may be null
+ * @param limitTime [out] the controller's unit, as in zelQ_MDOSetLimitTime(); may be null
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): pin above
  *         7; #ZELQ_REPLY_DATA_MISSING; exchange codes
  * @note Threads: any.
@@ -3058,7 +3130,8 @@ ZELQ_API short ZELQ_CALL zelQ_MDOGetLimitTime(short zelNo, unsigned short pin,
  * Switches the bypass of the controller's serial port.
  *
  * @param zelNo  controller number, 1..254
- * @param bypass 0 or 1; the controller's meaning
+ * @param bypass 0 or 1; the controller's meaning (simulated controller: 1: the port belongs to the
+ *               controller's own service, and zelQ_UARTWrite() and zelQ_UARTRead() are refused)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): bypass
  *         above 1; exchange codes
  * @note Threads: any.
@@ -3072,7 +3145,8 @@ ZELQ_API short ZELQ_CALL zelQ_UARTSetBypass(short zelNo, unsigned short bypass);
  * @param baudRate bits per second, passed on as it is
  * @param dataBits 7..9
  * @param stopBits 1..2
- * @param parity   0..2, the controller's code
+ * @param parity   0..2, the controller's code (simulated controller: 0 none, 1 odd, 2 even; at its
+ *                 start 115200 8N1)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2), (3), (4):
  *         dataBits, stopBits, parity out of range; exchange codes
  * @note Threads: any.
@@ -3125,8 +3199,9 @@ ZELQ_API short ZELQ_CALL zelQ_UARTRead(short zelNo, void* buf, short maxLen,
  *
  * @param zelNo   controller number, 1..254
  * @param address [3] first octets of the address, 0..255 each
- * @param second  [4] octets, 0..255 each; the controller's meaning, such as the net mask
- * @param third   [4] octets, 0..255 each; the controller's meaning, such as the gateway
+ * @param second  [4] octets, 0..255 each; the controller's meaning (simulated controller: net
+ *                mask)
+ * @param third   [4] octets, 0..255 each; the controller's meaning (simulated controller: gateway)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): address
  *         null or an octet of it out of range; ZELQ_BAD_ARGUMENT(2), (3): likewise second, third,
  *         octet by octet in turn; exchange codes
@@ -3139,7 +3214,8 @@ ZELQ_API short ZELQ_CALL zelQ_CfgNetwork(unsigned short zelNo, const short* addr
  * Changes the hardware information of a controller.
  *
  * @param zelNo controller number, 1..254
- * @param value the controller's code, passed on as it is
+ * @param value the controller's code, passed on as it is (simulated controller: stored, without
+ *              further meaning)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
  * @note Threads: any.
  */
@@ -3152,7 +3228,9 @@ ZELQ_API short ZELQ_CALL zelQ_CfgHwInfo(short zelNo, short value);
  *          time can be restarted twice.
  *
  * @param zelNo controller number, 1..254
- * @param mode  0..3, the controller's code
+ * @param mode  0..3, the controller's code (simulated controller: 0: as switching off and on, 1:
+ * the network alone, 2: as 0 with the network settings it was delivered with, 3: as 0 with all
+ * settings it was delivered with)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): mode above
  *         3; exchange codes
  * @note Threads: any.
@@ -3167,9 +3245,10 @@ ZELQ_API short ZELQ_CALL zelQ_Reset(short zelNo, unsigned short mode);
  * Erases flash memory of a controller.
  *
  * @param zelNo  controller number, 1..254
- * @param mode   the controller's code
- * @param first  the controller's meaning, such as the first sector
- * @param second the controller's meaning, such as the last sector
+ * @param mode   the controller's code (simulated controller: 0)
+ * @param first  the controller's meaning (simulated controller: first sector, 0..255, of 4096
+ * bytes)
+ * @param second the controller's meaning (simulated controller: last sector, 0..255)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
  * @note Erasing can take longer than the library waits for a reply: see zelQ_TMOSet(). Threads:
  *       any.
@@ -3180,8 +3259,9 @@ ZELQ_API short ZELQ_CALL zelQ_FlashErase(short zelNo, short mode, short first, s
  * Writes flash memory of a controller.
  *
  * @param zelNo   controller number, 1..254
- * @param mode    the controller's code
- * @param address where to write
+ * @param mode    the controller's code (simulated controller: 1)
+ * @param address where to write (simulated controller: 0..1048575; writing can only clear bits, so
+ *                erase first)
  * @param data    [length] the bytes
  * @param length  how many, even, at most 1024
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): length
@@ -3197,8 +3277,8 @@ ZELQ_API short ZELQ_CALL zelQ_FlashWrite(unsigned short zelNo, unsigned short mo
  * Reads flash memory of a controller back.
  *
  * @param zelNo   controller number, 1..254
- * @param mode    the controller's code
- * @param address where to read
+ * @param mode    the controller's code (simulated controller: 2)
+ * @param address where to read (simulated controller: 0..1048575)
  * @param data    [out, length] the bytes
  * @param length  how many, even, at most 1024
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(3): length
@@ -3217,8 +3297,8 @@ ZELQ_API short ZELQ_CALL zelQ_FlashRead(unsigned short zelNo, unsigned short mod
  *          can have it twice.
  *
  * @param zelNo   controller number, 1..254
- * @param space   which memory, the controller's code
- * @param address of the word
+ * @param space   which memory, the controller's code (simulated controller: 0)
+ * @param address of the word (simulated controller: 0..65532, a multiple of 4)
  * @param value   [out] the word; may be null
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; #ZELQ_REPLY_DATA_MISSING;
  *         exchange codes
@@ -3234,8 +3314,8 @@ ZELQ_API short ZELQ_CALL zelQ_CPUPeek(short zelNo, short space, unsigned int add
  *          can have it twice.
  *
  * @param zelNo   controller number, 1..254
- * @param space   which memory, the controller's code
- * @param address of the word
+ * @param space   which memory, the controller's code (simulated controller: 0)
+ * @param address of the word (simulated controller: 0..65532, a multiple of 4)
  * @param value   the word
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
  * @note Threads: any.
@@ -3247,8 +3327,10 @@ ZELQ_API short ZELQ_CALL zelQ_CPUPoke(short zelNo, short space, unsigned int add
  * Clears the controller's EEPROM.
  *
  * @param zelNo controller number, 1..254
- * @param area  which part of it, the controller's code
- * @param flag  0 or 1, the controller's meaning
+ * @param area  which part of it, the controller's code (simulated controller: 0 all settings, 1
+ *              network, 2 hardware information, 3 servo network)
+ * @param flag  0 or 1, the controller's meaning (simulated controller: 1: now, 0: at the next
+ *              power-up)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(2): flag above
  *         1; exchange codes
  * @note Threads: any.
@@ -3263,7 +3345,7 @@ ZELQ_API short ZELQ_CALL zelQ_EepromClear(short zelNo, unsigned short area, unsi
  * Sets whether the controller gives the drives its maker's default parameters.
  *
  * @param zelNo controller number, 1..254
- * @param use   0 or 1
+ * @param use   0: no; 1: yes (simulated controller: stored, without further meaning)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; ZELQ_BAD_ARGUMENT(1): use above
  *         1; exchange codes
  * @note Threads: any.
@@ -3283,11 +3365,12 @@ ZELQ_API short ZELQ_CALL zelQ_UseMaroDefParamGet(short zelNo, unsigned short* us
 
 /**
  * Sets the cycle of the servo network. Units and values are the controller's, passed on unchecked.
+ * The simulated controller stores them, without further meaning; they are 1 and 1 when delivered.
  *
  * @param zelNo  controller number, 1..254
- * @param first  first cycle setting
- * @param second second cycle setting
- * @param third  third cycle setting, which cannot be read back
+ * @param first  first cycle setting (simulated controller: cycle)
+ * @param second second cycle setting (simulated controller: command cycle)
+ * @param third  third cycle setting, which cannot be read back (simulated controller: option)
  * @return #ZELQ_OK; #ZELQ_BAD_CONTROLLER_NUMBER; #ZELQ_NO_SESSION; exchange codes
  * @note Threads: any.
  */

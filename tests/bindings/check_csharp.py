@@ -2,7 +2,7 @@
 """Holds the C# binding against the interface's description, and runs it with mono against the
 simulated controller.
 
-    check_csharp.py DESCRIPTION.json LUMO-SIM ASSEMBLY-FOLDER SCENARIOS.exe README
+    check_csharp.py DESCRIPTION.json LUMO-SIM ASSEMBLY-FOLDER SCENARIOS.exe SOURCE-FOLDER
 """
 
 import json
@@ -18,7 +18,10 @@ import unittest
 
 from simulated import Simulated
 
-README, SCENARIOS, FOLDER, PROGRAM, DESCRIPTION = (sys.argv.pop() for _ in sys.argv[1:6])
+SOURCE, SCENARIOS, FOLDER, PROGRAM, DESCRIPTION = (sys.argv.pop() for _ in sys.argv[1:6])
+ROOT = pathlib.Path(SOURCE)
+sys.path.insert(0, str(ROOT / "tests/manual"))
+from blocks import FENCE  # noqa: E402  pylint: disable=wrong-import-position
 INTERFACE = json.loads(pathlib.Path(DESCRIPTION).read_text(encoding="utf-8"))
 NAMES = {"char": "Byte", "unsigned char": "Byte", "short": "Int16", "unsigned short": "UInt16",
          "int": "Int32", "unsigned int": "UInt32", "double": "Double", "void": "Byte"}
@@ -102,18 +105,22 @@ class Scenario(unittest.TestCase):
                 done = mono(pathlib.Path(FOLDER) / f"{name}.exe", "127.0.0", 43, simulated.port)
                 self.assertTrue(done.stdout.endswith(told), done.stdout)
 
-    def test_ten_lines_of_the_readme(self):
-        text = pathlib.Path(README).read_text(encoding="utf-8")
-        using, lines = re.search(r"```csharp\n(.*?;)\n(.*?)```", text, re.S).groups()
-        with Simulated(PROGRAM, 44, "--time-scale", "10") as simulated, \
-                tempfile.TemporaryDirectory() as folder:
-            here = f'"127.0.0", 44, {simulated.port}'
-            source = pathlib.Path(folder) / "readme.cs"
-            lines = lines.replace('"192.168.0", 3', here)
-            source.write_text(f"{using} static class Readme {{ static void Main() {{ {lines} }} }}",
-                              encoding="utf-8")
-            subprocess.run(["mcs", f"-r:{FOLDER}/Zelq.dll", source], check=True)
-            self.check(mono(source.with_suffix(".exe")))
+    def test_blocks_of_readme_and_guides(self):
+        shown = [match["code"] for page in [ROOT / "README.md", *ROOT.glob("docs/guides/*.md")]
+                 for match in FENCE.finditer(page.read_text(encoding="utf-8"))
+                 if match["language"] == "csharp"]
+        self.assertGreater(len(shown), 1)
+        for code in shown:
+            using, lines = re.match(r"(using \w+;)\n(.*)", code, re.S).groups()
+            with Simulated(PROGRAM, 44, "--time-scale", "10") as simulated, \
+                    tempfile.TemporaryDirectory() as folder:
+                here = f'"127.0.0", 44, {simulated.port}'
+                source = pathlib.Path(folder) / "block.cs"
+                lines = re.sub(r'"(192\.168\.0", 3|127\.0\.0", 3, 5020)', here, lines)
+                source.write_text(f"{using} static class Block {{ static void Main() {{ {lines} }} }}",
+                                  encoding="utf-8")
+                subprocess.run(["mcs", f"-r:{FOLDER}/Zelq.dll", source], check=True)
+                self.check(mono(source.with_suffix(".exe")))
 
 
 if __name__ == "__main__":

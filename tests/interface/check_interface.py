@@ -41,6 +41,11 @@ class Description(unittest.TestCase):
         for function in FUNCTIONS.values():
             self.assertTrue(function["brief"], function["name"])
             self.assertTrue(function["group"], function["name"])
+        self.assertEqual(6, len(INTERFACE["sections"]))
+        preambles = {group["title"]: group["text"] for group in INTERFACE["groups"]}
+        self.assertTrue(preambles["Motion: homing"].startswith("A homing run goes through four"))
+        self.assertEqual("", preambles["Motion: moves"])
+        self.assertEqual("Motion: search", RECORDS["SearchStatus"]["group"])
 
     def test_every_real_number_has_a_unit(self):
         owners = [*FUNCTIONS.values(), *RECORDS.values()]

@@ -34,10 +34,6 @@ def aliases(birth):
     return {metric["name"]: metric.get("alias") for metric in birth["payload"]["metrics"]}
 
 
-def number_of(bits):
-    return sum(1 << pin for pin, bit in enumerate(bits) if bit)
-
-
 class Case(unittest.TestCase):
     def setUp(self):
         folder = self.enterContext(tempfile.TemporaryDirectory())
@@ -204,12 +200,7 @@ class Asked(Case):
         self.ask({"name": "Control/Stop", "type": "Boolean", "value": True})
         bridge.wait('"Control/Stop" of "Press 14": refused')
         self.press.line.await_readings()
-        self.assertEqual(number_of(self.outputs()), 0)
-
-    def outputs(self):
-        """Of the main board, as the simulated controller has them."""
-        value = self.press.ask("GET", "/state")["outputs"]
-        return value if isinstance(value, list) else [value >> pin & 1 for pin in range(8)]
+        self.assertEqual(self.press.ask("GET", "/state")["io"]["outputs"], 0)
 
     def test_what_is_allowed_and_no_more(self):
         bridge = self.bridge(config(self.host, self.press.entry()), "--allow", "stop,outputs")
@@ -239,10 +230,11 @@ class Asked(Case):
         self.assertLess(done, 30)
 
     def a_stop_comes_through(self, known):
-        jog = subprocess.Popen(
-            [ZELQ, "--network", "127.0.0", "--controller", "14", "--port",
-             str(self.press.line.port), "jog", "0", "positive", "--yes"],
-            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        controller = (ZELQ, "--network", "127.0.0", "--controller", "14", "--port",
+                      str(self.press.line.port))
+        subprocess.run((*controller, "servo", "on", "0", "--yes"), check=True, capture_output=True)
+        jog = subprocess.Popen((*controller, "jog", "0", "--for", "30000", "--yes"), stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL)
         self.heard.wait("DDATA", "Press 14", metric=(known["Axes/0/Flags/In motion"], True))
         self.ask({"name": "Control/Stop", "type": "Boolean", "value": True})
         self.heard.wait("DDATA", "Press 14", metric=(known["Axes/0/Flags/In motion"], False))
@@ -418,16 +410,18 @@ class Named(Case):
         with Bridge(ZELQ, self.folder, config(broker, other.entry()), name="second") as second:
             heard.wait("DBIRTH", "Press 19")
             first.wait("another bridge calls itself")
+            first.wait("watches the other bridge")
             begin = heard.now()
             machine.ask("PUT", "/inputs", {"value": 1})
             machine.line.await_readings()
             other.ask("PUT", "/inputs", {"value": 1})
             heard.wait("DDATA", "Press 19", begin)
             self.assertEqual(second.end(), 0)
+        begin = heard.lines.all.index(heard.wait("NDEATH", since=begin))
         late = heard.wait("DDATA", "Press 18", begin)
-        births = [message["topic"].split("/")[2] for message in heard.lines.all[begin:]
+        births = [message["topic"] for message in heard.lines.all[begin:]
                   if "BIRTH" in message["topic"]]
-        self.assertEqual(births, ["NBIRTH", "DBIRTH"])
+        self.assertEqual(births, [topic("NBIRTH"), topic("DBIRTH", "Press 18")])
         self.assertTrue(late["payload"]["metrics"][0]["isHistorical"])
 
 

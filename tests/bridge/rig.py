@@ -16,7 +16,7 @@ import urllib.request
 HERE = pathlib.Path(__file__).resolve().parent
 CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache")
 NODE = {**os.environ, "NODE_PATH": str(CACHE / "zelq" / "decoder" / "node_modules")}
-PATIENCE = 30.0  # seconds, for what has to happen; a sanitizer and other tests slow it down
+PATIENCE = 10.0  # seconds, for what has to happen; a sanitizer and other tests slow it down
 
 
 def free_port(address="127.0.0.1"):
@@ -58,7 +58,7 @@ class Lines:
                 left = end - time.monotonic()
                 if left <= 0:
                     raise AssertionError(f"waited in vain for {what or found}; there were "
-                                         f"{self.all[since:][-30:]}")
+                                         f"{self.all[since:][-8:]}")
                 self._news.wait(left)
 
 
@@ -105,12 +105,14 @@ class Subscriber:
     """mosquitto_sub, and behind it somebody else's decoder."""
 
     def __init__(self, port, *options):
-        arguments = ("-p", str(port), "-F", "%t %x", *options)
+        arguments = ("-h", "127.0.0.1", "-p", str(port), "-F", "%t %x", *options)
         if "-t" not in options:
             arguments += ("-t", "#")
-        self._client = subprocess.Popen(("mosquitto_sub", "-d", *arguments), text=True,
-                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-        # What it says of itself stands among the messages.
+        # Line by line, which it would not write into a pipe; what it says of itself stands among the
+        # messages.
+        self._client = subprocess.Popen(("stdbuf", "-oL", "mosquitto_sub", "-d", *arguments),
+                                        text=True, stdout=subprocess.PIPE,
+                                        stderr=subprocess.DEVNULL)
         self._decoder = subprocess.Popen(("node", str(HERE / "decoder" / "decode.js")), env=NODE,
                                          stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         self._feeder = Lines(self._client.stdout, self._feed)
@@ -148,13 +150,13 @@ class Subscriber:
 
 
 def values_of(message):
-    """(alias, value) of each metric of a Sparkplug message."""
+    """(alias, value) of each metric of a Sparkplug message, of those that tell of now."""
     return [(metric.get("alias"), metric.get(metric.get("value")))
-            for metric in message["payload"].get("metrics", [])]
+            for metric in message["payload"].get("metrics", []) if not metric.get("isHistorical")]
 
 
 def publish(port, topic, payload, *options):
-    subprocess.run(("mosquitto_pub", "-p", str(port), "-t", topic, "-s", "-q", "1", *options),
+    subprocess.run(("mosquitto_pub", "-h", "127.0.0.1", "-p", str(port), "-t", topic, "-s", "-q", "1", *options),
                    input=payload, check=True)
 
 

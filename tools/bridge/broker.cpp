@@ -37,10 +37,11 @@ std::string Secret(const std::string& file, const char* variable)
 std::string ReasonOf(const MQTTAsync_failureData* failure)
 {
     constexpr int kBadUser = 4;
-    constexpr int kNotAllowed = 5;
+    constexpr int kNotAllowed = 5; // some brokers say so of a wrong password, too
     if (failure == nullptr) return "no answer";
-    if (failure->code == kBadUser) return "the broker refuses the user or the password";
-    if (failure->code == kNotAllowed) return "the broker does not allow it";
+    if (failure->code == kBadUser || failure->code == kNotAllowed) {
+        return "the broker refuses user and password";
+    }
     if (failure->message != nullptr) return failure->message;
     return "failure " + std::to_string(failure->code);
 }

@@ -56,6 +56,11 @@ class PlainJson : public Wire
 
     [[nodiscard]] std::string BirthTopic() const override { return base_ + "state"; }
 
+    [[nodiscard]] Message RebirthRequest() const override
+    {
+        return {base_ + "command", Dump({{"rebirth", true}})};
+    }
+
     Message NodeBirth(const std::vector<NodeValue>& values, Millis time) override
     {
         const Document birth = {{"online", true},

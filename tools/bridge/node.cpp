@@ -17,6 +17,9 @@ constexpr milliseconds kNodeDataEvery{5000};
 /// Several hosts that ask at the same time are answered by one birth.
 constexpr milliseconds kBetweenBirths{1000};
 constexpr milliseconds kLeaveWithin{3000};
+/// Whoever has taken the name is asked now and then whether it is there still.
+constexpr milliseconds kAskOtherEvery{30'000};
+constexpr milliseconds kOtherAnswersWithin{5000};
 /// News that wait for the node's thread; it is behind so far only when its disk stands still.
 constexpr std::size_t kMostNews = 100'000;
 
@@ -158,6 +161,8 @@ void Node::Leave(Clock::time_point now)
 void Node::Tick(Clock::time_point now)
 {
     if (state_ == State::kIdle && now >= nextTry_) StartSession();
+    if (state_ == State::kYielded && now >= otherAnswersBy_) TakeNameBack();
+    if (state_ == State::kYielded && now >= otherAskedAgain_) AskOther();
     if (state_ != State::kBorn) return;
     outbox_.Look(now);
     if (rebirthDue_ != Clock::time_point{} && now >= rebirthDue_) Birth();
@@ -210,7 +215,9 @@ void Node::Subscribed()
     retry_ = kFirstRetry;
     lastReason_.clear();
     if (yields_) {
+        Log("watches the other bridge");
         state_ = State::kYielded;
+        AskOther();
     } else if (!config_.primaryHost.empty() && state_ != State::kHeld) {
         Log("connected; waits for the primary host \"" + config_.primaryHost + "\"");
         state_ = State::kHeld;
@@ -246,10 +253,29 @@ void Node::HearBirth(const std::string& payload)
         ownBirths_.erase(ownBirths_.begin(), own + 1);
         return;
     }
-    if (yields_) return;
+    if (yields_) {
+        otherAnswersBy_ = Clock::time_point::max();
+        return;
+    }
     Log("another bridge calls itself \"" + config_.node + "\" in group \"" + config_.group +
         "\": it keeps the name, this one is silent until that one is gone");
     yields_ = true;
+    session_->Disconnect();
+    state_ = State::kLeaving;
+}
+
+void Node::AskOther()
+{
+    const auto now = Clock::now();
+    otherAskedAgain_ = now + kAskOtherEvery;
+    otherAnswersBy_ = now + kOtherAnswersWithin;
+    Send(wire_->RebirthRequest());
+}
+
+void Node::TakeNameBack()
+{
+    Log("the other bridge is gone");
+    yields_ = false;
     session_->Disconnect();
     state_ = State::kLeaving;
 }
@@ -316,7 +342,7 @@ void Node::SendWaiting()
                       [&](const Change& change) { return device.Find(change.code) == nullptr; });
         if (!record.changes.empty()) Send(wire_->DeviceData(device, record, true));
     }
-    outbox_.AddSentBatch(std::move(ids));
+    if (!ids.empty()) outbox_.AddSentBatch(std::move(ids));
 }
 
 // --- News --------------------------------------------------------------------------------------
@@ -410,7 +436,7 @@ void Node::Handle(const Incoming& incoming, const std::string& payload)
 {
     switch (incoming.kind) {
     case Incoming::Kind::kRebirth:
-        if (rebirthDue_ == Clock::time_point{}) {
+        if (state_ == State::kBorn && rebirthDue_ == Clock::time_point{}) {
             rebirthDue_ = std::max(Clock::now(), lastBirth_ + kBetweenBirths);
         }
         break;
@@ -424,11 +450,7 @@ void Node::Handle(const Incoming& incoming, const std::string& payload)
         HearBirth(payload);
         break;
     case Incoming::Kind::kDeath:
-        if (state_ != State::kYielded) break;
-        Log("the other bridge is gone");
-        yields_ = false;
-        session_->Disconnect();
-        state_ = State::kLeaving;
+        if (state_ == State::kYielded) TakeNameBack();
         break;
     case Incoming::Kind::kNothing:
         break;

@@ -80,6 +80,8 @@ class Node : public Observer
     void Subscribed();
     void HearHost(bool online, Millis time);
     void HearBirth(const std::string& payload);
+    void AskOther();
+    void TakeNameBack();
     void Birth();
     void TellNode(Clock::time_point now);
     void SendWaiting();
@@ -112,6 +114,8 @@ class Node : public Observer
     Clock::time_point rebirthDue_{}; // 0: none is asked for
     Clock::time_point lastBirth_{};
     Clock::time_point leaveBy_{};
+    Clock::time_point otherAskedAgain_{};
+    Clock::time_point otherAnswersBy_{};
     std::deque<std::string> ownBirths_; // until they have come back
     std::vector<NodeValue> told_;
     Millis hostTime_ = 0;

@@ -103,6 +103,14 @@ class Sparkplug : public Wire
 
     [[nodiscard]] std::string BirthTopic() const override { return Topic("NBIRTH"); }
 
+    [[nodiscard]] Message RebirthRequest() const override
+    {
+        Payload payload;
+        payload.set_timestamp(Unsigned(WallClock()));
+        AddBirthMetric(payload, kRebirth, std::nullopt, true, "");
+        return {Topic("NCMD"), payload.SerializeAsString()};
+    }
+
     Message NodeBirth(const std::vector<NodeValue>& values, Millis time) override
     {
         sequence_ = 0;

@@ -57,6 +57,8 @@ class Wire
 
     /// The topic at which a second bridge of this name would show itself.
     [[nodiscard]] virtual std::string BirthTopic() const = 0;
+    /// What asks a bridge of this name for its birth.
+    [[nodiscard]] virtual Message RebirthRequest() const = 0;
     virtual Message NodeBirth(const std::vector<NodeValue>& values, Millis time) = 0;
     virtual Message NodeData(const std::vector<NodeValue>& values, Millis time) = 0;
     virtual Message NodeDeath() = 0;

@@ -16,7 +16,7 @@ import urllib.request
 HERE = pathlib.Path(__file__).resolve().parent
 CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache")
 NODE = {**os.environ, "NODE_PATH": str(CACHE / "zelq" / "decoder" / "node_modules")}
-PATIENCE = 10.0  # seconds, for what has to happen; a sanitizer and other tests slow it down
+PATIENCE = 30.0  # seconds, for what has to happen; a sanitizer and other tests slow it down
 
 
 def free_port(address="127.0.0.1"):

@@ -13,7 +13,7 @@ using std::chrono::milliseconds;
 constexpr milliseconds kFirstRetry{500};
 constexpr milliseconds kLastRetry{10'000};
 constexpr milliseconds kTick{100};
-constexpr milliseconds kNodeDataEvery{5000};
+constexpr milliseconds kNodeDataEvery{2000};
 /// Several hosts that ask at the same time are answered by one birth.
 constexpr milliseconds kBetweenBirths{1000};
 constexpr milliseconds kLeaveWithin{3000};

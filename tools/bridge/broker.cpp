@@ -75,6 +75,17 @@ std::string UriOf(const BrokerConfig& config)
            ":" + std::to_string(config.port);
 }
 
+/// Said once: it is for whoever wrote the file.
+void WarnOfPlainPassword(const BrokerConfig& config)
+{
+    static std::once_flag once;
+    const bool isHere = config.host == "localhost" || config.host.rfind("127.", 0) == 0;
+    if (config.tls || isHere) return;
+    std::call_once(once, [] {
+        Log("the password goes over the network as it is: the broker has no \"tls\" in the file");
+    });
+}
+
 const char* OrNull(const std::string& text)
 {
     return text.empty() ? nullptr : text.c_str();
@@ -122,6 +133,7 @@ class BrokerSession::Impl
         tls.sslVersion = MQTT_SSL_VERSION_TLS_1_2;
         const std::string user = Secret(config_.userFile, "ZELQ_MQTT_USER");
         const std::string password = Secret(config_.passwordFile, "ZELQ_MQTT_PASSWORD");
+        if (!password.empty()) WarnOfPlainPassword(config_);
 
         MQTTAsync_connectOptions options = MQTTAsync_connectOptions_initializer;
         options.keepAliveInterval = config_.keepAlive;

@@ -17,6 +17,7 @@ constexpr milliseconds kNodeDataEvery{2000};
 /// Several hosts that ask at the same time are answered by one birth.
 constexpr milliseconds kBetweenBirths{1000};
 constexpr milliseconds kLeaveWithin{3000};
+constexpr milliseconds kConnectWithin{20'000};
 /// Whoever has taken the name is asked now and then whether it is there still.
 constexpr milliseconds kAskOtherEvery{30'000};
 constexpr milliseconds kOtherAnswersWithin{5000};
@@ -146,13 +147,11 @@ void Node::Leave(Clock::time_point now)
     outbox_.Look(now);
     if (state_ == State::kBorn && outbox_.IsEmpty()) {
         Send(wire_->NodeDeath());
-        session_->Disconnect();
-        state_ = State::kLeaving;
+        CloseSession();
     } else if (state_ == State::kBorn && outbox_.WantsMark(now)) {
         if (session_->Mark()) outbox_.MarkSent(now);
     } else if (state_ == State::kHeld || state_ == State::kYielded) {
-        session_->Disconnect();
-        state_ = State::kLeaving;
+        CloseSession();
     } else if (state_ == State::kConnecting) {
         state_ = State::kIdle;
     }
@@ -161,6 +160,8 @@ void Node::Leave(Clock::time_point now)
 void Node::Tick(Clock::time_point now)
 {
     if (state_ == State::kIdle && now >= nextTry_) StartSession();
+    const bool isWaiting = state_ == State::kConnecting || state_ == State::kLeaving;
+    if (isWaiting && now >= nextTry_) Retry("no answer");
     if (state_ == State::kYielded && now >= otherAnswersBy_) TakeNameBack();
     if (state_ == State::kYielded && now >= otherAskedAgain_) AskOther();
     if (state_ != State::kBorn) return;
@@ -181,6 +182,7 @@ void Node::StartSession()
     listeners_.emplace_back(*this, sessionNumber_);
     if (listeners_.size() > kListenersKept) listeners_.pop_front();
     state_ = State::kConnecting;
+    nextTry_ = Clock::now() + kConnectWithin;
     try {
         // The new one is made before the old one goes: with its last client Paho ends its threads.
         session_ = std::make_unique<BrokerSession>(config_.broker, "zelq-" + store_.Instance(),
@@ -230,7 +232,7 @@ void Node::Subscribed()
 void Node::HearHost(bool online, Millis time)
 {
     // An older word than the last one counts no more: it is the will of a session long gone.
-    if (time < hostTime_) return;
+    if (yields_ || time < hostTime_) return;
     hostTime_ = time;
     if (online && (state_ == State::kHeld || state_ == State::kConnecting)) {
         Log("the primary host is there");
@@ -239,8 +241,7 @@ void Node::HearHost(bool online, Millis time)
     } else if (!online && state_ == State::kBorn) {
         Log("the primary host is gone; changes are kept for it");
         Send(wire_->NodeDeath());
-        session_->Disconnect();
-        state_ = State::kLeaving;
+        CloseSession();
     }
 }
 
@@ -260,8 +261,7 @@ void Node::HearBirth(const std::string& payload)
     Log("another bridge calls itself \"" + config_.node + "\" in group \"" + config_.group +
         "\": it keeps the name, this one is silent until that one is gone");
     yields_ = true;
-    session_->Disconnect();
-    state_ = State::kLeaving;
+    CloseSession();
 }
 
 void Node::AskOther()
@@ -276,8 +276,14 @@ void Node::TakeNameBack()
 {
     Log("the other bridge is gone");
     yields_ = false;
+    CloseSession();
+}
+
+void Node::CloseSession()
+{
     session_->Disconnect();
     state_ = State::kLeaving;
+    nextTry_ = Clock::now() + kLeaveWithin;
 }
 
 // --- What is told ----------------------------------------------------------------------------

@@ -82,6 +82,7 @@ class Node : public Observer
     void HearBirth(const std::string& payload);
     void AskOther();
     void TakeNameBack();
+    void CloseSession();
     void Birth();
     void TellNode(Clock::time_point now);
     void SendWaiting();
@@ -109,7 +110,7 @@ class Node : public Observer
     std::unique_ptr<BrokerSession> session_;
     std::chrono::milliseconds retry_;
     std::string lastReason_;
-    Clock::time_point nextTry_{};
+    Clock::time_point nextTry_{}; ///< to connect, or to give up waiting for the client
     Clock::time_point nextNodeData_{};
     Clock::time_point rebirthDue_{}; // 0: none is asked for
     Clock::time_point lastBirth_{};

@@ -17,6 +17,8 @@ constexpr std::int64_t kRowBytes = 24;
 /// While the disk takes nothing.
 constexpr std::size_t kMemoryBytes = 16'000'000;
 constexpr int kSessions = 256;
+/// A full disk does not become empty sooner by being tried at each change.
+constexpr std::chrono::seconds kTryAgainAfter{1};
 
 constexpr const char* kSchema = R"(
 PRAGMA locking_mode = EXCLUSIVE;
@@ -203,6 +205,9 @@ void Store::Append(const std::vector<Record>& records)
     const bool hadTrouble = !memory_.empty();
     if (hadTrouble) {
         Keep(rows);
+        const auto now = std::chrono::steady_clock::now();
+        if (now < nextTry_) return;
+        nextTry_ = now + kTryAgainAfter;
         if (!Write(memory_)) return;
         memory_.clear();
         memoryBytes_ = 0;

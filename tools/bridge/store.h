@@ -3,6 +3,7 @@
 
 #include "bridge/record.h"
 
+#include <chrono>
 #include <map>
 #include <string>
 #include <vector>
@@ -61,6 +62,7 @@ class Store
     std::int64_t dropped_ = 0;
     std::map<std::int64_t, std::string> memory_;
     std::size_t memoryBytes_ = 0;
+    std::chrono::steady_clock::time_point nextTry_{}; ///< to write what is in memory
 };
 
 } // namespace zelq::bridge

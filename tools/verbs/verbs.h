@@ -34,16 +34,20 @@ void AddCapture(Program& program);
 void AddExplain(Program& program);
 void AddCall(Program& program);
 
+void AddBridge(Program& program); // where there is an MQTT client to be had
 void AddCompletion(Program& program);
 void AddManual(Program& program);
 
 /// All of them, in the order of the help.
 inline constexpr void (*kVerbs[])(Program&) = {
-    AddDiscover, AddPing,    AddInfo,   AddDoctor,     AddStatus, AddWatch,
-    AddIo,       AddMonitor, AddAlarms, AddServo,      AddJog,    AddMove,
-    AddHome,     AddStop,    AddSearch, AddSpeed,      AddUnits,  AddParams,
-    AddSequence, AddFlash,   AddUart,   AddNetwork,    AddReset,  AddTrace,
-    AddCapture,  AddExplain, AddCall,   AddCompletion, AddManual,
+    AddDiscover, AddPing,       AddInfo,   AddDoctor,  AddStatus,   AddWatch, AddIo,
+    AddMonitor,  AddAlarms,     AddServo,  AddJog,     AddMove,     AddHome,  AddStop,
+    AddSearch,   AddSpeed,      AddUnits,  AddParams,  AddSequence, AddFlash, AddUart,
+    AddNetwork,  AddReset,      AddTrace,  AddCapture, AddExplain,
+#ifdef ZELQ_HAS_BRIDGE
+    AddBridge,
+#endif
+    AddCall,     AddCompletion, AddManual,
 };
 
 } // namespace zelq::tool

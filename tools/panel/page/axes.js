@@ -24,10 +24,12 @@ class AxisRow {
     this.alarm = el('span', { class: 'flag flag-alarm' }, el('i', { 'aria-hidden': 'true' }));
     this.alarmText = liveText(this.alarm, 'alarm');
     this.unit = el('span', { class: 'axis-unit' }, machine.unitText(axis.axis));
+    this.name = el('span', { class: 'axis-number' }, axis.name || String(axis.axis));
+    if (this.name.textContent.length > 2) this.name.classList.add('long');
     this.element = el('div', {
-      class: 'axis-row', role: 'option', id: `axis-${axis.axis}`, 'aria-label': `axis ${axis.axis}`,
+      class: 'axis-row', role: 'option', id: `axis-${axis.axis}`, 'aria-label': `axis ${axis.axis} ${axis.name ?? ''}`.trim(),
     },
-    el('span', { class: 'axis-number' }, String(axis.axis)), this.unit,
+    this.name, this.unit,
     ...Object.values(this.cells).map(({ element }) => element),
     el('span', { class: 'flags' }, this.alarm, ...this.lamps.map(({ element }) => element)));
     this.inAlarm = liveClass(this.element, 'in-alarm', (on) => this.alarm.classList.toggle('on', on));

@@ -1,7 +1,7 @@
 // The selected axis: large numbers, its alarm explained, and everything that moves it.
-import { FLAGS, shareOf, speedShare, torqueShare } from './axis_values.js';
+import { FLAGS, MORE_FLAGS, shareOf, speedShare, torqueShare } from './axis_values.js';
 import { button, centreBar, el, field, lamp, live, liveText, markBar } from './dom.js';
-import { motionName, niceBelow, number, parseNumber } from './format.js';
+import { motionName, niceBelow, number, parseNumber, words } from './format.js';
 
 function reading(name, bar) {
   const value = el('span', { class: 'value' });
@@ -51,7 +51,7 @@ export class AxisPanel {
     this.torque = reading('torque', centreBar());
     this.readings = el('div', { class: 'readings' }, this.encoder.element, this.error.element,
       this.speed.element, this.torque.element);
-    this.lamps = FLAGS.map(([member, name, shape]) => ({ member, ...lamp(name, shape) }));
+    this.lamps = [...FLAGS, ...MORE_FLAGS].map(([member, name, shape]) => ({ member, ...lamp(name, shape) }));
     this.makeAlarm();
   }
 
@@ -78,7 +78,7 @@ export class AxisPanel {
     this.target.input.addEventListener('keydown', (event) => { if (event.key === 'Enter') this.go.click(); });
     this.servoOn = button('Servo on', () => this.act('servo', { on: true }), { class: 'wide' });
     this.servoOff = button('Servo off', () => this.act('servo', { on: false }), { class: 'wide' });
-    this.home = button('Home', () => this.act('home'), { class: 'wide' });
+    this.home = button('Home', () => this.goHome(), { class: 'wide' });
     this.makeUnit();
     this.controls = el('fieldset', { class: 'controls' },
       el('legend', { class: 'unseen' }, 'Motion'),
@@ -133,6 +133,11 @@ export class AxisPanel {
     this.app.machine.act(what, { axis: this.axis, ...fields });
   }
 
+  goHome() {
+    const speed = this.checkedSpeed();
+    if (speed) this.act('home', { speed });
+  }
+
   checkedSpeed() {
     const speed = parseNumber(this.jogSpeed.input.value);
     const bad = !(speed > 0);
@@ -159,7 +164,7 @@ export class AxisPanel {
     this.app.jog.release();
     if (!axis) return;
     const unit = machine.unitText(this.axis);
-    this.setName(`Axis ${this.axis}`);
+    this.setName(axis.name ? `Axis ${this.axis} · ${axis.name}` : `Axis ${this.axis}`);
     this.setUnit(unit);
     this.jogSpeed.unit.textContent = `${unit}/s`;
     this.target.unit.textContent = unit;
@@ -183,7 +188,8 @@ export class AxisPanel {
     this.enableReset(machine.mayMove);
     if (!axis || !state) return;
     const decimals = machine.decimals(this.axis);
-    this.setMotion(motionName(state.motion));
+    const ended = state.motion === 'none' && state.stopCause ? state.stopCause : '';
+    this.setMotion(ended ? words(ended) : motionName(state.motion));
     this.setCommand(number(state.command, decimals));
     this.track.set(shareOf(state.command, axis.range));
     this.encoder.set(number(state.encoder, decimals));

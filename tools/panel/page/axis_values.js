@@ -7,6 +7,12 @@ export const FLAGS = [
   ['limitNegative', 'limit −', 'left'], ['limitPositive', 'limit +', 'right'],
 ];
 
+/** Further ones, for which only the selected axis has room. */
+export const MORE_FLAGS = [
+  ['softLimit', 'software limit', 'diamond'], ['emergencyStop', 'emergency stop', 'diamond'],
+  ['warning', 'warning', 'diamond'],
+];
+
 const FULL_TORQUE = 300; // % of the rated one: what the motors give for a while
 
 /** Where a position is between the ends of its range, 0..1; null where no range is known. */

@@ -61,8 +61,7 @@ export function parseNumber(text) {
 }
 
 const MOTIONS = {
-  none: 'at rest', jog: 'jog', 'absolute-move': 'move', 'relative-move': 'step', search: 'search',
-  homing: 'homing', line: 'line', arc: 'arc', helix: 'helix',
+  none: 'at rest', absolute: 'move', 'absolute-move': 'move', relative: 'step', 'relative-move': 'step', linear: 'line',
 };
 
 export function motionName(name) {

@@ -23,6 +23,7 @@ export class Link extends EventTarget {
   constructor() {
     super();
     this.token = readToken();
+    this.page = crypto.getRandomValues(new Uint32Array(2)).join('-'); // whose presses these are, over reconnects, too
     this.reach = 'starting'; // then: live, silent, gone
     this.since = Date.now();
     this.waiting = new Map();
@@ -38,7 +39,7 @@ export class Link extends EventTarget {
     const socket = new WebSocket(`${scheme}//${location.host}/live`);
     this.socket = socket;
     this.heard = performance.now();
-    socket.onopen = () => this.send({ do: 'hello', token: this.token });
+    socket.onopen = () => this.send({ do: 'hello', token: this.token, page: this.page });
     socket.onmessage = (event) => this.take(event.data);
     socket.onclose = () => this.lose(socket);
   }

@@ -26,7 +26,7 @@ class PathTab {
     const clear = () => this.trace.clear();
     this.axes = ['X', 'Y', 'Z'].map(() => select([], clear));
     this.signal = select([['encoder', 'encoder'], ['command', 'command']], clear);
-    this.kind = select([['flat', 'from above'], ['solid', 'turning']], () => {
+    this.kind = select([['flat', 'from above'], ['solid', '3D']], () => {
       this.view.fit();
       this.app.redraw();
     });
@@ -117,7 +117,7 @@ class PathTab {
       setChoices(list, i === 2 ? [['', 'none'], ...choices] : choices);
       if (first && axes[i]) list.value = String(axes[i].axis);
     });
-    if (axes.length < 3) this.kind.value = 'flat';
+    if (axes.length === 1 || axes.length === 2) this.kind.value = 'flat';
     this.trace.clear();
   }
 

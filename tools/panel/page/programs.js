@@ -4,6 +4,7 @@ import { words } from './format.js';
 import { Poll, Table } from './tables.js';
 
 const POLL_MS = 500;
+const BUSY = new Set(['running', 'paused', 'faulted']);
 
 function count(value) {
   return value === undefined || value === null ? '' : String(value);
@@ -15,7 +16,7 @@ export function makeProgramsTab(app) {
     { name: 'state', text: ({ state }) => words(state ?? '') },
     { name: 'record', end: true, text: ({ record }) => count(record) },
     { name: 'of', end: true, text: ({ records }) => count(records) },
-    { name: 'kind', text: ({ kind, records }) => (kind && records !== 0 ? words(kind) : '') },
+    { name: 'kind', text: ({ kind, state }) => (kind && BUSY.has(state) ? words(kind) : '') },
     { name: 'passed', end: true, text: ({ passed }) => count(passed) },
     { name: 'rounds', end: true, text: ({ rounds }) => count(rounds) },
     { name: 'fault', text: ({ fault }) => (fault && fault !== 'done' ? words(fault) : '') },

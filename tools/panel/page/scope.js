@@ -47,15 +47,17 @@ class Scope {
     this.edge = select([['rising', '↗ rising'], ['falling', '↘ falling']], reset);
     this.level = el('input', { type: 'text', inputmode: 'decimal', size: 7, value: '0', on: { change: reset } });
     this.mode = select([['each', 'every time'], ['once', 'once']], reset);
+    this.edge.setAttribute('aria-label', 'Edge of the trigger');
+    this.mode.setAttribute('aria-label', 'How often the trigger works');
     this.cursorTool = button('Cursors', () => this.toggleCursors(), { class: 'tool', 'aria-pressed': 'false' });
     this.overlayTool = button('One lane', () => this.toggleOverlay(), { class: 'tool', 'aria-pressed': 'false' });
     this.tools = el('div', { class: 'tools' }, this.run,
       field('source', this.source), field('window', this.span),
-      el('span', { class: 'tool-group' }, field('trigger', this.triggerChannel), field('edge', this.edge),
-        field('level', this.level), field('stop', this.mode)),
+      el('span', { class: 'tool-group' }, field('trigger', this.triggerChannel), this.edge,
+        field('at', this.level), this.mode),
       el('span', { class: 'tool-group' }, this.cursorTool, this.overlayTool,
         button('Auto scale', () => this.autoScale(), { class: 'tool' })),
-      el('span', { class: 'tool-group' },
+      el('span', { class: 'tool-group tool-end' },
         button('CSV', () => this.saveCsv(), { class: 'tool', 'aria-label': 'Save as CSV' }),
         button('PNG', () => this.savePng(), { class: 'tool', 'aria-label': 'Save as PNG' })));
     this.readout = el('p', { class: 'readout', role: 'status' });
@@ -96,10 +98,11 @@ class Scope {
   }
 
   subscribe() {
-    const { signals } = this.panel;
     const simulated = this.app.machine.simulated;
     this.source.disabled = !simulated;
     if (!simulated) this.source.value = 'poll';
+    this.panel.setPolled(this.source.value === 'poll');
+    const { signals } = this.panel;
     this.recording = new Recording(signals);
     this.panel.assign(signals);
     this.panel.triggerChoices(this.triggerChannel);

@@ -1,7 +1,7 @@
 // The eight channels beside a scope: which signal each shows, and its values.
 import { el, live, liveText, select, setChoices } from './dom.js';
 import { number } from './format.js';
-import { SIGNALS, scaleOf } from './scope_data.js';
+import { RECORDED, SIGNALS, scaleOf } from './scope_data.js';
 
 const COUNT = 8;
 const FIRST = ['command', 'encoder', 'speed', 'torque']; // of the first axis, to begin with
@@ -84,8 +84,15 @@ export class ScopeChannels {
   fillSignals(channel) {
     const where = channel.where.value;
     const pins = [['inputs', 'inputs'], ['outputs', 'outputs']];
-    setChoices(channel.signal, where === '' ? [] : /^\d/.test(where) ? SIGNALS : pins);
+    const ofAxis = SIGNALS.filter(([name]) => !(this.polled && RECORDED.has(name)));
+    setChoices(channel.signal, where === '' ? [] : /^\d/.test(where) ? ofAxis : pins);
     channel.signal.disabled = where === '';
+  }
+
+  /** Polled, there is less to see. */
+  setPolled(polled) {
+    this.polled = polled;
+    for (const channel of this.channels) this.fillSignals(channel);
   }
 
   choose() {

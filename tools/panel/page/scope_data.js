@@ -10,6 +10,8 @@ export const SIGNALS = [
   ['homeSensor', 'home sensor'], ['probe', 'probe'], ['limitNegative', 'limit −'],
   ['limitPositive', 'limit +'],
 ];
+/** Only the recorder sees these. */
+export const RECORDED = new Set(['target', 'probe']);
 const PLACES = new Set(['command', 'encoder', 'followingError', 'target']);
 
 /** Samples come in pulses and 0.1 %: what they are multiplied with, and the unit after that. */

@@ -102,10 +102,10 @@ class SimulatorTab {
     };
     this.axisCard = el('section', { class: 'card' },
       el('div', { class: 'card-head' }, el('h2', {}, 'Machine at'), this.axis),
-      el('div', { class: 'pin-line' }, el('h3', {}, 'Sensors held on'), el('div', { class: 'pins' }, ...this.sensors.map(({ element }) => element))),
+      el('div', { class: 'pin-line' }, el('h3', {}, 'Hold on'), el('div', { class: 'pins' }, ...this.sensors.map(({ element }) => element))),
       el('div', { class: 'control-row' }, field('load at the motor', this.load), this.loadText,
         button('None', () => this.setLoad(0), { class: 'tool' })),
-      el('div', { class: 'control-row' }, field('push by hand', this.pulses, el('span', { class: 'unit' }, 'pulses')),
+      el('div', { class: 'control-row' }, field('push', this.pulses, el('span', { class: 'unit' }, 'pulses')),
         button('Push', given(this.pulses, (pulses) => this.ask('POST', `${this.path}/push`, { pulses })), { class: 'tool' }),
         field('alarm', this.alarm),
         button('Raise', given(this.alarm, (alarm) => this.ask('POST', `${this.path}/alarm`, { number: alarm })), { class: 'tool' }),

@@ -59,10 +59,10 @@ export class Header {
     const state = machine.state?.link;
     const good = machine.current;
     this.linkGood(good);
-    this.linkBad(!good && link.reach !== 'starting');
-    if (link.reach === 'starting') this.linkText('connecting');
+    this.linkBad(!good && link.reach !== 'starting' && (link.reach !== 'live' || Boolean(state)));
+    if (link.reach === 'starting' || (link.reach === 'live' && !state)) this.linkText('connecting');
     else if (link.reach !== 'live') this.linkText('no panel');
-    else this.linkText(state && !state.ok ? 'no controller' : 'connected');
+    else this.linkText(state.ok ? 'connected' : 'no controller');
     this.roundTrip(good ? `${number(state.roundTripMs, state.roundTripMs < 100 ? 2 : 0)} ms` : '');
     byId('link').title = state ? `Round trip to the controller; ${state.lost} replies lost, ` +
       `${state.reconnects} reconnects` : '';
@@ -84,8 +84,8 @@ export class Header {
   }
 
   drawBanner(machine, link) {
-    this.stale(!machine.current && link.reach !== 'starting');
     const state = machine.state?.link;
+    this.stale(!machine.current && link.reach !== 'starting' && state !== undefined);
     const cut = link.reach === 'live' && state && !state.ok;
     const texts = cut ? ['The controller does not answer', this.reason(state)] : BANNERS[link.reach];
     this.showBanner(texts !== undefined);

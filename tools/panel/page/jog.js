@@ -39,7 +39,7 @@ export class Jog extends EventTarget {
   }
 
   start(button, wanted, by) {
-    if (this.held || !wanted || button.disabled || this.link.congested) return false;
+    if (this.held || !wanted || button.matches(':disabled') || this.link.congested) return false;
     const press = Math.max(this.press + 1, Date.now());
     this.press = press;
     this.held = { button, by, axis: wanted.axis };
@@ -54,7 +54,7 @@ export class Jog extends EventTarget {
   }
 
   keep() {
-    const gone = !this.held.button.isConnected || this.held.button.disabled;
+    const gone = !this.held.button.isConnected || this.held.button.matches(':disabled');
     if (gone || this.link.congested || document.hidden) this.release();
     else this.link.send({ do: 'keep', axis: this.held.axis });
   }

@@ -27,14 +27,13 @@ export function fitRange(range, found) {
 export class ScopePlot {
   constructor(canvas) {
     this.canvas = canvas;
+    this.measure(0, 0);
   }
 
-  get width() {
-    return Math.max(1, this.canvas.clientWidth - LEFT - RIGHT);
-  }
-
-  get height() {
-    return Math.max(1, this.canvas.clientHeight - TOP - BOTTOM);
+  /** Asked once a picture: the size of an element costs a layout. */
+  measure(width, height) {
+    this.width = Math.max(1, width - LEFT - RIGHT);
+    this.height = Math.max(1, height - TOP - BOTTOM);
   }
 
   timeAt(x, view) {
@@ -55,6 +54,7 @@ export class ScopePlot {
   draw(scope) {
     const { context, width, height } = fitCanvas(this.canvas);
     this.context = context;
+    this.measure(width, height);
     context.font = FONT;
     context.fillStyle = colour('plot');
     context.fillRect(0, 0, width, height);
@@ -159,6 +159,9 @@ export class ScopePlot {
     context.lineWidth = 1.6;
     context.lineJoin = 'round';
     context.beginPath();
+    const left = LEFT;
+    const begin = view.end - view.span;
+    const perSecond = this.width / view.span;
     let pen = false;
     let pixel = NaN;
     let low = 0;
@@ -170,7 +173,7 @@ export class ScopePlot {
         pixel = NaN;
         continue;
       }
-      const x = this.xOf(recording.time(i), view);
+      const x = left + (recording.time(i) - begin) * perSecond;
       const y = yOf(value);
       const column = Math.floor(x);
       if (column !== pixel) {

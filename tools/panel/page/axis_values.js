@@ -1,0 +1,29 @@
+// What of an axis's state is shown, and how far its values are within their limits.
+
+/** Flags of a state in the order in which they are shown: member, name, shape. */
+export const FLAGS = [
+  ['servoOn', 'servo', 'power'], ['moving', 'moving', 'run'], ['inPosition', 'in position', 'round'],
+  ['homed', 'homed', 'home'], ['homeSensor', 'home sensor', 'diamond'],
+  ['limitNegative', 'limit −', 'left'], ['limitPositive', 'limit +', 'right'],
+];
+
+/** Further ones, for which only the selected axis has room. */
+export const MORE_FLAGS = [
+  ['softLimit', 'software limit', 'diamond'], ['emergencyStop', 'emergency stop', 'diamond'],
+  ['warning', 'warning', 'diamond'],
+];
+
+const FULL_TORQUE = 300; // % of the rated one: what the motors give for a while
+
+/** Where a position is between the ends of its range, 0..1; null where no range is known. */
+export function shareOf(position, range) {
+  return range ? (position - range[0]) / (range[1] - range[0]) : null;
+}
+
+export function speedShare(axis, state) {
+  return axis.speedMax > 0 ? state.speed / axis.speedMax : 0;
+}
+
+export function torqueShare(state) {
+  return state.torque / FULL_TORQUE;
+}

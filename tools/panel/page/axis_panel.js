@@ -1,5 +1,5 @@
 // The selected axis: large numbers, its alarm explained, and everything that moves it.
-import { FLAGS, MORE_FLAGS, shareOf, speedShare, torqueShare } from './axis_values.js';
+import { alarmName, FLAGS, MORE_FLAGS, shareOf, speedShare, torqueShare } from './axis_values.js';
 import { button, centreBar, el, field, lamp, live, liveText, markBar } from './dom.js';
 import { motionName, niceBelow, number, parseNumber, words } from './format.js';
 
@@ -28,7 +28,7 @@ export class AxisPanel {
       el('div', { class: 'axis-head' }, this.name, this.motion),
       this.large, this.track.element, this.readings,
       el('div', { class: 'flags flags-large' }, ...this.lamps.map(({ element }) => element)),
-      this.alarm, this.controls);
+      this.controls, this.alarm); // last: what comes and goes must not move a button
     app.machine.addEventListener('select', () => this.changeAxis());
     app.machine.addEventListener('axes', () => this.changeAxis());
     app.machine.addEventListener('alarm', () => app.redraw());
@@ -207,7 +207,7 @@ export class AxisPanel {
     if (state.alarm === 0) return;
     const known = this.app.machine.alarms.get(this.axis);
     const told = known?.number === state.alarm ? known : {};
-    const texts = [`Alarm ${state.alarm}.${state.alarmSub}`, told.text ?? '', told.cause ?? '', told.remedy ?? ''];
+    const texts = [alarmName(state, 'Alarm'), told.text ?? '', told.cause ?? '', told.remedy ?? ''];
     this.alarmTexts.forEach((set, i) => set(texts[i]));
   }
 }

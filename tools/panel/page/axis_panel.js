@@ -26,9 +26,11 @@ export class AxisPanel {
     this.makeControls();
     this.element = el('aside', { class: 'axis-panel', 'aria-label': 'Selected axis' },
       el('div', { class: 'axis-head' }, this.name, this.motion),
-      this.large, this.track.element, this.readings,
-      el('div', { class: 'flags flags-large' }, ...this.lamps.map(({ element }) => element)),
-      this.controls, this.alarm); // last: what comes and goes must not move a button
+      this.large, this.track.element,
+      // An alarm covers the readings, which stand in the axis's row, too: no button moves away.
+      el('div', { class: 'axis-middle' }, this.readings,
+        el('div', { class: 'flags flags-large' }, ...this.lamps.map(({ element }) => element)), this.alarm),
+      this.controls);
     app.machine.addEventListener('select', () => this.changeAxis());
     app.machine.addEventListener('axes', () => this.changeAxis());
     app.machine.addEventListener('alarm', () => app.redraw());
@@ -60,8 +62,9 @@ export class AxisPanel {
     const text = el('p', {});
     const cause = el('p', { class: 'quiet' });
     const remedy = el('p', { class: 'remedy' });
-    this.reset = button('Reset alarm', () => this.act('resetAlarm'), { class: 'wide' });
-    this.alarm = el('div', { class: 'alarm-box', role: 'alert', hidden: true }, head, text, cause, remedy, this.reset);
+    this.reset = button('Reset alarm', () => this.act('resetAlarm'), { class: 'small' });
+    this.alarm = el('div', { class: 'alarm-box', role: 'alert', hidden: true },
+      el('div', { class: 'card-head' }, head, this.reset), text, cause, remedy);
     this.alarmTexts = [head, text, cause, remedy].map((element) => liveText(element));
     this.showAlarm = live((shown) => { this.alarm.hidden = !shown; });
   }

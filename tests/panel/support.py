@@ -1,0 +1,174 @@
+"""Panels and the clients that look at them: a page that is none, and Chromium, which starts once."""
+
+import atexit
+import json
+import os
+import signal
+import subprocess
+import time
+import urllib.parse
+
+import websocket
+
+ZELQ = os.environ["ZELQ_PROGRAM"]
+PATIENCE = 30
+HURRY = 0.05  # between two looks at something that comes by itself
+
+
+def await_that(happens, what="it", patience=PATIENCE):
+    """What `happens` returns, once that is true."""
+    end = time.monotonic() + patience
+    while not (seen := happens()):
+        if time.monotonic() > end:
+            raise AssertionError(f"{what} does not come")
+        time.sleep(HURRY)
+    return seen
+
+
+class Panel:
+    """zelq panel with a simulated controller of its own, unless told otherwise."""
+
+    def __init__(self, *words, before=()):
+        self.process = subprocess.Popen(
+            [ZELQ, "--json", *before, "panel", *(words or ("--simulate",))],
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        line = self.process.stdout.readline()
+        if not line:
+            raise RuntimeError(self.process.stderr.read())
+        self.told = json.loads(line)
+        self.url = self.told["address"]
+        self.place, self.token = self.url.split("/#")
+        self.host = urllib.parse.urlsplit(self.place).netloc
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.process.poll() is None:
+            self.end()
+        self.process.stdout.close()
+        self.process.stderr.close()
+
+    def end(self, by=signal.SIGTERM):
+        self.process.send_signal(by)
+        code = self.process.wait(PATIENCE)
+        assert code == 0, self.process.stderr.read()
+
+    def page(self, token=None, hello=True, **header):
+        return Page(self, self.token if token is None else token, hello, **header)
+
+    def zelq(self, *words):
+        """Another program of the library, at the same controller."""
+        done = subprocess.run(
+            [ZELQ, "--json", "--network", self.told["network"], "--controller",
+             str(self.told["controller"]), "--port", str(self.told["port"]), *words],
+            capture_output=True, text=True, timeout=PATIENCE, check=True)
+        return [json.loads(line) for line in done.stdout.splitlines()]
+
+    def axis(self, number=0):
+        return self.zelq("watch", str(number), "--count", "1")[0]["axes"][0]
+
+
+class Page:
+    """A page without a browser: what is sent and heard on its WebSocket."""
+
+    def __init__(self, panel, token, hello, **options):
+        options.setdefault("origin", panel.place)
+        self.socket = websocket.create_connection(f"ws://{panel.host}/live", timeout=PATIENCE,
+                                                  **options)
+        self.asked = 0
+        self.heard = []
+        if hello:
+            self.send("hello", token=token)
+            self.welcome = self.next("welcome")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.socket.close()
+
+    def send(self, do, **fields):
+        self.socket.send(json.dumps({"do": do, **fields}))
+
+    def next(self, kind, fits=lambda message: True):
+        """The next message of a kind; others are kept in `heard`, states are not."""
+        while True:
+            message = json.loads(self.socket.recv())
+            if message["type"] == kind and fits(message):
+                return message
+            if message["type"] != "state":
+                self.heard.append(message)
+
+    def ask(self, do, **fields):
+        self.asked += 1
+        self.send(do, id=self.asked, **fields)
+        return self.answer(self.asked)
+
+    def answer(self, number):
+        while True:
+            for message in self.heard:
+                if message.get("id") == number:
+                    self.heard.remove(message)
+                    return message
+            message = json.loads(self.socket.recv())
+            if message["type"] != "state":
+                self.heard.append(message)
+
+    def watch(self, *tabs):
+        self.send("watch", tabs=tabs)
+
+    def state(self, fits=lambda state: True):
+        return self.next("state", fits)
+
+    def axis(self, number=0, fits=lambda axis: True):
+        state = self.state(lambda message: fits(message["axes"][number]))
+        return state["axes"][number]
+
+    def ready(self, *axes):
+        """Switches servos on."""
+        for axis in axes or (0,):
+            answer = self.ask("servo", axis=axis, on=True)
+            assert answer["result"] == 0, answer
+
+    def simulator(self, method, path, body=None):
+        return self.ask("simulator", method=method, path=path, body=body)
+
+
+_browsers = []
+
+
+def browser():
+    """Chromium without a screen; the same for all tests of a run."""
+    if not _browsers:
+        from selenium import webdriver  # takes a while, and not every run needs it
+
+        options = webdriver.ChromeOptions()
+        options.binary_location = "/usr/bin/chromium"
+        for word in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--disable-gpu",
+                     "--disable-background-networking", "--window-size=1280,900"):
+            options.add_argument(word)
+        service = webdriver.chrome.service.Service("/usr/bin/chromedriver")
+        _browsers.append(webdriver.Chrome(service=service, options=options))
+        atexit.register(close_browser)
+    return _browsers[0]
+
+
+def close_browser():
+    while _browsers:
+        driver = _browsers.pop()
+        driver.quit()
+
+
+def processes_of_browser():
+    """Chromium's own, its driver left out."""
+    found = []
+    waiting = [browser().service.process.pid]
+    while waiting:
+        parent = waiting.pop()
+        tasks = f"/proc/{parent}/task"
+        for task in os.listdir(tasks):
+            with open(f"{tasks}/{task}/children", encoding="ascii") as children:
+                waiting += [int(child) for child in children.read().split()]
+        found.append(parent)
+    return found[1:]

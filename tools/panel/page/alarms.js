@@ -1,4 +1,5 @@
 // Alarms: those of this moment with what they mean, those that were, and what any code means.
+import { alarmName } from './axis_values.js';
 import { button, el, field, live, select, setChoices } from './dom.js';
 import { parseNumber, seconds } from './format.js';
 import { Table } from './tables.js';
@@ -72,7 +73,7 @@ class AlarmsTab {
       const told = known?.number === alarm ? known : {};
       const reset = button('Reset', () => machine.act('resetAlarm', { axis }), { class: 'small' });
       return el('article', { class: 'alarm-box' },
-        el('div', { class: 'card-head' }, el('p', { class: 'alarm-head' }, `Axis ${axis}: alarm ${alarm}.${alarmSub}`), reset),
+        el('div', { class: 'card-head' }, el('p', { class: 'alarm-head' }, `Axis ${axis}: ${alarmName({ alarm, alarmSub })}`), reset),
         ...explained(told));
     });
     this.now.replaceChildren(...(cards.length ? cards : [el('p', { class: 'empty' }, 'No axis has an alarm.')]));

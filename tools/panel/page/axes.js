@@ -1,6 +1,6 @@
 // The axes: a row each, and the selected one in large numbers with what can be done to it.
 import { AxisPanel } from './axis_panel.js';
-import { FLAGS, shareOf, speedShare, torqueShare } from './axis_values.js';
+import { alarmName, FLAGS, shareOf, speedShare, torqueShare } from './axis_values.js';
 import { centreBar, el, lamp, live, liveClass, liveText, markBar } from './dom.js';
 import { number } from './format.js';
 
@@ -52,7 +52,7 @@ class AxisRow {
     this.lamps.forEach(({ member, set }) => set(state[member] === true));
     this.running(state.moving === true);
     this.inAlarm(state.alarm !== 0);
-    this.alarmText(state.alarm ? `alarm ${state.alarm}.${state.alarmSub}` : 'alarm');
+    this.alarmText(alarmName(state));
   }
 }
 

@@ -1,5 +1,5 @@
 // The selected axis: large numbers, its alarm explained, and everything that moves it.
-import { FLAGS, MORE_FLAGS, shareOf, speedShare, torqueShare } from './axis_values.js';
+import { alarmName, FLAGS, MORE_FLAGS, shareOf, speedShare, torqueShare } from './axis_values.js';
 import { button, centreBar, el, field, lamp, live, liveText, markBar } from './dom.js';
 import { motionName, niceBelow, number, parseNumber, words } from './format.js';
 
@@ -26,9 +26,11 @@ export class AxisPanel {
     this.makeControls();
     this.element = el('aside', { class: 'axis-panel', 'aria-label': 'Selected axis' },
       el('div', { class: 'axis-head' }, this.name, this.motion),
-      this.large, this.track.element, this.readings,
-      el('div', { class: 'flags flags-large' }, ...this.lamps.map(({ element }) => element)),
-      this.alarm, this.controls);
+      this.large, this.track.element,
+      // An alarm covers the readings, which stand in the axis's row, too: no button moves away.
+      el('div', { class: 'axis-middle' }, this.readings,
+        el('div', { class: 'flags flags-large' }, ...this.lamps.map(({ element }) => element)), this.alarm),
+      this.controls);
     app.machine.addEventListener('select', () => this.changeAxis());
     app.machine.addEventListener('axes', () => this.changeAxis());
     app.machine.addEventListener('alarm', () => app.redraw());
@@ -60,8 +62,9 @@ export class AxisPanel {
     const text = el('p', {});
     const cause = el('p', { class: 'quiet' });
     const remedy = el('p', { class: 'remedy' });
-    this.reset = button('Reset alarm', () => this.act('resetAlarm'), { class: 'wide' });
-    this.alarm = el('div', { class: 'alarm-box', role: 'alert', hidden: true }, head, text, cause, remedy, this.reset);
+    this.reset = button('Reset alarm', () => this.act('resetAlarm'), { class: 'small' });
+    this.alarm = el('div', { class: 'alarm-box', role: 'alert', hidden: true },
+      el('div', { class: 'card-head' }, head, this.reset), text, cause, remedy);
     this.alarmTexts = [head, text, cause, remedy].map((element) => liveText(element));
     this.showAlarm = live((shown) => { this.alarm.hidden = !shown; });
   }
@@ -207,7 +210,7 @@ export class AxisPanel {
     if (state.alarm === 0) return;
     const known = this.app.machine.alarms.get(this.axis);
     const told = known?.number === state.alarm ? known : {};
-    const texts = [`Alarm ${state.alarm}.${state.alarmSub}`, told.text ?? '', told.cause ?? '', told.remedy ?? ''];
+    const texts = [alarmName(state, 'Alarm'), told.text ?? '', told.cause ?? '', told.remedy ?? ''];
     this.alarmTexts.forEach((set, i) => set(texts[i]));
   }
 }

@@ -13,6 +13,11 @@ export const MORE_FLAGS = [
   ['warning', 'warning', 'diamond'],
 ];
 
+/** "alarm 16.2"; just "alarm" while its number is not known yet. */
+export function alarmName({ alarm, alarmSub }, word = 'alarm') {
+  return alarm > 0 ? `${word} ${alarm}.${alarmSub}` : word;
+}
+
 const FULL_TORQUE = 300; // % of the rated one: what the motors give for a while
 
 /** Where a position is between the ends of its range, 0..1; null where no range is known. */

@@ -58,11 +58,13 @@ export class Link extends EventTarget {
 
   /** Resolves with {result, text, cause, remedy, data}; never rejects. */
   ask(what, fields = {}) {
-    return new Promise((resolve) => {
-      const id = ++this.lastId;
+    const id = ++this.lastId;
+    const answer = new Promise((resolve) => {
       if (this.send({ do: what, id, ...fields })) this.waiting.set(id, resolve);
       else resolve({ result: -1, text: 'Not sent: the panel cannot be reached.' });
     });
+    answer.id = id;
+    return answer;
   }
 
   /** What the server is to send at present; it is told again after a reconnect. */
@@ -88,7 +90,8 @@ export class Link extends EventTarget {
   answer(message) {
     const resolve = this.waiting.get(message.id);
     this.waiting.delete(message.id);
-    resolve?.(message.type === 'data' ? { result: 0, data: message.data } : message);
+    if (resolve) resolve(message.type === 'data' ? { result: 0, data: message.data } : message);
+    else this.dispatch('late', message);
   }
 
   lose(socket) {

@@ -31,6 +31,7 @@ class Scope {
     this.gestures();
     app.link.on('samples', (message) => this.take(message));
     app.link.on('welcome', () => { if (this.shown) this.subscribe(); });
+    app.link.on('late', (answer) => { if (this.shown && answer.id === this.asked) this.heed(answer); }); // it ended by itself
   }
 
   get channels() {
@@ -108,11 +109,15 @@ class Scope {
     this.panel.triggerChoices(this.triggerChannel);
     this.resetTrigger();
     if (this.shown && this.app.machine.welcome) {
-      this.app.link.ask('scope', { signals, source: this.source.value }).then((answer) => {
-        if (answer.result !== 0) this.app.notices.bad({ title: 'The scope gets no samples', ...answer });
-      });
+      const asked = this.app.link.ask('scope', { signals, source: this.source.value });
+      this.asked = asked.id;
+      asked.then((answer) => this.heed(answer));
     }
     this.app.redraw();
+  }
+
+  heed(answer) {
+    if (answer.result !== 0 && !answer.lost) this.app.notices.bad({ title: 'The scope gets no samples', ...answer });
   }
 
   take(message) {

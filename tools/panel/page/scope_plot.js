@@ -7,11 +7,12 @@ const LEFT = 74;
 const BOTTOM = 26;
 const TOP = 8;
 const RIGHT = 10;
+const NAME = 20;
 const FONT = '12px Inter, system-ui, sans-serif';
 
 /** Makes room around what is there; keeps the range it has while that fits well. */
 export function fitRange(range, found) {
-  if (!found) return range ?? [0, 1];
+  if (!found) return range;
   const [low, high] = found;
   if (range) {
     const span = range[1] - range[0];
@@ -102,12 +103,14 @@ export class ScopePlot {
       channel.range = fitRange(channel.range, recording.range(channel.column, view.end - view.span, view.end));
     }
     const [low, up] = channel.range ?? [0, 1];
-    const yOf = (value) => top + high - ((value - low) / (up - low || 1)) * high;
-    channel.box = { top, high };
+    const room = scope.overlay || high < 70 ? 4 : NAME; // the name stands above its trace, not in it
+    const box = { top: top + room, high: high - room - 4 };
+    const yOf = (value) => box.top + box.high - ((value - low) / (up - low || 1)) * box.high;
+    channel.box = box;
     if (frame) {
       context.strokeStyle = colour('line');
       context.strokeRect(left + 0.5, Math.round(top) + 0.5, this.width, Math.round(high));
-      this.drawScale(channel, low, up, yOf, scope.overlay, high);
+      this.drawScale(channel, low, up, yOf, scope.overlay);
     }
     context.save();
     context.beginPath();
@@ -118,7 +121,8 @@ export class ScopePlot {
     if (!scope.overlay) this.drawName(channel, top);
   }
 
-  drawScale(channel, low, up, yOf, overlay, high) {
+  drawScale(channel, low, up, yOf, overlay) {
+    const { top, high } = channel.box;
     const { context } = this;
     context.textAlign = 'right';
     context.textBaseline = 'middle';
@@ -126,6 +130,7 @@ export class ScopePlot {
     const places = overlay ? [] : ticks(low * factor, up * factor, Math.max(1, Math.floor(high / 34)));
     for (const place of places) {
       const y = yOf(place / factor);
+      if (y < top + 2 || y > top + high - 2) continue; // there the neighbours' are
       context.strokeStyle = colour('grid');
       context.beginPath();
       context.moveTo(LEFT + 1, Math.round(y) + 0.5);
@@ -192,7 +197,8 @@ export class ScopePlot {
     const { context } = this;
     const lane = lanes.find(({ channel }) => channel.column === scope.trigger.column);
     if (!lane?.channel.range) return;
-    const { channel, top, high } = lane;
+    const { channel } = lane;
+    const { top, high } = channel.box;
     const y = top + high - ((scope.trigger.level - channel.range[0]) / (channel.range[1] - channel.range[0])) * high;
     if (y < top || y > top + high) return;
     context.strokeStyle = colour('warn');

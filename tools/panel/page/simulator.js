@@ -6,6 +6,7 @@ import { FaultList } from './sim_faults.js';
 import { HandWheel } from './sim_wheel.js';
 
 const SCALES = [0.01, 0.1, 0.25, 0.5, 1, 2, 5, 10, 100];
+const RETRY_MS = 2000;
 const SENSORS = [
   ['homeSensor', 'home sensor'], ['limitNegative', 'limit −'], ['limitPositive', 'limit +'],
   ['probe', 'probe'], ['configurable', 'configurable'],
@@ -32,8 +33,9 @@ class SimulatorTab {
         card('Hand wheel', this.wheel.element)), el('div', { class: 'sim-column' }, this.faults.element));
     this.enable = live((enabled) => { this.controls.disabled = !enabled; });
     this.element = this.controls;
-    app.link.on('simulator', ({ state }) => {
-      this.state = state;
+    app.link.on('simulator', ({ state, text }) => {
+      if (state) this.state = state;
+      else this.retry(text);
       app.redraw();
     });
     app.machine.addEventListener('select', () => app.redraw());
@@ -41,6 +43,12 @@ class SimulatorTab {
 
   ask(method, path, body) {
     return this.app.machine.simulator(method, path, body);
+  }
+
+  /** Its stream of states has ended; it is asked for again, if somebody still looks. */
+  retry(text) {
+    this.app.notices.bad({ title: 'The simulator tells no more', text });
+    setTimeout(() => { if (this.shown) this.app.link.watch(this.app.link.tabs); }, RETRY_MS);
   }
 
   makeClock() {
@@ -137,6 +145,7 @@ class SimulatorTab {
   }
 
   show() {
+    this.shown = true;
     this.faults.read();
   }
 
@@ -172,6 +181,7 @@ export function makeSimulatorTab(app) {
     watch: ['simulator'],
     needs: (machine) => machine.simulated,
     show: () => tab.show(),
+    hide: () => { tab.shown = false; },
     draw: () => tab.draw(),
   };
 }

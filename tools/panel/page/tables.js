@@ -10,7 +10,7 @@ export class Table {
     this.rows = [];
     const heads = columns.map(({ name, end }) => el('th', { scope: 'col', class: end ? 'end' : '' }, name));
     this.filler = columns[columns.length - 1].end; // else columns of numbers drift apart
-    if (this.filler) heads.push(el('td', { class: 'filler' }));
+    if (this.filler) heads.push(el('th', { 'aria-hidden': 'true' }));
     this.element = el('div', { class: 'table-box' }, el('table', {}, el('thead', {}, el('tr', {}, ...heads)), this.body), this.empty);
   }
 
@@ -29,7 +29,7 @@ export class Table {
 
   addRow() {
     const cells = this.columns.map(({ end }) => el('td', { class: end ? 'end' : '' }));
-    const element = el('tr', {}, ...cells, this.filler ? el('td', { class: 'filler' }) : null);
+    const element = el('tr', {}, ...cells, this.filler ? el('td', {}) : null);
     this.rows.push({ element, texts: cells.map((cell) => liveText(cell)) });
     this.body.append(element);
   }

@@ -21,7 +21,10 @@ class TraceTab {
         button('Save', () => this.save(), { class: 'tool' })), this.count);
     this.empty = el('p', { class: 'empty' }, 'No lines yet. Programs write them while their trace is on.');
     this.element = el('div', { class: 'trace-tab' }, tools, el('div', { class: 'trace-box' }, this.empty, this.list));
-    app.link.on('trace', ({ lines }) => this.take(lines));
+    app.link.on('trace', ({ lines, problem }) => {
+      if (problem) app.notices.bad({ title: 'No trace lines come', text: problem });
+      this.take(lines ?? []);
+    });
   }
 
   take(lines) {

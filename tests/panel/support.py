@@ -91,7 +91,11 @@ class Page:
         self.socket.send(json.dumps({"do": do, **fields}))
 
     def next(self, kind, fits=lambda message: True):
-        """The next message of a kind; others are kept in `heard`, states are not."""
+        """The next message of a kind; others are kept for later, states are not."""
+        for message in self.heard:
+            if message["type"] == kind and fits(message):
+                self.heard.remove(message)
+                return message
         end = time.monotonic() + PATIENCE
         while time.monotonic() < end:
             message = json.loads(self.socket.recv())

@@ -53,7 +53,8 @@ class AlarmsTab {
     const data = await this.app.machine.read('explain', { [this.kind.value]: code });
     if (!data) return;
     const title = [String(data.code ?? code).replace('-', '−'), data.name].filter(Boolean).join(' · ');
-    this.answer.replaceChildren(el('p', { class: 'alarm-head' }, title), ...explained(data));
+    const text = data.text === data.name ? '' : data.text;
+    this.answer.replaceChildren(el('p', { class: 'alarm-head' }, title), ...explained({ ...data, text }));
   }
 
   async readHistory() {

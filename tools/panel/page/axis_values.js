@@ -26,7 +26,9 @@ export function shareOf(position, range) {
 }
 
 export function speedShare(axis, state) {
-  return axis.speedMax > 0 ? state.speed / axis.speedMax : 0;
+  // Programs may drive faster than what is set now: then the bar ends at the fastest that was seen.
+  axis.fastest = Math.max(axis.fastest ?? axis.speedMax ?? 0, Math.abs(state.speed));
+  return axis.fastest > 0 ? state.speed / axis.fastest : 0;
 }
 
 export function torqueShare(state) {

@@ -54,9 +54,12 @@ export function ticks(low, high, count) {
   return places;
 }
 
-/** What a person types: a comma is a point, and a typed minus may be a real one. */
+/** What a person types: a comma is a point, and a typed minus may be a real one. "1,000" is a
+ * thousand to one and one to another: nothing is moved by it. */
 export function parseNumber(text) {
-  const clean = String(text).trim().replace(/[\u202f\u2009\s]/g, '').replace('−', '-').replace(',', '.');
+  const typed = String(text).trim().replace(/[\u202f\u2009\s]/g, '').replace('−', '-');
+  if (/^[+-]?[1-9]\d{0,2},\d{3}$/.test(typed)) return null;
+  const clean = typed.replace(',', '.');
   return /^[+-]?(\d+\.?\d*|\.\d+)(e[+-]?\d+)?$/i.test(clean) ? Number(clean) : null;
 }
 

@@ -47,7 +47,7 @@ function redraw() {
 
 startTheme(redraw);
 for (const event of ['welcome', 'state', 'control', 'reach']) link.on(event, redraw);
-document.addEventListener('visibilitychange', () => tabs.watch());
+document.addEventListener('visibilitychange', () => tabs.wake(!document.hidden));
 setInterval(redraw, 1000); // times that pass, while nothing comes
 link.open();
 redraw();

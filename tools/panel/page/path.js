@@ -124,15 +124,16 @@ class PathTab {
   /** The places are kept whichever tab is shown, so that the way so far is there to be seen. */
   take(state) {
     if (!state.link.ok || this.axes[0].value === '') return;
-    const place = this.place(state);
-    if (place) this.trace.add(state.time, ...place);
+    const place = this.read(state, this.signal.value);
+    if (place) this.trace.add(place, Math.hypot(...this.read(state, 'speed')));
   }
 
-  place(state) {
+  /** One member of all axes that are shown; null where one is not there. */
+  read(state, member) {
     const places = this.axes.map(({ value }) => {
       if (value === '') return 0;
       const axis = state.axes.find(({ axis }) => axis === Number(value));
-      return axis ? axis[this.signal.value] : NaN;
+      return axis ? axis[member] : NaN;
     });
     return places.every(Number.isFinite) ? places : null;
   }
@@ -150,7 +151,7 @@ class PathTab {
     }
     const units = this.axes.map(({ value }) => (value === '' ? '' : machine.unitText(Number(value))));
     const names = this.axes.map(({ value }, i) => (value === '' ? '' : 'XYZ'[i]));
-    const place = machine.state ? this.place(machine.state) : null;
+    const place = machine.state ? this.read(machine.state, this.signal.value) : null;
     this.view.draw(this.trace, { solid: this.solid, names, units, now: place });
     this.showTop(`${number(this.trace.top, 1)} ${units[0]}/s`);
     const path = machine.state?.path;

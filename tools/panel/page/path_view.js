@@ -26,18 +26,11 @@ export class PathTrace {
     [this.points, this.top, this.last] = [[], 0, null];
   }
 
-  add(time, x, y, z) {
-    const last = this.last;
-    if (last && time <= last.time) {
-      if (time < last.time) this.clear(); // the clock began anew
-      else return;
-    }
-    const way = last ? Math.hypot(x - last.x, y - last.y, z - last.z) : 0;
-    const speed = last ? way / (time - last.time) : 0;
-    const point = { time, x, y, z, speed };
-    this.last = point;
-    if (this.points.length > 0 && way === 0) return;
-    this.points.push(point);
+  add([x, y, z], speed) {
+    const { last } = this;
+    if (last && last.x === x && last.y === y && last.z === z) return;
+    this.last = { x, y, z, speed };
+    this.points.push(this.last);
     this.top = Math.max(this.top, speed);
     if (this.points.length > CAPACITY) this.points.splice(0, CAPACITY / 10);
   }

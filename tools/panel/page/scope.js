@@ -30,7 +30,10 @@ class Scope {
       el('div', { class: 'scope-body' }, el('div', { class: 'plot-box' }, this.canvas, this.readout), this.panel.element));
     this.gestures();
     app.link.on('samples', (message) => this.take(message));
-    app.link.on('welcome', () => { if (this.shown) this.subscribe(); });
+    app.link.on('welcome', () => {
+      this.what = ''; // units may be others
+      if (this.shown) this.subscribe();
+    });
     app.link.on('late', (answer) => { if (this.shown && answer.id === this.asked) this.heed(answer); }); // it ended by itself
   }
 
@@ -104,16 +107,22 @@ class Scope {
     if (!simulated) this.source.value = 'poll';
     this.panel.setPolled(this.source.value === 'poll');
     const { signals } = this.panel;
-    this.recording = new Recording(signals);
-    this.panel.assign(signals);
-    this.panel.triggerChoices(this.triggerChannel);
-    this.resetTrigger();
+    const what = [this.source.value, ...signals].join();
+    if (what !== this.what) this.begin(what, signals); // else what was seen goes on, behind a gap
     if (this.shown && this.app.machine.welcome) {
       const asked = this.app.link.ask('scope', { signals, source: this.source.value });
       this.asked = asked.id;
       asked.then((answer) => this.heed(answer));
     }
     this.app.redraw();
+  }
+
+  begin(what, signals) {
+    this.what = what;
+    this.recording = new Recording(signals);
+    this.panel.assign(signals);
+    this.panel.triggerChoices(this.triggerChannel);
+    this.resetTrigger();
   }
 
   heed(answer) {

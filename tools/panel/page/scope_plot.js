@@ -127,7 +127,7 @@ export class ScopePlot {
     context.textAlign = 'right';
     context.textBaseline = 'middle';
     const { factor } = channel.scale;
-    const places = overlay ? [] : ticks(low * factor, up * factor, Math.max(1, Math.floor(high / 34)));
+    const places = overlay ? [] : ticks(low * factor, up * factor, Math.max(1, Math.floor(high / 24)));
     for (const place of places) {
       const y = yOf(place / factor);
       if (y < top + 2 || y > top + high - 2) continue; // there the neighbours' are

@@ -54,6 +54,12 @@ export class Tabs {
   }
 
   /** Nobody looks at a hidden page: then nothing is asked of the controller. */
+  wake(awake) {
+    this.watch();
+    if (awake) this.current.show?.();
+    else this.current.hide?.();
+  }
+
   watch() {
     this.app.link.watch(document.hidden ? [] : ['axes', ...(this.current.watch ?? [])]);
   }

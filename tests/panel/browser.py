@@ -102,8 +102,8 @@ class View:
     def rests(self, axis):
         self.awaits(lambda: "moving" not in self.flags(axis), f"axis {axis} at rest")
 
-    def moves(self, axis):
-        self.awaits(lambda: "moving" in self.flags(axis), f"axis {axis} in motion")
+    def moves(self, axis, patience=PATIENCE):
+        self.awaits(lambda: "moving" in self.flags(axis), f"axis {axis} in motion", patience)
 
     def complaints(self):
         """What the browser itself had against the page, such as a breach of its content policy."""

@@ -42,8 +42,14 @@ class PageTest(unittest.TestCase):
         self.view.open("axes")
 
     def hold(self, name="Jog positive: hold"):
-        ActionChains(self.driver).click_and_hold(self.view.button(name)).perform()
-        self.view.moves(0)
+        """On a machine so busy that the page is late to say so, a press is over: it is pressed anew."""
+        for patience in (2, 5, 10):
+            ActionChains(self.driver).click_and_hold(self.view.button(name)).perform()
+            try:
+                return self.view.moves(0, patience)
+            except AssertionError:
+                self.let_go()
+        raise AssertionError("held, the button moves nothing")
 
     def let_go(self):
         ActionChains(self.driver).release().perform()
@@ -127,24 +133,24 @@ class PageTest(unittest.TestCase):
             fault.textContent.includes('drive alarm')).open = true""")
         opened = "#view-simulator .fault[open]"
         fields = [view.field(name, opened) for name in ("axis", "number", "sub number")]
-        for field, text in zip(fields, ("1", "16", "2")):
+        for field, text in zip(fields, ("1", "20", "0")):
             field.clear()
             field.send_keys(text)
         view.button("Apply", opened).click()
         view.awaits(lambda: "active" in view.find(opened).get_attribute("class"), "the fault")
         view.open("axes")
-        view.awaits(lambda: "alarm 16.2" in view.flags(1), "the alarm")
+        view.awaits(lambda: "alarm 20.0" in view.flags(1), "the alarm")
         view.find("#axis-1").click()
         view.awaits(lambda: view.find(".axis-panel .alarm-box").is_displayed(), "the explanation")
         told = view.find(".axis-panel .alarm-box").text.splitlines()
-        self.assertEqual(told[0], "Alarm 16.2")
-        self.assertGreater(len(told), 3, told)  # name, cause, what to do
+        self.assertEqual(told[0], "Alarm 20.0: following error")
+        self.assertGreater(len(told), 3, told)  # cause, what to do, and the button
         view.open("simulator")
         view.button("Clear", opened).click()
         view.open("alarms")
         view.button("Reset", "#view-alarms .alarm-box").click()
         view.awaits_text("#view-alarms .alarm-cards", "No axis has an alarm")
-        view.awaits_text("#view-alarms tbody", "16.2")
+        view.awaits_text("#view-alarms tbody", "20.0")
         view.open("axes")
         view.find("#axis-0").click()
 

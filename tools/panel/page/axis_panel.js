@@ -59,13 +59,12 @@ export class AxisPanel {
 
   makeAlarm() {
     const head = el('p', { class: 'alarm-head' });
-    const text = el('p', {});
     const cause = el('p', { class: 'quiet' });
     const remedy = el('p', { class: 'remedy' });
     this.reset = button('Reset alarm', () => this.act('resetAlarm'), { class: 'small' });
     this.alarm = el('div', { class: 'alarm-box', role: 'alert', hidden: true },
-      el('div', { class: 'card-head' }, head, this.reset), text, cause, remedy);
-    this.alarmTexts = [head, text, cause, remedy].map((element) => liveText(element));
+      el('div', { class: 'card-head' }, head, this.reset), cause, remedy);
+    this.alarmTexts = [head, cause, remedy].map((element) => liveText(element));
     this.showAlarm = live((shown) => { this.alarm.hidden = !shown; });
   }
 
@@ -210,7 +209,8 @@ export class AxisPanel {
     if (state.alarm === 0) return;
     const known = this.app.machine.alarms.get(this.axis);
     const told = known?.number === state.alarm ? known : {};
-    const texts = [alarmName(state, 'Alarm'), told.text ?? '', told.cause ?? '', told.remedy ?? ''];
+    const name = alarmName(state, 'Alarm');
+    const texts = [told.text ? `${name}: ${told.text}` : name, told.cause ?? '', told.remedy ?? ''];
     this.alarmTexts.forEach((set, i) => set(texts[i]));
   }
 }

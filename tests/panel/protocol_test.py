@@ -5,9 +5,10 @@ import http.client
 import json
 import os
 import pathlib
+import re
 import signal
 import subprocess
-import threading
+import tempfile
 import time
 import unittest
 
@@ -382,6 +383,23 @@ class Ends(unittest.TestCase):
                 page.watch()
                 page.ask("explain", code=0)
             self.assertLessEqual(looks(panel), 1)
+
+    def test_says_what_is_wrong(self):
+        machine = {"controllers": [{"number": 3, "port": 0, "servos": 2}]}
+        with tempfile.TemporaryDirectory() as folder:
+            file = pathlib.Path(folder, "machine.json")
+            file.write_text(json.dumps(machine), encoding="utf-8")
+            panel = Panel("--simulate", "--machine", str(file))
+        with panel:
+            self.assertEqual(panel.told["controller"], 3)  # as the file has it
+            rows = [(("--simulate", "--listen", panel.host), "cannot listen"),
+                    (("--simulate", "--listen", "nowhere"), "[ADDRESS:]PORT"),
+                    (("--simulate", "--machine", "none"), "lumo-sim has not started"),
+                    (("--simulate", "--rate", "0"), "--rate"),
+                    (("--axes", "3"), "--simulate")]
+            for words, text in rows:
+                with self.subTest(words=words), self.assertRaisesRegex(RuntimeError, re.escape(text)):
+                    Panel(*words)
 
 
 class Simulator:

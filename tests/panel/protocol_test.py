@@ -44,13 +44,10 @@ def is_alive(process):
 class Protocol(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.panel = cls.enterClassContext(Panel()) if hasattr(cls, "enterClassContext") else Panel()
+        cls.panel = Panel()
+        cls.addClassCleanup(cls.panel.__exit__)
         with cls.panel.page() as page:
             page.ready(0, 1, 2, 3)
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.panel.__exit__()
 
     def keep(self, page, axis, seconds):
         end = time.monotonic() + seconds

@@ -6,6 +6,7 @@
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 #include <boost/beast/websocket.hpp>
+#include <deque>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -44,6 +45,9 @@ HttpResponse MakeHttp(const Response& response, unsigned version, bool keepAlive
     message.set(http::field::content_type, response.type);
     message.set(http::field::cache_control, "no-store");
     if (!response.allow.empty()) message.set(http::field::allow, response.allow);
+    for (const auto& [name, value] : response.headers) {
+        message.set(name, value);
+    }
     message.body() = response.body;
     message.keep_alive(keepAlive);
     message.prepare_payload();
@@ -115,6 +119,95 @@ class FeedSession : public std::enable_shared_from_this<FeedSession>
     bool left_ = false;
 };
 
+// Hears a peer and speaks to it, each at its own pace.
+class ConversationSession : public Link, public std::enable_shared_from_this<ConversationSession>
+{
+  public:
+    ConversationSession(beast::tcp_stream stream, Conversation conversation)
+        : socket_(std::move(stream)), conversation_(std::move(conversation))
+    {}
+
+    asio::awaitable<void> Run(HttpRequest request)
+    {
+        beast::get_lowest_layer(socket_).expires_never();
+        socket_.set_option(websocket::stream_base::timeout::suggested(beast::role_type::server));
+        socket_.read_message_max(HttpServer::kLargestBody);
+        ErrorCode error;
+        co_await socket_.async_accept(request, Into(error));
+        if (error) co_return;
+        conversation_.opened(*this);
+        while (!error && !closed_) {
+            beast::flat_buffer message;
+            co_await socket_.async_read(message, Into(error));
+            if (error || closed_) break;
+            const auto bytes = message.data();
+            conversation_.heard({static_cast<const char*>(bytes.data()), bytes.size()});
+        }
+        Close();
+        conversation_.left();
+    }
+
+    void Send(Text text) override
+    {
+        waiting_ += text->size();
+        texts_.push_back(std::move(text));
+        if (waiting_ > kMostWaiting) {
+            Close();
+        } else {
+            Start();
+        }
+    }
+
+    void Show(Text text) override
+    {
+        news_ = std::move(text);
+        Start();
+    }
+
+    [[nodiscard]] std::size_t Waiting() const override { return waiting_; }
+
+    void Close() override
+    {
+        if (std::exchange(closed_, true)) return;
+        ErrorCode ignored;
+        beast::get_lowest_layer(socket_).socket().close(ignored);
+    }
+
+  private:
+    void Start()
+    {
+        if (closed_ || std::exchange(writing_, true)) return;
+        asio::co_spawn(
+            socket_.get_executor(), [self = shared_from_this()] { return self->Write(); },
+            asio::detached);
+    }
+
+    asio::awaitable<void> Write()
+    {
+        ErrorCode error;
+        while (!closed_ && !error && (!texts_.empty() || news_ != nullptr)) {
+            const bool isNews = texts_.empty();
+            const Text text = isNews ? std::exchange(news_, nullptr) : texts_.front();
+            co_await socket_.async_write(asio::buffer(*text), Into(error));
+            if (isNews) continue;
+            waiting_ -= text->size();
+            texts_.pop_front();
+        }
+        writing_ = false;
+        if (error) Close(); // and the reading ends
+    }
+
+    static constexpr std::size_t kMostWaiting = 4 * 1024 * 1024;
+
+    WebSocket socket_;
+    Conversation conversation_;
+    std::deque<Text> texts_;
+    std::size_t waiting_ = 0;
+    Text news_;
+    bool writing_ = false;
+    bool closed_ = false;
+};
+
 Response Refusal(unsigned status, const std::string& sentence)
 {
     std::string quoted;
@@ -145,16 +238,19 @@ class HttpServer::Impl
         thread_ = std::thread([this] { io_.run(); });
     }
 
-    ~Impl()
+    ~Impl() { Stop(); }
+
+    void Stop()
     {
         io_.stop();
-        thread_.join();
+        if (thread_.joinable()) thread_.join();
     }
 
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl&) = delete;
 
     [[nodiscard]] std::uint16_t Port() const { return acceptor_->local_endpoint().port(); }
+    [[nodiscard]] asio::io_context& Context() { return io_; }
 
   private:
     asio::awaitable<void> Accept()
@@ -190,11 +286,10 @@ class HttpServer::Impl
             HttpRequest request = parser.release();
             Answer answer = AnswerTo(request);
             const bool upgrade = websocket::is_upgrade(request);
-            if (auto* feed = std::get_if<Feed>(&answer)) {
+            if (!std::holds_alternative<Response>(answer)) {
                 if (upgrade) {
-                    const auto session =
-                        std::make_shared<FeedSession>(std::move(stream), std::move(*feed));
-                    co_return co_await session->Run(std::move(request));
+                    co_return co_await Speak(std::move(stream), std::move(answer),
+                                             std::move(request));
                 }
                 answer = Refusal(426, "this is a WebSocket");
             }
@@ -203,6 +298,18 @@ class HttpServer::Impl
                 MakeHttp(std::get<Response>(answer), request.version(), stays);
             co_await http::async_write(stream, response, Into(error));
             if (error || !stays) co_return;
+        }
+    }
+
+    static asio::awaitable<void> Speak(beast::tcp_stream stream, Answer answer, HttpRequest request)
+    {
+        if (auto* feed = std::get_if<Feed>(&answer)) {
+            const auto session = std::make_shared<FeedSession>(std::move(stream), std::move(*feed));
+            co_await session->Run(std::move(request));
+        } else {
+            const auto session = std::make_shared<ConversationSession>(
+                std::move(stream), std::move(std::get<Conversation>(answer)));
+            co_await session->Run(std::move(request));
         }
     }
 
@@ -251,6 +358,21 @@ HttpServer::~HttpServer() = default;
 std::uint16_t HttpServer::Port() const
 {
     return impl_->Port();
+}
+
+void HttpServer::Post(std::function<void()> task)
+{
+    asio::post(impl_->Context(), std::move(task));
+}
+
+void HttpServer::Stop()
+{
+    impl_->Stop();
+}
+
+asio::io_context& HttpServer::Context()
+{
+    return impl_->Context();
 }
 
 } // namespace web

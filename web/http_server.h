@@ -7,7 +7,14 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <variant>
+#include <vector>
+
+namespace boost::asio {
+class io_context;
+}
 
 namespace web {
 
@@ -25,6 +32,8 @@ struct Response
     std::string body;
     std::string type = "application/json";
     std::string allow; // 405: the methods that are there
+    std::vector<std::pair<std::string, std::string>> headers =
+        {}; // besides those of every response
 };
 
 // What a WebSocket gives: `next` is asked once a period, never while a message is still on its way
@@ -35,8 +44,34 @@ struct Feed
     std::function<std::string()> next;
 };
 
-// A feed is for those who ask for a WebSocket, everybody else is told so (426).
-using Answer = std::variant<Response, Feed>;
+// The server's end of a WebSocket on which both sides speak. On the server's thread only.
+class Link
+{
+  public:
+    virtual ~Link() = default;
+
+    using Text = std::shared_ptr<const std::string>;
+
+    // A text that has to arrive. Who lets too much wait for him is left.
+    virtual void Send(Text text) = 0;
+    // The latest news, in place of those that still wait: who is slow to read gets fewer.
+    virtual void Show(Text text) = 0;
+    // Bytes that have not left yet.
+    [[nodiscard]] virtual std::size_t Waiting() const = 0;
+    virtual void Close() = 0;
+};
+
+// What a handler does with a WebSocket on which both sides speak; all on the server's thread. The
+// link is there from `opened` until `left`, which comes once, and not when the server ends first.
+struct Conversation
+{
+    std::function<void(Link&)> opened;
+    std::function<void(std::string_view)> heard; // one message, of kLargestBody bytes at most
+    std::function<void()> left;
+};
+
+// A feed and a conversation are for those who ask for a WebSocket, everybody else is told so (426).
+using Answer = std::variant<Response, Feed, Conversation>;
 
 // Called on the server's thread, one request after the other.
 using Handler = std::function<Answer(const Request& request)>;
@@ -58,6 +93,12 @@ class HttpServer
     HttpServer& operator=(const HttpServer&) = delete;
 
     [[nodiscard]] std::uint16_t Port() const;
+    // Runs it on the server's thread, behind what is there to be done already.
+    void Post(std::function<void()> task);
+    // Ends the thread; nothing is called any more.
+    void Stop();
+    // What works on the server's thread (client.h).
+    [[nodiscard]] boost::asio::io_context& Context();
 
   private:
     class Impl;

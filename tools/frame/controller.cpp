@@ -73,6 +73,13 @@ Controller::~Controller()
     zelQ_Disconnect(Number());
 }
 
+void Controller::SetUnit(int axis, double unitPerPulse, const std::string& unit)
+{
+    AxisSettings& settings = target_.axes[axis];
+    settings.unitPerPulse = unitPerPulse;
+    settings.unit = unit;
+}
+
 std::string Controller::AxisText(int axis) const
 {
     const std::string& name = Axis(axis).name;

@@ -22,6 +22,8 @@ class Controller
     [[nodiscard]] const Target& Where() const { return target_; }
     [[nodiscard]] short Number() const { return target_.number; }
     [[nodiscard]] const AxisSettings& Axis(int axis) const { return target_.Axis(axis); }
+    /// What is shown from now on; the library has to be told by itself.
+    void SetUnit(int axis, double unitPerPulse, const std::string& unit);
     /// "axis 2", or "axis 2 (X)".
     [[nodiscard]] std::string AxisText(int axis) const;
 

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 namespace zelq::tool {
 
@@ -150,7 +151,12 @@ std::vector<DriveParams> ReadParamFile(const std::string& name)
 {
     std::ifstream file(name, std::ios::binary);
     if (!file) FailFile(name, "cannot be read");
-    const Json json = Json::parse(file, nullptr, false);
+    return ParseParamFile({std::istreambuf_iterator<char>(file), {}}, name);
+}
+
+std::vector<DriveParams> ParseParamFile(const std::string& text, const std::string& name)
+{
+    const Json json = Json::parse(text, nullptr, false);
     if (!json.is_object() || json.value("format", Json()) != kFormat) {
         FailFile(name, "holds no drive parameters");
     }

@@ -63,7 +63,7 @@ struct DriveParams
 class ParamReader
 {
   public:
-    explicit ParamReader(Controller& controller) : controller_(controller) {}
+    explicit ParamReader(const Controller& controller) : controller_(controller) {}
 
     std::optional<int> Read(int axis, ParamId id);
     Identification ReadIdentification(int axis);
@@ -72,7 +72,7 @@ class ParamReader
                         const std::function<bool(double)>& progress);
 
   private:
-    Controller& controller_;
+    const Controller& controller_;
     std::optional<int> absent_;
 };
 
@@ -89,6 +89,8 @@ Json ToJson(const ParamDifference& difference);
 
 /// Throws a Failure for a file that is none of ours.
 std::vector<DriveParams> ReadParamFile(const std::string& name);
+/// The same of its text; `name` is what the file is called in the Failure.
+std::vector<DriveParams> ParseParamFile(const std::string& text, const std::string& name);
 /// The file is there as a whole, or as it was.
 void WriteParamFile(const std::string& name, Controller& controller,
                     const std::vector<DriveParams>& drives);

@@ -11,6 +11,7 @@ void AddInfo(Program& program);
 void AddDoctor(Program& program);
 void AddStatus(Program& program);
 void AddWatch(Program& program);
+void AddPanel(Program& program);
 void AddIo(Program& program);
 void AddMonitor(Program& program);
 void AddAlarms(Program& program);
@@ -40,10 +41,10 @@ void AddManual(Program& program);
 
 /// All of them, in the order of the help.
 inline constexpr void (*kVerbs[])(Program&) = {
-    AddDiscover, AddPing,       AddInfo,   AddDoctor,  AddStatus,   AddWatch, AddIo,
-    AddMonitor,  AddAlarms,     AddServo,  AddJog,     AddMove,     AddHome,  AddStop,
-    AddSearch,   AddSpeed,      AddUnits,  AddParams,  AddSequence, AddFlash, AddUart,
-    AddNetwork,  AddReset,      AddTrace,  AddCapture, AddExplain,
+    AddDiscover, AddPing,       AddInfo,   AddDoctor, AddStatus,  AddWatch,    AddPanel,
+    AddIo,       AddMonitor,    AddAlarms, AddServo,  AddJog,     AddMove,     AddHome,
+    AddStop,     AddSearch,     AddSpeed,  AddUnits,  AddParams,  AddSequence, AddFlash,
+    AddUart,     AddNetwork,    AddReset,  AddTrace,  AddCapture, AddExplain,
 #ifdef ZELQ_HAS_BRIDGE
     AddBridge,
 #endif

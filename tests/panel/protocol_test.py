@@ -1,5 +1,6 @@
 """The panel's server, as a page meets it."""
 
+import bisect
 import http.client
 import json
 import os
@@ -19,6 +20,14 @@ PRESS = iter(range(int(time.time() * 1000), 1 << 60))
 def jog(page, axis=0, direction=1, speed=20000, **more):
     return page.ask("jog", **{"axis": axis, "direction": direction, "speed": speed,
                               "press": next(PRESS), **more})
+
+
+def run(page, axis=0, speed=20000):
+    """Keeps a jog until the axis has its speed; as it was seen then."""
+    while abs((seen := page.axis(axis))["speed"]) < 0.99 * speed:
+        page.send("keep", axis=axis)
+    page.send("keep", axis=axis)
+    return seen
 
 
 def children_of(process):
@@ -102,17 +111,27 @@ class Protocol(unittest.TestCase):
         """The page is there, and its connection too; only nobody keeps."""
         with self.panel.page() as page:
             page.watch("axes")
-            self.assertEqual(jog(page, axis=1, speed=20000)["result"], 0)
-            self.keep(page, 1, 0.4)
-            page.send("keep", axis=1)
-            last = page.axis(1)
-            begin = last["command"]
-            stands = self.rest(page, 1)
-            # At a known speed the way tells the time: 200 ms, and that of one look.
-            self.assertLess((stands["command"] - begin) / 20000, 0.2)
+            page.ask("scope", signals=["1.encoder"], source="recorder")
+            # A busy computer may let everybody wait, but not each time.
+            took = min(self.silence(page) for _ in range(2))
+            print(f"stood {1000 * took:.0f} ms after the last word", end=" ", flush=True)
+            self.assertLess(took, 0.2)
             for _ in range(10):  # nothing but a new press moves it again
                 page.send("keep", axis=1)
                 self.assertFalse(page.axis(1)["moving"])
+
+    def silence(self, page):
+        """Seconds of simulated time from the last word until the motor stands."""
+        self.assertEqual(jog(page, axis=1, speed=20000)["result"], 0)
+        run(page, 1)
+        last = page.simulator("GET", "/clock")["data"]["now"]
+        stands = self.rest(page, 1)["encoder"]
+        samples = []
+        while not samples or samples[-1][1] != stands:
+            batch = page.next("samples")
+            samples += ((batch["from"] + number * batch["step"], place)
+                        for number, place in enumerate(batch["samples"]["1.encoder"]))
+        return max(time for time, place in samples if place != stands) - last
 
     def test_a_connection_that_is_gone_stops_its_axis(self):
         with self.panel.page() as looker:
@@ -141,14 +160,11 @@ class Protocol(unittest.TestCase):
             page.axis(0, lambda axis: axis["moving"])
             for number in range(3):  # each some thousand exchanges
                 other.send("parameters", id=f"slow{number}", axis=2)
-            page.send("move", id="late", axis=2, distance=50000)
+            self.assertEqual(page.ask("move", axis=2, distance=5)["result"], 0)  # nor do these wait
             self.assertEqual(other.ask("stop")["result"], 0)  # in control or not
-            slow = [message for message in other.heard if message.get("id") == "slow2"]
-            self.assertEqual(slow, [])
-            self.assertEqual(page.answer("late")["refused"], "stopped")
+            self.assertNotIn("slow2", [message.get("id") for message in other.heard])
             self.rest(page)
             self.assertTrue(other.answer("slow2")["data"]["values"])
-            self.assertFalse(page.axis(2)["moving"])
 
     def test_a_fault_raises_its_alarm_with_its_explanation(self):
         with self.panel.page() as page, self.panel.page(token="") as other:
@@ -282,9 +298,14 @@ class Protocol(unittest.TestCase):
             rows = [(each["commandPosition"], each["encoderPosition"], each["velocity"])
                     for each in moving]
             self.assertTrue([row for row in looked if start < row[0] < start + 8000])
+            # The recorder has every millisecond; others look in between.
+            places = sorted(recorded)
             for row in rows + [row for row in looked if start < row[0] < start + 8000]:
-                self.assertIn(row[0], recorded)
-                self.assertEqual(recorded[row[0]], row)
+                after = bisect.bisect_left(places, row[0])
+                near = [recorded[place] for place in places[max(0, after - 1):after + 2]]
+                for column in (1, 2):
+                    values = [each[column] for each in near]
+                    self.assertTrue(min(values) - 1 <= row[column] <= max(values) + 1, (row, near))
 
 
 class Ends(unittest.TestCase):
@@ -305,7 +326,7 @@ class Ends(unittest.TestCase):
                 page.watch("axes")
                 page.ready()
                 self.assertEqual(jog(page)["result"], 0)
-                page.axis(0, lambda axis: axis["speed"] == 20000)
+                run(page)
                 panel.process.kill()
                 panel.process.wait()
             await_that(lambda: not panel.axis()["flags"]["moving"])
@@ -316,18 +337,27 @@ class Ends(unittest.TestCase):
         await_that(lambda: not is_alive(child), "the simulator's end")
         panel.__exit__()
 
-    def test_a_link_that_is_lost_is_told_and_its_jog_does_not_go_on(self):
+    def test_a_link_that_is_lost_is_told_and_nothing_goes_on_behind_it(self):
         with Simulator() as simulator, simulator.panel() as panel, panel.page() as page:
             page.watch("axes")
-            page.ready()
+            page.ready(0, 1)
             self.assertEqual(jog(page)["result"], 0)
             page.axis(0, lambda axis: axis["moving"])
             simulator.process.send_signal(signal.SIGSTOP)
             page.state(lambda state: not state["link"]["ok"])
+            for number in range(3):
+                page.send("move", id=f"move{number}", axis=1, distance=50000)
+            page.send("stop", id="stop")
+            # What waits is gone at once, though the controller says nothing.
+            for number in (1, 2):
+                self.assertEqual(page.answer(f"move{number}")["refused"], "stopped")
             simulator.process.send_signal(signal.SIGCONT)
             state = page.state(lambda state: state["link"]["ok"])
             self.assertGreater(state["link"]["lost"], 0)
-            page.axis(0, lambda axis: not axis["moving"])
+            page.answer("stop")
+            for axis in (0, 1):
+                page.axis(axis, lambda axis: not axis["moving"])
+            self.assertLess(page.axis(1)["command"], 50000)
 
     def test_read_only_shows_and_does_nothing(self):
         with Panel("--simulate", "--read-only", "--rate", "20") as panel, panel.page() as page:
@@ -338,13 +368,20 @@ class Ends(unittest.TestCase):
             for do in ("jog", "servo", "stop", "output"):
                 self.assertEqual(page.ask(do, axis=0)["refused"], "readOnly")
 
-    def test_nobody_looks_nothing_is_asked(self):
-        with Simulator("--verbose") as simulator, simulator.panel() as panel:
-            with panel.page() as page:
-                page.watch("axes")
+    def test_one_look_a_period_for_all_pages_and_none_for_nobody(self):
+        def looks(panel):
+            lines = panel.zelq("trace", "--for", "1", "--function", "GetAllStatus")
+            return sum("function" in line for line in lines)
+
+        with Panel() as panel, panel.page() as first, panel.page() as second:
+            for page in (first, second):
+                page.watch("axes", "io")
                 page.state()
+            self.assertTrue(25 <= looks(panel) <= 53)
+            for page in (first, second):
                 page.watch()
                 page.ask("explain", code=0)
+            self.assertLessEqual(looks(panel), 1)
 
 
 class Simulator:

@@ -1,6 +1,5 @@
-"""Panels and the clients that look at them: a page that is none, and Chromium, which starts once."""
+"""Panels, and a page that is none: what a page sends and hears, without a browser."""
 
-import atexit
 import json
 import os
 import signal
@@ -92,13 +91,19 @@ class Page:
         self.socket.send(json.dumps({"do": do, **fields}))
 
     def next(self, kind, fits=lambda message: True):
-        """The next message of a kind; others are kept in `heard`, states are not."""
-        while True:
+        """The next message of a kind; others are kept for later, states are not."""
+        for message in self.heard:
+            if message["type"] == kind and fits(message):
+                self.heard.remove(message)
+                return message
+        end = time.monotonic() + PATIENCE
+        while time.monotonic() < end:
             message = json.loads(self.socket.recv())
             if message["type"] == kind and fits(message):
                 return message
             if message["type"] != "state":
                 self.heard.append(message)
+        raise AssertionError(f"no such {kind} comes")
 
     def ask(self, do, **fields):
         self.asked += 1
@@ -134,41 +139,3 @@ class Page:
     def simulator(self, method, path, body=None):
         return self.ask("simulator", method=method, path=path, body=body)
 
-
-_browsers = []
-
-
-def browser():
-    """Chromium without a screen; the same for all tests of a run."""
-    if not _browsers:
-        from selenium import webdriver  # takes a while, and not every run needs it
-
-        options = webdriver.ChromeOptions()
-        options.binary_location = "/usr/bin/chromium"
-        for word in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--disable-gpu",
-                     "--disable-background-networking", "--window-size=1280,900"):
-            options.add_argument(word)
-        service = webdriver.chrome.service.Service("/usr/bin/chromedriver")
-        _browsers.append(webdriver.Chrome(service=service, options=options))
-        atexit.register(close_browser)
-    return _browsers[0]
-
-
-def close_browser():
-    while _browsers:
-        driver = _browsers.pop()
-        driver.quit()
-
-
-def processes_of_browser():
-    """Chromium's own, its driver left out."""
-    found = []
-    waiting = [browser().service.process.pid]
-    while waiting:
-        parent = waiting.pop()
-        tasks = f"/proc/{parent}/task"
-        for task in os.listdir(tasks):
-            with open(f"{tasks}/{task}/children", encoding="ascii") as children:
-                waiting += [int(child) for child in children.read().split()]
-        found.append(parent)
-    return found[1:]

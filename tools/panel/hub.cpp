@@ -209,7 +209,7 @@ void Hub::DescribeAnew()
 {
     described_ = parts_.machine.ServoAxes();
     // Where too much waits already it is left out; the next change tells it.
-    [[maybe_unused]] const bool isAdded = parts_.worker.Add(
+    [[maybe_unused]] const bool isAdded = parts_.reader.Add(
         {false,
          [this] {
              parts_.server.Post([this, axes = DescribeAxes(parts_.machine)] {

@@ -20,7 +20,8 @@ struct PanelParts
     Machine& machine;
     Poller& poller;
     Jogger& jogger;
-    Worker& worker;
+    Worker& worker; ///< what changes something
+    Worker& reader; ///< what is only asked for, and may take long
     Stopper& stopper;
     TraceFeed& trace;
 };

@@ -222,6 +222,10 @@ bool Jogger::BeginMotion(Jog& jog, JogBegin& begin)
              pass([&] { return zelQ_GetServoStatus(number, jog.axis, &servo); }))) {
         return false;
     }
+    if (servo.inMotion != 0) {
+        begin.refusal = "the axis is in motion";
+        return false;
+    }
     const double shape = profile.profile == 0 ? 1 : 2; // smoothed ramps take twice the way
     const double dec =
         profile.dec == 0 ? 0 : std::max(profile.dec, shape * jog.speed / kBrakeSeconds);

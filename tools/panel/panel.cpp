@@ -91,6 +91,7 @@ class Panel::Impl
     Poller poller_;
     Jogger jogger_;
     Worker worker_;
+    Worker reader_;
     Stopper stopper_;
     TraceFeed trace_;
     Hub hub_;
@@ -112,12 +113,13 @@ Panel::Impl::Impl(Controller& controller, const PanelSettings& settings)
       trace_([this](const std::vector<std::string>& lines, const std::string& problem) {
           hub_.Traced(lines, problem);
       }),
-      hub_({server_, machine_, poller_, jogger_, worker_, stopper_, trace_},
+      hub_({server_, machine_, poller_, jogger_, worker_, reader_, stopper_, trace_},
            HubOptionsFor(machine_, settings, token_))
 {
     poller_.Start();
     jogger_.Start();
     worker_.Start();
+    reader_.Start();
     stopper_.Start();
     trace_.Start();
     ready_ = &hub_;
@@ -128,6 +130,7 @@ Panel::Impl::~Impl()
     machine_.BeginStop(); // nothing is begun any more
     jogger_.Stop();
     worker_.Stop();
+    reader_.Stop();
     stopper_.Stop();
     StopMoved();
     poller_.Stop();

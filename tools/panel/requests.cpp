@@ -13,6 +13,8 @@ namespace {
 constexpr std::size_t kMostRemembered = 256; ///< pages
 constexpr std::size_t kLongestName = 64;
 constexpr std::size_t kLongestPath = 256;
+/// Nobody expects a motion any more that he has asked for so long ago.
+constexpr std::chrono::seconds kLongestWait{1};
 
 /// Takes as long for any two texts of one length.
 bool AreSame(const std::string& given, const std::string& wanted)
@@ -104,9 +106,15 @@ bool Hub::IsAllowed(const Request& request, const PeerPtr& peer, const Reply& re
 
 void Hub::Enqueue(const Request& request, const Json& json, const Reply& reply)
 {
-    const auto run = [this, act = request.act, json, reply, epoch = parts_.machine.Now()] {
+    Worker& worker = request.right == Right::kNone ? parts_.reader : parts_.worker;
+    const auto late = SteadyClock::now() + kLongestWait;
+    const auto run = [this, act = request.act, moves = request.moves, late, json, reply, &worker,
+                      epoch = parts_.machine.Now()] {
         try {
-            act({json, parts_.machine, parts_.worker, epoch, reply});
+            if (moves && SteadyClock::now() > late) {
+                return reply.Refuse(refused::kBusy, "it has waited too long to be begun now");
+            }
+            act({json, parts_.machine, worker, epoch, reply});
         } catch (const Failure& failure) {
             if (failure.Code() != 0) return reply.Result(failure.Code(), "");
             reply.Refuse(refused::kLimit, failure.what());
@@ -115,7 +123,7 @@ void Hub::Enqueue(const Request& request, const Json& json, const Reply& reply)
         }
     };
     const auto drop = [reply] { reply.Refuse(refused::kStopped, "a stop came in front of it"); };
-    if (!parts_.worker.Add({request.moves, run, drop})) {
+    if (!worker.Add({request.moves, run, drop})) {
         reply.Refuse(refused::kBusy, "too much is asked for at once");
     }
 }

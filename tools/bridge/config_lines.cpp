@@ -1,41 +1,20 @@
 #include "bridge/config_lines.h"
 
-#include <cstdint>
+#include <algorithm>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <vector>
 
 namespace zelq::bridge {
 
 namespace {
 
-/// Counts lines while the parser reads.
-struct CountingReader
-{
-    using iterator_category = std::input_iterator_tag;
-    using value_type = char;
-    using difference_type = std::ptrdiff_t;
-    using pointer = const char*;
-    using reference = const char&;
-
-    reference operator*() const { return *at; }
-    CountingReader& operator++()
-    {
-        if (*at == '\n') ++*line;
-        ++at;
-        return *this;
-    }
-    bool operator==(const CountingReader& other) const { return at == other.at; }
-    bool operator!=(const CountingReader& other) const { return at != other.at; }
-
-    const char* at;
-    int* line;
-};
-
 /// Notes the line of each key, and of each element of a list: there the objects begin.
 class Noter : public nlohmann::json_sax<nlohmann::json>
 {
   public:
-    Noter(const int& line, std::map<std::string, int>& lines) : line_(line), lines_(lines)
+    Noter(const std::string& text, std::streambuf& reader, std::map<std::string, int>& lines)
+        : text_(text), reader_(reader), lines_(lines)
     {
         lines_[""] = 1;
     }
@@ -53,7 +32,7 @@ class Noter : public nlohmann::json_sax<nlohmann::json>
     bool key(string_t& name) override
     {
         levels_.back().name = name;
-        lines_.emplace(Place(), line_);
+        lines_.emplace(Place(), Line());
         return true;
     }
     bool start_object(std::size_t /*size*/) override
@@ -88,7 +67,7 @@ class Noter : public nlohmann::json_sax<nlohmann::json>
     {
         if (levels_.empty() || !levels_.back().isList) return true;
         levels_.back().name = std::to_string(levels_.back().count++);
-        lines_.emplace(Place(), line_);
+        lines_.emplace(Place(), Line());
         return true;
     }
 
@@ -107,8 +86,21 @@ class Noter : public nlohmann::json_sax<nlohmann::json>
         return place;
     }
 
-    const int& line_;
+    /// As far as the parser has read.
+    int Line()
+    {
+        const auto at = static_cast<std::ptrdiff_t>(
+            reader_.pubseekoff(0, std::ios_base::cur, std::ios_base::in));
+        line_ += static_cast<int>(std::count(text_.begin() + seen_, text_.begin() + at, '\n'));
+        seen_ = at;
+        return line_;
+    }
+
+    const std::string& text_;
+    std::streambuf& reader_;
     std::map<std::string, int>& lines_;
+    std::ptrdiff_t seen_ = 0;
+    int line_ = 1;
     std::vector<Level> levels_;
 };
 
@@ -116,11 +108,9 @@ class Noter : public nlohmann::json_sax<nlohmann::json>
 
 ConfigLines::ConfigLines(const std::string& text)
 {
-    int line = 1;
-    Noter noter(line, lines_);
-    const char* begin = text.data();
-    nlohmann::json::sax_parse(CountingReader{begin, &line},
-                              CountingReader{begin + text.size(), &line}, &noter);
+    std::istringstream stream(text);
+    Noter noter(text, *stream.rdbuf(), lines_);
+    nlohmann::json::sax_parse(stream, &noter);
 }
 
 int ConfigLines::Of(std::string place) const

@@ -37,10 +37,22 @@ Value Flag(const ServoStatus& servo)
     return servo.*Member != 0;
 }
 
-template <auto Member>
-Value Number(const ServoStatus& servo)
+// By their names: where a record is packed, a pointer to a member forgets that it may not be
+// aligned.
+
+Value Position(const ServoStatus& servo)
 {
-    return servo.*Member;
+    return double{servo.encoderPosition};
+}
+
+Value Speed(const ServoStatus& servo)
+{
+    return double{servo.velocity};
+}
+
+Value Torque(const ServoStatus& servo)
+{
+    return double{servo.torque};
 }
 
 constexpr auto kMotion = MetricGroup::kMotion;
@@ -48,9 +60,9 @@ constexpr auto kFlags = MetricGroup::kFlags;
 constexpr auto kNoBand = Quantity::kNone;
 
 constexpr AxisMetric kAxisMetrics[] = {
-    {0, "Position", kMotion, Quantity::kPosition, Number<&ServoStatus::encoderPosition>},
-    {1, "Speed", kMotion, Quantity::kSpeed, Number<&ServoStatus::velocity>},
-    {2, "Torque", kMotion, Quantity::kTorque, Number<&ServoStatus::torque>},
+    {0, "Position", kMotion, Quantity::kPosition, Position},
+    {1, "Speed", kMotion, Quantity::kSpeed, Speed},
+    {2, "Torque", kMotion, Quantity::kTorque, Torque},
     {8, "Flags/Servo on", kFlags, kNoBand, Flag<&ServoStatus::servoOn>},
     {9, "Flags/Ready", kFlags, kNoBand, Flag<&ServoStatus::servoReady>},
     {10, "Flags/Alarm", kFlags, kNoBand, Flag<&ServoStatus::alarm>},

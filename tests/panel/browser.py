@@ -64,7 +64,14 @@ class View:
         self.awaits(lambda: wanted in self.text(selector), f"{wanted!r} in {selector}")
 
     def open(self, tab):
-        self.find(f"#tab-{tab}").click()
+        self.script("document.getElementById(arguments[0]).click()", f"tab-{tab}")
+        self.frames(2)  # then it has been drawn
+
+    def frames(self, count):
+        self.driver.execute_async_script("""
+            let [left, done] = arguments;
+            const next = () => (left-- ? requestAnimationFrame(next) : done());
+            next();""", count)
 
     def button(self, name, within="main section:not([hidden])"):
         """The button of this name; what a screen reader calls it, or what stands on it."""

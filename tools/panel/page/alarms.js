@@ -35,7 +35,7 @@ class AlarmsTab {
   }
 
   makeExplain() {
-    this.code = el('input', { type: 'text', inputmode: 'numeric', size: 8, placeholder: '−2006', autocomplete: 'off' });
+    this.code = el('input', { type: 'text', inputmode: 'numeric', size: 8, placeholder: '−7', autocomplete: 'off' });
     this.kind = select([['code', 'a result'], ['alarm', 'an alarm']]);
     this.form = el('form', {
       class: 'control-row', on: { submit: (event) => { event.preventDefault(); this.explain(); } },

@@ -13,6 +13,7 @@ export class Machine extends EventTarget {
     this.alarms = new Map(); // by axis: what the server explained when it came
     link.on('welcome', (message) => this.greet(message));
     link.on('state', (message) => { this.state = message; });
+    link.on('link', (message) => { if (this.state) this.state = { ...this.state, link: message.link }; });
     link.on('control', ({ holder }) => { this.holder = holder; });
     link.on('alarm', (message) => {
       this.alarms.set(message.axis, message);

@@ -15,7 +15,6 @@ export function makeProgramsTab(app) {
     { name: 'program', end: true, text: ({ program }) => String(program) },
     { name: 'state', text: ({ state }) => words(state ?? '') },
     { name: 'record', end: true, text: ({ record }) => count(record) },
-    { name: 'of', end: true, text: ({ records }) => count(records) },
     { name: 'kind', text: ({ kind, state }) => (kind && BUSY.has(state) ? words(kind) : '') },
     { name: 'passed', end: true, text: ({ passed }) => count(passed) },
     { name: 'rounds', end: true, text: ({ rounds }) => count(rounds) },

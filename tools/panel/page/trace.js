@@ -4,6 +4,8 @@ import { button, el, field, live, saveFile, stamp } from './dom.js';
 const MOST = 2000;
 const LINE = /^TIME=(\d{2})(\d{2})(\d{2})(\d{2})(\d{2})(\d{2}),(-?\d+)=([^(]+)(\(.*\))$/;
 
+const OWN = /^TIME=\d+,0=zelQ_GetAllStatus\(/;
+
 class TraceTab {
   constructor(app) {
     this.app = app;
@@ -12,11 +14,13 @@ class TraceTab {
     this.list = el('ol', { class: 'trace', tabIndex: 0, 'aria-label': 'Trace lines' });
     this.filter = el('input', { type: 'search', placeholder: 'zelQ_Move', on: { input: () => this.showAll() } });
     this.bad = el('input', { type: 'checkbox', on: { change: () => this.showAll() } });
+    this.own = el('input', { type: 'checkbox', checked: true });
     this.run = button('Pause', () => this.pause(!this.paused), { class: 'tool', 'aria-pressed': 'false' });
     this.count = el('span', { class: 'quiet' });
     this.showCount = live((text) => { this.count.textContent = text; });
     const tools = el('div', { class: 'tools' }, this.run, field('only with', this.filter),
       el('label', { class: 'check' }, this.bad, 'failed calls only'),
+      el('label', { class: 'check' }, this.own, 'without the status that is read all the time'),
       el('span', { class: 'tool-group' }, button('Clear', () => this.clear(), { class: 'tool' }),
         button('Save', () => this.save(), { class: 'tool' })), this.count);
     this.empty = el('p', { class: 'empty' }, 'No lines yet. Programs write them while their trace is on.');
@@ -29,7 +33,8 @@ class TraceTab {
 
   take(lines) {
     if (this.paused) return;
-    this.fresh.push(...lines);
+    // Fifty a second of this panel's own would push out what programs do.
+    this.fresh.push(...lines.filter((line) => !(this.own.checked && OWN.test(line))));
     this.app.redraw();
   }
 

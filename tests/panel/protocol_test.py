@@ -5,9 +5,10 @@ import http.client
 import json
 import os
 import pathlib
+import re
 import signal
 import subprocess
-import threading
+import tempfile
 import time
 import unittest
 
@@ -43,13 +44,10 @@ def is_alive(process):
 class Protocol(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.panel = cls.enterClassContext(Panel()) if hasattr(cls, "enterClassContext") else Panel()
+        cls.panel = Panel()
+        cls.addClassCleanup(cls.panel.__exit__)
         with cls.panel.page() as page:
             page.ready(0, 1, 2, 3)
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.panel.__exit__()
 
     def keep(self, page, axis, seconds):
         end = time.monotonic() + seconds
@@ -382,6 +380,23 @@ class Ends(unittest.TestCase):
                 page.watch()
                 page.ask("explain", code=0)
             self.assertLessEqual(looks(panel), 1)
+
+    def test_says_what_is_wrong(self):
+        machine = {"controllers": [{"number": 3, "port": 0, "servos": 2}]}
+        with tempfile.TemporaryDirectory() as folder:
+            file = pathlib.Path(folder, "machine.json")
+            file.write_text(json.dumps(machine), encoding="utf-8")
+            panel = Panel("--simulate", "--machine", str(file))
+        with panel:
+            self.assertEqual(panel.told["controller"], 3)  # as the file has it
+            rows = [(("--simulate", "--listen", panel.host), "cannot listen"),
+                    (("--simulate", "--listen", "nowhere"), "[ADDRESS:]PORT"),
+                    (("--simulate", "--machine", "none"), "lumo-sim has not started"),
+                    (("--simulate", "--rate", "0"), "--rate"),
+                    (("--axes", "3"), "--simulate")]
+            for words, text in rows:
+                with self.subTest(words=words), self.assertRaisesRegex(RuntimeError, re.escape(text)):
+                    Panel(*words)
 
 
 class Simulator:

@@ -32,9 +32,10 @@ class Panel:
             [ZELQ, "--json", *before, "panel", *(words or ("--simulate",))],
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         line = self.process.stdout.readline()
-        if not line:
-            raise RuntimeError(self.process.stderr.read())
-        self.told = json.loads(line)
+        self.told = json.loads(line or "{}")
+        if "address" not in self.told:
+            errors = self.process.communicate(timeout=PATIENCE)[1]
+            raise RuntimeError(line + errors)
         self.url = self.told["address"]
         self.place, self.token = self.url.split("/#")
         self.host = urllib.parse.urlsplit(self.place).netloc

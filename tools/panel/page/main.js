@@ -46,7 +46,7 @@ function redraw() {
 }
 
 startTheme(redraw);
-for (const event of ['welcome', 'state', 'link', 'control', 'reach']) link.on(event, redraw);
+for (const event of ['welcome', 'state', 'control', 'reach', 'quiet']) link.on(event, redraw);
 document.addEventListener('visibilitychange', () => tabs.wake(!document.hidden));
 setInterval(redraw, 1000); // times that pass, while nothing comes
 link.open();

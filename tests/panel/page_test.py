@@ -223,6 +223,8 @@ class PageTest(unittest.TestCase):
         view.awaits_text("#control-text", "look only")
         self.assertFalse(view.button("Servo on").is_enabled())
         self.assertEqual(view.axis(0), view.axis(0, "encoder"))
+        view.driver.get(self.panel.url)  # nothing but the fragment is new
+        view.awaits_text("#control-text", "has control")
         self.driver.close()
 
     def test_says_whose_silence_it_is(self):

@@ -42,14 +42,8 @@ class Dead(unittest.TestCase):
         begin = looker.simulator("GET", "/clock")["data"]["now"]
         for process in processes:
             os.kill(process, by)
-        stands = looker.axis(0, lambda axis: not axis["moving"] and axis["error"] == 0)["encoder"]
-        samples = []
-        while not samples or samples[-1][1] != stands:
-            batch = looker.next("samples")
-            samples += ((batch["from"] + number * batch["step"], place)
-                        for number, place in enumerate(batch["samples"]["0.encoder"]))
+        took = looker.stands_after(begin, axis=0)
         looker.ask("scope", signals=[])
-        took = max(time for time, place in samples if place != stands) - begin
         print(f"{by.name}: stood after {1000 * took:.0f} ms", end=" ", flush=True)
         return processes, took
 

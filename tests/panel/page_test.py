@@ -223,7 +223,19 @@ class PageTest(unittest.TestCase):
         view.awaits_text("#control-text", "look only")
         self.assertFalse(view.button("Servo on").is_enabled())
         self.assertEqual(view.axis(0), view.axis(0, "encoder"))
+        view.driver.get(self.panel.url)  # nothing but the fragment is new
+        view.awaits_text("#control-text", "has control")
         self.driver.close()
+
+    def test_says_whose_silence_it_is(self):
+        view = self.view
+        with self.panel.page() as other:
+            other.simulator("PUT", "/faults/hang", {})
+            view.awaits_text("#banner-head", "The controller does not answer")
+            self.assertTrue(view.find("#banner").is_displayed())
+            self.assertFalse(view.button("Servo on").is_enabled())
+            other.simulator("DELETE", "/faults")
+        view.awaits(lambda: not view.find("#banner").is_displayed(), "the controller")
 
     def test_says_in_large_letters_when_the_panel_is_gone(self):
         with Panel() as panel:

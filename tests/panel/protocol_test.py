@@ -123,13 +123,7 @@ class Protocol(unittest.TestCase):
         self.assertEqual(jog(page, axis=1, speed=20000)["result"], 0)
         run(page, 1)
         last = page.simulator("GET", "/clock")["data"]["now"]
-        stands = self.rest(page, 1)["encoder"]
-        samples = []
-        while not samples or samples[-1][1] != stands:
-            batch = page.next("samples")
-            samples += ((batch["from"] + number * batch["step"], place)
-                        for number, place in enumerate(batch["samples"]["1.encoder"]))
-        return max(time for time, place in samples if place != stands) - last
+        return page.stands_after(last, axis=1)
 
     def test_a_connection_that_is_gone_stops_its_axis(self):
         with self.panel.page() as looker:

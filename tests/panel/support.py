@@ -140,3 +140,16 @@ class Page:
     def simulator(self, method, path, body=None):
         return self.ask("simulator", method=method, path=path, body=body)
 
+    def stands_after(self, begin, axis):
+        """Seconds of simulated time from `begin` until the motor stands, which is being recorded:
+        for a while it comes no further than two pulses."""
+        samples, end = [], time.monotonic() + PATIENCE
+        while time.monotonic() < end:
+            batch = self.next("samples")
+            samples += ((batch["from"] + number * batch["step"], place)
+                        for number, place in enumerate(batch["samples"][f"{axis}.encoder"]))
+            last, stand = samples[-1]
+            moved = max((when for when, place in samples if abs(place - stand) > 2), default=begin)
+            if last - max(moved, begin) > 0.3:
+                return moved - begin
+        raise AssertionError("the motor does not come to rest")

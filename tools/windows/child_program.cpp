@@ -1,5 +1,3 @@
-#define _CRT_RAND_S // rand_s, the system's own source
-
 #include "frame/failure.h"
 #include "panel/process.h"
 

@@ -62,7 +62,7 @@ export class Header {
     this.linkBad(!good && link.reach !== 'starting' && (link.reach !== 'live' || Boolean(state)));
     if (link.reach === 'starting' || (link.reach === 'live' && !state)) this.linkText('connecting');
     else if (link.reach !== 'live') this.linkText('no panel');
-    else this.linkText(state.ok ? 'connected' : 'no controller');
+    else this.linkText(good ? 'connected' : 'no controller');
     this.roundTrip(good ? `${number(state.roundTripMs, state.roundTripMs < 100 ? 2 : 0)} ms` : '');
     byId('link').title = state ? `Round trip to the controller; ${state.lost} replies lost, ` +
       `${state.reconnects} reconnects` : '';
@@ -86,7 +86,7 @@ export class Header {
   drawBanner(machine, link) {
     const state = machine.state?.link;
     this.stale(!machine.current && link.reach !== 'starting' && state !== undefined);
-    const cut = link.reach === 'live' && state && !state.ok;
+    const cut = link.reach === 'live' && state && !machine.current;
     const texts = cut ? ['The controller does not answer', this.reason(state)] : BANNERS[link.reach];
     this.showBanner(texts !== undefined);
     if (!texts) return;
@@ -96,6 +96,10 @@ export class Header {
   }
 
   reason(state) {
+    if (state.ok) {
+      const late = Math.round((performance.now() - this.app.link.seen) / 1000);
+      return `It is silent for ${late} s. What is shown below is what it said last.`;
+    }
     const code = state.result ? ` (${String(state.result).replace('-', '−')})` : '';
     return `${state.text || 'No reply comes'}${code}. What is shown below is what it said last.`;
   }

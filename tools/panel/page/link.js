@@ -31,6 +31,8 @@ export class Link extends EventTarget {
     this.tries = 0;
     this.tabs = [];
     this.heard = 0;
+    this.seen = 0; // when the last state came
+    this.quiet = false; // the panel is there, and no states come
     setInterval(() => this.lookForSilence(), SILENCE_MS / 4);
   }
 
@@ -70,13 +72,14 @@ export class Link extends EventTarget {
   /** What the server is to send at present; it is told again after a reconnect. */
   watch(tabs) {
     this.tabs = tabs;
-    this.heard = performance.now();
+    this.seen = this.heard = performance.now();
     this.send({ do: 'watch', tabs });
   }
 
   take(text) {
     this.heard = performance.now();
     const message = JSON.parse(text);
+    if (message.type === 'state') this.seen = this.heard;
     if (message.type === 'welcome') {
       this.tries = 0;
       this.dispatch('welcome', message);
@@ -105,10 +108,21 @@ export class Link extends EventTarget {
     setTimeout(() => this.open(), RETRY_MS[Math.min(this.tries++, RETRY_MS.length - 1)]);
   }
 
-  /** A cable that is pulled closes nothing: only the silence tells. */
+  /** A cable that is pulled closes nothing: only the silence tells. Whose it is, a question tells
+   * that the panel answers without its controller. */
   lookForSilence() {
     if (!this.socket || this.tabs.length === 0) return;
-    const silent = performance.now() - this.heard;
+    const now = performance.now();
+    const silent = now - this.heard;
+    const quiet = now - this.seen > SILENCE_MS;
+    if (quiet !== this.quiet) {
+      this.quiet = quiet;
+      this.dispatch('quiet', { quiet });
+    }
+    if (silent > SILENCE_MS / 2 && !this.probing) {
+      this.probing = true;
+      this.ask('explain', { code: 0 }).then(() => { this.probing = false; });
+    }
     if (silent > GIVE_UP_MS) {
       const dead = this.socket;
       dead.onclose = null;

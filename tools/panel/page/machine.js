@@ -13,7 +13,6 @@ export class Machine extends EventTarget {
     this.alarms = new Map(); // by axis: what the server explained when it came
     link.on('welcome', (message) => this.greet(message));
     link.on('state', (message) => { this.state = message; });
-    link.on('link', (message) => { if (this.state) this.state = { ...this.state, link: message.link }; });
     link.on('control', ({ holder }) => { this.holder = holder; });
     link.on('alarm', (message) => {
       this.alarms.set(message.axis, message);
@@ -47,7 +46,7 @@ export class Machine extends EventTarget {
 
   /** Whether what is shown is so at this moment. */
   get current() {
-    return this.link.reach === 'live' && this.state !== null && this.state.link.ok;
+    return this.link.reach === 'live' && !this.link.quiet && this.state !== null && this.state.link.ok;
   }
 
   get mayChange() {

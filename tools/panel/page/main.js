@@ -46,8 +46,10 @@ function redraw() {
 }
 
 startTheme(redraw);
-for (const event of ['welcome', 'state', 'link', 'control', 'reach']) link.on(event, redraw);
+for (const event of ['welcome', 'state', 'control', 'reach', 'quiet']) link.on(event, redraw);
 document.addEventListener('visibilitychange', () => tabs.wake(!document.hidden));
+// The address with its token, given to a page that is open already, loads nothing by itself.
+window.addEventListener('hashchange', () => location.reload());
 setInterval(redraw, 1000); // times that pass, while nothing comes
 link.open();
 redraw();

@@ -16,7 +16,7 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 
 # What a file has for itself, in its unnamed namespace, has a name that no neighbour uses.
 set(CMAKE_UNITY_BUILD ${ZELQ_UNITY})
-set(CMAKE_UNITY_BUILD_BATCH_SIZE 8)
+set(CMAKE_UNITY_BUILD_BATCH_SIZE ${ZELQ_BATCH})
 
 find_program(ZELQ_CCACHE ccache)
 if(ZELQ_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
@@ -31,6 +31,24 @@ if(ZELQ_SANITIZE)
     add_compile_options(-fno-sanitize-recover=all)
   endif()
 endif()
+
+# Undefined behaviour is looked for in the library and the simulated controller; a folder that says
+# this is compiled in half the time.
+macro(zelq_without_ub_sanitizer)
+  if(ZELQ_SANITIZE MATCHES "undefined")
+    add_compile_options(-fno-sanitize=undefined)
+  endif()
+endmacro()
+
+# Programs for which a full optimisation is not worth its time, and in tests none is.
+set(ZELQ_PROGRAM_OPTIMISATION $<$<NOT:$<CONFIG:Debug>>:-O1>)
+macro(zelq_optimised_as_program)
+  if(NOT ZELQ_OPTIMISE_PROGRAMS)
+    # GNU's linker for Windows takes minutes for the many sections that no optimisation leaves.
+    set(ZELQ_PROGRAM_OPTIMISATION $<IF:$<BOOL:${WIN32}>,-O1,-O0>)
+    add_compile_options(${ZELQ_PROGRAM_OPTIMISATION})
+  endif()
+endmacro()
 
 if(WIN32)
   # One self-contained file: no compiler runtime DLL is needed on the customer's machine.

@@ -64,7 +64,7 @@ TEST_F(SequencesTest, Waits)
 }
 
 /// Program `seq` by registers in which every field has a value of its own.
-SeqStatus Decoded(U16 seq)
+SeqStatus DecodedProgram(U16 seq)
 {
     auto status = Untouched<SeqStatus>();
     status.state = 9;
@@ -87,10 +87,12 @@ TEST_F(SequencesTest, StatusFieldByField)
     for (U16 seq = 0; seq < 4; ++seq) {
         controller_.SetRegisters(static_cast<U16>(0xF4AA + 6 * seq),
                                  {0xF5A9, 0x1234, 0x8765, 0xCBA9, 0x0FED, seq});
-        wanted.program[seq] = Decoded(seq);
+        wanted.program[seq] = DecodedProgram(seq);
     }
     Expect({
-        Row(CALL(SeqGetStatus, 3, &status)).Reads({{0xF4BC, 6}}, "3").Gets(status, Decoded(3)),
+        Row(CALL(SeqGetStatus, 3, &status))
+            .Reads({{0xF4BC, 6}}, "3")
+            .Gets(status, DecodedProgram(3)),
         // Traced with one number more, and if it succeeds.
         Row(CALL(SeqGetAllStatus, &all))
             .Reads({{0xF4AA, 24}})

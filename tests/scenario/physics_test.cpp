@@ -9,10 +9,10 @@ namespace zelq::test {
 
 namespace {
 
-enum class Drives { kReal, kIdeal };
+enum class DriveKind { kReal, kIdeal };
 
 /// Two axes and a map of both, with the drives of a machine or with ideal ones.
-class Physics : public PathScenario, public testing::WithParamInterface<Drives>
+class Physics : public PathScenario, public testing::WithParamInterface<DriveKind>
 {
   protected:
     Physics() : PathScenario(IsIdeal() ? Ideal(Config({}, {}, 2)) : Config({}, {}, 2)) {}
@@ -23,7 +23,7 @@ class Physics : public PathScenario, public testing::WithParamInterface<Drives>
         UseMap({0, 1});
     }
 
-    static bool IsIdeal() { return GetParam() == Drives::kIdeal; }
+    static bool IsIdeal() { return GetParam() == DriveKind::kIdeal; }
 
     /// The worst of the axes, on the way to the end of all motion.
     struct Worst
@@ -47,9 +47,10 @@ class Physics : public PathScenario, public testing::WithParamInterface<Drives>
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(With, Physics, testing::Values(Drives::kReal, Drives::kIdeal),
+INSTANTIATE_TEST_SUITE_P(With, Physics, testing::Values(DriveKind::kReal, DriveKind::kIdeal),
                          [](const auto& drives) {
-                             return drives.param == Drives::kIdeal ? "IdealDrives" : "RealDrives";
+                             return drives.param == DriveKind::kIdeal ? "IdealDrives"
+                                                                      : "RealDrives";
                          });
 
 TEST_P(Physics, ACornerAtFullSpeedRaisesTheAlarm)

@@ -29,6 +29,8 @@ std::wstring Quoted(const std::wstring& word)
     return quoted.append(slashes, L'\\') + L"\"";
 }
 
+} // namespace
+
 class Handle
 {
   public:
@@ -48,8 +50,6 @@ class Handle
   private:
     HANDLE handle_ = nullptr;
 };
-
-} // namespace
 
 class ChildProgram::Impl
 {

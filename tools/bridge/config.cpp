@@ -70,7 +70,7 @@ class Entry
     /// A level of a topic.
     [[nodiscard]] std::string Name() const
     {
-        const std::string name = Text();
+        std::string name = Text();
         const bool isOdd = name.find_first_of("/+#") != std::string::npos ||
                            std::any_of(name.begin(), name.end(), [](char each) {
                                return static_cast<unsigned char>(each) < ' ';
@@ -80,7 +80,7 @@ class Entry
     }
     [[nodiscard]] std::string ReadableFile() const
     {
-        const std::string file = Text();
+        std::string file = Text();
         if (!std::ifstream(file)) Fail("the file " + file + " cannot be read");
         return file;
     }

@@ -105,7 +105,7 @@ std::string AxisPrefix(const ControllerConfig& config, int axis)
 std::string UnitOf(Quantity quantity, const ControllerConfig& config, int axis)
 {
     const auto found = config.axes.find(axis);
-    const std::string unit = found == config.axes.end() ? "pulses" : found->second.unit;
+    std::string unit = found == config.axes.end() ? "pulses" : found->second.unit;
     switch (quantity) {
     case Quantity::kPosition:
         return unit;

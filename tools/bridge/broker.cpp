@@ -160,6 +160,7 @@ class BrokerSession::Impl
     void Subscribe(const std::vector<std::string>& topics)
     {
         std::vector<char*> names;
+        names.reserve(topics.size());
         for (const std::string& topic : topics) {
             names.push_back(const_cast<char*>(topic.c_str())); // read only, but not declared so
         }

@@ -7,6 +7,7 @@
 #include <random>
 #include <sqlite3.h>
 #include <stdexcept>
+#include <utility>
 
 namespace zelq::bridge {
 
@@ -275,14 +276,28 @@ void Store::Keep(const std::map<std::int64_t, std::string>& rows)
     }
 }
 
-std::vector<Record> Store::Read(std::int64_t after, std::size_t count)
+/// A file that cannot be read, as on a disk that fails, keeps nothing from what is live.
+std::map<std::int64_t, std::string> Store::ReadRows(std::int64_t after, std::size_t count)
 {
     std::map<std::int64_t, std::string> rows;
-    Statement query(database_, "SELECT id, body FROM changes WHERE id > ? ORDER BY id LIMIT ?");
-    query.Bind(1, after).Bind(2, static_cast<std::int64_t>(count));
-    while (query.Step()) {
-        rows[query.Number(0)] = query.Bytes(1);
+    try {
+        Statement query(database_, "SELECT id, body FROM changes WHERE id > ? ORDER BY id LIMIT ?");
+        query.Bind(1, after).Bind(2, static_cast<std::int64_t>(count));
+        while (query.Step()) {
+            rows[query.Number(0)] = query.Bytes(1);
+        }
+        unreadable_ = false;
+    } catch (const std::exception& error) {
+        if (!std::exchange(unreadable_, true)) {
+            Log(std::string("the store cannot be read: ") + error.what());
+        }
     }
+    return rows;
+}
+
+std::vector<Record> Store::Read(std::int64_t after, std::size_t count)
+{
+    std::map<std::int64_t, std::string> rows = ReadRows(after, count);
     auto kept = memory_.upper_bound(after);
     for (std::size_t i = 0; i < count && kept != memory_.end(); ++i, ++kept) {
         rows[kept->first] = kept->second;

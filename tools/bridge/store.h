@@ -48,6 +48,7 @@ class Store
     void Open();
     void ReadState();
     bool Write(const std::map<std::int64_t, std::string>& rows);
+    std::map<std::int64_t, std::string> ReadRows(std::int64_t after, std::size_t count);
     void MakeRoom();
     void Keep(const std::map<std::int64_t, std::string>& rows);
     void StoreNumber(const char* key, std::int64_t value);
@@ -60,6 +61,7 @@ class Store
     std::int64_t rows_ = 0;
     std::int64_t bytes_ = 0;
     std::int64_t dropped_ = 0;
+    bool unreadable_ = false; // told once
     std::map<std::int64_t, std::string> memory_;
     std::size_t memoryBytes_ = 0;
     std::chrono::steady_clock::time_point nextTry_{}; ///< to write what is in memory

@@ -122,6 +122,9 @@ extern "C" {
  * call for a number makes the controller's session, which keeps units and settings until the
  * library is unloaded, whatever becomes of the connection.
  *
+ * A controller whose slaves cannot be read, for a reply is lost, is connected all the same. It has
+ * none until the next zelQ_GetAllStatus(), which reads them.
+ *
  * @param zelNo controller number, 1..254
  * @param ip1   first octet of the address, 0..255
  * @param ip2   second octet, 0..255

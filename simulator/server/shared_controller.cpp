@@ -13,6 +13,11 @@ namespace {
 // nobody outside sees the difference of this time.
 constexpr auto kShortestSleep = std::chrono::milliseconds(5);
 
+// Whoever holds the controller waits until it is worked out what has happened meanwhile. That is
+// done in parts, so that on a machine that is too slow it can be left when it takes this long.
+constexpr auto kPart = std::chrono::milliseconds(5);
+constexpr auto kLongestWait = std::chrono::milliseconds(20);
+
 // Further ahead than this nothing is planned: a clock that runs slowly would leave what real time
 // can hold.
 constexpr auto kLongestSleep = std::chrono::hours(1);
@@ -79,13 +84,21 @@ void SharedController::CatchUp()
 {
     if (!Runs()) return;
     const auto now = RealTime::now();
-    const auto before = std::exchange(caughtUp_, now);
-    const std::chrono::duration<double, std::nano> passed = now - before;
-    controller_.Advance(std::chrono::duration_cast<Nanoseconds>(passed * clock_.scale));
-    // On a machine that is too slow for it the clock goes more slowly: if it kept its pace, each
-    // step would be longer than the one before, and hosts would wait in vain for an answer.
-    const auto done = RealTime::now();
-    if (done - now > passed) caughtUp_ = done - (now - before) / 2;
+    const auto passed = now - std::exchange(caughtUp_, now);
+    const auto part = std::max<RealTime::duration>(kPart, passed / 8);
+    for (RealTime::duration done{}; done < passed;) {
+        const auto step = std::min(part, passed - done);
+        const std::chrono::duration<double, std::nano> simulated = step * clock_.scale;
+        controller_.Advance(std::chrono::duration_cast<Nanoseconds>(simulated));
+        done += step;
+        const auto took = RealTime::now() - now;
+        if (took <= kLongestWait || took <= done) continue;
+        // On a machine that is too slow for it the clock goes more slowly: if it kept its pace,
+        // each time would take longer than the one before, and hosts would wait in vain for an
+        // answer.
+        caughtUp_ = RealTime::now();
+        return;
+    }
 }
 
 SharedController::RealTime::time_point SharedController::WakeTime() const

@@ -42,13 +42,17 @@ class PageTest(unittest.TestCase):
         self.view.open("axes")
 
     def hold(self, name="Jog positive: hold"):
+        button = self.view.button(name)
+        self.keep(lambda: ActionChains(self.driver).click_and_hold(button).perform(), self.let_go)
+
+    def keep(self, press, let_go):
         """On a machine so busy that the page is late to say so, a press is over: it is pressed anew."""
         for patience in (2, 5, 10):
-            ActionChains(self.driver).click_and_hold(self.view.button(name)).perform()
+            press()
             try:
                 return self.view.moves(0, patience)
             except AssertionError:
-                self.let_go()
+                let_go()
         raise AssertionError("held, the button moves nothing")
 
     def let_go(self):
@@ -80,9 +84,9 @@ class PageTest(unittest.TestCase):
                 view.script("document.querySelector('.controls').disabled = false")
         with self.subTest("a key is held"):
             view.script("arguments[0].focus()", view.button("Jog negative: hold"))
-            ActionChains(self.driver).key_down(Keys.ENTER).perform()
-            view.moves(0)
-            ActionChains(self.driver).key_up(Keys.ENTER).perform()
+            key = lambda action: getattr(ActionChains(self.driver), action)(Keys.ENTER).perform()
+            self.keep(lambda: key("key_down"), lambda: key("key_up"))
+            key("key_up")
             self.assert_stays()
 
     def test_space_stops_all_wherever_the_focus_is(self):

@@ -19,8 +19,13 @@ PRESS = iter(range(int(time.time() * 1000), 1 << 60))
 
 
 def jog(page, axis=0, direction=1, speed=20000, **more):
-    return page.ask("jog", **{"axis": axis, "direction": direction, "speed": speed,
-                              "press": next(PRESS), **more})
+    """Pressed anew where a busy computer was so late that the press was over before it began."""
+    for _ in range(4):
+        answer = page.ask("jog", **{"axis": axis, "direction": direction, "speed": speed,
+                                    "press": next(PRESS), **more})
+        if "it was let go of" not in answer.get("text", ""):
+            break
+    return answer
 
 
 def run(page, axis=0, speed=20000):
@@ -120,9 +125,11 @@ class Protocol(unittest.TestCase):
 
     def silence(self, page):
         """Seconds of simulated time from the last word until the motor stands."""
-        self.assertEqual(jog(page, axis=1, speed=20000)["result"], 0)
+        press = next(PRESS)
+        self.assertEqual(jog(page, axis=1, speed=20000, press=press)["result"], 0)
         run(page, 1)
         last = page.simulator("GET", "/clock")["data"]["now"]
+        self.assertIn("Nothing was heard", page.next("jogEnd")["text"])
         return page.stands_after(last, axis=1)
 
     def test_a_connection_that_is_gone_stops_its_axis(self):

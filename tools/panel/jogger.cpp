@@ -21,6 +21,12 @@ constexpr milliseconds kLookAgain{10};
 /// At the end of the program, for axes to come to rest.
 constexpr std::chrono::seconds kFarewell{2};
 
+constexpr const char* kSilence =
+    "Nothing was heard of the button for 120 ms, so the axis was stopped.";
+constexpr const char* kAtRest =
+    "The axis has stopped by itself: at a limit, by an alarm, or by somebody else.";
+constexpr const char* kLostLink = "The controller did not answer, so the axis is stopped.";
+
 } // namespace
 
 void Jogger::Stop()
@@ -35,7 +41,8 @@ void Jogger::Stop()
     if (thread_.joinable()) thread_.join();
 }
 
-void Jogger::Press(PageNumber page, unsigned short axis, int direction, double speed, Began began)
+void Jogger::Press(PageNumber page, unsigned short axis, int direction, double speed, Began began,
+                   Ended ended)
 {
     const std::lock_guard lock(mutex_);
     const auto now = SteadyClock::now();
@@ -43,7 +50,7 @@ void Jogger::Press(PageNumber page, unsigned short axis, int direction, double s
         if (jog.axis == axis) jog.isHeld = false;
     }
     jogs_.push_back({page, axis, direction, speed, machine_.Now(), now + kPatience,
-                     std::move(began), true, State::kPressed, 0, 0, 0, now});
+                     std::move(began), std::move(ended), true, State::kPressed, 0, 0, 0, now});
     wake_ = true;
     changed_.notify_all();
 }
@@ -145,6 +152,13 @@ bool Jogger::IsHeld(const Jog& jog)
     return jog.isHeld && SteadyClock::now() < jog.deadline && jog.epoch == machine_.Now();
 }
 
+/// Its page has not let go, and nobody has asked for a stop.
+bool Jogger::IsSilent(const Jog& jog)
+{
+    const std::lock_guard lock(mutex_);
+    return jog.isHeld && jog.epoch == machine_.Now();
+}
+
 bool Jogger::IsFirstOfItsAxis(const Jog& jog)
 {
     const std::lock_guard lock(mutex_);
@@ -174,9 +188,11 @@ bool Jogger::Advance(Jog& jog)
         return jog.state != State::kOver;
     case State::kRunning:
         if (!IsHeld(jog)) {
+            if (IsSilent(jog)) jog.ended(kSilence);
             Brake(jog);
         } else if (hasStopped) {
-            return false; // by a switch, an alarm or the end of its way; only a new press moves it
+            jog.ended(kAtRest);
+            return false; // only a new press moves it
         } else if (SteadyClock::now() - jog.sent >= kSendEvery) {
             SendOn(jog);
         }
@@ -276,7 +292,10 @@ void Jogger::SendOn(Jog& jog)
         return zelQ_OverrideAbs(machine_.Number(), jog.axis, TargetFrom(jog, position));
     });
     // It is never taken up again by itself when the controller comes back.
-    if (result && IsLinkFailure(*result)) Brake(jog);
+    if (result && IsLinkFailure(*result)) {
+        jog.ended(kLostLink);
+        Brake(jog);
+    }
 }
 
 void Jogger::Brake(Jog& jog)

@@ -33,6 +33,8 @@ class Jogger
     static constexpr std::chrono::milliseconds kPatience{120};
 
     using Began = std::function<void(const JogBegin&)>;
+    /// It has ended though its page has not let go; with the reason.
+    using Ended = std::function<void(const char* why)>;
 
     /// `busy` is told, on the thread, when the first jog comes and when the last has ended.
     Jogger(Machine& machine, std::function<void(bool)> busy)
@@ -46,7 +48,8 @@ class Jogger
     /// Stops what runs, and ends the thread.
     void Stop();
 
-    void Press(PageNumber page, unsigned short axis, int direction, double speed, Began began);
+    void Press(PageNumber page, unsigned short axis, int direction, double speed, Began began,
+               Ended ended);
     void Keep(PageNumber page, unsigned short axis);
     void Release(PageNumber page, unsigned short axis);
     /// All jogs of a page that is gone, or has lost control.
@@ -67,6 +70,7 @@ class Jogger
         Epoch epoch;
         SteadyClock::time_point deadline;
         Began began;
+        Ended ended;
         bool isHeld = true;
         State state = State::kPressed;
         double start = 0;            ///< where it stood, user units
@@ -91,6 +95,7 @@ class Jogger
     bool BeginMotion(Jog& jog, JogBegin& begin);
     void SendOn(Jog& jog);
     void Brake(Jog& jog);
+    [[nodiscard]] bool IsSilent(const Jog& jog);
     [[nodiscard]] bool IsHeld(const Jog& jog);
     [[nodiscard]] bool IsFirstOfItsAxis(const Jog& jog);
     [[nodiscard]] Seen LastOf(unsigned short axis);

@@ -6,7 +6,11 @@ namespace zelq::tool {
 
 void Reply::Send(std::string text) const
 {
-    if (id_.is_null()) return; // nobody asked to be told
+    if (!id_.is_null()) Post(std::move(text)); // else nobody asked to be told
+}
+
+void Reply::Post(std::string text) const
+{
     server_->Post([peer = peer_, text = std::move(text)]() mutable {
         if (const auto there = peer.lock()) there->Send(std::move(text));
     });
@@ -43,6 +47,11 @@ void Reply::Data(Json data) const
 {
     Send(Json{{"type", "data"}, {"id", id_}, {"data", std::move(data)}}.dump(
         -1, ' ', false, Json::error_handler_t::replace));
+}
+
+void Reply::Tell(const Json& json) const
+{
+    Post(json.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 void Reply::RawData(const std::string& data) const

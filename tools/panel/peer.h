@@ -63,9 +63,12 @@ class Reply
     void Data(Json data) const;
     /// Data that is JSON already.
     void RawData(const std::string& data) const;
+    /// What comes of it later, whether an answer is wanted or not.
+    void Tell(const Json& json) const;
 
   private:
     void Send(std::string text) const;
+    void Post(std::string text) const;
 
     web::HttpServer* server_;
     std::weak_ptr<Peer> peer_;

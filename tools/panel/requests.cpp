@@ -169,14 +169,17 @@ void Hub::JogPress(const PeerPtr& peer, const Json& json, const Reply& reply)
     if ((direction != 1 && direction != -1) || speed <= 0) {
         throw Failure(kUsage, "direction has to be 1 or -1, and speed above 0");
     }
-    parts_.jogger.Press(peer->number, axis, static_cast<int>(direction), speed,
-                        [reply](const JogBegin& begin) {
-                            if (begin.refusal.empty()) {
-                                reply.Result(begin.result, begin.function);
-                            } else {
-                                reply.Refuse(refused::kLimit, begin.refusal);
-                            }
-                        });
+    const auto began = [reply](const JogBegin& begin) {
+        if (begin.refusal.empty()) {
+            reply.Result(begin.result, begin.function);
+        } else {
+            reply.Refuse(refused::kLimit, begin.refusal);
+        }
+    };
+    const auto ended = [reply, axis, press = last](const char* why) {
+        reply.Tell({{"type", "jogEnd"}, {"axis", axis}, {"press", press}, {"text", why}});
+    };
+    parts_.jogger.Press(peer->number, axis, static_cast<int>(direction), speed, began, ended);
 }
 
 void Hub::JogKeep(const PeerPtr& peer, const Json& json, const Reply& /*reply*/)

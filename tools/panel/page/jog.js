@@ -16,6 +16,7 @@ export class Jog extends EventTarget {
     for (const event of ['visibilitychange', 'freeze']) document.addEventListener(event, end);
     link.on('reach', ({ reach }) => { if (reach !== 'live') this.release(); });
     link.on('control', ({ holder }) => { if (holder !== 'you') this.letGo(); });
+    link.on('jogEnd', (message) => this.end(message));
   }
 
   /** `wanted()` tells axis, direction and speed at the moment of the press; null: nothing. */
@@ -75,6 +76,15 @@ export class Jog extends EventTarget {
     if (!this.held) return;
     this.link.send({ do: 'release', axis: this.held.axis });
     this.letGo();
+  }
+
+  /** The server has ended it while the button is held. */
+  end({ press, text }) {
+    if (!this.held || press !== this.press) return;
+    this.letGo();
+    this.dispatchEvent(new CustomEvent('refused', {
+      detail: { title: 'The jog has ended', text, remedy: 'Let go, and press again to move the axis.' },
+    }));
   }
 
   /** The press is over; a new one takes a new pressing. */

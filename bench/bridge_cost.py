@@ -7,6 +7,7 @@ a Mosquitto on loopback. Every process is on this machine; the shares are those 
 and, beside it, of the broker with one subscriber.
 """
 
+import atexit
 import json
 import os
 import pathlib
@@ -29,6 +30,18 @@ SECONDS = 8.0
 FLIPS = 60
 FAR_AWAY = 2_000_000_000  # pulses: no axis arrives meanwhile
 GROUP, NODE = "Bench", "Bridge"
+
+
+def start(arguments, **options):
+    """A program that ends with this one, whatever comes."""
+    process = subprocess.Popen(arguments, **options)
+    atexit.register(end, process)
+    return process
+
+
+def end(process):
+    process.terminate()
+    process.wait()
 
 
 def processor_seconds(process):
@@ -75,7 +88,7 @@ def listener(broker_port, form, *topics):
     arguments = ["stdbuf", "-oL", "mosquitto_sub", "-h", "127.0.0.1", "-p", str(broker_port), "-F", form]
     for topic in topics:
         arguments += ["-t", topic]
-    return subprocess.Popen(arguments, stdout=subprocess.PIPE, text=True)
+    return start(arguments, stdout=subprocess.PIPE, text=True)
 
 
 def time_of(payload):
@@ -108,7 +121,7 @@ class Run:
         self._numbers = list(ports)
         self._watch = listener(broker_port, "%t", f"spBv1.0/{GROUP}/DBIRTH/#")
         time.sleep(0.5)  # until it is subscribed
-        self._bridge = subprocess.Popen([ZELQ, "bridge", file], stderr=subprocess.DEVNULL)
+        self._bridge = start([ZELQ, "bridge", file], stderr=subprocess.DEVNULL)
 
     def measure(self, healthy):
         born = set()
@@ -122,7 +135,7 @@ class Run:
         watched = self._numbers[:healthy:max(1, healthy // 16)]
         topics = [f"spBv1.0/{GROUP}/DDATA/{NODE}/C{number}" for number in watched]
         with tempfile.TemporaryFile("w+") as counted, tempfile.TemporaryFile("w+") as timed:
-            clients = [subprocess.Popen(["mosquitto_sub", "-h", "127.0.0.1", "-p",
+            clients = [start(["mosquitto_sub", "-h", "127.0.0.1", "-p",
                                          str(self._broker_port), "-F", form,
                                          *sum((["-t", topic] for topic in which), [])], stdout=out)
                        for form, which, out in (("%l %t", ["spBv1.0/#"], counted),
@@ -135,8 +148,7 @@ class Run:
             shares = [100 * (processor_seconds(process) - before) / spent
                       for process, before in ((self._bridge, bridge), (self._broker, broker))]
             for client in clients:
-                client.terminate()
-                client.wait()
+                end(client)
             counted.seek(0)
             sizes = [int(line.split(" ", 1)[0]) + len(line.split(" ", 1)[1]) for line in counted]
             timed.seek(0)
@@ -148,8 +160,8 @@ class Run:
                 "p99": quantile(delays, 0.99), "memory": resident_megabytes(self._bridge)}
 
     def end(self):
-        self._bridge.terminate()
-        self._bridge.wait()
+        end(self._watch)
+        end(self._bridge)
 
 
 def measured(broker, broker_port, folder, ports, healthy):
@@ -194,14 +206,13 @@ def flips(broker_port, control, port, folder):
           f"{quantile(delays, 0.5):.0f} ms, p99 {quantile(delays, 0.99):.0f} ms")
 
 
-def main():
-    folder = tempfile.mkdtemp()
+def main(folder):
     broker_port, sim_port = free_port(), free_port()
     settings = pathlib.Path(folder) / "mosquitto.conf"
     settings.write_text(f"listener {broker_port} 127.0.0.1\nallow_anonymous true\n"
                         "max_queued_messages 0\nset_tcp_nodelay true\n")
-    broker = subprocess.Popen(["/usr/sbin/mosquitto", "-c", settings], stderr=subprocess.DEVNULL)
-    simulator = subprocess.Popen([LUMO_SIM, "--count", str(ALL), "--port", str(sim_port), "--axes",
+    broker = start(["/usr/sbin/mosquitto", "-c", settings], stderr=subprocess.DEVNULL)
+    simulator = start([LUMO_SIM, "--count", str(ALL), "--port", str(sim_port), "--axes",
                                   str(AXES), "--no-discovery", "--travel", str(FAR_AWAY),
                                   "--control", "0"], stdout=subprocess.PIPE, text=True)
     control = re.search(r"http://\S+", await_line(simulator, "control port"))[0]
@@ -219,9 +230,9 @@ def main():
     row(f"{ALL}, {DEAD} of them dead", measured(broker, broker_port, folder, ports, ALL - DEAD))
     flips(broker_port, control, sim_port, folder)
     for process in (simulator, broker):
-        process.terminate()
-        process.wait()
+        end(process)
 
 
 if __name__ == "__main__":
-    main()
+    with tempfile.TemporaryDirectory() as scratch:
+        main(scratch)

@@ -151,6 +151,14 @@ class Protocol(unittest.TestCase):
         with self.panel.page() as again:
             self.assertEqual(jog(again, press=press)["refused"], "replay")
 
+    def test_stop_reaches_the_axes_while_a_program_takes_all_commands(self):
+        with self.panel.page() as page:
+            page.watch("axes")
+            self.assertEqual(page.ask("move", axis=1, distance=1e6)["result"], 0)
+            page.axis(1, lambda axis: axis["moving"])
+            self.panel.zelq("call", "zelQ_SeqSetFocus", "seq=0")
+            self.assertEqual(page.ask("stop")["result"], 0)
+            self.rest(page, 1)
 
     def test_stop_overtakes_slow_commands(self):
         with self.panel.page() as page, self.panel.page() as other:

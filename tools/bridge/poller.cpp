@@ -25,7 +25,7 @@ std::string Quoted(const std::string& name)
     return "\"" + name + "\"";
 }
 
-using DeviceInfo = std::array<unsigned short, 22>;
+using DeviceInfo = std::array<unsigned short, 19>;
 
 std::string ModelOf(const DeviceInfo& info)
 {

@@ -182,35 +182,39 @@ short Machine::Stop(Gate::Rank rank, const std::vector<unsigned short>& axes)
 short Machine::StopAll()
 {
     const std::vector<unsigned short> axes = ServoAxes();
-    const short result = Stop(Gate::kStop, axes);
+    short result = Stop(Gate::kStop, axes);
+    if (!IsLinkFailure(result)) result = StopPrograms(result);
     owesStop_ = IsLinkFailure(result);
-    if (owesStop_) return result;
-    StopPrograms();
     return result;
 }
 
-void Machine::StopPrograms()
+/// What came of it all; `stopped` is what came of the stop before.
+short Machine::StopPrograms(short stopped)
 {
-    SeqAllStatus all{};
-    if (gate_.Pass(Gate::kStop, [&] { return zelQ_SeqGetAllStatus(Number(), &all); }) != ZELQ_OK) {
-        return;
-    }
+    short lost = ZELQ_OK;
+    const auto pass = [&](auto function) {
+        const short result = gate_.Pass(Gate::kStop, function);
+        if (IsLinkFailure(result)) lost = result;
+    };
+    SeqAllStatus all{}; // where it cannot be read, none is known to be active
+    pass([&] { return zelQ_SeqGetAllStatus(Number(), &all); });
     bool wasActive = false;
     for (unsigned short program = 0; program < kPrograms; ++program) {
         const SeqStatus& status = all.program[program];
         if (status.bit4 != 0) {
             // What has the focus swallows commands, stops too.
-            gate_.Pass(Gate::kStop, [&] { return zelQ_SeqKillFocus(Number()); });
+            pass([&] { return zelQ_SeqKillFocus(Number()); });
             wasActive = true;
         }
         if (status.state == kRunning) {
             constexpr unsigned short kBrake = 1;
-            gate_.Pass(Gate::kStop, [&] { return zelQ_SeqStop(Number(), program, kBrake); });
+            pass([&] { return zelQ_SeqStop(Number(), program, kBrake); });
             wasActive = true;
         }
     }
     // A program may have begun another motion behind the first stop.
-    if (wasActive) Stop(Gate::kStop, ServoAxes());
+    if (wasActive) stopped = Stop(Gate::kStop, ServoAxes());
+    return lost != ZELQ_OK ? lost : stopped;
 }
 
 std::vector<unsigned short> Machine::ServoAxes()

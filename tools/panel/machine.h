@@ -112,7 +112,7 @@ class Machine
     short Connect();
     void ReadAlarms(Sight& sight);
     void LookAtPath(Sight& sight);
-    void StopPrograms();
+    short StopPrograms(short stopped);
 
     Controller& controller_;
     Gate gate_;

@@ -1,5 +1,6 @@
 #include "server/server.h"
 #include "support/scripted_controller.h"
+#include "support/starting_line.h"
 #include "zelq.h"
 
 #include <atomic>
@@ -7,7 +8,6 @@
 #include <deque>
 #include <future>
 #include <gtest/gtest.h>
-#include <latch>
 #include <set>
 #include <thread>
 #include <vector>
@@ -161,17 +161,17 @@ TEST(ParallelCalls, ADisconnectIsNotUndoneByThoseThatWait)
     for (int round = 0; round < kRounds; ++round) {
         ASSERT_EQ(zelQ_Connect(kNumber, 127, 0, 0), 0);
         const int connections = controller.Connections();
-        std::latch moving(kThreads + 1);
+        StartingLine moving(kThreads + 1);
         std::atomic<bool> over = false;
         const int failed = RunInParallel(kThreads + 1, [&](int index) {
             if (index > 0) {
                 zelQ_ServoOn(kNumber, 0, 1);
-                moving.arrive_and_wait();
+                moving.ArriveAndWait();
                 while (!over && zelQ_MoveAbs(kNumber, 0, 1.0) == 0) {
                 }
                 return true;
             }
-            moving.arrive_and_wait();
+            moving.ArriveAndWait();
             zelQ_Disconnect(kNumber);
             const bool disconnected = zelQ_MoveAbs(kNumber, 0, 2.0) == -4;
             over = true;

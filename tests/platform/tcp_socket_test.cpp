@@ -1,7 +1,7 @@
 #include "platform/loopback.h"
+#include "support/starting_line.h"
 
 #include <future>
-#include <latch>
 #include <thread>
 
 namespace zelq::platform {
@@ -93,17 +93,17 @@ TEST_F(TcpSocketTest, CloseAndInterruptWakeAllWhoWait)
     for (int round = 0; round < 60; ++round) {
         const bool closes = round % 2 == 0;
         if (round % 4 < 2) SendUntilBlocked();
-        std::latch together(3);
+        test::StartingLine together(3);
         std::jthread receiver([&] {
-            together.arrive_and_wait();
+            together.ArriveAndWait();
             EXPECT_NE(ReceiveOne(kLong), IoStatus::kTimedOut);
         });
         std::jthread writer([&] {
             const TcpSocket::Use use(socket_);
-            together.arrive_and_wait();
+            together.ArriveAndWait();
             socket_.WaitWritable(Clock::now() + kLong);
         });
-        together.arrive_and_wait();
+        together.ArriveAndWait();
         const auto begin = Clock::now();
         while (Clock::now() < begin + std::chrono::microseconds(10 * round)) {
             std::this_thread::yield();

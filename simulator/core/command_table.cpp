@@ -6,6 +6,34 @@
 
 namespace lumosim {
 
+Result AxesAct::Run(CommandReader& in, Reply& reply) const
+{
+    CommandValues values;
+    if (!layout_.Read(in, values)) return Result::kMalformed;
+    std::vector<Axis*> axes;
+    Result result = table_.FindAxes(NumbersOf(values.entries), axes);
+    for (std::size_t i = 0; i < axes.size() && result == Result::kDone; ++i) {
+        const FieldValues& entry = values.entries[i];
+        result = entry.inRange ? Check(*axes[i], entry, reply) : Result::kOutOfRange;
+    }
+    for (std::size_t i = 0; i < axes.size() && result == Result::kDone; ++i) {
+        result = Apply(*axes[i], values.entries[i], reply);
+    }
+    return result;
+}
+
+CommandHandler CommandTable::HandlerOf(Owned act)
+{
+    return [kept = std::shared_ptr<const Act>(std::move(act))](CommandReader& in, Reply& reply) {
+        return kept->Run(in, reply);
+    };
+}
+
+void CommandTable::AddAct(Word code, std::string name, const FieldLayout& layout, Owned act)
+{
+    AddHandler(code, std::move(name), layout.List(), HandlerOf(std::move(act)));
+}
+
 void CommandTable::AddHandler(Word code, std::string name, FieldList fields, CommandHandler handler)
 {
     const auto [row, added] =

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -13,33 +14,31 @@
 
 namespace lumosim {
 
+class CommandTable;
 class Controller;
 
-// What `call` results in; kDone where it cannot be refused.
-template <typename Call>
-Result ResultOf(Call call)
+// Calls with as many of the arguments as the function takes; kDone where it cannot be refused.
+template <typename Function, typename... Arguments>
+Result CallWithAll(const Function& function, Arguments&... arguments)
 {
-    if constexpr (std::is_same_v<decltype(call()), Result>) {
-        return call();
+    if constexpr (std::is_same_v<std::invoke_result_t<const Function&, Arguments&...>, Result>) {
+        return std::invoke(function, arguments...);
     } else {
-        call();
+        std::invoke(function, arguments...);
         return Result::kDone;
     }
 }
 
-// Calls with as many of the arguments as the function takes.
 template <typename Function, typename First, typename Second, typename Third>
 Result CallWith(const Function& function, First& first, Second& second, Third& third)
 {
-    return ResultOf([&] {
-        if constexpr (std::is_invocable_v<const Function&, First&, Second&, Third&>) {
-            return std::invoke(function, first, second, third);
-        } else if constexpr (std::is_invocable_v<const Function&, First&, Second&>) {
-            return std::invoke(function, first, second);
-        } else {
-            return std::invoke(function, first);
-        }
-    });
+    if constexpr (std::is_invocable_v<const Function&, First&, Second&, Third&>) {
+        return CallWithAll(function, first, second, third);
+    } else if constexpr (std::is_invocable_v<const Function&, First&, Second&>) {
+        return CallWithAll(function, first, second);
+    } else {
+        return CallWithAll(function, first);
+    }
 }
 
 template <typename Fields>
@@ -50,6 +49,33 @@ Result CheckFields(const Fields& fields)
     }
     return Result::kDone;
 }
+
+// What a command does when it comes. There are many: what differs between them is kept small.
+class Act
+{
+  public:
+    virtual ~Act() = default;
+    virtual Result Run(CommandReader& in, Reply& reply) const = 0;
+};
+
+// For each of the axes that a command names.
+class AxesAct : public Act
+{
+  public:
+    AxesAct(const CommandTable& table, const FieldLayout& layout) : table_(table), layout_(layout)
+    {}
+    Result Run(CommandReader& in, Reply& reply) const final;
+
+  protected:
+    [[nodiscard]] const FieldLayout& Form() const { return layout_; }
+
+  private:
+    virtual Result Check(Axis& axis, const FieldValues& values, Reply& reply) const = 0;
+    virtual Result Apply(Axis& axis, const FieldValues& values, Reply& reply) const = 0;
+
+    const CommandTable& table_;
+    FieldLayout layout_;
+};
 
 // Every kind of command is malformed (kMalformed) when it is not of its layout, before anything
 // else about it is looked at. Values out of the layout's ranges are refused, and fields that are
@@ -71,32 +97,20 @@ class CommandTable
     void AddHandler(Word code, std::string name, FieldList fields, CommandHandler handler);
 
     // A command of single fields: act(fields), or act(fields, reply).
-    template <typename Fields = NoFields, typename Act>
-    void Add(Word code, std::string name, const Layout<Fields>& layout, Act act)
+    template <typename Fields = NoFields, typename Function>
+    void Add(Word code, std::string name, const Layout<Fields>& layout, Function function)
     {
-        AddHandler(code, std::move(name), layout.List(),
-                   [layout, act = std::move(act)](CommandReader& in, Reply& reply) {
-                       Command<Fields> command;
-                       if (!layout.Read(in, command)) return Result::kMalformed;
-                       const Fields& fields = command.fields;
-                       if (!command.inRange) return Result::kOutOfRange;
-                       const Result check = CheckFields(fields);
-                       return check == Result::kDone ? CallWith(act, fields, reply, reply) : check;
-                   });
+        AddAct(code, std::move(name), layout,
+               Owned(new OnceAct<Fields, Function>(layout, function)));
     }
 
     // A command with entries that checks everything itself: act(fields, entries), or with the
     // reply.
-    template <typename Fields = NoFields, typename Act>
-    void AddList(Word code, std::string name, const Layout<Fields>& layout, Act act)
+    template <typename Fields = NoFields, typename Function>
+    void AddList(Word code, std::string name, const Layout<Fields>& layout, Function function)
     {
-        AddHandler(code, std::move(name), layout.List(),
-                   [layout, act = std::move(act)](CommandReader& in, Reply& reply) {
-                       Command<Fields> command;
-                       if (!layout.Read(in, command)) return Result::kMalformed;
-                       return CallWith(act, std::as_const(command.fields),
-                                       std::as_const(command.entries), reply);
-                   });
+        AddAct(code, std::move(name), layout,
+               Owned(new ListAct<Fields, Function>(layout, function)));
     }
 
     // A command whose entries are axes, each once. It is refused as a whole: only when everything
@@ -106,37 +120,19 @@ class CommandTable
     void ForAxes(Word code, std::string name, const Layout<Fields>& layout, Check check,
                  Apply apply)
     {
-        AddHandler(code, std::move(name), layout.List(),
-                   HandlerForAxes(layout, std::move(check), std::move(apply)));
+        AddHandler(code, std::move(name), layout.List(), HandlerForAxes(layout, check, apply));
     }
 
     template <typename Fields = NoFields, typename Apply>
     void ForAxes(Word code, std::string name, const Layout<Fields>& layout, Apply apply)
     {
-        ForAxes(
-            code, std::move(name), layout, [](const Axis&) {}, std::move(apply));
+        ForAxes(code, std::move(name), layout, &NothingToCheck, apply);
     }
 
     template <typename Fields, typename Check, typename Apply>
     CommandHandler HandlerForAxes(const Layout<Fields>& layout, Check check, Apply apply)
     {
-        return [this, layout, check = std::move(check), apply = std::move(apply)](CommandReader& in,
-                                                                                  Reply& reply) {
-            Command<Fields> command;
-            if (!layout.Read(in, command)) return Result::kMalformed;
-            std::vector<Axis*> axes;
-            Result result = FindAxes(NumbersOf(command.entries), axes);
-            for (std::size_t i = 0; i < axes.size() && result == Result::kDone; ++i) {
-                const Fields& fields = command.entries[i].fields;
-                result = command.entries[i].inRange ? CheckFields(fields) : Result::kOutOfRange;
-                if (result == Result::kDone) result = CallWith(check, *axes[i], fields, reply);
-            }
-            for (std::size_t i = 0; i < axes.size() && result == Result::kDone; ++i) {
-                const Fields& fields = command.entries[i].fields;
-                result = CallWith(apply, *axes[i], fields, reply);
-            }
-            return result;
-        };
+        return HandlerOf(Owned(new EachAct<Fields, Check, Apply>(*this, layout, check, apply)));
     }
 
     // kNoServo or kAxisTwice for the first number that is wrong.
@@ -146,8 +142,80 @@ class CommandTable
     [[nodiscard]] const std::map<Word, Row>& Rows() const { return rows_; }
 
   private:
+    using Owned = std::unique_ptr<const Act>;
+    template <typename Fields, typename Function>
+    struct OnceAct;
+    template <typename Fields, typename Function>
+    struct ListAct;
+    template <typename Fields, typename Checking, typename Applying>
+    struct EachAct;
+
+    static void NothingToCheck(const Axis& /*axis*/) {}
+    static CommandHandler HandlerOf(Owned act);
+    void AddAct(Word code, std::string name, const FieldLayout& layout, Owned act);
+
     Controller& controller_;
     std::map<Word, Row> rows_;
+};
+
+template <typename Fields, typename Function>
+struct CommandTable::OnceAct final : Act
+{
+    OnceAct(const Layout<Fields>& form, const Function& called) : layout(form), function(called) {}
+
+    Result Run(CommandReader& in, Reply& reply) const override
+    {
+        CommandValues values;
+        if (!layout.Read(in, values)) return Result::kMalformed;
+        if (!values.own.inRange) return Result::kOutOfRange;
+        const auto fields = layout.FieldsOf<Fields>(values.own);
+        const Result check = CheckFields(fields);
+        return check == Result::kDone ? CallWith(function, fields, reply, reply) : check;
+    }
+
+    FieldLayout layout;
+    Function function;
+};
+
+template <typename Fields, typename Function>
+struct CommandTable::ListAct final : Act
+{
+    ListAct(const Layout<Fields>& form, const Function& called) : layout(form), function(called) {}
+
+    Result Run(CommandReader& in, Reply& reply) const override
+    {
+        Command<Fields> command;
+        if (!layout.Read(in, command)) return Result::kMalformed;
+        return CallWith(function, std::as_const(command.fields), std::as_const(command.entries),
+                        reply);
+    }
+
+    Layout<Fields> layout;
+    Function function;
+};
+
+template <typename Fields, typename Checking, typename Applying>
+struct CommandTable::EachAct final : AxesAct
+{
+    EachAct(const CommandTable& table, const Layout<Fields>& form, const Checking& checking,
+            const Applying& applying)
+        : AxesAct(table, form), check(checking), apply(applying)
+    {}
+
+    Result Check(Axis& axis, const FieldValues& values, Reply& reply) const override
+    {
+        const auto fields = Form().template FieldsOf<Fields>(values);
+        const Result result = CheckFields(fields);
+        return result == Result::kDone ? CallWith(check, axis, fields, reply) : result;
+    }
+    Result Apply(Axis& axis, const FieldValues& values, Reply& reply) const override
+    {
+        const auto fields = Form().template FieldsOf<Fields>(values);
+        return CallWith(apply, axis, fields, reply);
+    }
+
+    Checking check;
+    Applying apply;
 };
 
 } // namespace lumosim

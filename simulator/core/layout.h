@@ -3,9 +3,10 @@
 
 #include "field_list.h"
 
+#include <cstddef>
 #include <initializer_list>
+#include <optional>
 #include <type_traits>
-#include <variant>
 #include <vector>
 
 namespace lumosim {
@@ -72,13 +73,70 @@ inline constexpr Field kCount = CountOf(1, kMaxAxes);
 inline constexpr Field kAxis{"axis", Width::kWord, Place::kEach};
 inline constexpr Field kStation{"station", Width::kWord, Place::kEach};
 
-// An entry has the fields from before and behind the entries as well.
+// What the fields of a command, or of one of its entries, are.
+struct FieldValues
+{
+    struct Given
+    {
+        std::size_t field;
+        std::int64_t value;
+    };
+
+    Word number = 0; // an entry's first field: the axis, for most
+    std::vector<Given> given;
+    bool inRange = true; // all of them, as far as the layout tells ranges
+};
+
+struct CommandValues
+{
+    FieldValues own;
+    // They have the fields from before and behind the entries as well.
+    std::vector<FieldValues> entries;
+};
+
+std::vector<Word> NumbersOf(const std::vector<FieldValues>& entries);
+
+// Fields, and where in a structure they belong. It knows members by their place there, and so is
+// compiled once for all structures.
+class FieldLayout
+{
+  public:
+    [[nodiscard]] const FieldList& List() const { return fields_; }
+
+    // False for a command that is not of this form.
+    [[nodiscard]] bool Read(CommandReader& in, CommandValues& values) const;
+
+    // The structure with these values, of which it must be the layout.
+    template <typename Fields>
+    [[nodiscard]] Fields FieldsOf(const FieldValues& values) const
+    {
+        Fields fields{};
+        Store(values, &fields);
+        return fields;
+    }
+
+  protected:
+    void Add(const Field& field);
+    void Add(const char* name) { Add(Field{name}); }
+    void Add(const Rule& rule);
+    void Add(const Bounds& bounds) { fields_.back().bounds = bounds; }
+    void AddMember(Width width, std::size_t offset);
+    void End() { entries_ = EntriesOf(fields_); }
+
+  private:
+    void Store(const FieldValues& values, void* structure) const;
+
+    FieldList fields_;
+    std::vector<std::optional<std::size_t>> offsets_; // of the members, where anybody needs them
+    EntryRange entries_{};
+};
+
 template <typename Fields>
 struct Entry
 {
-    Word number = 0; // its first field: the axis, for most
+    Word number = 0;
     Fields fields;
-    bool inRange = true; // all its values, as far as the layout tells ranges
+    bool inRange = true;
 };
 
 template <typename Fields>
@@ -101,19 +159,18 @@ struct Command
 };
 
 template <typename Fields>
-class Layout
+class Layout : public FieldLayout
 {
-  public:
-    using Member = std::variant<std::monostate, Word Fields::*, std::int16_t Fields::*,
-                                std::int32_t Fields::*, std::uint32_t Fields::*>;
+    static_assert(std::is_trivially_copyable_v<Fields>);
 
+  public:
     // For each field its name, then the member that it is read into, if anybody needs it, and the
     // rule and the range that it obeys, if any: Layout<F>(kCount, kAxis, "target", &F::target).
     template <typename... Parts>
     Layout(const Parts&... parts)
     {
         (Add(parts), ...);
-        entries_ = EntriesOf(fields_);
+        End();
     }
 
     // The same with more fields behind it.
@@ -122,31 +179,21 @@ class Layout
     {
         Layout longer = *this;
         (longer.Add(parts), ...);
-        longer.entries_ = EntriesOf(longer.fields_);
+        longer.End();
         return longer;
     }
 
-    [[nodiscard]] const FieldList& List() const { return fields_; }
-
-    // False for a command that is not of this form.
+    using FieldLayout::Read;
     [[nodiscard]] bool Read(CommandReader& in, Command<Fields>& command) const
     {
-        return ReadFields(fields_, in, [&](std::size_t field, std::int64_t value) {
-            const Place place = fields_[field].place;
-            if (place == Place::kEach || place == Place::kRest) {
-                command.entries.push_back(
-                    {static_cast<Word>(value), command.fields, command.inRange});
-            }
-            const bool inside = field >= entries_.from && field < entries_.to;
-            if (!inside) Store(field, value, command);
-            if (field >= entries_.to) {
-                for (Entry<Fields>& entry : command.entries) {
-                    Store(field, value, entry);
-                }
-            } else if (inside) {
-                Store(field, value, command.entries.back());
-            }
-        });
+        CommandValues values;
+        if (!Read(in, values)) return false;
+        command.fields = FieldsOf<Fields>(values.own);
+        command.inRange = values.own.inRange;
+        for (const FieldValues& entry : values.entries) {
+            command.entries.push_back({entry.number, FieldsOf<Fields>(entry), entry.inRange});
+        }
+        return true;
     }
 
   private:
@@ -159,43 +206,15 @@ class Layout
         if constexpr (std::is_same_v<Value, std::uint32_t>) return Width::kUnsignedLong;
     }
 
-    void Add(const Field& field)
-    {
-        fields_.push_back(field);
-        members_.emplace_back();
-    }
-    void Add(const char* name) { Add(Field{name}); }
-    void Add(const Rule& rule)
-    {
-        fields_.back().place = rule.place;
-        fields_.back().when = rule.when;
-    }
-    void Add(const Bounds& bounds) { fields_.back().bounds = bounds; }
+    using FieldLayout::Add;
     template <typename Value, typename Base>
     void Add(Value Base::*member)
     {
-        fields_.back().width = WidthOf<Value>();
-        members_.back() = static_cast<Value Fields::*>(member);
+        const Fields any{};
+        const auto* begin = reinterpret_cast<const std::byte*>(&any);
+        const auto* place = reinterpret_cast<const std::byte*>(&(any.*member));
+        AddMember(WidthOf<Value>(), static_cast<std::size_t>(place - begin));
     }
-
-    // Into a command's own fields, or an entry's.
-    template <typename Owner>
-    void Store(std::size_t field, std::int64_t value, Owner& owner) const
-    {
-        owner.inRange = owner.inRange && InRange(fields_[field], value);
-        std::visit(
-            [&](auto member) {
-                if constexpr (!std::is_same_v<decltype(member), std::monostate>) {
-                    using Value = std::remove_reference_t<decltype(owner.fields.*member)>;
-                    owner.fields.*member = static_cast<Value>(value);
-                }
-            },
-            members_[field]);
-    }
-
-    FieldList fields_;
-    std::vector<Member> members_;
-    EntryRange entries_{};
 };
 
 } // namespace lumosim

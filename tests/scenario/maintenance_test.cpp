@@ -100,7 +100,7 @@ TEST_F(MaintenanceScenario, SerialPortHasAFarEndAFormatAndABuffer)
 
 TEST_F(MaintenanceScenario, FlashImage)
 {
-    enum Access : short { kErase, kWrite, kRead };
+    enum Access : U16 { kErase, kWrite, kRead };
     constexpr unsigned kBase = 0x20000;
     constexpr short kSector = kBase / 4096;
     constexpr short kNoSuchFlash = 104;

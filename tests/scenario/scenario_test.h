@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 #include <initializer_list>
 #include <optional>
-#include <source_location>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,7 +22,18 @@ using testing::ElementsAre;
 
 using U16 = unsigned short;
 using Results = std::vector<short>;
-using Here = std::source_location;
+
+/// The line of a test that a call stands in; std::source_location is nothing that clang 14 has.
+struct Here
+{
+    const char* file;
+    int line;
+
+    static Here Current(const char* file = __builtin_FILE(), int line = __builtin_LINE())
+    {
+        return {file, line};
+    }
+};
 
 // clang-format off
 /// What the controller answers to a call that it refuses.
@@ -148,10 +158,10 @@ class ScenarioTest : public testing::Test
 
     static testing::ScopedTrace From(Here here)
     {
-        return {here.file_name(), static_cast<int>(here.line()), "this line of the test"};
+        return {here.file, here.line, "this line of the test"};
     }
 
-    static void Expect(const Shown& wanted, U16 axis = 0, Here here = Here::current())
+    static void Expect(const Shown& wanted, U16 axis = 0, Here here = Here::Current())
     {
         const testing::ScopedTrace trace = From(here);
         const ServoStatus s = StatusOf(axis);
@@ -174,21 +184,21 @@ class ScenarioTest : public testing::Test
         same("torque limited", wanted.torqueLimited, s.torqueLimited);
     }
     /// The same, so much later.
-    void ExpectIn(nanoseconds time, const Shown& wanted, U16 axis = 0, Here here = Here::current())
+    void ExpectIn(nanoseconds time, const Shown& wanted, U16 axis = 0, Here here = Here::Current())
     {
         Advance(time);
         Expect(wanted, axis, here);
     }
     /// Where the axis comes to rest, and why.
     void ExpectEnd(double position, StopCause cause, double within = 0, U16 axis = 0,
-                   Here here = Here::current())
+                   Here here = Here::Current())
     {
         Finish(axis);
         Expect({.at = position, .cause = cause, .within = within}, axis, here);
     }
     /// What axes show so much later, axis 0 first.
     void ExpectEachIn(nanoseconds time, double (*shown)(U16), std::initializer_list<double> wanted,
-                      double within = 0, Here here = Here::current())
+                      double within = 0, Here here = Here::Current())
     {
         const testing::ScopedTrace trace = From(here);
         Advance(time);
@@ -200,22 +210,22 @@ class ScenarioTest : public testing::Test
     }
 
     /// All these calls are refused so, or done.
-    static void Refused(short result, const Results& results, Here here = Here::current())
+    static void Refused(short result, const Results& results, Here here = Here::Current())
     {
         const testing::ScopedTrace trace = From(here);
         EXPECT_THAT(results, Each(result));
     }
-    static void Done(const Results& all, Here here = Here::current()) { Refused(0, all, here); }
+    static void Done(const Results& all, Here here = Here::Current()) { Refused(0, all, here); }
 
     /// Calls that are done, and what shows so much later.
     void After(const Results& results, nanoseconds time, const Shown& wanted = {}, U16 axis = 0,
-               Here here = Here::current())
+               Here here = Here::Current())
     {
         Done(results, here);
         ExpectIn(time, wanted, axis, here);
     }
     void After(short result, nanoseconds time, const Shown& wanted = {}, U16 axis = 0,
-               Here here = Here::current())
+               Here here = Here::Current())
     {
         After(Results{result}, time, wanted, axis, here);
     }

@@ -71,7 +71,7 @@ class SequencesScenario : public ScenarioTest
     static short WaitFor(U16 axis) { return zelQ_SeqFuncWaitMovDone(kNumber, 0, 1, &axis); }
 
     void ExpectPositionsIn(nanoseconds in, std::initializer_list<double> wanted,
-                           Here here = Here::current())
+                           Here here = Here::Current())
     {
         ExpectEachIn(in, PositionOf, wanted, 2, here);
     }

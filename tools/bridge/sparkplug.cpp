@@ -47,7 +47,7 @@ Value ValueOf(const Payload::Metric& metric)
     case Payload::Metric::kLongValue:
         return static_cast<std::int64_t>(metric.long_value());
     case Payload::Metric::kFloatValue:
-        return double{metric.float_value()};
+        return static_cast<double>(metric.float_value());
     case Payload::Metric::kDoubleValue:
         return metric.double_value();
     default:

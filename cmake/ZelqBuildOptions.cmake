@@ -95,6 +95,7 @@ target_compile_options(zelq_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Werror $<$<NOT:$<COMPILE_LANG_AND_ID:CXX,Clang>>:-Wshadow> -Wconversion -Wsign-conversion -Wcast-align
   -Wundef -Wformat=2 -Wdouble-promotion
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
-                            -Wextra-semi>
+                            -Wextra-semi -Wredundant-decls>
+  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wsuggest-override>
   $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>)
 target_link_libraries(zelq_warnings INTERFACE zelq_arithmetic)

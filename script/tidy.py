@@ -15,7 +15,7 @@ import re
 import subprocess
 import sys
 
-FOLDERS = ("src", "simulator", "examples", "tools", "soak", "cli")
+FOLDERS = ("src", "simulator", "examples", "tools", "cli")
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
 

@@ -104,7 +104,7 @@ FAULTS = [
     ('simulator/core/planner.cpp', 'a braking axis lets its acceleration fade', 'acceleration_ * speed_ < 0 && GoOnBraking', '!FAULT && acceleration_ * speed_ < 0 && GoOnBraking'),
     ('simulator/core/homing_run.cpp', 'homing: position set the wrong way', 'axis.SetPosition(order_.moveOn ? 0 : order_.position);', 'axis.SetPosition(order_.moveOn == FAULT ? order_.position : 0);'),
     ('simulator/core/homing_run.cpp', 'homing that starts on the sensor searches on', 'const bool there = order_.kind', 'const bool there = !FAULT && order_.kind'),
-    ('simulator/core/layout.h', 'fields behind the entries reach only the last one', 'for (Entry<Fields>& entry : command.entries) {', 'for (Entry<Fields>& entry : command.entries) {\n                    if (FAULT && &entry != &command.entries.back()) continue;'),
+    ('simulator/core/layout.cpp', 'fields behind the entries reach only the last one', 'for (FieldValues& entry : values.entries) {', 'for (FieldValues& entry : values.entries) {\n            if (FAULT && &entry != &values.entries.back()) continue;'),
     ('simulator/core/field_list.cpp', 'a range is open at its end', 'value <= field.bounds->most', 'value <= field.bounds->most + (FAULT ? 1 : 0)'),
     ('simulator/core/command_table.cpp', 'an axis may be named twice', 'if ((taken & bit) != 0) return', 'if (!FAULT && (taken & bit) != 0) return'),
     ('simulator/core/stop.cpp', 'stop modes swapped', 'SuddenIf(stop.value == 0)', 'SuddenIf(stop.value == (FAULT ? 1 : 0))'),

@@ -29,6 +29,11 @@ constexpr std::chrono::seconds kPatience{30};
 constexpr std::chrono::seconds kFarewell{1};
 constexpr std::chrono::milliseconds kAcceptPause{100};
 
+asio::redirect_error_t<asio::use_awaitable_t<>> Into(ErrorCode& error)
+{
+    return {asio::use_awaitable, error};
+}
+
 std::string_view View(beast::string_view text)
 {
     return {text.data(), text.size()};

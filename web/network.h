@@ -11,12 +11,6 @@ namespace asio = boost::asio;
 using ErrorCode = boost::system::error_code;
 using NetworkError = boost::system::system_error;
 
-// For a coroutine that looks at an error itself.
-inline asio::redirect_error_t<asio::use_awaitable_t<>> Into(ErrorCode& error)
-{
-    return {asio::use_awaitable, error};
-}
-
 #ifdef _WIN32
 // There it would let two programs share one port.
 constexpr bool kReuseAddress = false;

@@ -308,10 +308,14 @@ Bytes ScriptedController::ProperReply(const RequestFrame& frame, std::uint16_t r
 short ConnectPatiently(short number, int port, short ms)
 {
     zelQ_SetNetPortNum(number, port);
-    short result = zelQ_Connect(number, 127, 0, 0);
+    const short result = zelQ_Connect(number, 127, 0, 0);
     zelQ_TMOSet(number, ms, ms, ms);
-    if (result != 0) result = zelQ_Connect(number, 127, 0, 0);
-    return result;
+    if (result != 0) return zelQ_Connect(number, 127, 0, 0);
+    // On a busy machine the first time-outs may have been too short for the list of slaves, without
+    // which a connect does not fail. This asks for it where it is missing.
+    ControllerStatus status;
+    zelQ_GetAllStatus(number, &status);
+    return 0;
 }
 
 Answer StrayReply(const Request& request)

@@ -92,7 +92,8 @@ endif()
 # the point.
 add_library(zelq_warnings INTERFACE)
 target_compile_options(zelq_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Werror $<$<NOT:$<COMPILE_LANG_AND_ID:CXX,Clang>>:-Wshadow> -Wconversion -Wsign-conversion -Wcast-align
+  -Wall -Wextra -Wpedantic -Werror -Wconversion -Wsign-conversion -Wcast-align
+  $<$<NOT:$<COMPILE_LANG_AND_ID:CXX,Clang>>:-Wshadow>
   -Wundef -Wformat=2 -Wdouble-promotion
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
                             -Wextra-semi -Wredundant-decls>

@@ -4,16 +4,6 @@
 
 namespace lumosim {
 
-std::vector<Word> NumbersOf(const std::vector<FieldValues>& entries)
-{
-    std::vector<Word> numbers;
-    numbers.reserve(entries.size());
-    for (const FieldValues& entry : entries) {
-        numbers.push_back(entry.number);
-    }
-    return numbers;
-}
-
 void FieldLayout::Add(const Field& field)
 {
     fields_.push_back(field);

@@ -94,8 +94,6 @@ struct CommandValues
     std::vector<FieldValues> entries;
 };
 
-std::vector<Word> NumbersOf(const std::vector<FieldValues>& entries);
-
 // Fields, and where in a structure they belong. It knows members by their place there, and so is
 // compiled once for all structures.
 class FieldLayout
@@ -139,12 +137,13 @@ struct Entry
     bool inRange = true;
 };
 
-template <typename Fields>
-std::vector<Word> NumbersOf(const std::vector<Entry<Fields>>& entries)
+// The axes, for most: of values, or of entries.
+template <typename Entries>
+std::vector<Word> NumbersOf(const Entries& entries)
 {
     std::vector<Word> numbers;
     numbers.reserve(entries.size());
-    for (const Entry<Fields>& entry : entries) {
+    for (const auto& entry : entries) {
         numbers.push_back(entry.number);
     }
     return numbers;

@@ -15,9 +15,8 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 TREE = ROOT / "build" / "mutants"
 BIN = TREE / "build" / "dev" / "bin"
 AT_ONCE = 3 * (os.cpu_count() or 1)  # tests wait more than they compute
-# A network and shared memory of its own, so that programs that run at once do not meet.
-ALONE = ["unshare", "--user", "--map-root-user", "--net", "--mount", "sh", "-c",
-         'mount -t tmpfs shm /dev/shm && ip link set lo up && exec "$@"', "sh"]
+# Programs that run at once do not meet.
+ALONE = [TREE / "tests/support/posix/alone", TREE / "build/dev/run"]
 
 
 def make_tree(chosen):

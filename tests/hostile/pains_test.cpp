@@ -2,6 +2,7 @@
 #include "hostile/hostile_test.h"
 #include "network.h"
 
+#include <future>
 #include <gtest/gtest.h>
 
 namespace zelq::test {
@@ -16,14 +17,16 @@ class Pains : public HostileTest
     static constexpr milliseconds kWorkTime{2}; ///< of a controller that takes its time
 
     /// The next request is answered by other bytes, and its proper reply a little later.
-    void ThenOther(const std::function<Bytes(const Request& request)>& other)
+    void ThenOther(const std::function<Bytes(const Request& request)>& other,
+                   const std::function<void()>& whenSent = {})
     {
-        controller_.Then([this, other](const Request& request) {
+        controller_.Then([this, other, whenSent](const Request& request) {
             Bytes bytes = other(request);
             const std::size_t first = bytes.size();
             const Bytes own = controller_.ProperReply(request);
             bytes.insert(bytes.end(), own.begin(), own.end());
-            return Answer{.bytes = bytes, .firstPiece = first, .later = kWorkTime};
+            return Answer{
+                .bytes = bytes, .firstPiece = first, .later = kWorkTime, .whenSent = whenSent};
         });
     }
 
@@ -64,6 +67,16 @@ TEST_F(Pains, ALateReplyIsNotTakenForTheNextCalls)
     ThenOther([](const Request& request) { return StrayReply(request).bytes; });
     Expect(Move(), -12);
     ExpectParameters(1);
+}
+
+TEST_F(Pains, ALateReplyThatHasComeIsThrownAwayWhole)
+{
+    std::promise<void> sent;
+    ThenOther([](const Request& request) { return StrayReply(request).bytes; },
+              [&sent] { sent.set_value(); });
+    Expect(Move(), -12);
+    sent.get_future().wait();
+    ExpectRight(Move()); // over the same connection
 }
 
 TEST_F(Pains, ATornStatusFailsOneCallAndNoMore)

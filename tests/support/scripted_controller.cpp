@@ -175,6 +175,7 @@ class ScriptedController::Server
                                        asio::use_awaitable);
             sent += size;
         }
+        if (answer.whenSent) answer.whenSent();
     }
 
     ScriptedController& owner_;

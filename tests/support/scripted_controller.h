@@ -41,12 +41,13 @@ struct Answer
         kRefuse, ///< stays, but takes no further connection
     };
 
-    Bytes bytes = {};                   ///< sent as they are; none: silence
-    std::size_t pieceSize = 0;          ///< sent in pieces of this size; 0: at once
-    Then then = Then::kStay;            ///< afterwards, with the connection
-    std::size_t firstPiece = 0;         ///< size of the first piece, where it is another
-    std::chrono::microseconds pause{0}; ///< ahead of each piece
-    std::chrono::microseconds later{0}; ///< ahead of each piece but the first, besides
+    Bytes bytes = {};                    ///< sent as they are; none: silence
+    std::size_t pieceSize = 0;           ///< sent in pieces of this size; 0: at once
+    Then then = Then::kStay;             ///< afterwards, with the connection
+    std::size_t firstPiece = 0;          ///< size of the first piece, where it is another
+    std::chrono::microseconds pause{0};  ///< ahead of each piece
+    std::chrono::microseconds later{0};  ///< ahead of each piece but the first, besides
+    std::function<void()> whenSent = {}; ///< all of it
 };
 
 /// A controller that answers as the test tells it, on a free loopback port. It records every

@@ -34,11 +34,9 @@ void Jogger::Stop()
     DropAll();
     {
         const std::lock_guard lock(mutex_);
-        ended_ = true;
         patience_ = SteadyClock::now() + kFarewell;
-        changed_.notify_all();
     }
-    if (thread_.joinable()) thread_.join();
+    Service::Stop();
 }
 
 void Jogger::Press(PageNumber page, unsigned short axis, int direction, double speed, Began began,

@@ -2,13 +2,11 @@
 #pragma once
 
 #include "panel/machine.h"
+#include "panel/service.h"
 
-#include <condition_variable>
 #include <functional>
 #include <list>
-#include <mutex>
 #include <string>
-#include <thread>
 
 namespace zelq::tool {
 
@@ -26,7 +24,7 @@ struct JogBegin
 /// A thread of its own keeps the deadlines: no page, slow command or look at the controller comes
 /// between. An axis is never sent further than it runs on in a moment, so it comes to rest by
 /// itself when this program, or the network, is gone.
-class Jogger
+class Jogger final : private Service
 {
   public:
     /// The axis is stopped when its page says nothing for so long.
@@ -41,10 +39,8 @@ class Jogger
         : machine_(machine), busy_(std::move(busy))
     {}
     ~Jogger() { Stop(); }
-    Jogger(const Jogger&) = delete;
-    Jogger& operator=(const Jogger&) = delete;
 
-    void Start() { thread_ = std::thread(&Jogger::Run, this); }
+    using Service::Start;
     /// Stops what runs, and ends the thread.
     void Stop();
 
@@ -88,7 +84,7 @@ class Jogger
         bool moves = false;
     };
 
-    void Run();
+    void Run() override;
     [[nodiscard]] SteadyClock::time_point NextDeadline() const;
     bool Advance(Jog& jog);
     void Begin(Jog& jog);
@@ -105,14 +101,11 @@ class Jogger
 
     Machine& machine_;
     std::function<void(bool)> busy_;
-    std::mutex mutex_; // all below; jogs are added by anybody, taken away by the thread alone
-    std::condition_variable changed_;
+    // Under the lock. Jogs are added by anybody, taken away by the thread alone.
     std::list<Jog> jogs_;
     std::array<Seen, kMostAxes> seen_{};
     bool wake_ = false;
-    bool ended_ = false;
     SteadyClock::time_point patience_;
-    std::thread thread_;
 };
 
 } // namespace zelq::tool

@@ -4,16 +4,6 @@
 
 namespace zelq::tool {
 
-void Poller::Stop()
-{
-    {
-        const std::lock_guard lock(mutex_);
-        ended_ = true;
-        changed_.notify_all();
-    }
-    if (thread_.joinable()) thread_.join();
-}
-
 void Poller::Set(Interest interest, bool wanted)
 {
     const std::lock_guard lock(mutex_);
@@ -24,7 +14,7 @@ void Poller::Set(Interest interest, bool wanted)
 bool Poller::AwaitInterest(SteadyClock::time_point due)
 {
     std::unique_lock lock(mutex_);
-    changed_.wait_until(lock, due, [this] { return ended_; });
+    changed_.wait_until(lock, due, [this] { return ended_.load(); });
     changed_.wait(lock, [this] { return ended_ || interests_ != 0; });
     return !ended_;
 }

@@ -3,15 +3,13 @@
 
 #include "frame/system.h"
 #include "panel/machine.h"
+#include "panel/service.h"
 
-#include <condition_variable>
 #include <functional>
-#include <mutex>
-#include <thread>
 
 namespace zelq::tool {
 
-class Poller
+class Poller final : private Service
 {
   public:
     /// Who wants to know.
@@ -24,27 +22,21 @@ class Poller
         : machine_(machine), period_(period), seen_(std::move(seen))
     {}
     ~Poller() { Stop(); }
-    Poller(const Poller&) = delete;
-    Poller& operator=(const Poller&) = delete;
 
-    void Start() { thread_ = std::thread(&Poller::Run, this); }
-    void Stop();
+    using Service::Start;
+    using Service::Stop;
     void Set(Interest interest, bool wanted);
     [[nodiscard]] Milliseconds Period() const { return period_; }
 
   private:
-    void Run();
+    void Run() override;
     Milliseconds PeriodNow();
     bool AwaitInterest(SteadyClock::time_point due);
 
     Machine& machine_;
     Milliseconds period_;
     Seen seen_;
-    std::mutex mutex_;
-    std::condition_variable changed_;
     unsigned interests_ = 0;
-    bool ended_ = false;
-    std::thread thread_;
 };
 
 } // namespace zelq::tool

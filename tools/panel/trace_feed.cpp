@@ -12,16 +12,6 @@ constexpr std::chrono::seconds kTryAgain{1};
 
 } // namespace
 
-void TraceFeed::Stop()
-{
-    {
-        const std::lock_guard lock(mutex_);
-        ended_ = true;
-        changed_.notify_all();
-    }
-    if (thread_.joinable()) thread_.join();
-}
-
 void TraceFeed::Set(bool wanted)
 {
     const std::lock_guard lock(mutex_);

@@ -5,16 +5,6 @@
 
 namespace zelq::tool {
 
-void Worker::Stop()
-{
-    {
-        const std::lock_guard lock(mutex_);
-        ended_ = true;
-        changed_.notify_all();
-    }
-    if (thread_.joinable()) thread_.join();
-}
-
 bool Worker::Add(Task task)
 {
     const std::lock_guard lock(mutex_);
@@ -51,16 +41,6 @@ void Worker::Run()
         task.run();
         lock.lock();
     }
-}
-
-void Stopper::Stop()
-{
-    {
-        const std::lock_guard lock(mutex_);
-        ended_ = true;
-        changed_.notify_all();
-    }
-    if (thread_.joinable()) thread_.join();
 }
 
 void Stopper::Ask(Stopped stopped)

@@ -2,16 +2,14 @@
 #pragma once
 
 #include "panel/machine.h"
+#include "panel/service.h"
 
-#include <condition_variable>
 #include <deque>
 #include <functional>
-#include <mutex>
-#include <thread>
 
 namespace zelq::tool {
 
-class Worker
+class Worker final : private Service
 {
   public:
     struct Task
@@ -23,11 +21,9 @@ class Worker
 
     Worker() = default;
     ~Worker() { Stop(); }
-    Worker(const Worker&) = delete;
-    Worker& operator=(const Worker&) = delete;
 
-    void Start() { thread_ = std::thread(&Worker::Run, this); }
-    void Stop();
+    using Service::Start;
+    using Service::Stop;
     /// To be asked within what takes long.
     [[nodiscard]] bool IsEnding() const { return ended_; }
 
@@ -37,41 +33,31 @@ class Worker
     void DropMoves();
 
   private:
-    void Run();
+    void Run() override;
 
     static constexpr std::size_t kMostWaiting = 64;
 
-    std::mutex mutex_;
-    std::condition_variable changed_;
     std::deque<Task> tasks_;
-    std::atomic<bool> ended_ = false;
-    std::thread thread_;
 };
 
 /// Stops everything, on a thread of its own: nothing stands in front of it.
-class Stopper
+class Stopper final : private Service
 {
   public:
     using Stopped = std::function<void(short result)>;
 
     explicit Stopper(Machine& machine) : machine_(machine) {}
     ~Stopper() { Stop(); }
-    Stopper(const Stopper&) = delete;
-    Stopper& operator=(const Stopper&) = delete;
 
-    void Start() { thread_ = std::thread(&Stopper::Run, this); }
-    void Stop();
+    using Service::Start;
+    using Service::Stop;
     void Ask(Stopped stopped);
 
   private:
-    void Run();
+    void Run() override;
 
     Machine& machine_;
-    std::mutex mutex_;
-    std::condition_variable changed_;
     std::deque<Stopped> asked_;
-    bool ended_ = false;
-    std::thread thread_;
 };
 
 } // namespace zelq::tool

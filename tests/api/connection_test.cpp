@@ -16,14 +16,18 @@ TEST_F(ConnectionTest, ConnectReadsSlavesAndCounterOnANewConnection)
 {
     std::vector<Read> reads = TypeReads();
     reads.push_back({0xF414, 1});
+    controller_.SetSlaveTypes({1});
+    controller_.SetRegister(0xF414, 0x0003);
     ExpectOnce(Row(CALL(Connect, 127, 0, 0)).Reads(reads));
     EXPECT_EQ(controller_.Connections(), 2);
+    ControllerStatus status;
+    ExpectOnce(Row(CALL(GetAllStatus, &status)).Shows("").Reads({{0xF414, 3}, {0x0000, 18}}));
 
     // What it gives is the counter's read, not the slaves', which are then still those of before.
     controller_.Then(StrayReply);
     ThenProperReply();
     EXPECT_EQ(zelQ_Connect(kNumber, 127, 0, 0), 0);
-    EXPECT_EQ(zelQ_UnitPerPulseSet(kNumber, 7, 1.0), 0);
+    EXPECT_EQ(zelQ_UnitPerPulseSet(kNumber, 0, 1.0), 0);
     ThenProperReply();
     controller_.Then(StrayReply);
     EXPECT_EQ(zelQ_Connect(kNumber, 127, 0, 0), -12);

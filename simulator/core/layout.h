@@ -122,7 +122,8 @@ class FieldLayout
     void End() { entries_ = EntriesOf(fields_); }
 
   private:
-    void Store(const FieldValues& values, void* structure) const;
+    // Where GCC inlines it, it warns of the long that a structure of one word never gets.
+    [[gnu::noinline]] void Store(const FieldValues& values, void* structure) const;
 
     FieldList fields_;
     std::vector<std::optional<std::size_t>> offsets_; // of the members, where anybody needs them

@@ -1,30 +1,16 @@
 #include "client.h"
 
-#include "network.h"
-
-#include <boost/beast/core.hpp>
-#include <boost/beast/http.hpp>
-#include <boost/beast/websocket.hpp>
+#include "beast.h"
 
 namespace web {
 
 namespace {
-
-namespace beast = boost::beast;
-namespace http = beast::http;
-namespace websocket = beast::websocket;
-using asio::ip::tcp;
 
 constexpr std::chrono::seconds kAnswerTime{10};
 constexpr unsigned kHttp11 = 11;
 constexpr std::size_t kLargestAnswer = 4 * 1024 * 1024;
 
 using Answered = std::function<void(unsigned, std::string)>;
-
-asio::redirect_error_t<asio::use_awaitable_t<>> Noting(ErrorCode& error)
-{
-    return {asio::use_awaitable, error};
-}
 
 tcp::endpoint EndpointOf(const Place& place)
 {
@@ -41,7 +27,7 @@ asio::awaitable<void> Fetch(Place place, Question question, Answered answered)
     beast::tcp_stream stream(co_await asio::this_coro::executor);
     stream.expires_after(kAnswerTime);
     ErrorCode error;
-    co_await stream.async_connect(EndpointOf(place), Noting(error));
+    co_await stream.async_connect(EndpointOf(place), Into(error));
     http::request<http::string_body> request;
     request.method_string(question.method);
     request.target(question.target);
@@ -49,11 +35,11 @@ asio::awaitable<void> Fetch(Place place, Question question, Answered answered)
     request.set(http::field::host, HostOf(place));
     request.body() = std::move(question.body);
     request.prepare_payload();
-    if (!error) co_await http::async_write(stream, request, Noting(error));
+    if (!error) co_await http::async_write(stream, request, Into(error));
     beast::flat_buffer buffer;
     http::response_parser<http::string_body> parser;
     parser.body_limit(kLargestAnswer);
-    if (!error) co_await http::async_read(stream, buffer, parser, Noting(error));
+    if (!error) co_await http::async_read(stream, buffer, parser, Into(error));
     if (error) {
         answered(0, "no answer from " + HostOf(place) + ": " + error.message());
     } else {
@@ -84,18 +70,18 @@ asio::awaitable<void> Hear(std::shared_ptr<Ear> ear, Place place, std::string ta
     auto& lowest = beast::get_lowest_layer(ear->socket);
     lowest.expires_after(kAnswerTime);
     ErrorCode error;
-    co_await lowest.async_connect(EndpointOf(place), Noting(error));
+    co_await lowest.async_connect(EndpointOf(place), Into(error));
     websocket::response_type response;
     if (!error) {
         lowest.expires_never();
         ear->socket.set_option(
             websocket::stream_base::timeout::suggested(beast::role_type::client));
         ear->socket.read_message_max(kLargestAnswer);
-        co_await ear->socket.async_handshake(response, HostOf(place), target, Noting(error));
+        co_await ear->socket.async_handshake(response, HostOf(place), target, Into(error));
     }
     while (!error && !ear->over) {
         beast::flat_buffer message;
-        co_await ear->socket.async_read(message, Noting(error));
+        co_await ear->socket.async_read(message, Into(error));
         const auto bytes = message.data();
         if (!error && !ear->over) {
             heard({static_cast<const char*>(bytes.data()), bytes.size()});

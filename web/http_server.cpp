@@ -1,11 +1,8 @@
 #include "http_server.h"
 
-#include "network.h"
+#include "beast.h"
 #include "request_line.h"
 
-#include <boost/beast/core.hpp>
-#include <boost/beast/http.hpp>
-#include <boost/beast/websocket.hpp>
 #include <deque>
 #include <optional>
 #include <system_error>
@@ -15,11 +12,6 @@ namespace web {
 
 namespace {
 
-namespace beast = boost::beast;
-namespace http = beast::http;
-namespace websocket = beast::websocket;
-using asio::ip::tcp;
-
 using HttpRequest = http::request<http::string_body>;
 using HttpResponse = http::response<http::string_body>;
 using WebSocket = websocket::stream<beast::tcp_stream>;
@@ -28,11 +20,6 @@ using WebSocket = websocket::stream<beast::tcp_stream>;
 constexpr std::chrono::seconds kPatience{30};
 constexpr std::chrono::seconds kFarewell{1};
 constexpr std::chrono::milliseconds kAcceptPause{100};
-
-asio::redirect_error_t<asio::use_awaitable_t<>> Into(ErrorCode& error)
-{
-    return {asio::use_awaitable, error};
-}
 
 std::string_view View(beast::string_view text)
 {

@@ -2,6 +2,7 @@
 
 import functools
 import os
+import tempfile
 
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
@@ -9,6 +10,8 @@ from selenium.webdriver.common.by import By
 from support import PATIENCE, await_that
 
 WIDE = (1280, 900)
+# A browser that was killed leaves its files there.
+SCRATCH = tempfile.TemporaryDirectory(prefix="zelq-", ignore_cleanup_errors=True)
 
 
 def start():
@@ -21,7 +24,8 @@ def start():
     for word in words:
         options.add_argument(word)
     options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-    driver = webdriver.Chrome(options=options, service=Service("/usr/bin/chromedriver"))
+    service = Service("/usr/bin/chromedriver", env={**os.environ, "TMPDIR": SCRATCH.name})
+    driver = webdriver.Chrome(options=options, service=service)
     driver.set_script_timeout(PATIENCE)
     return driver
 

@@ -170,6 +170,8 @@ class ScriptedController::Server
             std::size_t size =
                 first && answer.firstPiece != 0 ? answer.firstPiece : answer.pieceSize;
             size = size == 0 ? left : std::min(size, left);
+            // What has been sent can be answered before this end hears that it was.
+            connection.waits = size < left;
             co_await asio::async_write(connection.socket,
                                        asio::buffer(answer.bytes.data() + sent, size),
                                        asio::use_awaitable);

@@ -36,7 +36,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
     const int error =
         posix_spawn(&process, pointers[0], &actions, nullptr, pointers.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) throw std::runtime_error("no child process");
+    if (error != 0) throw std::runtime_error("no child process: error " + std::to_string(error));
     process_ = process;
 }
 

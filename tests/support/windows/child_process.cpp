@@ -26,7 +26,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
     PROCESS_INFORMATION started{};
     if (CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
                        &start, &started) == FALSE) {
-        throw std::runtime_error("no child process");
+        throw std::runtime_error("no child process: error " + std::to_string(GetLastError()));
     }
     CloseHandle(started.hThread);
     process_ = reinterpret_cast<std::intptr_t>(started.hProcess);

@@ -130,7 +130,6 @@ class ScriptedController::Server
         do {
             co_await Send(connection, answer);
         } while (answer.then == Answer::Then::kRepeat);
-        connection.waits = false;
         if (answer.then == Answer::Then::kRefuse) acceptor_.close();
         if (answer.then == Answer::Then::kReset) {
             connection.socket.set_option(asio::socket_base::linger(true, 0));
